@@ -1,0 +1,33 @@
+# What every target is built with. Coordinates must come out the same from every compiler at every level:
+# no contraction to fused multiply-add.
+add_library(annomend_options INTERFACE)
+target_compile_features(annomend_options INTERFACE cxx_std_17)
+target_compile_options(annomend_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -ffp-contract=off)
+
+set(ANNOMEND_SANITIZE "" CACHE STRING "Sanitizers of all targets, as -fsanitize takes them")
+if(ANNOMEND_SANITIZE)
+  target_compile_options(annomend_options INTERFACE
+    -fsanitize=${ANNOMEND_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(annomend_options INTERFACE -fsanitize=${ANNOMEND_SANITIZE})
+endif()
+
+# annomend_room(NAME SOURCES file... [LINKS target...] [PRIVATE_LINKS target...])
+#
+# One room: a static library made of the calling folder. Its headers are found by whoever links it, and by
+# nobody else: the links between the rooms are the architecture.
+function(annomend_room name)
+  cmake_parse_arguments(ROOM "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+  add_library(${name} STATIC ${ROOM_SOURCES})
+  set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON CXX_EXTENSIONS OFF)
+  target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(${name} PUBLIC ${ROOM_LINKS} PRIVATE annomend_options ${ROOM_PRIVATE_LINKS})
+endfunction()
+
+# annomend_program(NAME SOURCES file... LINKS target...)
+function(annomend_program name)
+  cmake_parse_arguments(PROGRAM "" "" "SOURCES;LINKS" ${ARGN})
+  add_executable(${name} ${PROGRAM_SOURCES})
+  set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF)
+  target_link_libraries(${name} PRIVATE annomend_options ${PROGRAM_LINKS})
+endfunction()

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <ostream>
+#include <sstream>
+#include <string>
+
+namespace tarn
+{
+
+/// Where this thread's conversion writes its one-line messages (standard error by default) and its debug lines
+/// (standard output by default). A program that converts many objects puts a ConsoleScope around each.
+std::ostream& consoleError();
+std::ostream& consoleOut();
+
+/// Redirects this thread's messages and debug lines for as long as it lives; scopes nest.
+class ConsoleScope
+{
+public:
+  ConsoleScope(std::ostream& out, std::ostream& error);
+  ~ConsoleScope();
+  ConsoleScope(const ConsoleScope&) = delete;
+  ConsoleScope& operator=(const ConsoleScope&) = delete;
+
+private:
+  std::ostream* previousOut;
+  std::ostream* previousError;
+};
+
+/// `text` with every control character as '?': what comes out of a file never forges a second line.
+std::string printable(std::string text);
+
+/// Writes the parts as one message line to consoleError().
+void reportLine(const std::string& line);
+
+template <class... Parts>
+void report(const Parts&... parts)
+{
+  std::ostringstream line;
+  (line << ... << parts);
+  reportLine(line.str());
+}
+
+/// Writes the parts as one debug line to consoleOut(), flags as the words true and false.
+template <class... Parts>
+void trace(const Parts&... parts)
+{
+  std::ostream& out = consoleOut();
+  out << std::boolalpha;
+  (out << ... << parts) << '\n';
+}
+
+} // namespace tarn

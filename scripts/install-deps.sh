@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Installs what building, testing and the demonstration need, from Debian's packages.
+# Does nothing when all of it is there.
+set -euo pipefail
+
+packages=(
+  # build
+  build-essential cmake ninja-build pkg-config ccache git ca-certificates
+  libdcmtk-dev dcmtk libmariadb-dev libsqlite3-dev libspdlog-dev libfmt-dev
+  # tests and benchmarks
+  libgtest-dev libbenchmark-dev mariadb-server mariadb-client procps openssl
+  # independent readers of what the converter writes
+  dicom3tools python3 python3-pydicom python3-numpy
+  # second compiler, fuzzing, style
+  clang libclang-rt-14-dev clang-format clang-tidy
+)
+
+missing=()
+for package in "${packages[@]}"; do
+  [[ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)" == installed ]] || missing+=("$package")
+done
+[[ ${#missing[@]} -eq 0 ]] && exit 0
+
+as_root=()
+if [[ $EUID -ne 0 ]]; then
+  command -v sudo >/dev/null || { echo "install-deps: run as root, or install sudo; missing: ${missing[*]}" >&2; exit 1; }
+  as_root=(sudo)
+fi
+
+echo "Installing: ${missing[*]}"
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive RUNLEVEL=1 apt-get -qq update
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive RUNLEVEL=1 \
+  apt-get -qq install -y --no-install-recommends "${missing[@]}" >/dev/null
