@@ -1,0 +1,30 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+namespace tarn::imutils
+{
+class IMLogger;
+}
+
+namespace tarn::db
+{
+
+/// The one exception that leaves ObjCacheMgr: the object table of a study is not filled. `what()` is one line.
+class ObjCacheException : public std::exception
+{
+public:
+  /// Logs the message through `logger`, unless that is null: as an error, or as a debug line when `debugOnly`.
+  /// `forceErrorRefs`: error references are added to the study even where it carries one already.
+  ObjCacheException(std::string message, const imutils::IMLogger* logger, bool debugOnly, bool forceErrorRefs);
+
+  const char* what() const noexcept override { return message.c_str(); }
+  bool errorRefsForced() const { return forceErrorRefs; }
+
+private:
+  std::string message;
+  bool forceErrorRefs;
+};
+
+} // namespace tarn::db

@@ -1,0 +1,68 @@
+#include "SelfRec.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <string>
+
+#include <strings.h>
+
+namespace tarn::imutils
+{
+namespace
+{
+
+std::string recordFile()
+{
+  const char* folder = std::getenv("CONF");
+  return std::string(folder ? folder : "") + "/self.rec";
+}
+
+void parseLimit(const std::string& text, unsigned int& limit)
+{
+  errno = 0;
+  const unsigned long value = std::strtoul(text.c_str(), nullptr, 10);
+  if (errno == 0 && value != 0 && value <= std::numeric_limits<unsigned int>::max())
+    limit = static_cast<unsigned int>(value);
+}
+
+} // namespace
+
+SelfRec::SelfRec() : Config(recordFile()) {}
+
+SelfRec* SelfRec::Instance()
+{
+  static const std::unique_ptr<SelfRec> instance = std::make_unique<SelfRec>();
+  instance->check();
+  return instance.get();
+}
+
+void SelfRec::load()
+{
+  Config::load();
+  if (const auto limit = getProperty("SQLTimeLimit"))
+    parseLimit(*limit, sqlTimeLimit);
+  loadFlag("ProcessMode", "Database", true, processModeDatabase);
+  loadFlag("NoObjectTable", "yes", false, hasObjectTable);
+  loadFlag("Origin", "yes", true, origin);
+  loadFlag("Replica", "yes", true, replica);
+}
+
+void SelfRec::reset()
+{
+  Config::reset();
+  sqlTimeLimit = 0;
+  processModeDatabase = false;
+  hasObjectTable = true;
+  origin = false;
+  replica = false;
+}
+
+void SelfRec::loadFlag(const char* property, const char* word, bool whenEqual, bool& field) const
+{
+  if (const auto value = getProperty(property))
+    field = (strcasecmp(value->c_str(), word) == 0) == whenEqual;
+}
+
+} // namespace tarn::imutils

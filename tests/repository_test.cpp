@@ -1,0 +1,349 @@
+#include "Environment.h"
+#include "TempDir.h"
+
+#include "RepositoryHandler.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <dlfcn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+using namespace tarn::repository;
+
+namespace
+{
+
+/// The library's entry points, as a program gets them.
+class Handler
+{
+public:
+  template <class Function>
+  Function* entry(const char* name) const
+  {
+    return reinterpret_cast<Function*>(dlsym(library.get(), name)); // NOLINT: what dlsym is for
+  }
+
+private:
+  std::shared_ptr<void> library{dlopen(ANNOMEND_HANDLER_HOME "/lib/RepositoryHandler.so", RTLD_NOW), dlclose};
+};
+
+#define HANDLER(name) (*handler.entry<decltype(name)>(#name))
+
+std::string taken(char* text)
+{
+  const std::unique_ptr<char, decltype(&std::free)> owner(text, &std::free);
+  return text ? text : "";
+}
+
+std::vector<std::string> taken(char** texts)
+{
+  const std::unique_ptr<char*, decltype(&std::free)> owner(texts, &std::free);
+  std::vector<std::string> result;
+  for (char** text = texts; text && *text; ++text)
+    result.emplace_back(*text);
+  return result;
+}
+
+/// What `work` returns in a process of its own.
+int inAnotherProcess(const std::function<int()>& work)
+{
+  const pid_t child = fork();
+  if (child == 0)
+    _exit(work());
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WEXITSTATUS(status);
+}
+
+/// The repository "meta": two ordinary mounts and an aged one.
+class Repositories : public testing::Test
+{
+protected:
+  Repositories()
+  {
+    for (const char* folder : {"etc", "one", "two", "old"})
+      fs::create_directory(home.path() / folder);
+    configure("meta=" + mount("one") + ":" + mount("two") + "\nmeta.aged=" + mount("old") + "\n");
+  }
+  std::string mount(const std::string& name) const { return (home.path() / name).string(); }
+  void configure(const std::string& text) const { std::ofstream(home.path() / "etc/repositories.conf") << text; }
+  std::string locate(const char* repository, const char* name, int& status) const
+  {
+    return taken(HANDLER(getLocation_)(repository, name, &status, true, true, true, false, nullptr));
+  }
+  std::string create(const char* name, int& status, int& existed, bool exclusive = false) const
+  {
+    return taken(HANDLER(createDirectory_)("meta", name, &status, &existed, exclusive, true, true, nullptr));
+  }
+
+  const Handler handler;
+  const TempDir home;
+  const Environment environment{{{"REPOSITORYHANDLER_HOME", home.path().string()}}};
+};
+
+struct NameRow
+{
+  const char* oddity;
+  std::string name;
+  int status;
+};
+
+TEST_F(Repositories, StatusOfNamesAndOfWhatStandsUnderThem)
+{
+  fs::create_directories(mount("two") + "/1.2.3");
+  fs::create_directories(mount("one") + "/.hidden");
+  fs::create_directories(mount("one") + "/" + std::string(200, '7'));
+  std::ofstream(mount("one") + "/file") << "x";
+  fs::create_symlink("/etc", mount("one") + "/link");
+  fs::create_symlink(mount("nowhere"), mount("one") + "/dangling");
+  const NameRow rows[] = {
+      {"second mount", "1.2.3", kLocated},
+      {"nowhere", "1.2.4", kMissing},
+      {"longest", std::string(200, '7'), kLocated},
+      {"too long", std::string(201, '7'), kNameRefused},
+      {"empty", "", kNameRefused},
+      {"this", ".", kNameRefused},
+      {"parent", "..", kNameRefused},
+      {"path", "1.2.3/..", kNameRefused},
+      {"absolute", "/etc", kNameRefused},
+      {"hidden", ".hidden", kNameRefused},
+      {"regular file", "file", kFailed},
+      {"link out of the repository", "link", kFailed},
+      {"dangling link", "dangling", kFailed},
+  };
+  for (const NameRow& row : rows)
+  {
+    int status = 0;
+    const bool found = !locate("meta", row.name.c_str(), status).empty();
+    EXPECT_EQ(status, row.status) << row.oddity;
+    EXPECT_EQ(found, row.status == kLocated) << row.oddity;
+    EXPECT_EQ(HANDLER(checkResourceStatus_)("meta", row.name.c_str(), nullptr), row.status) << row.oddity;
+    std::list<std::string> locations;
+    EXPECT_EQ(HANDLER(getLocations_)("meta", row.name.c_str(), locations, false, false, nullptr), row.status);
+    if (row.status == kNameRefused || row.status == kFailed)
+    {
+      int existed = -1;
+      EXPECT_EQ(create(row.name.c_str(), status, existed), "") << row.oddity;
+      EXPECT_EQ(status, row.status) << row.oddity;
+      EXPECT_EQ(HANDLER(removeResource_)("meta", row.name.c_str(), true, true, nullptr), row.status) << row.oddity;
+    }
+  }
+  EXPECT_TRUE(fs::exists("/etc/passwd"));
+}
+
+TEST_F(Repositories, StatusOfRepositories)
+{
+  configure("meta=" + mount("one") + "\nlost=" + mount("one") + ":" + mount("lost") + "\nrelative=one\nempty=\n");
+  fs::create_directory(mount("one") + "/here");
+  std::ofstream(mount("plain")) << "x";
+  const std::string plain = mount("plain"), one = mount("one") + "//";
+  const struct
+  {
+    const char* repository;
+    int whole, here, absent;
+  } rows[] = {{"meta", kLocated, kLocated, kMissing},
+              {one.c_str(), kLocated, kLocated, kMissing},
+              {"lost", kMountUnreachable, kLocated, kMountUnreachable},
+              {"other", kUnknownRepository, kUnknownRepository, kUnknownRepository},
+              {"", kUnknownRepository, kUnknownRepository, kUnknownRepository},
+              {nullptr, kUnknownRepository, kUnknownRepository, kUnknownRepository},
+              {"empty", kUnknownRepository, kUnknownRepository, kUnknownRepository},
+              {"relative", kMountUnreachable, kMountUnreachable, kMountUnreachable},
+              {plain.c_str(), kMountUnreachable, kMountUnreachable, kMountUnreachable}};
+  for (const auto& row : rows)
+  {
+    const char* name = row.repository ? row.repository : "(null)";
+    EXPECT_EQ(HANDLER(getRepositoryStatus_)(row.repository, nullptr), row.whole) << name;
+    EXPECT_EQ(HANDLER(checkResourceStatus_)(row.repository, "here", nullptr), row.here) << name;
+    EXPECT_EQ(HANDLER(checkResourceStatus_)(row.repository, "absent", nullptr), row.absent) << name;
+  }
+}
+
+TEST_F(Repositories, ADirectoryIsMadeOnceAndWhereThereIsRoom)
+{
+  int status = 0;
+  int existed = -1;
+  configure("meta=" + mount("one") + ":" + mount("two") + "\nmeta.reserve=101\n");
+  std::ofstream(mount("one") + "/.overloaded");
+  EXPECT_EQ(taken(HANDLER(createLocation_)("meta", "a", &status, &existed, false, nullptr)), mount("two") + "/a");
+  EXPECT_EQ(existed, 0);
+  EXPECT_FALSE(fs::exists(mount("two") + "/a"));
+  EXPECT_EQ(create("a", status, existed), mount("two") + "/a");
+  EXPECT_EQ(existed, 0);
+  HANDLER(checkOverload_)("meta", true, false, nullptr);
+  EXPECT_TRUE(fs::exists(mount("two") + "/.overloaded"));
+  EXPECT_NE(create("b", status, existed), "") << "where all are overloaded, none is turned away";
+  EXPECT_EQ(create("a", status, existed), mount("two") + "/a");
+  EXPECT_EQ(existed, 1);
+  EXPECT_EQ(create("a", status, existed, true), "");
+  EXPECT_EQ(status, kExisting);
+  configure("meta=" + mount("one") + ":" + mount("two") + "\nmeta.reserve=0\n");
+  HANDLER(checkOverload_)("meta", true, true, nullptr);
+  EXPECT_FALSE(fs::exists(mount("one") + "/.overloaded"));
+}
+
+TEST_F(Repositories, ProcessesThatCreateAtOnceGetOneDirectory)
+{
+  int made = 0;
+  std::vector<pid_t> children;
+  for (int number = 0; number < 16; ++number)
+    if (const pid_t child = fork(); child == 0)
+    {
+      int status = 0;
+      int existed = -1;
+      create("study", status, existed);
+      _exit(existed);
+    }
+    else
+      children.push_back(child);
+  for (const pid_t child : children)
+  {
+    int status = 0;
+    waitpid(child, &status, 0);
+    made += WEXITSTATUS(status) == 0 ? 1 : 0;
+  }
+  EXPECT_EQ(made, 1);
+  std::list<std::string> locations;
+  HANDLER(getLocations_)("meta", "study", locations, false, false, nullptr);
+  EXPECT_EQ(locations.size(), 1U);
+}
+
+TEST_F(Repositories, RemovalTakesAllOfIt)
+{
+  fs::create_directories(mount("one") + "/s/deep");
+  fs::create_directories(mount("old") + "/s");
+  fs::create_symlink(mount("two"), mount("one") + "/s/link");
+  std::ofstream(mount("two") + "/kept") << "x";
+  fs::create_directories(mount("one") + "/.s.removed/half"); // of an interrupted removal
+  HANDLER(setDirty_)("meta", "s", true, nullptr);
+  EXPECT_EQ(HANDLER(removeResource_)("meta", "s", true, true, nullptr), kDone);
+  EXPECT_EQ(HANDLER(removeResource_)("meta", "s", true, true, nullptr), kMissing);
+  EXPECT_TRUE(fs::is_empty(mount("one")));
+  EXPECT_TRUE(fs::is_empty(mount("old")));
+  EXPECT_TRUE(fs::exists(mount("two") + "/kept"));
+}
+
+TEST_F(Repositories, ALockKeepsOtherProcessesOut)
+{
+  fs::create_directory(mount("two") + "/s");
+  const auto lock = [&] { return HANDLER(lockResource_)("meta", "s", nullptr) ? 1 : 0; };
+  const auto unlock = [&] { return HANDLER(unlockResource_)("meta", "s", nullptr) ? 1 : 0; };
+  EXPECT_FALSE(HANDLER(lockResource_)("meta", "absent", nullptr));
+  EXPECT_EQ(inAnotherProcess(lock), 1);
+  EXPECT_EQ(lock(), 1) << "the process that held it has ended";
+  EXPECT_EQ(lock(), 0);
+  EXPECT_EQ(inAnotherProcess(lock), 0);
+  EXPECT_EQ(inAnotherProcess(unlock), 0);
+  EXPECT_EQ(inAnotherProcess([&] { return HANDLER(removeResource_)("meta", "s", true, true, nullptr); }), kLocked);
+  EXPECT_EQ(inAnotherProcess(
+                [&]
+                {
+                  std::list<std::string> locations;
+                  return HANDLER(getLocations_)("meta", "s", locations, true, false, nullptr);
+                }),
+            kLocked);
+  EXPECT_EQ(unlock(), 1);
+  EXPECT_EQ(unlock(), 0);
+  std::ofstream(mount("one") + "/.s.lock") << "elsewhere 1\n";
+  EXPECT_EQ(lock(), 0) << "a process of another host may live";
+}
+
+TEST_F(Repositories, DirtyFlagsAndTimes)
+{
+  fs::create_directory(mount("two") + "/s");
+  EXPECT_FALSE(HANDLER(isDirty_)("meta", "s", nullptr));
+  HANDLER(setDirty_)("meta", "absent", true, nullptr);
+  EXPECT_FALSE(HANDLER(isDirty_)("meta", "absent", nullptr));
+  HANDLER(setDirty_)("meta", "s", true, nullptr);
+  EXPECT_TRUE(HANDLER(isDirty_)("meta", "s", nullptr));
+  std::list<std::string> locations;
+  EXPECT_EQ(HANDLER(getLocations_)("meta", "s", locations, false, true, nullptr), kDirty);
+  HANDLER(setDirty_)("meta", "s", false, nullptr);
+  EXPECT_FALSE(HANDLER(isDirty_)("meta", "s", nullptr));
+
+  utimbuf times{1000, 2000};
+  EXPECT_TRUE(HANDLER(setTimeProperties_)("meta", "s", &times, nullptr));
+  times = {};
+  EXPECT_TRUE(HANDLER(getTimeProperties_)("meta", "s", &times, nullptr));
+  EXPECT_EQ(times.actime, 1000);
+  EXPECT_EQ(times.modtime, 2000);
+  EXPECT_FALSE(HANDLER(getTimeProperties_)("meta", "absent", &times, nullptr));
+  EXPECT_FALSE(HANDLER(setTimeProperties_)("meta", "s", nullptr, nullptr));
+}
+
+TEST_F(Repositories, AnAgedResourceIsFoundAndBroughtBackWhole)
+{
+  fs::create_directories(mount("old") + "/s/sub");
+  std::ofstream(mount("old") + "/s/sub/file") << "text";
+  fs::create_directories(mount("two") + "/.s.moving/half"); // of an interrupted move
+  utimbuf times{1000, 2000};
+  int status = 0;
+  EXPECT_EQ(locate("meta", "s", status), mount("old") + "/s");
+  EXPECT_EQ(taken(HANDLER(getLocation_)("meta", "s", &status, false, true, true, false, nullptr)), "");
+  EXPECT_EQ(status, kMissing);
+  HANDLER(setTimeProperties_)("meta", "s", &times, nullptr);
+  HANDLER(setDirty_)("meta", "s", true, nullptr);
+  std::ofstream(mount("one") + "/.overloaded");
+  EXPECT_EQ(taken(HANDLER(unAge_)("meta", "s", nullptr)), mount("two") + "/s");
+  EXPECT_EQ(taken(HANDLER(unAge_)("meta", "s", nullptr)), mount("two") + "/s");
+  EXPECT_EQ(taken(HANDLER(unAge_)("meta", "absent", nullptr)), "");
+  EXPECT_TRUE(fs::is_empty(mount("old")));
+  EXPECT_EQ(fs::file_size(mount("two") + "/s/sub/file"), 4U);
+  EXPECT_FALSE(fs::exists(mount("two") + "/s/half"));
+  EXPECT_TRUE(HANDLER(isDirty_)("meta", "s", nullptr));
+  EXPECT_TRUE(HANDLER(getTimeProperties_)("meta", "s", &times, nullptr));
+  EXPECT_EQ(times.modtime, 2000);
+}
+
+TEST_F(Repositories, ListingsHoldOneKindInByteOrder)
+{
+  const std::string folder = mount("one");
+  for (const char* name : {"b", "a", "Z", ".h"})
+    std::ofstream(folder + "/" + name) << "x";
+  fs::create_directory(folder + "/d");
+  fs::create_symlink("/etc", folder + "/ld");
+  fs::create_symlink("/etc/passwd", folder + "/lf");
+  long count = 0;
+  EXPECT_EQ(taken(HANDLER(listFiles_)(folder.c_str(), &count, false, nullptr)),
+            (std::vector<std::string>{".h", "Z", "a", "b"}));
+  EXPECT_EQ(count, 4);
+  EXPECT_EQ(taken(HANDLER(listDirs_)(folder.c_str(), &count, true, nullptr)), std::vector<std::string>{folder + "/d"});
+  EXPECT_EQ(count, 1);
+  EXPECT_EQ(HANDLER(listFiles_)((folder + "/absent").c_str(), &count, false, nullptr), nullptr);
+  EXPECT_EQ(count, -1);
+  EXPECT_EQ(HANDLER(listFiles_)(nullptr, nullptr, false, nullptr), nullptr);
+}
+
+TEST_F(Repositories, MountsOfPaths)
+{
+  fs::create_directories(mount("two") + "/s");
+  configure("meta=" + mount("one") + ":" + mount("two") + ":" + mount("two/s"));
+  const auto mountOf = [&](const std::string& path)
+  { return taken(HANDLER(getMountFromPath_)("meta", path.c_str(), nullptr)); };
+  EXPECT_EQ(mountOf(mount("one") + "/x/y"), mount("one"));
+  EXPECT_EQ(mountOf(mount("two/s/t")), mount("two/s")) << "the innermost";
+  EXPECT_EQ(mountOf(mount("one") + "more/x"), "");
+  EXPECT_EQ(mountOf(mount("one") + "/../x"), "");
+  EXPECT_EQ(mountOf("one"), "");
+  EXPECT_EQ(taken(HANDLER(getMountPathForDirectory_)("meta", "s", nullptr)), mount("two"));
+  EXPECT_EQ(taken(HANDLER(getMountPathForDirectory_)("meta", "absent", nullptr)), "");
+
+  const int percent = HANDLER(freeMount_)("meta", mount("one").c_str(), true, nullptr);
+  EXPECT_GE(percent, 0);
+  EXPECT_LE(percent, 100);
+  const auto mebibytes = static_cast<double>(fs::space(mount("one")).available >> 20U);
+  EXPECT_NEAR(HANDLER(freeMount_)("meta", mount("one").c_str(), false, nullptr), mebibytes, mebibytes * 0.1);
+  EXPECT_EQ(HANDLER(freeMount_)("meta", mount("one/x").c_str(), false, nullptr), -1);
+  EXPECT_EQ(HANDLER(freeMount_)("meta", "/", false, nullptr), -1);
+}
+
+} // namespace
