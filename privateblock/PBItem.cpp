@@ -58,8 +58,10 @@ void logDebug(const char* text)
 void retag(DcmElement& element, Uint16 elementNumber)
 {
   auto& tag = const_cast<DcmTag&>(element.getTag());
+  const DcmVR vr = tag.getVR(); // naming a creator looks the VR up anew
   tag.setElement(elementNumber);
   tag.setPrivateCreator(PBItem::kCreator);
+  tag.setVR(vr);
 }
 
 /// Inserts without replacing; an element whose place is taken is deleted.

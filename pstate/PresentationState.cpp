@@ -3,6 +3,7 @@
 #include "Console.h"
 #include "ElementWriter.h"
 #include "FileWriter.h"
+#include "wrapping.h"
 
 #include <array>
 #include <cstdio>
@@ -17,11 +18,7 @@ struct Corners
   Sint32 left, top, right, bottom;
 };
 
-/// 32-bit sum that wraps, whatever the file says.
-Sint32 farEdge(int start, int length)
-{
-  return static_cast<Sint32>(static_cast<Uint32>(start) + static_cast<Uint32>(length) - 1U);
-}
+Sint32 farEdge(int start, int length) { return tarn::wrapSub(tarn::wrapAdd(start, length), 1); }
 
 Corners arrange(CLIP_BOX_MODE mode, const Corners& box)
 {

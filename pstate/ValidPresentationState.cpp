@@ -4,6 +4,7 @@
 #include "ElementWriter.h"
 #include "ObjectInfo.h"
 #include "PBItem.h"
+#include "wrapping.h"
 
 #include <memory>
 
@@ -20,7 +21,7 @@ constexpr char kFilePrefix[] = "PR";
 constexpr std::size_t kLongestName = 254;
 
 constexpr Sint32 kDefaultInstanceNumber = 9;
-constexpr Uint32 kInstanceNumberFactor = 3700;
+constexpr Sint32 kInstanceNumberFactor = 3700;
 
 struct Arrangement
 {
@@ -225,9 +226,8 @@ bool ValidPresentationState::clean()
   Sint32 inputNumber = 0;
   if (dataset.findAndGetSint32(DCM_InstanceNumber, inputNumber).bad())
     inputNumber = kDefaultInstanceNumber;
-  const auto number = static_cast<Sint32>(static_cast<Uint32>(inputNumber) * kInstanceNumberFactor +
-                                          static_cast<Uint32>(instanceBase));
-  const std::string text = std::to_string(number);
+  const std::string text =
+      std::to_string(tarn::wrapAdd(tarn::wrapMul(inputNumber, kInstanceNumberFactor), instanceBase));
   return ElementWriter(dataset)
       .text(DCM_InstanceNumber, text,
             ("Instance Number " + text + " could not be inserted to dataset: ").c_str())
