@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <initializer_list>
 #include <string>
-#include <vector>
 
 namespace samples
 {

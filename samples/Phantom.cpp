@@ -10,8 +10,8 @@ namespace samples
 namespace
 {
 
-/// A filled ellipse in image pixels; later ones cover earlier ones. Slices other than the middle one make `grows`
-/// of them smaller.
+/// A filled ellipse in image pixels; later ones cover earlier ones. One that `grows` is smaller in the slices beside
+/// the middle one.
 struct Ellipse
 {
   double x, y, halfWidth, halfHeight, degrees;
@@ -50,30 +50,31 @@ double radians(double degrees)
   return degrees * 3.141592653589793 / 180.0;
 }
 
-bool covers(const Ellipse& ellipse, double x, double y, int slice)
+/// Fills the pixels that `ellipse` covers; row and column of the first pixel are 1.
+void fill(std::vector<Uint16>& pixels, const SampleImage& image, const Ellipse& ellipse)
 {
-  const double scale = ellipse.grows ? 1.0 - 0.15 * std::abs(slice - kMiddleSlice) : 1.0;
-  const double dx = x - ellipse.x;
-  const double dy = y - ellipse.y;
-  const double turn = radians(ellipse.degrees);
-  const double u = (dx * std::cos(turn) + dy * std::sin(turn)) / (ellipse.halfWidth * scale);
-  const double v = (dy * std::cos(turn) - dx * std::sin(turn)) / (ellipse.halfHeight * scale);
-  return u * u + v * v <= 1.0;
+  const double scale = ellipse.grows ? 1.0 - 0.15 * std::abs(image.number - kMiddleSlice) : 1.0;
+  const double cosine = std::cos(radians(ellipse.degrees));
+  const double sine = std::sin(radians(ellipse.degrees));
+  auto pixel = pixels.begin();
+  for (int row = 1; row <= image.rows; ++row)
+    for (int column = 1; column <= image.columns; ++column, ++pixel)
+    {
+      const double dx = column - ellipse.x;
+      const double dy = row - ellipse.y;
+      const double u = (dx * cosine + dy * sine) / (ellipse.halfWidth * scale);
+      const double v = (dy * cosine - dx * sine) / (ellipse.halfHeight * scale);
+      if (u * u + v * v <= 1.0)
+        *pixel = static_cast<Uint16>(ellipse.value);
+    }
 }
 
 template <size_t Count>
 std::vector<Uint16> draw(const SampleImage& image, const Ellipse (&ellipses)[Count], int background)
 {
-  std::vector<Uint16> pixels;
-  for (int row = 1; row <= image.rows; ++row)
-    for (int column = 1; column <= image.columns; ++column)
-    {
-      int value = background;
-      for (const Ellipse& ellipse : ellipses)
-        if (covers(ellipse, column, row, image.number))
-          value = ellipse.value;
-      pixels.push_back(static_cast<Uint16>(value));
-    }
+  std::vector<Uint16> pixels(size_t{image.rows} * image.columns, static_cast<Uint16>(background));
+  for (const Ellipse& ellipse : ellipses)
+    fill(pixels, image, ellipse);
   return pixels;
 }
 
