@@ -47,7 +47,7 @@ bool isMissing(int status)
   return (status & kMissing) != 0;
 }
 
-bool exists(const fs::path& path)
+bool isThere(const fs::path& path)
 {
   std::error_code ignored;
   return fs::exists(fs::symlink_status(path, ignored));
@@ -111,7 +111,7 @@ fs::path besideMeta(const fs::path& metaDir)
 
 void moveUnlessThere(const fs::path& from, const fs::path& to)
 {
-  if (!exists(to))
+  if (!isThere(to))
     fs::rename(from, to);
 }
 
@@ -160,7 +160,7 @@ Status MetaManager::getMeta(const std::string& study, bool create, bool useTemp,
     return STATUS_REPOSITORY_ERROR;
   }
   metaDir = found.value_or("");
-  if (checkStoreState && !(found && exists(fs::path(*found) / kStoreState)))
+  if (checkStoreState && !(found && isThere(fs::path(*found) / kStoreState)))
     if (const Status filled = copyLegacy(study, metaDir, conn); filled.value() != STATUS_MISSING)
       return filled ? STATUS_OK : filled;
   if (found)
@@ -250,7 +250,7 @@ void MetaManager::fillFromLegacy(const fs::path& legacy, const fs::path& target,
   for (const std::string& name : names)
     if (isRegularFile(legacy / name))
       copyUnchanged(legacy / name, target / name);
-  if (!exists(target / kStoreState) && !createDefaultStorestate(target / kStoreState, conn))
+  if (!isThere(target / kStoreState) && !createDefaultStorestate(target / kStoreState, conn))
     throw imutils::IMException("the default store state could not be written");
 }
 
@@ -373,7 +373,7 @@ Status MetaManager::saveToTempMeta(const std::string& study, MetaConn& conn)
     return STATUS_REPOSITORY_ERROR;
   }
   for (const std::string& name : tempMetaFiles)
-    if (exists(fs::path(*meta) / name) && !moveFile(fs::path(*meta) / name, fs::path(*parked) / name))
+    if (isThere(fs::path(*meta) / name) && !moveFile(fs::path(*meta) / name, fs::path(*parked) / name))
       return STATUS_ERROR;
   return STATUS_OK;
 }
@@ -395,7 +395,7 @@ Status MetaManager::restoreFromTempMeta(const std::string& study, const std::str
     for (const fs::directory_entry& entry : fs::directory_iterator(*parked))
     {
       const fs::path name = entry.path().filename();
-      if (exists(metaDir / name))
+      if (isThere(metaDir / name))
         logger->logV("MetaManager::restoreFromTempMeta(): %s already exists in the meta repository for %s; skip "
                      "moving from tempmeta",
                      name.c_str(), study.c_str());
