@@ -20,6 +20,9 @@ cmake --build --preset release -- --quiet
 step "Sample archive, judged by other readers"
 scripts/check-outputs.sh build/release
 
+step "Installed library"
+scripts/check-package.sh build/release
+
 step "The same bytes from every compiler"
 scripts/check-determinism.sh
 
