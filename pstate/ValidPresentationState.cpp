@@ -71,12 +71,6 @@ ValidPresentationState::ValidPresentationState(DcmDataset* dataset, const std::s
   name = (kFilePrefix + ("." + sopInstanceUid)).substr(0, kLongestName);
 }
 
-ValidPresentationState::~ValidPresentationState()
-{
-  if (!annotationItemInserted)
-    delete annotationItem;
-}
-
 bool ValidPresentationState::hasDisplayedArea() const
 {
   if (!displayedAreaItem)
@@ -184,13 +178,14 @@ bool ValidPresentationState::setImageReferences(const ObjectInfo& object, const 
     displayedAreaItem = nullptr;
     return false;
   }
-  annotationItem = new DcmItem;
+  pendingAnnotationItem = std::make_unique<DcmItem>();
+  annotationItem = pendingAnnotationItem.get();
   return true;
 }
 
 bool ValidPresentationState::checkAndCreateAnnotationLayer()
 {
-  if (annotationItemInserted)
+  if (annotationItem && !pendingAnnotationItem)
     return true;
   DcmItem* layer = nullptr;
   if (!ElementWriter(*fileFormat->getDataset())
@@ -202,15 +197,14 @@ bool ValidPresentationState::checkAndCreateAnnotationLayer()
            .text(DCM_GraphicLayerOrder, "1", "Graphic Layer Order could not be created: ")
            .ok())
     return false;
-  // On failure the item stays this object's.
   const OFCondition inserted =
-      fileFormat->getDataset()->insertSequenceItem(DcmTag(DCM_GraphicAnnotationSequence), annotationItem);
+      fileFormat->getDataset()->insertSequenceItem(DcmTag(DCM_GraphicAnnotationSequence), pendingAnnotationItem.get());
   if (inserted.bad())
   {
     reportCondition("Graphic Annotation Sequence item could not be created: ", inserted);
     return false;
   }
-  annotationItemInserted = true;
+  pendingAnnotationItem.release(); // the dataset's
   return ElementWriter(*annotationItem)
       .text(DCM_GraphicLayer, ANNLAYERNAME, "Graphic Layer could not be added to Graphic Annotation Sequence: ")
       .ok();

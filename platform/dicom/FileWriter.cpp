@@ -40,6 +40,16 @@ struct Target
       path = real.get();
   }
 
+  /// A rename asks neither for the permissions of what it replaces nor for its kind.
+  OFCondition checkReplaceable() const
+  {
+    if (!exists || S_ISDIR(status.st_mode)) // the rename refuses a directory
+      return EC_Normal;
+    if (!S_ISREG(status.st_mode))
+      return failure("Not a regular file");
+    return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 ? EC_Normal : systemFailure();
+  }
+
   /// Beside the target; the name is shortened where it would be longer than a file system takes.
   std::string partPath() const
   {
@@ -149,10 +159,13 @@ OFCondition encode(DcmFileFormat& file, const PartFile& part)
 OFCondition saveFile(DcmFileFormat& file, const std::string& path)
 {
   const Target target(path);
+  OFCondition status = target.checkReplaceable();
+  if (status.bad())
+    return status;
   PartFile part(target.partPath());
   if (!part.good())
     return systemFailure();
-  const OFCondition status = encode(file, part);
+  status = encode(file, part);
   if (status.bad())
     return status;
   return part.secureFor(target) && part.keepAs(target.path) ? EC_Normal : systemFailure();
