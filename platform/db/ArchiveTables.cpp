@@ -1,0 +1,50 @@
+#include "ArchiveTables.h"
+
+#include "SqlIdentifier.h"
+
+#include <cstdlib>
+
+namespace tarn::db
+{
+namespace
+{
+
+struct NamedByVariable
+{
+  const char* standard;
+  const char* variable;
+};
+
+constexpr NamedByVariable kNamedByVariable[] = {
+    {kObjectTable, "OBJECTTBL"},
+    {kObjCacheTable, "QXOBJCACHETBL"},
+    {kTargetTable, "TARGETTBL"},
+    {kDeviceServiceTable, "DEVSERVTBL"},
+};
+
+} // namespace
+
+ArchiveTables::ArchiveTables()
+{
+  for (const NamedByVariable& table : kNamedByVariable)
+    if (const char* name = std::getenv(table.variable); name && *name)
+      renamed[table.standard] = name;
+}
+
+const std::string& ArchiveTables::rawName(const std::string& standard) const
+{
+  const auto found = renamed.find(standard);
+  return found == renamed.end() ? standard : found->second;
+}
+
+std::string ArchiveTables::name(const std::string& standard) const
+{
+  return requireIdentifier(rawName(standard));
+}
+
+bool ArchiveTables::hasUsableName(const std::string& standard) const
+{
+  return isIdentifier(rawName(standard));
+}
+
+} // namespace tarn::db

@@ -1,0 +1,141 @@
+#include "DBConnector.h"
+
+#include "ArchiveSchema.h"
+#include "DBConnectorSql.h"
+#include "DBException.h"
+#include "DatabaseUrl.h"
+#include "MysqlSession.h"
+#include "SqlSession.h"
+#include "SqliteSession.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <system_error>
+
+namespace tarn::db
+{
+namespace
+{
+
+namespace fs = std::filesystem;
+
+constexpr char kMysqlScheme[] = "mysql://";
+constexpr char kSqliteScheme[] = "sqlite:";
+
+std::string environment(const char* variable)
+{
+  const char* value = std::getenv(variable);
+  return value ? value : "";
+}
+
+bool startsWith(const std::string& text, std::string_view start)
+{
+  return text.compare(0, start.size(), start) == 0;
+}
+
+/// The first line of the file that TARN_DB_PASSWORD_FILE names; nothing when it names none.
+std::optional<std::string> passwordFromFile()
+{
+  const std::string path = environment("TARN_DB_PASSWORD_FILE");
+  if (path.empty())
+    return std::nullopt;
+  std::ifstream file(path);
+  std::string password;
+  if (!file || !std::getline(file, password))
+    throw DBException("the file that TARN_DB_PASSWORD_FILE names cannot be read, or is empty");
+  return password;
+}
+
+std::unique_ptr<SqlSession> openServer(const std::string& url)
+{
+  MysqlAddress address = parseMysqlUrl(url);
+  if (!address.password)
+    address.password = passwordFromFile();
+  return openMysql(address);
+}
+
+std::unique_ptr<SqlSession> openEmbedded(const std::string& url, Missing missing)
+{
+  const std::string path = percentDecoded(url.substr(sizeof kSqliteScheme - 1));
+  if (path.empty())
+    throw DBException("it names no file");
+  return openSqlite(path, missing == Missing::create);
+}
+
+std::unique_ptr<SqlSession> openSession(const std::string& url, Missing missing)
+{
+  if (startsWith(url, kMysqlScheme))
+    return openServer(url);
+  if (startsWith(url, kSqliteScheme))
+    return openEmbedded(url, missing);
+  throw DBException("it starts with neither mysql:// nor sqlite:");
+}
+
+std::unique_ptr<DBConnectorSql> openUrl(const std::string& url, Missing missing)
+{
+  try
+  {
+    auto connector = std::make_unique<DBConnectorSql>(openSession(url, missing));
+    if (url == std::string(kSqliteScheme) + kSqliteInMemory) // nobody else could make its tables
+      createTables(*connector, Tables::usable);
+    return connector;
+  }
+  catch (const DBException& failure)
+  {
+    throw DBException("cannot open database " + withoutPassword(url) + ": " + failure.what());
+  }
+}
+
+/// The folder of the default database, made where it is missing; empty when it cannot be written.
+fs::path stateFolder()
+{
+  fs::path base = environment("XDG_STATE_HOME");
+  if (!base.is_absolute()) // relative ones are to be ignored
+    base = fs::path(environment("HOME")) / ".local" / "state";
+  const fs::path folder = base / "annomend";
+  std::error_code failure;
+  if (!base.is_absolute())
+    return {};
+  if (fs::create_directories(folder, failure))
+    fs::permissions(folder, fs::perms::owner_all, failure);
+  return access(folder.c_str(), W_OK | X_OK) == 0 ? folder : fs::path();
+}
+
+std::unique_ptr<DBConnectorSql> openDefault()
+{
+  const fs::path folder = stateFolder();
+  const std::string path = folder.empty() ? kSqliteInMemory : (folder / "archive.db").string();
+  try
+  {
+    auto connector = std::make_unique<DBConnectorSql>(openSqlite(path, true));
+    createTables(*connector, Tables::usable);
+    return connector;
+  }
+  catch (const DBException& failure)
+  {
+    throw DBException("cannot open database " + std::string(kSqliteScheme) + path + ": " + failure.what());
+  }
+}
+
+} // namespace
+
+std::unique_ptr<DBConnectorSql> DBConnectorSql::open(Missing missing)
+{
+  const std::string url = environment("TARN_DB_URL");
+  return url.empty() ? openDefault() : openUrl(url, missing);
+}
+
+std::unique_ptr<DBConnector> DBConnector::createConnector(int connection)
+{
+  if (connection != 0)
+    throw DBException("there is no connection " + std::to_string(connection));
+  return DBConnectorSql::open(Missing::refuse);
+}
+
+} // namespace tarn::db

@@ -1,0 +1,41 @@
+#include "DBConnectorSql.h"
+
+#include "DeviceAccessorSql.h"
+#include "GlobalLock.h"
+#include "MetaAccessorSql.h"
+#include "ObjCacheAccessorSql.h"
+#include "ObjectAccessorSql.h"
+#include "ReferenceAccessorSql.h"
+#include "SqlSession.h"
+
+#include <algorithm>
+
+namespace tarn::db
+{
+
+DBConnectorSql::DBConnectorSql(std::unique_ptr<SqlSession> opened)
+  : backend(std::move(opened)), referenceAccessor(std::make_unique<ReferenceAccessorSql>(*this)),
+    metaAccessor(std::make_unique<MetaAccessorSql>(*this)),
+    objCacheAccessor(std::make_unique<ObjCacheAccessorSql>(*this)),
+    objectAccessor(std::make_unique<ObjectAccessorSql>(*this)),
+    deviceAccessor(std::make_unique<DeviceAccessorSql>(*this))
+{
+}
+
+DBConnectorSql::~DBConnectorSql() = default;
+
+std::shared_ptr<GlobalLock> DBConnectorSql::tryLock(const std::string& name)
+{
+  heldLocks.erase(
+      std::remove_if(heldLocks.begin(), heldLocks.end(), [](const auto& held) { return held.second.expired(); }),
+      heldLocks.end());
+  for (const auto& [heldName, held] : heldLocks)
+    if (heldName == name)
+      return held.lock();
+  std::shared_ptr<GlobalLock> taken = backend->tryLock(name);
+  if (taken)
+    heldLocks.emplace_back(name, taken);
+  return taken;
+}
+
+} // namespace tarn::db

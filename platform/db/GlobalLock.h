@@ -1,0 +1,16 @@
+#pragma once
+
+namespace tarn::db
+{
+
+/// A lock between processes that is held as long as this object lives, and no longer than the process.
+class GlobalLock
+{
+public:
+  GlobalLock() = default;
+  GlobalLock(const GlobalLock&) = delete;
+  GlobalLock& operator=(const GlobalLock&) = delete;
+  virtual ~GlobalLock() = default;
+};
+
+} // namespace tarn::db

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace tarn::db
+{
+
+class GlobalLock;
+class SqlStatement;
+
+/// One open connection of a backend. SQL comes in the dialect of MySQL; a backend translates what it spells
+/// otherwise. Everything throws DBException with the library's own text.
+class SqlSession
+{
+public:
+  virtual std::unique_ptr<SqlStatement> prepare(const std::string& sql) = 0;
+  /// Runs one statement without parameters and results.
+  virtual void execute(const std::string& sql) = 0;
+  /// Starts a transaction that writes.
+  virtual void begin() = 0;
+  /// One attempt, without waiting, to get the lock `name`; null when somebody else holds it.
+  virtual std::unique_ptr<GlobalLock> tryLock(const std::string& name) = 0;
+  /// The statements that make the tables, ended by semicolons.
+  virtual std::string_view schema() const = 0;
+
+  virtual ~SqlSession() = default;
+};
+
+} // namespace tarn::db

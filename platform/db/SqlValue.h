@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string_view>
+#include <variant>
+
+namespace tarn::db
+{
+
+/// A value on its way into a statement: NULL, a whole number, or bytes that are borrowed until the statement has run.
+/// The view's pointer is never null, also when it is empty.
+using SqlValue = std::variant<std::monostate, long long, std::string_view>;
+
+} // namespace tarn::db

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "MysqlHandles.h"
+#include "SqlStatement.h"
+
+#include <vector>
+
+namespace tarn::db
+{
+
+class MysqlStatement : public SqlStatement
+{
+public:
+  MysqlStatement(MYSQL* connection, const std::string& sql);
+
+  std::size_t paramCount() const override { return mysql_stmt_param_count(handle.get()); }
+  std::size_t resultCount() const override { return columns.size(); }
+  /// The whole result is taken over from the server, so that other statements can run while it is fetched.
+  void execute(const std::vector<SqlValue>& params) override;
+  [[nodiscard]] bool fetch(SqlRow& row) override;
+  void reset() noexcept override { mysql_stmt_free_result(handle.get()); }
+
+private:
+  /// Where the library puts one column of a row.
+  struct Column
+  {
+    std::vector<char> buffer;
+    unsigned long length = 0;
+    MysqlFlag isNull = 0;
+  };
+  void bindParams(const std::vector<SqlValue>& params);
+  void bindResult();
+  void growAndFetch(unsigned index);
+
+  MysqlStatementHandle handle;
+  std::vector<MYSQL_BIND> paramBinds;
+  std::vector<Column> columns;
+  std::vector<MYSQL_BIND> columnBinds;
+};
+
+} // namespace tarn::db
