@@ -41,7 +41,10 @@ Usage:
 Converts annotations stored in QX private tags in a Presentation State file to DICOM compliant format
 )";
 
-void usage() { tarn::consoleError() << kUsage << std::flush; }
+void usage()
+{
+  tarn::consoleError() << kUsage << std::flush;
+}
 
 struct Options
 {
