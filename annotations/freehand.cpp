@@ -93,6 +93,8 @@ void FreeHand::traceArguments() const
 
 bool FreeHand::createSimple()
 {
+  if (xs.empty())
+    return true; // nothing was parsed
   std::vector<Float32> points;
   points.reserve(2 * (xs.size() + 1));
   for (std::size_t vertex = 0; vertex < xs.size(); ++vertex)

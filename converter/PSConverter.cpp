@@ -27,6 +27,7 @@ constexpr std::size_t kInputRootLength = sizeof kInputRoot - 1;
 constexpr char kOutputFormat[] = "1.2.826.0.1.7770001.2.11.7.%d%s";
 constexpr std::size_t kUidLength = 64;
 
+constexpr char kNoPluginState[] = "DataSet does not contain private presentation state data: ";
 constexpr char kPresentationStateClass[] = "1.2.840.10008.5.1.4.1.1.11.1";
 
 bool startsWith(const std::string& text, const char* start)
@@ -129,14 +130,16 @@ bool PSConverter::convertLoaded(bool touchObjectCache)
   if (!fetchPluginState(element) || !readIdentity() || !findReferencedSeries())
     return false;
   // Large values are read from the file on first use, and the file may be replaced by what is written here.
-  OFCondition status = fileFormat->loadAllDataIntoMemory();
-  std::string text;
-  if (status.good())
-    status = tarn::dicom::readBytes(*element, text);
-  if (status.bad())
+  if (const OFCondition status = fileFormat->loadAllDataIntoMemory(); status.bad())
   {
     reportCondition(inputFile + " could not be loaded: ", status);
     return true;
+  }
+  std::string text;
+  if (const OFCondition status = tarn::dicom::readBytes(*element, text); status.bad())
+  {
+    reportCondition(kNoPluginState, status);
+    return false;
   }
   if (debug)
   {
@@ -156,7 +159,7 @@ bool PSConverter::fetchPluginState(DcmElement*& element) const
   const OFCondition status =
       PBItem(*fileFormat->getDataset()).findAndGetPBElement(PBItem::kPluginStateKey, element, false);
   if (status.bad())
-    reportCondition("DataSet does not contain private presentation state data: ", status);
+    reportCondition(kNoPluginState, status);
   else if (!element)
     tarn::report("Private presentation state data is NULL");
   return status.good() && element;

@@ -135,8 +135,10 @@ int runCommand(int argc, char** argv)
 void setUpProcess()
 {
   // What is opened next must not become standard error, or the messages would go into it.
-  for (int fd = open("/dev/null", O_RDWR); fd >= 0 && fd <= STDERR_FILENO;)
+  int fd = open("/dev/null", O_RDWR);
+  while (fd >= 0 && fd <= STDERR_FILENO)
     fd = open("/dev/null", O_RDWR);
+  close(fd);
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
   std::set_terminate(reportUncaught);
