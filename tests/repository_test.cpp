@@ -1,5 +1,8 @@
 #include "Environment.h"
+#include "LogFile.h"
 #include "TempDir.h"
+
+#include "IMRepositoryHandlerIface.h"
 
 #include "RepositoryHandler.h"
 
@@ -9,6 +12,7 @@
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -344,6 +348,158 @@ TEST_F(Repositories, MountsOfPaths)
   EXPECT_NEAR(HANDLER(freeMount_)("meta", mount("one").c_str(), false, nullptr), mebibytes, mebibytes * 0.1);
   EXPECT_EQ(HANDLER(freeMount_)("meta", mount("one/x").c_str(), false, nullptr), -1);
   EXPECT_EQ(HANDLER(freeMount_)("meta", "/", false, nullptr), -1);
+}
+
+/// Paths whose library has the five entry points that constants are added for, and notes how they are called.
+class RecordingLibrary : public testing::Test
+{
+protected:
+  std::string calls() const
+  {
+    std::ostringstream text;
+    text << std::ifstream(file).rdbuf();
+    return text.str();
+  }
+  const TempDir folder;
+  const std::string file = folder.path() / "calls";
+  const Environment environment{{{"REPOSITORYHANDLER_HOME", ANNOMEND_RECORDING_HOME}, {"RECORDED_CALLS", file}}};
+};
+
+template <class Operations>
+void callWithConstants()
+{
+  int status = 0;
+  int existed = 0;
+  EXPECT_EQ(taken(Operations::createDirectory("r", "s", &status, &existed, false, false, nullptr)), "made");
+  EXPECT_EQ(taken(Operations::getLocation("r", "s", &status, true, true, true, nullptr)), "found");
+  EXPECT_EQ(Operations::removeResource("r", "s", nullptr), 17);
+  Operations::checkOverload("r", false, nullptr);
+  EXPECT_EQ(Operations::freeMount("r", "/m", nullptr), 18);
+}
+
+const char kCallsWithConstants[] = "createDirectory_ r s 0 0 1\n"
+                                   "getLocation_ r s 1 1 1 0\n"
+                                   "removeResource_ r s 1 1\n"
+                                   "checkOverload_ r 1 0\n"
+                                   "freeMount_ r /m 0\n";
+const char kCreateDirectoryArguments[] = "createDirectory with repository=r subDir=s shouldLock=";
+
+/// Every operation that the recording library lacks gives its failure value.
+template <class Operations>
+void callWhatIsLacking()
+{
+  std::list<std::string> locations;
+  long count = 0;
+  utimbuf times{};
+  EXPECT_EQ(Operations::createLocation("r", "s", nullptr, nullptr, false, nullptr), nullptr);
+  EXPECT_EQ(Operations::getLocations("r", "s", locations, false, false, nullptr), -1);
+  EXPECT_EQ(Operations::getRepositoryStatus("r", nullptr), -1);
+  EXPECT_EQ(Operations::checkResourceStatus("r", "s", nullptr), -1);
+  EXPECT_EQ(Operations::listFiles("/", &count, false, nullptr), nullptr);
+  EXPECT_EQ(Operations::listDirs("/", &count, false, nullptr), nullptr);
+  EXPECT_EQ(Operations::getMountPathForDirectory("r", "s", nullptr), nullptr);
+  EXPECT_EQ(Operations::getMountFromPath("r", "/m", nullptr), nullptr);
+  EXPECT_EQ(Operations::unAge("r", "s", nullptr), nullptr);
+  EXPECT_FALSE(Operations::getTimeProperties("r", "s", &times, nullptr));
+  EXPECT_FALSE(Operations::setTimeProperties("r", "s", &times, nullptr));
+  EXPECT_FALSE(Operations::lockResource("r", "s", nullptr));
+  EXPECT_FALSE(Operations::unlockResource("r", "s", nullptr));
+  EXPECT_FALSE(Operations::isDirty("r", "s", nullptr));
+  Operations::setDirty("r", "s", true, nullptr);
+}
+
+const char* const kLacking[] = {"createLocation_",           "getLocations_",      "getRepositoryStatus_",
+                                "checkResourceStatus_",      "listFiles_",         "listDirs_",
+                                "getMountPathForDirectory_", "getMountFromPath_",  "unAge_",
+                                "getTimeProperties_",        "setTimeProperties_", "lockResource_",
+                                "unlockResource_",           "isDirty_",           "setDirty_"};
+
+std::string lackingLines(const std::string& start, bool withSymbol)
+{
+  const std::string library = ANNOMEND_RECORDING_HOME "/lib/RepositoryHandler.so";
+  std::string lines;
+  for (const std::string symbol : kLacking)
+    lines += "error IMRepositoryHandlerIface: " + start + (withSymbol ? symbol + ": " : "") + library +
+             ": undefined symbol: " + symbol + "\n";
+  return lines;
+}
+
+TEST_F(RecordingLibrary, ThePlainFormPassesTheConstantsAndNamesWhatIsLacking)
+{
+  const LogFile log;
+  callWithConstants<PlainOperations>();
+  EXPECT_EQ(calls(), kCallsWithConstants);
+  callWhatIsLacking<PlainOperations>();
+  EXPECT_EQ(log.lines(), std::string("info IMRepositoryHandlerIface: called ") + kCreateDirectoryArguments + "false\n" +
+                             lackingLines("dlsym error initTask: ", false));
+}
+
+TEST(PlainForm, NoLibraryIsAFailureAndOneLine)
+{
+  const std::string home(1000, 'h');
+  const struct
+  {
+    std::optional<std::string> home;
+    std::string error;
+  } rows[] = {
+      {std::nullopt, "/dev/null/lib/RepositoryHandler.so: cannot open shared object file: Not a directory"},
+      {"", "/dev/null/lib/RepositoryHandler.so: cannot open shared object file: Not a directory"},
+      {"/absent", "/absent/lib/RepositoryHandler.so: cannot open shared object file: No such file or directory"},
+      {"/" + home, "/" + home + "/lib/RepositoryHandler.so: File name too long"}};
+  for (const auto& row : rows)
+  {
+    const Environment environment({{"REPOSITORYHANDLER_HOME", row.home}});
+    const LogFile log;
+    std::list<std::string> locations;
+    EXPECT_EQ(getLocations("r", "s", locations, false, false, nullptr), -1);
+    int status = 0;
+    EXPECT_EQ(createDirectory("r", "s", &status, nullptr, false, true, nullptr), nullptr);
+    const std::string line = "error IMRepositoryHandlerIface: dlopen error: " + row.error + "\n";
+    EXPECT_EQ(log.lines(),
+              line + "info IMRepositoryHandlerIface: called " + kCreateDirectoryArguments + "true\n" + line);
+  }
+}
+
+/// One test, since what the class form has resolved stays: a failing load, a library that lacks most entry points, and
+/// the complete one.
+TEST_F(RecordingLibrary, TheClassFormKeepsWhatItHasResolved)
+{
+  using Iface = IMRepositoryHandlerIface;
+  const std::string processList = "/tmp/error_ps." + std::to_string(getpid()) + ".txt";
+  const std::string start = "error IMRepositoryHandlerIface: EXCEPTION: dlopen error";
+  const std::string reason =
+      "/absent/lib/RepositoryHandler.so: cannot open shared object file: No such file or directory\n";
+  {
+    const Environment nowhere{Environment::Variables{{"REPOSITORYHANDLER_HOME", "/absent"}}};
+    const LogFile log;
+    Iface::init();
+    EXPECT_EQ(Iface::createDirectory("r", "s", nullptr, nullptr, false, true, nullptr), nullptr);
+    EXPECT_EQ(log.lines(), start + " (/absent/lib/RepositoryHandler.so): " + reason + start + ": " + reason +
+                               "info IMRepositoryHandlerIface: error: not called " + kCreateDirectoryArguments +
+                               "true\n");
+  }
+  std::string listed;
+  std::getline(std::ifstream(processList), listed);
+  EXPECT_NE(listed.find("PID"), std::string::npos) << listed;
+  fs::remove(processList);
+  {
+    const LogFile log;
+    Iface::init();
+    Iface::init();
+    EXPECT_EQ(log.lines(), lackingLines("EXCEPTION: dlsym error ", true))
+        << "once, and in the order of the entry points";
+  }
+  const LogFile log;
+  callWhatIsLacking<Iface>();
+  EXPECT_EQ(log.lines(), lackingLines("EXCEPTION: dlsym error ", true)) << "sought again at each call";
+  fs::remove(processList);
+
+  const Environment complete{Environment::Variables{{"REPOSITORYHANDLER_HOME", ANNOMEND_HANDLER_HOME}}};
+  callWithConstants<Iface>();
+  EXPECT_EQ(calls(), kCallsWithConstants) << "resolved before, still called";
+  fs::create_directory(folder.path() / "s");
+  for (int round = 0; round < 2; ++round)
+    EXPECT_EQ(Iface::checkResourceStatus(folder.path().c_str(), "s", nullptr), kLocated);
 }
 
 } // namespace

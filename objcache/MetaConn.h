@@ -1,0 +1,23 @@
+#pragma once
+
+namespace tarn::db
+{
+class DBConnector;
+}
+
+namespace tarn::utils
+{
+
+/// The database connection during one operation, borrowed; null where there is none.
+class MetaConn
+{
+public:
+  explicit MetaConn(db::DBConnector* connector) : db(connector) {}
+
+  db::DBConnector* connector() const { return db; }
+
+private:
+  db::DBConnector* db;
+};
+
+} // namespace tarn::utils
