@@ -7,10 +7,16 @@
 #include <set>
 #include <string>
 
+namespace tarn::imutils
+{
+class IMSemaphore;
+}
+
 namespace tarn::db
 {
 
 class DBConnector;
+struct ObjCacheEntry;
 
 /// Makes sure that the object table holds a study's rows: reads the study's entry in the object-cache table and, where
 /// that says so, fills the object table from the study's object meta file ("objectdb.meta" in its meta directory),
@@ -23,6 +29,7 @@ class DBConnector;
 class ObjCacheMgr
 {
 public:
+  /// `db`, not null, is borrowed.
   explicit ObjCacheMgr(DBConnector* db);
 
   /// True when the entry is valid or has been made valid; never false. Throws ObjCacheException when it is not, after
@@ -53,6 +60,23 @@ public:
                       std::set<std::string>& files);
 
 private:
+  enum class Outcome
+  {
+    kSuccess,
+    kFailed,
+    kLeftAlone ///< nothing was imported and the entry stays as it is
+  };
+
+  void checkAndImport(const std::string& study, bool metaRequiredCheck, imutils::IMSemaphore& lock, bool& newEntry);
+  bool needsImport(const std::string& study, const ObjCacheEntry& entry) const;
+  Outcome import(const std::string& study, bool metaRequiredCheck);
+  ObjCacheException errorStatus(const std::string& study, bool forceErrorRefs) const;
+  int locateMetaFile(const std::string& study, std::string& path, bool& metaMissing);
+  bool hasErrorRef(const std::string& study);
+  void addErrorRef(const std::string& key, const char* kind);
+  std::set<std::string> collectFiles(const std::string& study);
+  void collectFromDirectories(const std::string& study, std::set<std::string>& files);
+
   DBConnector* db;
   std::string objectTable;
   std::string objCacheTable;

@@ -8,7 +8,7 @@ scripts/install-deps.sh
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 [[ -f build/release/build.ninja ]] || cmake --preset release >"$log" || { cat "$log" >&2; exit 1; }
-if ! ninja -C build/release annomend annomend-samples tarnctl RepositoryHandler >"$log"; then
+if ! ninja -C build/release annomend annomend-samples tarnctl annomend_repository_handler >"$log"; then
   cat "$log" >&2
   exit 1
 fi

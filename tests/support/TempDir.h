@@ -1,10 +1,9 @@
 #pragma once
 
+#include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
-
-#include <stdlib.h>
 
 /// A new folder under `parent`, removed with all that is in it.
 class TempDir

@@ -1,11 +1,11 @@
 #include "MysqlStatement.h"
 
+#include <algorithm>
+
 namespace tarn::db
 {
 namespace
 {
-
-constexpr std::size_t kUsualColumn = 256; // bytes; a longer value is fetched a second time, into a buffer of its size
 
 MYSQL_STMT* makeStatement(MYSQL* connection)
 {
@@ -40,8 +40,6 @@ MysqlStatement::MysqlStatement(MYSQL* connection, const std::string& sql) : hand
   checkMysql(mysql_stmt_prepare(handle.get(), sql.data(), sql.size()), "cannot prepare a statement", handle.get());
   columns.resize(mysql_stmt_field_count(handle.get()));
   columnBinds.resize(columns.size());
-  for (Column& column : columns)
-    column.buffer.resize(kUsualColumn);
 }
 
 void MysqlStatement::execute(const std::vector<SqlValue>& params)
@@ -87,24 +85,25 @@ bool MysqlStatement::fetch(SqlRow& row)
   checkMysql(outcome != MYSQL_DATA_TRUNCATED && outcome != 0, "cannot fetch a row", handle.get());
   row.resize(columns.size());
   for (unsigned i = 0; i < columns.size(); ++i)
-  {
-    growAndFetch(i);
-    row[i].reset();
-    if (!columns[i].isNull)
-      row[i].emplace(columns[i].buffer.data(), columns[i].length);
-  }
+    row[i] = valueOf(i);
   return true;
 }
 
-void MysqlStatement::growAndFetch(unsigned index)
+std::optional<std::string> MysqlStatement::valueOf(unsigned index)
 {
   Column& column = columns[index];
-  if (column.isNull || column.length <= column.buffer.size())
-    return;
-  column.buffer.resize(column.length);
-  bindResult(); // the buffer has moved
-  checkMysql(mysql_stmt_fetch_column(handle.get(), &columnBinds[index], index, 0), "cannot fetch a column",
-             handle.get());
+  if (column.isNull)
+    return std::nullopt;
+  std::string value(column.buffer.data(), std::min<std::size_t>(column.length, column.buffer.size()));
+  if (column.length > column.buffer.size())
+  {
+    value.resize(column.length);
+    MYSQL_BIND bind = columnBinds[index];
+    bind.buffer = value.data();
+    bind.buffer_length = value.size();
+    checkMysql(mysql_stmt_fetch_column(handle.get(), &bind, index, 0), "cannot fetch a column", handle.get());
+  }
+  return value;
 }
 
 } // namespace tarn::db

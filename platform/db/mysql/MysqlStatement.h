@@ -3,6 +3,7 @@
 #include "MysqlHandles.h"
 #include "SqlStatement.h"
 
+#include <array>
 #include <vector>
 
 namespace tarn::db
@@ -21,16 +22,16 @@ public:
   void reset() noexcept override { mysql_stmt_free_result(handle.get()); }
 
 private:
-  /// Where the library puts one column of a row.
+  /// Where the library puts one column of a row. A longer value is fetched a second time, into a place of its size.
   struct Column
   {
-    std::vector<char> buffer;
+    std::array<char, 256> buffer;
     unsigned long length = 0;
     MysqlFlag isNull = 0;
   };
   void bindParams(const std::vector<SqlValue>& params);
   void bindResult();
-  void growAndFetch(unsigned index);
+  std::optional<std::string> valueOf(unsigned index);
 
   MysqlStatementHandle handle;
   std::vector<MYSQL_BIND> paramBinds;

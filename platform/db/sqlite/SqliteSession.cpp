@@ -8,6 +8,11 @@
 #include "SqliteStatement.h"
 #include "sqliteSchema.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
 #include <system_error>
 #include <utility>
 
@@ -18,6 +23,7 @@ namespace
 
 // Writers hold the database for one statement or a short transaction: a minute is more than any queue of them needs.
 constexpr int kBusyMilliseconds = 60000;
+constexpr int kSwitchRetryMilliseconds = 5;
 
 class SqliteSession : public SqlSession
 {
@@ -49,16 +55,40 @@ private:
   SqliteConnection connection;
 };
 
+/// The system's reason, which the library does not tell.
+std::string reasonNotToOpen(const std::string& path)
+{
+  const int descriptor = ::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0)
+    return std::generic_category().message(errno);
+  ::close(descriptor);
+  return "it cannot be used as a database";
+}
+
 SqliteConnection openFile(const std::string& path, bool create)
 {
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (create ? SQLITE_OPEN_CREATE : 0);
   sqlite3* opened = nullptr;
   const int code = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
   SqliteConnection connection(opened);
-  if (code == SQLITE_CANTOPEN && sqlite3_system_errno(opened) != 0)
-    throw DBException("cannot open the file: " + std::generic_category().message(sqlite3_system_errno(opened)));
+  if (code == SQLITE_CANTOPEN)
+    throw DBException("cannot open the file: " + reasonNotToOpen(path));
   checkSqlite(code, "cannot open the file", opened);
   return connection;
+}
+
+/// Processes that switch a new database at once refuse each other without waiting, whatever the busy time-out.
+void enterWalMode(sqlite3* connection)
+{
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kBusyMilliseconds);
+  int code = SQLITE_BUSY;
+  while (code == SQLITE_BUSY && std::chrono::steady_clock::now() < deadline)
+  {
+    code = sqlite3_exec(connection, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr);
+    if (code == SQLITE_BUSY)
+      sqlite3_sleep(kSwitchRetryMilliseconds);
+  }
+  checkSqlite(code, "cannot enter WAL mode", connection);
 }
 
 } // namespace
@@ -73,9 +103,8 @@ std::unique_ptr<SqlSession> openSqlite(const std::string& path, bool create)
 {
   SqliteConnection connection = openFile(path, create || path == kSqliteInMemory);
   checkSqlite(sqlite3_busy_timeout(connection.get(), kBusyMilliseconds), "cannot set the time-out", connection.get());
-  auto session = std::make_unique<SqliteSession>(std::move(connection));
-  session->execute("PRAGMA journal_mode=WAL");
-  return session;
+  enterWalMode(connection.get());
+  return std::make_unique<SqliteSession>(std::move(connection));
 }
 
 } // namespace tarn::db

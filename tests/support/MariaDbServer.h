@@ -1,0 +1,39 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+/// A throw-away MariaDB server of its own, without network, its data in a new folder below /tmp. It ends with this
+/// object, and with the process that made it, however that ends; the folder goes with the object. `root` has no
+/// password.
+class MariaDbServer
+{
+public:
+  /// Starts it and waits until it answers; throws std::runtime_error, with the server's log, when it does not.
+  /// `options` go to the server's command line.
+  explicit MariaDbServer(const std::vector<std::string>& options = {});
+  ~MariaDbServer();
+  MariaDbServer(const MariaDbServer&) = delete;
+  MariaDbServer& operator=(const MariaDbServer&) = delete;
+
+  /// Makes a new empty database; its URL for `root`.
+  std::string createDatabase();
+  /// Runs statements as `root`; throws std::runtime_error when they fail.
+  void run(const std::string& sql) const;
+  /// Ends it at once, as a crash would, for good.
+  void kill();
+
+  const std::string& folder() const { return directory; }
+  std::string socket() const { return directory + "/s"; }
+
+private:
+  void start(const std::vector<std::string>& options);
+  void waitUntilReady() const;
+
+  std::string directory;
+  pid_t keeper = -1; ///< the process that ends the server when the pipe `leash` is closed
+  int leash = -1;
+  int databases = 0;
+};
