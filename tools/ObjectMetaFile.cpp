@@ -3,50 +3,45 @@
 #include "IMException.h"
 #include "PartFile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
+#include <numeric>
 
 namespace tarn::tools
 {
 namespace
 {
 
-namespace fs = std::filesystem;
 using imutils::IMException;
+using Row = db::ObjMeta::Row;
 
-/// A number that its readers only require to be there, and the number and names of the columns.
-constexpr char kHeading[] = "1\n8\n"
-                            "STUDYUID\tFNAME\tSOPCLASSUID\tSOPINSTUID\tSERIESUID\tIMGCOLUMNS\tIMGROWS\tIMGFRAMES";
-constexpr std::size_t kTabs = 7; // a row
+/// The columns of the object table, in the order of valuesOf().
+constexpr const char* kColumns[] = {"STUDYUID",  "FNAME",      "SOPCLASSUID", "SOPINSTUID",
+                                    "SERIESUID", "IMGCOLUMNS", "IMGROWS",     "IMGFRAMES"};
+constexpr char kNull[] = "<<NULL>>";
 
 std::string numberText(const std::optional<int>& number)
 {
-  return number ? std::to_string(*number) : "<<NULL>>";
+  return number ? std::to_string(*number) : kNull;
 }
 
-/// The values hold no character that URL encoding changes.
-std::string lineOf(const StudyObject& object)
+/// None of them holds a character that URL encoding changes.
+Row valuesOf(const StudyObject& object)
 {
-  return object.studyUid + '\t' + object.name + '\t' + object.sopClassUid + '\t' + object.sopInstanceUid + '\t' +
-         object.seriesUid + '\t' + numberText(object.columns) + '\t' + numberText(object.rows) + '\t' +
-         numberText(object.frames);
+  return {object.studyUid,         object.name,
+          object.sopClassUid,      object.sopInstanceUid,
+          object.seriesUid,        numberText(object.columns),
+          numberText(object.rows), numberText(object.frames)};
 }
 
-std::string readHeading(std::istream& file)
+std::string lineOf(const Row& row)
 {
-  std::string heading;
   std::string line;
-  for (int i = 0; i < 3 && std::getline(file, line); ++i)
-    heading += (i == 0 ? "" : "\n") + line;
-  return heading;
-}
-
-std::string nameIn(const std::string& line)
-{
-  const std::size_t start = line.find('\t') + 1;
-  return line.substr(start, line.find('\t', start) - start);
+  for (const std::string& value : row)
+    line += value + '\t';
+  line.back() = '\n';
+  return line;
 }
 
 [[noreturn]] void refuse(const std::string& path, const std::string& reason)
@@ -56,46 +51,54 @@ std::string nameIn(const std::string& line)
 
 } // namespace
 
+ObjectMetaFile::ObjectMetaFile()
+{
+  meta.columns.assign(std::begin(kColumns), std::end(kColumns));
+  std::iota(places.begin(), places.end(), 0);
+}
+
 void ObjectMetaFile::read(const std::string& path)
 {
-  std::error_code error;
-  const fs::file_status status = fs::symlink_status(path, error);
-  if (status.type() == fs::file_type::not_found)
+  db::ObjMeta found;
+  bool missing = false;
+  const db::ImportCode code = found.read(path, missing);
+  if (missing)
     return;
-  if (!fs::is_regular_file(status))
-    refuse(path, "not a regular file");
-  std::ifstream file(path);
-  if (!file)
-    refuse(path, std::strerror(errno));
-  if (readHeading(file) != kHeading)
-    refuse(path, "its heading is not one that tarnctl writes");
-  for (std::string line; std::getline(file, line);)
+  if (code != db::kImported)
+    refuse(path, "cannot be read, import code " + std::to_string(code));
+  meta = std::move(found);
+  locateColumns(path);
+}
+
+void ObjectMetaFile::locateColumns(const std::string& path)
+{
+  for (std::size_t i = 0; i < kValues; ++i)
   {
-    if (static_cast<std::size_t>(std::count(line.begin(), line.end(), '\t')) != kTabs)
-      refuse(path, "a row does not have " + std::to_string(kTabs + 1) + " values");
-    lines[nameIn(line)] = line;
+    const auto place = std::find(meta.columns.begin(), meta.columns.end(), kColumns[i]);
+    if (place == meta.columns.end())
+      refuse(path, std::string("has no column ") + kColumns[i]);
+    places[i] = static_cast<std::size_t>(place - meta.columns.begin());
   }
-  if (file.bad())
-    refuse(path, std::strerror(errno));
 }
 
 void ObjectMetaFile::put(const StudyObject& object)
 {
-  std::string line = lineOf(object);
-  const auto [place, isNew] = lines.try_emplace(object.name);
+  const auto [place, isNew] = meta.rows.try_emplace(object.name, meta.columns.size(), kNull);
+  const Row before = place->second;
+  const Row values = valuesOf(object);
+  for (std::size_t i = 0; i < kValues; ++i)
+    place->second[places[i]] = values[i];
   if (isNew)
     ++addedCount;
-  else if (place->second != line)
+  else if (place->second != before)
     ++changedCount;
-  place->second = std::move(line);
 }
 
 void ObjectMetaFile::write(const PartFile& file) const
 {
-  std::string text = kHeading;
-  text += '\n';
-  for (const auto& [name, line] : lines)
-    text += line + '\n';
+  std::string text = std::to_string(size()) + '\n' + std::to_string(meta.columns.size()) + '\n' + lineOf(meta.columns);
+  for (const auto& [name, row] : meta.rows)
+    text += lineOf(row);
   if (!file.good() || !file.write(text.data(), text.size()) || !file.sync())
     throw IMException(file.path() + ": " + std::strerror(errno));
 }

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "ObjMeta.h"
 #include "StudyObject.h"
 
+#include <array>
 #include <cstddef>
-#include <map>
 #include <string>
 
 namespace tarn
@@ -14,19 +15,21 @@ class PartFile;
 namespace tarn::tools
 {
 
-/// The content of a study's object meta file ("objectdb.meta"): three lines of heading, then one line an object, its
-/// values separated by tabs and URL-encoded, "<<NULL>>" for what is absent.
+/// A study's object meta file (see ObjMeta) that objects are put into. A new one has the columns of the object table;
+/// one that was read keeps its columns and rows.
 class ObjectMetaFile
 {
 public:
-  /// Adds the objects of the file `path`; nothing where there is none. Throws IMException when it cannot be read or is
-  /// not laid out as write() does it.
+  ObjectMetaFile();
+
+  /// Takes what the file `path` holds; nothing where there is none. Throws IMException when it cannot be read or lacks
+  /// a column of the object table. To be called before put().
   void read(const std::string& path);
 
-  /// Adds the object, over one of its name.
+  /// Adds the object, over one of its name. Columns that it has no value for are as they were, NULL for a new one.
   void put(const StudyObject& object);
 
-  std::size_t size() const { return lines.size(); }
+  std::size_t size() const { return meta.rows.size(); }
   std::size_t added() const { return addedCount; }     ///< by put()
   std::size_t changed() const { return changedCount; } ///< by put()
 
@@ -34,7 +37,11 @@ public:
   void write(const PartFile& file) const;
 
 private:
-  std::map<std::string, std::string> lines; ///< by object name, as it stands in the file
+  static constexpr std::size_t kValues = 8; ///< of a StudyObject
+  void locateColumns(const std::string& path);
+
+  db::ObjMeta meta;
+  std::array<std::size_t, kValues> places{}; ///< of an object's values in a row
   std::size_t addedCount = 0;
   std::size_t changedCount = 0;
 };

@@ -108,7 +108,7 @@ void StudyAdmin::writeStoreState(const std::string& metaDir)
   PartFile file(path);
   utils::MetaConn conn(&db);
   if (!file.good() || !metaManager.createDefaultStorestate(file.path(), conn) || !file.sync())
-    throw IMException(file.path() + ": " + std::strerror(errno));
+    throw IMException(path + ": the store state cannot be written");
   publish(file, metaDir);
 }
 

@@ -49,9 +49,9 @@ void requireRepository(const char* variable, db::DBConnector& db)
                       " cannot be reached (status " + std::to_string(status) + ")");
 }
 
-std::string counted(std::size_t number, const std::string& thing)
+std::string counted(std::size_t number, const std::string& one, const std::string& several)
 {
-  return std::to_string(number) + " " + thing + (number == 1 ? "" : "s");
+  return std::to_string(number) + " " + (number == 1 ? one : several);
 }
 
 /// The objects that were read, by study, and how many files were not.
@@ -120,7 +120,8 @@ bool addOne(StudyAdmin& admin, const std::string& study, const std::vector<Study
   try
   {
     const AddedStudy result = admin.add(study, objects, options);
-    trace(study, ": ", counted(result.objects, "object"), ", ", result.added, " added, ", result.changed, " changed");
+    trace(study, ": ", counted(result.objects, "object", "objects"), ", ", result.added, " added, ", result.changed,
+          " changed");
     return true;
   }
   catch (const std::exception& failure)
@@ -202,8 +203,8 @@ bool addStudies(const std::vector<std::string>& paths, const AddOptions& options
   std::size_t registered = 0;
   for (const auto& [study, objects] : reading.studies)
     registered += addOne(admin, study, objects, options) ? 1 : 0;
-  trace(counted(registered, "study"), " registered; files: ", reading.objects, " read, ", reading.skipped, " skipped, ",
-        reading.failed, " failed");
+  trace(counted(registered, "study", "studies"), " registered; files: ", reading.objects, " read, ", reading.skipped,
+        " skipped, ", reading.failed, " failed");
   return registered > 0 && registered == reading.studies.size() && reading.failed == 0;
 }
 

@@ -24,12 +24,11 @@ enum ExitStatus
 };
 
 constexpr char kEnvironment[] = R"(
-Environment: TARN_DB_URL names the database, OBJECTTBL, QXOBJCACHETBL, TARGETTBL and DEVSERVTBL its tables,
-REPOSITORYHANDLER_HOME the repository handler, REPOSITORY_META and REPOSITORY_TEMPMETA the repositories.
+The environment names the database (TARN_DB_URL), its tables (OBJECTTBL, QXOBJCACHETBL, TARGETTBL, DEVSERVTBL), the
+repository handler (REPOSITORYHANDLER_HOME) and the repositories (REPOSITORY_META, REPOSITORY_TEMPMETA).
 Exit status: 0 done, 1 failed, 2 the command line is not understood. See tarnctl(8).)";
 
-constexpr char kAddStudy[] = R"(Registers the studies of all DICOM files in DIR... and below.
-
+constexpr char kAddStudy[] = R"(
 A study that is registered already keeps its objects: those found are added, or changed where they differ. With
 --replace it has those found and no others. The next conversion imports the study anew.
 Files that are no DICOM objects are skipped. One that cannot be read is reported, the others are registered, and the
@@ -42,7 +41,7 @@ public:
   CommandLine()
   {
     app.set_version_flag("--version", "tarnctl " ANNOMEND_VERSION);
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1); // a command that there is not is named in the message then
     app.footer(kEnvironment);
     addInit();
     addAddStudy();
@@ -53,13 +52,15 @@ public:
                removeStudy);
   }
 
-  /// kDone when run() has something to do; otherwise all is said, and `status` is the exit status.
+  /// True when run() has something to do; otherwise all is said, and `status` is the exit status.
   bool read(int argc, char** argv, ExitStatus& status)
   {
     try
     {
       app.parse(argc, argv);
-      return true;
+      if (chosen)
+        return true;
+      throw CLI::RequiredError("A command");
     }
     catch (const CLI::CallForHelp&)
     {
@@ -90,19 +91,17 @@ private:
 
   void addAddStudy()
   {
-    CLI::App* command = app.add_subcommand("add-study", kAddStudy);
-    command->add_option("DIR", directories, "Folders (or files)")->required();
-    const CLI::Option* required =
-        command->add_flag("--meta-required,!--no-meta-required", metaRequired,
-                          "A missing object meta file is an error for the study, or is none (new studies: none)");
+    CLI::App* command =
+        app.add_subcommand("add-study", "Registers the studies of all DICOM files in DIR... and below.");
+    command->footer(kAddStudy);
+    command->add_option("DIR", directories, "Folders (or files)")->type_name("")->required();
+    const auto setRequired = [this](bool required) { return [this, required] { addOptions.metaRequired = required; }; };
+    CLI::Option* required = command->add_flag_callback("--meta-required", setRequired(true),
+                                                       "A missing object meta file is an error for the study");
+    command->add_flag_callback("--no-meta-required", setRequired(false), "It is none (so it is for a new study)")
+        ->excludes(required);
     command->add_flag("--replace", addOptions.replace, "Forget the objects that the study had");
-    command->callback(
-        [this, required]
-        {
-          if (required->count() > 0)
-            addOptions.metaRequired = metaRequired;
-          chosen = [this] { return addStudies(directories, addOptions); };
-        });
+    command->callback([this] { chosen = [this] { return addStudies(directories, addOptions); }; });
   }
 
   void addStatus()
@@ -122,14 +121,13 @@ private:
   CLI::Option* addStudyArgument(CLI::App& command)
   {
     const auto refusal = [](const std::string& text) { return isUid(text) ? "" : "'" + text + "' is no study UID"; };
-    return command.add_option("STUDY", study, "Study Instance UID")->check(CLI::Validator(refusal, ""));
+    return command.add_option("STUDY", study, "Study Instance UID")->type_name("")->check(CLI::Validator(refusal, ""));
   }
 
   CLI::App app{"Administers the studies that annomend(1) converts presentation states of."};
   std::function<bool()> chosen;
   std::vector<std::string> directories;
   AddOptions addOptions;
-  bool metaRequired = false;
   std::string study;
 };
 
