@@ -31,8 +31,8 @@ void writeShape(ElementWriter& writer, const std::vector<Float32>& points, const
   writer.number(DCM_GraphicDimensions, Uint16{2}, "Graphic Dimensions could not be created: ")
       .number(DCM_NumberOfGraphicPoints, static_cast<Uint16>(points.size() / 2),
               "Number of Graphic Points could not be created: ")
-      .floats(DCM_GraphicData, points, "Graphic Data value could not be inserted: ",
-              "Graphic Data could not be inserted: ")
+      .floats(DCM_GraphicData, points,
+              "Graphic Data value could not be inserted: ", "Graphic Data could not be inserted: ")
       .text(DCM_GraphicType, type, "Graphic Type could not be created: ");
 }
 
@@ -97,9 +97,9 @@ bool Annotation::parseCommon(const std::string& type, const std::string& common)
   std::array<char, 17> colorBuffer{};
   int indexFlag = 0;
   int valueFlag = 0;
-  const int count = std::sscanf(common.c_str(), "%d %16s %d %d %d %d %d %d %d %d %d ", &index, colorBuffer.data(),
-                                &baseX, &baseY, &indexFlag, &valueFlag, &indexAnchorX, &indexAnchorY, &valueAnchorX,
-                                &valueAnchorY, &orientation);
+  const int count =
+      std::sscanf(common.c_str(), "%d %16s %d %d %d %d %d %d %d %d %d ", &index, colorBuffer.data(), &baseX, &baseY,
+                  &indexFlag, &valueFlag, &indexAnchorX, &indexAnchorY, &valueAnchorX, &valueAnchorY, &orientation);
   if (count < kRequiredCommon)
   {
     tarn::report("Invalid number of common annotation arguments for ", type, ": ", count);
@@ -154,7 +154,10 @@ bool Annotation::addPolyline(float* points, int count)
   return addPolyline(std::vector<Float32>(points, points + 2 * static_cast<std::ptrdiff_t>(count)));
 }
 
-bool Annotation::addPolyline(const std::vector<Float32>& points) { return addGraphic(points, "POLYLINE", compound); }
+bool Annotation::addPolyline(const std::vector<Float32>& points)
+{
+  return addGraphic(points, "POLYLINE", compound);
+}
 
 bool Annotation::addGraphic(const std::vector<Float32>& points, const char* type, bool withInstanceId)
 {
@@ -224,11 +227,10 @@ bool Annotation::addText(int x, int y, const std::string& text, bool centered)
            .ok())
     return false;
   ElementWriter writer(*object);
-  writer
-      .text(DCM_AnchorPointAnnotationUnits, "PIXEL", "Anchor Point Annotation Units could not be created: ")
+  writer.text(DCM_AnchorPointAnnotationUnits, "PIXEL", "Anchor Point Annotation Units could not be created: ")
       .text(DCM_UnformattedTextValue, text, "Unformatted Text Value could not be created: ")
-      .floats(DCM_AnchorPoint, {anchorX, anchorY}, "Anchor Point value could not be inserted: ",
-              "Anchor Point could not be inserted: ")
+      .floats(DCM_AnchorPoint, {anchorX, anchorY},
+              "Anchor Point value could not be inserted: ", "Anchor Point could not be inserted: ")
       .text(DCM_AnchorPointVisibility, "N", "Anchor Point Visibility could not be created: ")
       .text(DCM_BoundingBoxAnnotationUnits, "PIXEL", "Bounding Box Annotation Units could not be created: ")
       .floats(DCM_BoundingBoxTopLeftHandCorner, {left, top},

@@ -56,6 +56,9 @@ bool Angle::createCompound()
   return item != nullptr;
 }
 
-bool Angle::createText() { return addValueLabel(label); }
+bool Angle::createText()
+{
+  return addValueLabel(label);
+}
 
 } // namespace impsconverter

@@ -11,7 +11,10 @@ namespace
 {
 
 /// One coordinate of a midpoint; the integer halving truncates toward zero.
-float middle(int a, int b) { return static_cast<float>(tarn::wrapAdd(a, b) / 2); }
+float middle(int a, int b)
+{
+  return static_cast<float>(tarn::wrapAdd(a, b) / 2);
+}
 
 } // namespace
 
@@ -74,6 +77,9 @@ void CobbAngle::addHelperLines()
                   mirrored(rayBaseY, rayEndY));
 }
 
-bool CobbAngle::createText() { return addValueLabel(label); }
+bool CobbAngle::createText()
+{
+  return addValueLabel(label);
+}
 
 } // namespace impsconverter

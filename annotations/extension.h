@@ -9,6 +9,9 @@ namespace impsconverter
 constexpr char kExtensionMode[] = "ex";
 
 /// `end` mirrored through `start`, one coordinate, in image pixels.
-constexpr float mirrored(int start, int end) { return static_cast<float>(tarn::wrapSub(tarn::wrapMul(2, start), end)); }
+constexpr float mirrored(int start, int end)
+{
+  return static_cast<float>(tarn::wrapSub(tarn::wrapMul(2, start), end));
+}
 
 } // namespace impsconverter

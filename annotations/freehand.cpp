@@ -105,6 +105,9 @@ bool FreeHand::createSimple()
   return addPolyline(points);
 }
 
-bool FreeHand::createText() { return addValueLabel(label); }
+bool FreeHand::createText()
+{
+  return addValueLabel(label);
+}
 
 } // namespace impsconverter

@@ -79,8 +79,8 @@ bool SkewHounsField::parseSpecific(const std::string& type, const std::string& p
   float angle = 0.0F;
   int center = 0;
   LabelBuffer buffer;
-  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %lg %lg %g %d", &x, &y, buffer.data(),
-                                &unused, &unused, &angle, &center);
+  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %lg %lg %g %d", &x, &y, buffer.data(), &unused,
+                                &unused, &angle, &center);
   if (!enoughArguments(type, count, kRequired))
     return false;
   setValues(type, x, y, buffer, angle, center == 1);
@@ -124,15 +124,17 @@ std::vector<Float32> Oval::axisEnds() const
   return ends;
 }
 
-bool Oval::createSimple() { return addGraphic(axisEnds(), "ELLIPSE", true); }
+bool Oval::createSimple()
+{
+  return addGraphic(axisEnds(), "ELLIPSE", true);
+}
 
 bool Oval::createCompound()
 {
-  DcmItem* item = addCompound({static_cast<Float32>(tarn::wrapSub(baseX, sizeX)),
-                               static_cast<Float32>(tarn::wrapSub(baseY, sizeY)),
-                               static_cast<Float32>(tarn::wrapAdd(baseX, sizeX)),
-                               static_cast<Float32>(tarn::wrapAdd(baseY, sizeY))},
-                              "ELLIPSE");
+  DcmItem* item = addCompound(
+      {static_cast<Float32>(tarn::wrapSub(baseX, sizeX)), static_cast<Float32>(tarn::wrapSub(baseY, sizeY)),
+       static_cast<Float32>(tarn::wrapAdd(baseX, sizeX)), static_cast<Float32>(tarn::wrapAdd(baseY, sizeY))},
+      "ELLIPSE");
   if (!item)
     return false;
   ElementWriter writer(*item);
@@ -147,6 +149,9 @@ bool Oval::createCompound()
   return writer.ok();
 }
 
-bool Oval::createText() { return addValueLabel(label); }
+bool Oval::createText()
+{
+  return addValueLabel(label);
+}
 
 } // namespace impsconverter

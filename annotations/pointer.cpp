@@ -53,8 +53,8 @@ bool Pointer::addHead()
   const double length = vectorLength(dx, dy);
   const double a = static_cast<float>(dx) * kHeadLength / length;
   const double b = static_cast<float>(dy) * kHeadLength / length;
-  return addPolyline({barb(baseX, a + b), barb(baseY, b - a), static_cast<Float32>(baseX),
-                      static_cast<Float32>(baseY), barb(baseX, a - b), barb(baseY, a + b)});
+  return addPolyline({barb(baseX, a + b), barb(baseY, b - a), static_cast<Float32>(baseX), static_cast<Float32>(baseY),
+                      barb(baseX, a - b), barb(baseY, a + b)});
 }
 
 bool Pointer::createCompound()

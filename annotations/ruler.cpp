@@ -34,7 +34,10 @@ std::vector<Float32> Ruler::ends() const
           static_cast<Float32>(endY)};
 }
 
-bool Ruler::createSimple() { return addPolyline(ends()); }
+bool Ruler::createSimple()
+{
+  return addPolyline(ends());
+}
 
 bool Ruler::createCompound()
 {
@@ -51,6 +54,9 @@ bool Ruler::createCompound()
   return writer.ok();
 }
 
-bool Ruler::createText() { return addValueLabel(label); }
+bool Ruler::createText()
+{
+  return addValueLabel(label);
+}
 
 } // namespace impsconverter

@@ -23,6 +23,9 @@ bool Text::parseSpecific(const std::string& type, const std::string& params)
   return true;
 }
 
-bool Text::createText() { return addText(baseX, baseY, label, false); }
+bool Text::createText()
+{
+  return addText(baseX, baseY, label, false);
+}
 
 } // namespace impsconverter

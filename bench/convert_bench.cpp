@@ -20,7 +20,10 @@ namespace
 
 const std::string kImageRoot = "1.2.3.4.";
 
-std::string idLine(int image) { return "ID x/CT." + kImageRoot + std::to_string(image) + "_1"; }
+std::string idLine(int image)
+{
+  return "ID x/CT." + kImageRoot + std::to_string(image) + "_1";
+}
 
 std::string rulerLine(int number)
 {

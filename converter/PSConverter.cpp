@@ -29,9 +29,15 @@ constexpr std::size_t kUidLength = 64;
 
 constexpr char kPresentationStateClass[] = "1.2.840.10008.5.1.4.1.1.11.1";
 
-bool startsWith(const std::string& text, const char* start) { return text.rfind(start, 0) == 0; }
+bool startsWith(const std::string& text, const char* start)
+{
+  return text.rfind(start, 0) == 0;
+}
 
-bool isDigitsAndPoints(const std::string& uid) { return uid.find_first_not_of("0123456789.") == std::string::npos; }
+bool isDigitsAndPoints(const std::string& uid)
+{
+  return uid.find_first_not_of("0123456789.") == std::string::npos;
+}
 
 std::string baseName(const std::string& path)
 {
@@ -330,14 +336,20 @@ bool PSConverter::setOrientation(int rotation, bool flip)
   return hasOutput() && output->setOrientation(rotation, flip);
 }
 
-bool PSConverter::setSizeMode(SIZE_MODE mode) { return hasOutput() && output->setSizeMode(mode); }
+bool PSConverter::setSizeMode(SIZE_MODE mode)
+{
+  return hasOutput() && output->setSizeMode(mode);
+}
 
 bool PSConverter::setPixelSpacing(double first, double second)
 {
   return hasOutput() && output->setPixelSpacing(first, second);
 }
 
-bool PSConverter::setZoom(double zoomX, double zoomY) { return hasOutput() && output->setZoom(zoomX, zoomY); }
+bool PSConverter::setZoom(double zoomX, double zoomY)
+{
+  return hasOutput() && output->setZoom(zoomX, zoomY);
+}
 
 bool PSConverter::setClip(int x, int y, int width, int height)
 {

@@ -88,7 +88,8 @@ private:
   bool processSizedLine(std::string& line);
   bool processPixelLine(std::string& line);
   bool processClipLine(std::string& line);
-  template <class Kind> bool annotationLine(std::string& line);
+  template <class Kind>
+  bool annotationLine(std::string& line);
   bool handleLine(std::string& line);
 
   // Output objects.

@@ -153,9 +153,8 @@ int PSConverter::getLine(const char*& cursor, std::string& line)
 
 PSConverter::LineHandler PSConverter::handlerOf(const std::string& line) const
 {
-  const auto* const rule = std::find_if(std::begin(kRules), std::end(kRules), [&](const Rule& candidate) {
-    return line.rfind(candidate.prefix, 0) == 0;
-  });
+  const auto* const rule = std::find_if(std::begin(kRules), std::end(kRules),
+                                        [&](const Rule& candidate) { return line.rfind(candidate.prefix, 0) == 0; });
   return rule == std::end(kRules) ? nullptr : rule->handler;
 }
 
@@ -165,7 +164,11 @@ bool PSConverter::handleLine(std::string& line)
   return !handler || (this->*handler)(line);
 }
 
-template <class Kind> bool PSConverter::annotationLine(std::string& line) { return Kind(output.get()).process(line); }
+template <class Kind>
+bool PSConverter::annotationLine(std::string& line)
+{
+  return Kind(output.get()).process(line);
+}
 
 bool PSConverter::processIDLine(std::string& line)
 {

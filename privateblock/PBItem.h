@@ -82,7 +82,8 @@ private:
   static void createMap();
   DcmTag blockTag(unsigned short key, DcmEVR vr) const;
   OFCondition writableTag(unsigned short key, DcmEVR vr, DcmTag& tag);
-  template <class Put> OFCondition put(unsigned short key, DcmEVR vr, Put operation);
+  template <class Put>
+  OFCondition put(unsigned short key, DcmEVR vr, Put operation);
   bool isMoved(const DcmTagKey& tag, bool moveBA, bool moveDA, bool moveCanonic) const;
   OFCondition searchSequences(unsigned short key, DcmElement*& element);
 
