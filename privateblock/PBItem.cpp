@@ -83,7 +83,7 @@ void retag(DcmElement& element, Uint16 elementNumber)
 void insertOrDelete(DcmItem& item, std::unique_ptr<DcmElement> element)
 {
   if (item.insert(element.get()).good())
-    element.release();
+    static_cast<void>(element.release());
 }
 
 } // namespace
@@ -283,7 +283,7 @@ OFCondition PBItem::copyPrivateElement(unsigned short key, PBItem& destination)
   std::unique_ptr<DcmElement> copy(dynamic_cast<DcmElement*>(source->clone()));
   status = destination.insertPB(key, copy.get());
   if (status.good())
-    copy.release();
+    static_cast<void>(copy.release());
   return status;
 }
 

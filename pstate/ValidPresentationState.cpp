@@ -54,7 +54,7 @@ bool insertSequence(DcmItem& target, const DcmTagKey& tag, std::unique_ptr<DcmIt
     reportCondition(itemMessage, status);
     return false;
   }
-  item.release();
+  static_cast<void>(item.release());
   const OFCondition status = insertOwned(target, std::move(sequence), true);
   if (status.bad())
     reportCondition(sequenceMessage, status);
@@ -204,7 +204,7 @@ bool ValidPresentationState::checkAndCreateAnnotationLayer()
     reportCondition("Graphic Annotation Sequence item could not be created: ", inserted);
     return false;
   }
-  pendingAnnotationItem.release(); // the dataset's
+  static_cast<void>(pendingAnnotationItem.release()); // the dataset's
   return ElementWriter(*annotationItem)
       .text(DCM_GraphicLayer, ANNLAYERNAME, "Graphic Layer could not be added to Graphic Annotation Sequence: ")
       .ok();
