@@ -41,6 +41,9 @@ void Config::load()
   properties.read(text);
 }
 
-void Config::reset() { properties.clear(); }
+void Config::reset()
+{
+  properties.clear();
+}
 
 } // namespace tarn::imutils

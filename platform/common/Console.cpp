@@ -19,9 +19,15 @@ bool isControl(char c)
 
 } // namespace
 
-std::ostream& consoleOut() { return currentOut ? *currentOut : std::cout; }
+std::ostream& consoleOut()
+{
+  return currentOut ? *currentOut : std::cout;
+}
 
-std::ostream& consoleError() { return currentError ? *currentError : std::cerr; }
+std::ostream& consoleError()
+{
+  return currentError ? *currentError : std::cerr;
+}
 
 ConsoleScope::ConsoleScope(std::ostream& out, std::ostream& error)
   : previousOut(currentOut), previousError(currentError)
@@ -42,6 +48,9 @@ std::string printable(std::string text)
   return text;
 }
 
-void reportLine(const std::string& line) { consoleError() << printable(line) << std::endl; }
+void reportLine(const std::string& line)
+{
+  consoleError() << printable(line) << std::endl;
+}
 
 } // namespace tarn

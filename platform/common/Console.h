@@ -1,5 +1,6 @@
 #pragma once
 
+#include <locale>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -29,24 +30,32 @@ private:
 /// `text` with every control character as '?': what comes out of a file never forges a second line.
 std::string printable(std::string text);
 
-/// Writes the parts as one message line to consoleError().
+/// The parts as one text, flags as the words true and false; whatever locale and format flags its process or its
+/// streams chose.
+template <class... Parts>
+std::string joined(const Parts&... parts)
+{
+  std::ostringstream text;
+  text.imbue(std::locale::classic());
+  text << std::boolalpha;
+  (text << ... << parts);
+  return text.str();
+}
+
 void reportLine(const std::string& line);
 
+/// Writes the parts as one message line to consoleError().
 template <class... Parts>
 void report(const Parts&... parts)
 {
-  std::ostringstream line;
-  (line << ... << parts);
-  reportLine(line.str());
+  reportLine(joined(parts...));
 }
 
-/// Writes the parts as one debug line to consoleOut(), flags as the words true and false.
+/// Writes the parts as one debug line to consoleOut().
 template <class... Parts>
 void trace(const Parts&... parts)
 {
-  std::ostream& out = consoleOut();
-  out << std::boolalpha;
-  (out << ... << parts) << '\n';
+  consoleOut() << joined(parts...) << '\n';
 }
 
 } // namespace tarn

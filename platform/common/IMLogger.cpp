@@ -68,7 +68,8 @@ spdlog::level::level_enum toLevel(LOG_MODE mode)
 /// The one destination of the process. It is never destroyed, so that destructors of other statics may log.
 spdlog::logger& processLogger()
 {
-  static spdlog::logger& instance = []() -> spdlog::logger& {
+  static spdlog::logger& instance = []() -> spdlog::logger&
+  {
     auto* logger = new spdlog::logger("annomend", openSink(environment("TARN_LOG")));
     logger->set_level(threshold(environment("TARN_LOG_LEVEL")));
     logger->set_pattern("%Y-%m-%d %H:%M:%S.%e %l %v");

@@ -1,0 +1,266 @@
+#include "Annotation.h"
+
+#include "Console.h"
+#include "ElementWriter.h"
+#include "ValidPresentationState.h"
+#include "urlDecode.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace impsconverter
+{
+namespace
+{
+
+constexpr int kRequiredCommon = 9;
+constexpr float kCellWidth = 8.0F;
+constexpr float kCellHeight = 20.0F;
+constexpr double kHelperGrey = 204.0;
+constexpr Uint32 kDashPattern = 0x0F0F;
+constexpr Float32 kPatternOnOpacity = 0.3F;
+constexpr Float32 kPatternOffOpacity = 1.0F;
+
+constexpr char kUnitsMessage[] = "Graphic Annotation Units could not be created: ";
+constexpr char kInstanceIdMessage[] = "Compound Graphic Instance ID could not be created: ";
+constexpr char kItemMessage[] = "Graphic Object Sequence item could not be created: ";
+
+/// Dimensions, points, data and type: what graphic objects and compound graphics have in common.
+void writeShape(ElementWriter& writer, const std::vector<Float32>& points, const char* type)
+{
+  writer.number(DCM_GraphicDimensions, Uint16{2}, "Graphic Dimensions could not be created: ")
+      .number(DCM_NumberOfGraphicPoints, static_cast<Uint16>(points.size() / 2),
+              "Number of Graphic Points could not be created: ")
+      .floats(DCM_GraphicData, points,
+              "Graphic Data value could not be inserted: ", "Graphic Data could not be inserted: ")
+      .text(DCM_GraphicType, type, "Graphic Type could not be created: ");
+}
+
+void writeGraphic(ElementWriter& writer, const std::vector<Float32>& points, const char* type)
+{
+  writer.text(DCM_GraphicAnnotationUnits, "PIXEL", kUnitsMessage);
+  writeShape(writer, points, type);
+}
+
+} // namespace
+
+Annotation::Annotation(ValidPresentationState* state) : debug(state && state->isDebug()), ps(state) {}
+
+std::string Annotation::LabelBuffer::decoded() const
+{
+  std::string label = encoded.data();
+  im::URLDecode(label);
+  return label;
+}
+
+bool Annotation::enoughArguments(const std::string& type, int count, int required)
+{
+  if (count < required)
+    tarn::report("Invalid number of annotation specific arguments for ", type, ": ", count);
+  return count >= required;
+}
+
+bool Annotation::process(const std::string& line)
+{
+  if (!ps)
+  {
+    tarn::report("There is no Presentation State object to update");
+    return false;
+  }
+  const std::size_t blank = line.find(' ');
+  if (blank == std::string::npos)
+  {
+    tarn::report("Invalid annotation line, contains no space: ", line);
+    return false;
+  }
+  const std::size_t pipe = line.find('|', blank);
+  if (pipe == std::string::npos)
+  {
+    tarn::report("Invalid annotation line, contains no pipe: ", line);
+    return false;
+  }
+  const std::string type = line.substr(0, blank);
+  const std::string common = line.substr(blank + 1, pipe - blank - 1);
+  const std::string specific = line.substr(pipe + 1);
+  if (debug)
+  {
+    tarn::trace("Annotation Type: [", type, "]");
+    tarn::trace("Common Parameters: [", common, "]");
+    tarn::trace("Specific Parameters: [", specific, "]");
+  }
+  return parseCommon(type, common) && parseSpecific(type, specific) && ps->checkAndCreateAnnotationLayer() &&
+         createSimple() && createText();
+}
+
+bool Annotation::parseCommon(const std::string& type, const std::string& common)
+{
+  std::array<char, 17> colorBuffer{};
+  int indexFlag = 0;
+  int valueFlag = 0;
+  const int count =
+      std::sscanf(common.c_str(), "%d %16s %d %d %d %d %d %d %d %d %d ", &index, colorBuffer.data(), &baseX, &baseY,
+                  &indexFlag, &valueFlag, &indexAnchorX, &indexAnchorY, &valueAnchorX, &valueAnchorY, &orientation);
+  if (count < kRequiredCommon)
+  {
+    tarn::report("Invalid number of common annotation arguments for ", type, ": ", count);
+    return false;
+  }
+  color = colorBuffer.data();
+  showIndex = indexFlag != 0;
+  showValue = valueFlag != 0;
+  if (debug)
+    traceCommon(count);
+  return true;
+}
+
+void Annotation::traceCommon(int count) const
+{
+  tarn::trace("Annotation Common arguments: ", count);
+  tarn::trace(" Index: ", index);
+  tarn::trace(" Color: ", color);
+  tarn::trace(" Show Index: ", showIndex);
+  tarn::trace(" Show Value: ", showValue);
+  tarn::trace(" Base X: ", baseX);
+  tarn::trace(" Base Y: ", baseY);
+  tarn::trace(" Index Anchor X: ", indexAnchorX);
+  tarn::trace(" Index Anchor Y: ", indexAnchorY);
+  tarn::trace(" Value Anchor X: ", valueAnchorX);
+  tarn::trace(" Value Anchor Y: ", valueAnchorY);
+  tarn::trace(" Orientation: ", orientation);
+}
+
+void Annotation::traceItem(DcmItem& item) const
+{
+  if (debug)
+    item.print(tarn::consoleOut());
+}
+
+bool Annotation::addInstanceId(ElementWriter& writer) const
+{
+  return writer.number(DCM_CompoundGraphicInstanceID, static_cast<Uint32>(index), kInstanceIdMessage).ok();
+}
+
+bool Annotation::finish(ElementWriter& writer, DcmItem& item) const
+{
+  if (compound)
+    addInstanceId(writer);
+  if (writer.ok())
+    traceItem(item);
+  return writer.ok();
+}
+
+bool Annotation::addPolyline(float* points, int count)
+{
+  return addPolyline(std::vector<Float32>(points, points + 2 * static_cast<std::ptrdiff_t>(count)));
+}
+
+bool Annotation::addPolyline(const std::vector<Float32>& points)
+{
+  return addGraphic(points, "POLYLINE", compound);
+}
+
+bool Annotation::addGraphic(const std::vector<Float32>& points, const char* type, bool withInstanceId)
+{
+  DcmItem* graphic = nullptr;
+  if (!ElementWriter(*ps->annotationItem).appendItem(DCM_GraphicObjectSequence, graphic, kItemMessage).ok())
+    return false;
+  ElementWriter writer(*graphic);
+  writeGraphic(writer, points, type);
+  if (withInstanceId)
+    addInstanceId(writer);
+  if (writer.ok())
+    traceItem(*graphic);
+  return writer.ok();
+}
+
+bool Annotation::addDashedLine(float x1, float y1, float x2, float y2, const DicomCieLab& lineColor)
+{
+  DcmItem* graphic = nullptr;
+  if (!ElementWriter(*ps->annotationItem).appendItem(DCM_GraphicObjectSequence, graphic, kItemMessage).ok())
+    return false;
+  ElementWriter writer(*graphic);
+  writeGraphic(writer, {x1, y1, x2, y2}, "POLYLINE");
+  DcmItem* style = nullptr;
+  if (!writer.appendItem(DCM_LineStyleSequence, style, nullptr).ok())
+    return false;
+  lineColor.addTo(style, DCM_PatternOnColorCIELabValue);
+  style->putAndInsertFloat32(DCM_PatternOnOpacity, kPatternOnOpacity);
+  style->putAndInsertFloat32(DCM_PatternOffOpacity, kPatternOffOpacity);
+  style->putAndInsertString(DCM_LineDashingStyle, "DASHED");
+  return ElementWriter(*style).number(DCM_LinePattern, kDashPattern, nullptr).ok() && finish(writer, *graphic);
+}
+
+void Annotation::addHelperLine(float x1, float y1, float x2, float y2)
+{
+  addDashedLine(x1, y1, x2, y2, DicomCieLab(kHelperGrey, kHelperGrey, kHelperGrey));
+}
+
+void Annotation::calcTextBox(const std::string& text, float& width, float& height)
+{
+  std::size_t lines = 0;
+  std::size_t longest = 0;
+  for (std::size_t start = 0; lines == 0 || start < text.size(); ++lines)
+  {
+    const std::size_t end = std::min(text.find('\n', start), text.size());
+    longest = std::max(longest, end - start);
+    start = end + 1;
+  }
+  width = kCellWidth * static_cast<float>(std::max<std::size_t>(longest, 1));
+  height = kCellHeight * static_cast<float>(lines);
+}
+
+bool Annotation::addText(int x, int y, const std::string& text, bool centered)
+{
+  float width = 0.0F;
+  float height = 0.0F;
+  calcTextBox(text, width, height);
+  const auto anchorX = static_cast<float>(x);
+  const auto anchorY = static_cast<float>(y);
+  const float left = centered ? anchorX - width / 2.0F : anchorX;
+  const float top = centered ? anchorY - height / 2.0F : anchorY;
+  const float right = centered ? anchorX + width / 2.0F : anchorX + width;
+  const float bottom = centered ? anchorY + height / 2.0F : anchorY + height;
+
+  DcmItem* object = nullptr;
+  if (!ElementWriter(*ps->annotationItem)
+           .appendItem(DCM_TextObjectSequence, object, "Text Object Sequence item could not be created: ")
+           .ok())
+    return false;
+  ElementWriter writer(*object);
+  writer.text(DCM_AnchorPointAnnotationUnits, "PIXEL", "Anchor Point Annotation Units could not be created: ")
+      .text(DCM_UnformattedTextValue, text, "Unformatted Text Value could not be created: ")
+      .floats(DCM_AnchorPoint, {anchorX, anchorY},
+              "Anchor Point value could not be inserted: ", "Anchor Point could not be inserted: ")
+      .text(DCM_AnchorPointVisibility, "N", "Anchor Point Visibility could not be created: ")
+      .text(DCM_BoundingBoxAnnotationUnits, "PIXEL", "Bounding Box Annotation Units could not be created: ")
+      .floats(DCM_BoundingBoxTopLeftHandCorner, {left, top},
+              "Bounding Box Top Left Hand Corner value could not be inserted: ",
+              "Bounding Box Top Left Hand Corner could not be inserted: ")
+      .floats(DCM_BoundingBoxBottomRightHandCorner, {right, bottom},
+              "Bounding Box Bottom Right Hand Corner value could not be inserted: ",
+              "Bounding Box Bottom Right Hand Corner could not be inserted: ")
+      .text(DCM_BoundingBoxTextHorizontalJustification, centered ? "CENTER" : "LEFT",
+            "Bounding Box Text Horizontal Justification could not be created: ");
+  return finish(writer, *object);
+}
+
+bool Annotation::addValueLabel(const std::string& label)
+{
+  return !showValue || addText(valueAnchorX, valueAnchorY, label, true);
+}
+
+DcmItem* Annotation::addCompound(const std::vector<Float32>& points, const char* type)
+{
+  DcmItem* item = nullptr;
+  if (!ElementWriter(*ps->annotationItem)
+           .appendItem(DCM_CompoundGraphicSequence, item, "Compound Graphic Sequence item could not be created: ")
+           .ok())
+    return nullptr;
+  ElementWriter writer(*item);
+  addInstanceId(writer);
+  writer.text(DCM_CompoundGraphicUnits, "PIXEL", "Compound Graphic Units could not be created: ");
+  writeShape(writer, points, type);
+  return writer.ok() ? item : nullptr;
+}
+
+} // namespace impsconverter

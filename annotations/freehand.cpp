@@ -1,0 +1,115 @@
+#include "freehand.h"
+
+#include "Console.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace impsconverter
+{
+namespace
+{
+
+/// Number of Graphic Points (0070,0021) has 16 bits, and the outline is closed by one more point.
+constexpr int kMostVertices = 65534;
+
+/// Reads a decimal number at `cursor` and steps over it; where there is none the result is 0 and the cursor stays.
+/// errno is ERANGE for a number that 32 bits do not hold.
+int readNumber(const char*& cursor)
+{
+  char* end = nullptr;
+  errno = 0;
+  const long number = std::strtol(cursor, &end, 10);
+  cursor = end;
+  if (number < INT_MIN || number > INT_MAX)
+    errno = ERANGE;
+  return errno == ERANGE ? 0 : static_cast<int>(number);
+}
+
+bool inRange(const char* what, const std::string& type)
+{
+  if (errno == ERANGE)
+    tarn::report("Parsing ", what, type, " annotation failed: ", std::strerror(ERANGE));
+  return errno != ERANGE;
+}
+
+} // namespace
+
+bool FreeHand::parseSpecific(const std::string& type, const std::string& params)
+{
+  const char* cursor = params.c_str();
+  if (!parseVertices(type, cursor))
+    return false;
+  LabelBuffer buffer;
+  if (std::sscanf(cursor, " " LABEL_FORMAT, buffer.data()) != 1)
+  {
+    tarn::report("Parsing label from a ", type, " annotation failed");
+    return false;
+  }
+  label = buffer.decoded();
+  if (debug)
+    traceArguments();
+  return true;
+}
+
+bool FreeHand::parseVertices(const std::string& type, const char*& cursor)
+{
+  const int count = readNumber(cursor);
+  if (!inRange("number of vertices in a ", type))
+    return false;
+  if (count < 1 || count > kMostVertices)
+  {
+    tarn::report("Incorrect number of vertices in a ", type, " annotation failed: ", count);
+    return false;
+  }
+  xs.assign(static_cast<std::size_t>(count), 0);
+  ys.assign(static_cast<std::size_t>(count), 0);
+  for (std::size_t vertex = 0; vertex < xs.size(); ++vertex)
+  {
+    const char* start = cursor;
+    xs[vertex] = readNumber(cursor);
+    if (!inRange("X coordinate from a ", type))
+      return false;
+    if (cursor == start)
+      break; // no number here: none of the others would be found either, and all of them are 0
+    ys[vertex] = readNumber(cursor);
+    if (!inRange("Y coordinate from a ", type))
+      return false;
+  }
+  return true;
+}
+
+void FreeHand::traceArguments() const
+{
+  tarn::trace("FreeHand arguments: ");
+  tarn::trace(" Count of vertices: ", xs.size());
+  for (std::size_t vertex = 0; vertex < xs.size(); ++vertex)
+    tarn::trace(" Vertex[", vertex, "]: {", xs[vertex], ", ", ys[vertex], "}");
+  tarn::trace(" Label: ", label);
+}
+
+bool FreeHand::createSimple()
+{
+  if (xs.empty())
+    return true; // nothing was parsed
+  std::vector<Float32> points;
+  points.reserve(2 * (xs.size() + 1));
+  for (std::size_t vertex = 0; vertex < xs.size(); ++vertex)
+  {
+    points.push_back(static_cast<Float32>(xs[vertex]));
+    points.push_back(static_cast<Float32>(ys[vertex]));
+  }
+  points.push_back(points[0]);
+  points.push_back(points[1]);
+  return addPolyline(points);
+}
+
+bool FreeHand::createText()
+{
+  return addValueLabel(label);
+}
+
+} // namespace impsconverter

@@ -1,0 +1,157 @@
+#include "oval.h"
+
+#include "Console.h"
+#include "ElementWriter.h"
+#include "wrapping.h"
+
+#include <cmath>
+#include <cstdio>
+
+namespace impsconverter
+{
+namespace
+{
+
+constexpr int kRequired = 3;
+
+struct Direction
+{
+  float cosine;
+  float sine;
+};
+
+Direction direction(float degrees)
+{
+  const double radians = degrees * 3.141592653589793 / 180;
+  return {static_cast<float>(std::cos(radians)), static_cast<float>(std::sin(radians))};
+}
+
+} // namespace
+
+bool Oval::parseSpecific(const std::string& type, const std::string& params)
+{
+  int x = 0;
+  int y = 0;
+  int center = 0;
+  LabelBuffer buffer;
+  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %d", &x, &y, buffer.data(), &center);
+  if (!enoughArguments(type, count, kRequired))
+    return false;
+  setValues(type, x, y, buffer, 0.0F, center == 1);
+  return true;
+}
+
+bool SkewOval::parseSpecific(const std::string& type, const std::string& params)
+{
+  int x = 0;
+  int y = 0;
+  float angle = 0.0F;
+  int center = 0;
+  LabelBuffer buffer;
+  const int count =
+      std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %g %d", &x, &y, buffer.data(), &angle, &center);
+  if (!enoughArguments(type, count, kRequired))
+    return false;
+  setValues(type, x, y, buffer, angle, center == 1);
+  return true;
+}
+
+bool HounsField::parseSpecific(const std::string& type, const std::string& params)
+{
+  int x = 0;
+  int y = 0;
+  double unused = 0.0;
+  int center = 0;
+  LabelBuffer buffer;
+  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %lg %lg %d", &x, &y, buffer.data(), &unused,
+                                &unused, &center);
+  if (!enoughArguments(type, count, kRequired))
+    return false;
+  setValues(type, x, y, buffer, 0.0F, center == 1);
+  return true;
+}
+
+bool SkewHounsField::parseSpecific(const std::string& type, const std::string& params)
+{
+  int x = 0;
+  int y = 0;
+  double unused = 0.0;
+  float angle = 0.0F;
+  int center = 0;
+  LabelBuffer buffer;
+  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %lg %lg %g %d", &x, &y, buffer.data(), &unused,
+                                &unused, &angle, &center);
+  if (!enoughArguments(type, count, kRequired))
+    return false;
+  setValues(type, x, y, buffer, angle, center == 1);
+  return true;
+}
+
+void Oval::setValues(const std::string& type, int x, int y, const LabelBuffer& buffer, float angle, bool center)
+{
+  sizeX = tarn::wrapAbs(x);
+  sizeY = tarn::wrapAbs(y);
+  label = buffer.decoded();
+  showCenter = center;
+  rotation = angle;
+  if (!debug)
+    return;
+  tarn::trace("Oval(", type, ")");
+  tarn::trace(" Size X: ", sizeX);
+  tarn::trace(" Size Y: ", sizeY);
+  tarn::trace(" Rotation: ", rotation);
+  tarn::trace(" Label: \"", label, "\"");
+  tarn::trace(" Show Center: ", showCenter);
+}
+
+std::vector<Float32> Oval::axisEnds() const
+{
+  const Direction first = rotation == 0.0F ? Direction{1.0F, 0.0F} : direction(rotation);
+  const Direction second = rotation == 0.0F ? Direction{0.0F, 1.0F} : direction(rotation + 90.0F);
+  const auto x = static_cast<float>(baseX);
+  const auto y = static_cast<float>(baseY);
+  const auto a = static_cast<float>(sizeX);
+  const auto b = static_cast<float>(sizeY);
+  std::vector<Float32> ends{x + a * first.cosine,  y + a * first.sine,  x - a * first.cosine,  y - a * first.sine,
+                            x + b * second.cosine, y + b * second.sine, x - b * second.cosine, y - b * second.sine};
+  if (debug)
+  {
+    tarn::trace(" cos r: ", first.cosine, " sin r: ", first.sine, " cos(r+90): ", second.cosine,
+                " sin(r+90): ", second.sine);
+    tarn::trace("{ (", ends[0], ",", ends[1], "),(", ends[2], ",", ends[3], "),(", ends[4], ",", ends[5], "),(",
+                ends[6], ",", ends[7], ")}\t\t");
+  }
+  return ends;
+}
+
+bool Oval::createSimple()
+{
+  return addGraphic(axisEnds(), "ELLIPSE", true);
+}
+
+bool Oval::createCompound()
+{
+  DcmItem* item = addCompound(
+      {static_cast<Float32>(tarn::wrapSub(baseX, sizeX)), static_cast<Float32>(tarn::wrapSub(baseY, sizeY)),
+       static_cast<Float32>(tarn::wrapAdd(baseX, sizeX)), static_cast<Float32>(tarn::wrapAdd(baseY, sizeY))},
+      "ELLIPSE");
+  if (!item)
+    return false;
+  ElementWriter writer(*item);
+  writer.text(DCM_GraphicFilled, "N", "Graphic Filled could not be created: ");
+  if (rotation != 0.0F)
+    writer
+        .floats(DCM_RotationPoint, {static_cast<Float32>(baseX), static_cast<Float32>(baseY)},
+                "Rotation Point value could not be inserted: ", "Rotation Point could not be inserted: ")
+        .real(DCM_RotationAngle, static_cast<Float64>(rotation), "Rotation Angle could not be created: ");
+  if (writer.ok())
+    traceItem(*item);
+  return writer.ok();
+}
+
+bool Oval::createText()
+{
+  return addValueLabel(label);
+}
+
+} // namespace impsconverter

@@ -1,0 +1,71 @@
+#include "pointer.h"
+
+#include "Console.h"
+#include "distance.h"
+#include "wrapping.h"
+
+#include <cmath>
+#include <cstdio>
+
+namespace impsconverter
+{
+namespace
+{
+
+/// The barbs reach this far back, in image pixels along the shaft.
+constexpr float kHeadLength = 8.0F;
+
+/// One coordinate of a barb's end, `offset` taken to the nearest integer, halves away from zero.
+Float32 barb(int tip, double offset)
+{
+  return static_cast<Float32>(tarn::wrapAdd(tip, static_cast<int>(std::lround(offset))));
+}
+
+} // namespace
+
+bool Pointer::parseSpecific(const std::string& type, const std::string& params)
+{
+  const int count = std::sscanf(params.c_str(), " %d %d", &endX, &endY);
+  if (!enoughArguments(type, count, 2))
+    return false;
+  if (debug)
+  {
+    tarn::trace("Pointer arguments: ", count);
+    tarn::trace(" End X: ", endX);
+    tarn::trace(" End Y: ", endY);
+  }
+  return true;
+}
+
+bool Pointer::createSimple()
+{
+  return addPolyline({static_cast<Float32>(baseX), static_cast<Float32>(baseY), static_cast<Float32>(endX),
+                      static_cast<Float32>(endY)}) &&
+         addHead();
+}
+
+bool Pointer::addHead()
+{
+  const int dx = tarn::wrapSub(endX, baseX);
+  const int dy = tarn::wrapSub(endY, baseY);
+  if (dx == 0 && dy == 0)
+    return true;
+  const double length = vectorLength(dx, dy);
+  const double a = static_cast<float>(dx) * kHeadLength / length;
+  const double b = static_cast<float>(dy) * kHeadLength / length;
+  return addPolyline({barb(baseX, a + b), barb(baseY, b - a), static_cast<Float32>(baseX), static_cast<Float32>(baseY),
+                      barb(baseX, a - b), barb(baseY, a + b)});
+}
+
+bool Pointer::createCompound()
+{
+  compound = true;
+  DcmItem* item = addCompound({static_cast<Float32>(endX), static_cast<Float32>(endY), static_cast<Float32>(baseX),
+                               static_cast<Float32>(baseY)},
+                              "ARROW");
+  if (item)
+    traceItem(*item);
+  return item != nullptr;
+}
+
+} // namespace impsconverter

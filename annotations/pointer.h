@@ -1,0 +1,27 @@
+#pragma once
+
+#include "Annotation.h"
+
+namespace impsconverter
+{
+
+/// An arrow from its tail to the base point, without a label. Becomes two POLYLINEs, the shaft and the head; as a
+/// compound graphic ARROW.
+class Pointer : public Annotation
+{
+public:
+  using Annotation::Annotation;
+
+  bool parseSpecific(const std::string& type, const std::string& params) override;
+  bool createCompound() override;
+  bool createSimple() override;
+  bool createText() override { return true; }
+
+private:
+  bool addHead();
+
+  int endX = 0; ///< the tail
+  int endY = 0;
+};
+
+} // namespace impsconverter

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "Annotation.h"
+
+namespace impsconverter
+{
+
+/// A distance: a straight line from the base point to its end, and its label. Becomes a POLYLINE of two points and a
+/// text object; as a compound graphic RULER with ticks, or RANGELINE.
+class Ruler : public Annotation
+{
+public:
+  using Annotation::Annotation;
+
+  bool parseSpecific(const std::string& type, const std::string& params) override;
+  bool createCompound() override;
+  bool createSimple() override;
+  bool createText() override;
+
+private:
+  std::vector<Float32> ends() const;
+
+  int endX = 0;
+  int endY = 0;
+  bool showTickMarks = false;
+  std::string label;
+};
+
+} // namespace impsconverter

@@ -1,0 +1,71 @@
+#include "spinelabel.h"
+
+#include "Console.h"
+#include "distance.h"
+#include "wrapping.h"
+
+#include <cstdio>
+
+namespace impsconverter
+{
+namespace
+{
+
+/// Image pixels.
+constexpr int kSquareSide = 5;
+constexpr float kSquareMiddle = 3.0F;
+constexpr float kLongestUntied = 20.0F;
+
+} // namespace
+
+bool SpineLabel::parseSpecific(const std::string& type, const std::string& params)
+{
+  LabelBuffer buffer;
+  int unused = 0;
+  const int count = std::sscanf(params.c_str(), " %d %d %d %d " LABEL_FORMAT " %d", &unused, &unused, &textX, &textY,
+                                buffer.data(), &unused);
+  if (!enoughArguments(type, count, 6))
+    return false;
+  label = buffer.decoded();
+  if (debug)
+  {
+    tarn::trace("SpineLabel arguments: ", count);
+    tarn::trace(" Label: ", label);
+  }
+  return true;
+}
+
+bool SpineLabel::createSimple()
+{
+  const auto left = static_cast<Float32>(baseX);
+  const auto top = static_cast<Float32>(baseY);
+  const auto right = static_cast<Float32>(tarn::wrapAdd(baseX, kSquareSide));
+  const auto bottom = static_cast<Float32>(tarn::wrapAdd(baseY, kSquareSide));
+  const bool added = addPolyline({left, top, right, top, right, bottom, left, bottom, left, top});
+  if (added && showValue && isLabelAway())
+    addTie();
+  return added;
+}
+
+bool SpineLabel::isLabelAway() const
+{
+  const double distance = vectorLength(tarn::wrapSub(textX, baseX), tarn::wrapSub(textY, baseY));
+  return static_cast<float>(distance) > kLongestUntied;
+}
+
+void SpineLabel::addTie()
+{
+  float width = 0.0F;
+  float height = 0.0F;
+  calcTextBox(label, width, height);
+  addHelperLine(static_cast<float>(textX) + width * 0.5F, static_cast<float>(textY) + height * 0.5F,
+                static_cast<float>(baseX) + kSquareMiddle, static_cast<float>(baseY) + kSquareMiddle);
+}
+
+bool SpineLabel::createText()
+{
+  const int x = textX == baseX ? tarn::wrapAdd(textX, kSquareSide) : textX;
+  return !showValue || addText(x, textY, label, false);
+}
+
+} // namespace impsconverter

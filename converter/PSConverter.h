@@ -1,0 +1,125 @@
+#pragma once
+
+#include "DBConnector.h"
+#include "IMLogger.h"
+#include "PresentationState.h"
+#include "ReferencedImages.h"
+#include "ValidPresentationState.h"
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/dcmdata/dctk.h>
+
+#include <list>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace impsconverter
+{
+
+/// Flags of a converter.
+constexpr unsigned long PSC_includeOriginal = 1; ///< also give out the input object
+constexpr unsigned long PSC_fixOriginal = 2;     ///< make the input object conformant before it is given out
+
+/// One conversion: takes the plug-in state out of a presentation state and makes one standard presentation state for
+/// each image that it annotates. Used for one `convert`.
+///
+/// Figures of the plug-in state are decoded and read line by line; each ID line opens an output object, and the view
+/// and annotation lines after it write into that. Output objects exist one at a time.
+class PSConverter : public PresentationState
+{
+public:
+  /// Command mode: loads `inputFile` and writes the outputs to `outputPrefix` + their names.
+  PSConverter(tarn::db::DBConnector& db, const std::string& inputFile, const std::string& outputPrefix,
+              unsigned long flags, bool debug);
+  /// Library mode: appends the outputs to `out`, whose objects are the caller's. `file` stays the caller's too, and is
+  /// appended last when the original is to be included.
+  PSConverter(tarn::db::DBConnector& db, DcmFileFormat* file, std::list<DcmFileFormat*>* out, unsigned long flags,
+              bool debug);
+  ~PSConverter() override;
+
+  /// The whole pass. True also when the input cannot be loaded or the study's object table not be made sure of;
+  /// every failure is a line on the console.
+  [[nodiscard]] bool convert(bool touchObjectCache);
+
+  /// Cleans the input object, and fixes it where the flags say so.
+  bool clean() override;
+
+  /// The next SOP Instance UID: the organisation's root, the number of the output and what the input's own UID has
+  /// after the root; cut at 64 characters.
+  void genUid(std::string& uid);
+
+  /// Reads a plug-in state: a label, and figures that each begin with a backslash. `text` ends with a NUL; `length` is
+  /// not used.
+  [[nodiscard]] bool parsePluginState(const unsigned char* text, unsigned int length);
+  /// Reads the lines of one decoded figure.
+  [[nodiscard]] bool parseFigure(const char* figure);
+
+  // View settings and references go to the current output object.
+  bool setImageReferences(const ObjectInfo& object, const std::string& frames) override;
+  bool setOrientation(int rotation, bool flip) override;
+  bool setSizeMode(SIZE_MODE mode) override;
+  bool setPixelSpacing(double first, double second) override;
+  bool setZoom(double zoomX, double zoomY) override;
+  bool setClip(int x, int y, int width, int height) override;
+  bool setWindowLevel(int window, int level, bool inverted) override;
+
+private:
+  using LineHandler = bool (PSConverter::*)(std::string& line);
+  struct Rule;
+  static const Rule kRules[];
+
+  // The pass, in this order.
+  bool convertLoaded(bool touchObjectCache);
+  bool loadInput();
+  bool fetchPluginState(DcmElement*& element) const;
+  bool readIdentity();
+  bool findReferencedSeries();
+  bool touchCache();
+  bool includeOriginal();
+  void fixOriginal();
+
+  // The plug-in state.
+  static int getLine(const char*& cursor, std::string& line);
+  LineHandler handlerOf(const std::string& line) const;
+  bool processIDLine(std::string& line);
+  bool processLightLine(std::string& line);
+  bool processSizedLine(std::string& line);
+  bool processPixelLine(std::string& line);
+  bool processClipLine(std::string& line);
+  template <class Kind>
+  bool annotationLine(std::string& line);
+  bool handleLine(std::string& line);
+
+  // Output objects.
+  void openOutput();
+  bool lookUpImage(ObjectInfo& object);
+  bool finishOutput();
+  bool nameIsFree(const std::string& outputName, bool mayBeInput);
+  bool hasOutput() const;
+
+  tarn::db::DBConnector& db;
+  std::string studyUid;
+  std::string inputFile;
+  DcmSequenceOfItems* referencedSeries = nullptr;
+  int figureCounter = 0;
+  std::string sopInstanceUid;
+  std::unique_ptr<ValidPresentationState> output;
+  std::list<DcmFileFormat*>* outputList = nullptr;
+  unsigned long flags;
+  Uint16 largestColumns = 1;
+  Uint16 largestRows = 1;
+  double pixelSpacingX = 0.0;
+  double pixelSpacingY = 0.0;
+  std::string outputPrefix;
+  tarn::imutils::IMLogger logger{"PSConverter"};
+
+  /// What every output starts from: the input without what an output replaces or never keeps, so that a large plug-in
+  /// state or reference list is not copied into each.
+  std::unique_ptr<DcmDataset> outputTemplate;
+  std::optional<ReferencedImages> referencedImages;
+  std::set<std::string> usedNames; ///< of the outputs of this run
+};
+
+} // namespace impsconverter

@@ -1,0 +1,148 @@
+#include "command.h"
+
+#include "Console.h"
+#include "DBConnector.h"
+#include "Dictionary.h"
+#include "PSConverter.h"
+#include "ToolkitLog.h"
+
+#include <fcntl.h>
+#include <getopt.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <memory>
+#include <string>
+
+namespace impsconverter
+{
+namespace
+{
+
+constexpr int kFailure = 1;
+
+constexpr char kUsage[] = R"(
+Usage:
+
+  annomend [-h] [-N] -f <inputFile> [-o <output prefix>]
+
+     -h                  :    prints this help
+     -N                  :    do not touch the object cache
+                              to be used when the caller is certain that the object table is loaded for the study
+     -f <inputFile>      :    presentation state file to convert
+     -o <output prefix>  :    prefix for output files (will be empty if missing)
+     -i                  :    also save a copy of the original (input) presentation state file
+     -x                  :    fix (make DICOM compliant) the copy of the original presentation state file (only with -i)
+     -d                  :    print debug messages
+
+
+Converts annotations stored in QX private tags in a Presentation State file to DICOM compliant format
+)";
+
+void usage()
+{
+  tarn::consoleError() << kUsage << std::flush;
+}
+
+struct Options
+{
+  bool touchObjectCache = true;
+  bool debug = false;
+  unsigned long flags = 0;
+  std::string inputFile;
+  std::string outputPrefix;
+};
+
+/// False when the run ends here, after what it has to say.
+bool readOptions(int argc, char** argv, Options& options)
+{
+  optind = 0; // a new scan, also in a process that scanned before
+  for (int option = 0; (option = getopt(argc, argv, ":hNdixf:o:")) != -1;)
+    switch (option)
+    {
+    case 'h':
+      usage();
+      return false;
+    case 'N':
+      options.touchObjectCache = false;
+      break;
+    case 'd':
+      options.debug = true;
+      break;
+    case 'i':
+      options.flags |= PSC_includeOriginal;
+      break;
+    case 'x':
+      options.flags |= PSC_fixOriginal;
+      break;
+    case 'f':
+      options.inputFile = optarg;
+      break;
+    case 'o':
+      options.outputPrefix = optarg;
+      break;
+    default:
+      tarn::report("Unrecognized option: '-", static_cast<char>(optopt), "'");
+      usage();
+      return false;
+    }
+  if (options.inputFile.empty())
+    tarn::report("Missing argument: Presentation State file");
+  return !options.inputFile.empty();
+}
+
+[[noreturn]] void reportUncaught()
+{
+  try
+  {
+    if (const std::exception_ptr current = std::current_exception())
+      std::rethrow_exception(current);
+  }
+  catch (const std::exception& exception)
+  {
+    tarn::report("annomend: ", exception.what());
+  }
+  catch (...)
+  {
+    tarn::report("annomend: unknown exception");
+  }
+  std::_Exit(kFailure);
+}
+
+} // namespace
+
+int runCommand(int argc, char** argv)
+{
+  Options options;
+  if (!readOptions(argc, argv, options))
+    return kFailure;
+  std::string error;
+  if (!tarn::dicom::setUpDictionary(error))
+  {
+    tarn::report(error);
+    return kFailure;
+  }
+  const std::unique_ptr<tarn::db::DBConnector> db = tarn::db::DBConnector::createConnector(0);
+  PSConverter converter(*db, options.inputFile, options.outputPrefix, options.flags, options.debug);
+  if (converter.convert(options.touchObjectCache))
+    return 0;
+  tarn::report("PSConverter returned error");
+  return kFailure;
+}
+
+void setUpProcess()
+{
+  // What is opened next must not become standard error, or the messages would go into it.
+  int fd = open("/dev/null", O_RDWR);
+  while (fd >= 0 && fd <= STDERR_FILENO)
+    fd = open("/dev/null", O_RDWR);
+  close(fd);
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
+  std::set_terminate(reportUncaught);
+  tarn::dicom::redirectToolkitLog();
+}
+
+} // namespace impsconverter

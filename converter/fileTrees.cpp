@@ -1,0 +1,70 @@
+#include "fileTrees.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <memory>
+
+namespace impsconverter
+{
+namespace
+{
+
+struct DirectoryCloser
+{
+  void operator()(DIR* directory) const noexcept { closedir(directory); }
+};
+using Directory = std::unique_ptr<DIR, DirectoryCloser>;
+
+/// The next entry that is not "." or ".."; empty at the end.
+std::string nextName(DIR* directory)
+{
+  while (const dirent* entry = readdir(directory))
+  {
+    const std::string name = entry->d_name;
+    if (name != "." && name != "..")
+      return name;
+  }
+  return {};
+}
+
+} // namespace
+
+bool addObjects(const std::string& directory, std::list<std::string>& paths)
+{
+  const Directory opened(opendir(directory.c_str()));
+  if (!opened)
+    return false;
+  for (std::string name; !(name = nextName(opened.get())).empty();)
+  {
+    const std::string path = directory + "/" + name;
+    struct stat status
+    {
+    };
+    if (stat(path.c_str(), &status) != 0)
+      return false;
+    if (!S_ISDIR(status.st_mode))
+      paths.push_back(path);
+  }
+  return true;
+}
+
+bool deleteDirectoryRecursively(const std::string& path)
+{
+  if (const Directory opened{opendir(path.c_str())})
+    for (std::string name; !(name = nextName(opened.get())).empty();)
+    {
+      const std::string entry = path + "/" + name;
+      struct stat status
+      {
+      };
+      if (lstat(entry.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
+        static_cast<void>(deleteDirectoryRecursively(entry));
+      else
+        unlink(entry.c_str());
+    }
+  return rmdir(path.c_str()) == 0;
+}
+
+} // namespace impsconverter

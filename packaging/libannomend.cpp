@@ -1,0 +1,2 @@
+// The library is made of the rooms; this file names what they are put together for.
+#include "annomend.h"

@@ -1,0 +1,140 @@
+#include "Dictionary.h"
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/dcmdata/dcdicent.h>
+#include <dcmtk/dcmdata/dcdict.h>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <sstream>
+#include <string>
+
+namespace tarn::dicom
+{
+namespace
+{
+
+struct Attribute
+{
+  Uint16 group, element, upperGroup, upperElement;
+  int groupRange, elementRange;
+  int vr;
+  int vmMin, vmMax;
+  const char* name;
+  const char* version;
+  const char* privateCreator;
+};
+
+constexpr Attribute kAttributes[] = {
+#include "dictionary.inc"
+};
+
+constexpr char kPathVariable[] = "DCMDICTPATH";
+
+void addCompiledIn(DcmDataDictionary& dictionary)
+{
+  for (const Attribute& row : kAttributes)
+  {
+    auto entry = std::make_unique<DcmDictEntry>(row.group, row.element, row.upperGroup, row.upperElement,
+                                                DcmVR(static_cast<DcmEVR>(row.vr)), row.name, row.vmMin, row.vmMax,
+                                                row.version, OFFalse, row.privateCreator);
+    entry->setGroupRangeRestriction(static_cast<DcmDictRangeRestriction>(row.groupRange));
+    entry->setElementRangeRestriction(static_cast<DcmDictRangeRestriction>(row.elementRange));
+    dictionary.addEntry(entry.release());
+  }
+}
+
+class Descriptor
+{
+public:
+  explicit Descriptor(int opened) : fd(opened) {}
+  ~Descriptor()
+  {
+    if (fd >= 0)
+      close(fd);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  explicit operator bool() const { return fd >= 0; }
+  int get() const { return fd; }
+
+private:
+  int fd;
+};
+
+/// Copies `from` into `to` with every result checked; false leaves the reason in errno.
+bool copyAll(int from, int to)
+{
+  std::array<char, 65536> block{};
+  for (;;)
+  {
+    const ssize_t got = read(from, block.data(), block.size());
+    if (got == 0)
+      return true;
+    if (got < 0 || write(to, block.data(), static_cast<std::size_t>(got)) != got)
+      return false;
+  }
+}
+
+/// The toolkit does not notice a read that fails in the midst of a dictionary: the file is read here, with every
+/// result checked, and handed on from memory.
+bool addFile(DcmDataDictionary& dictionary, const std::string& path, std::string& error)
+{
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const Descriptor memory(memfd_create("dictionary", MFD_CLOEXEC));
+  if (!file || !memory || !copyAll(file.get(), memory.get()))
+  {
+    error = "Data dictionary " + path + " could not be read: " + std::strerror(errno);
+    return false;
+  }
+  if (!dictionary.loadDictionary(("/proc/self/fd/" + std::to_string(memory.get())).c_str()))
+  {
+    error = "Data dictionary " + path + " could not be read: it is not a data dictionary";
+    return false;
+  }
+  return true;
+}
+
+bool addFiles(DcmDataDictionary& dictionary, const std::string& paths, std::string& error)
+{
+  std::istringstream list(paths);
+  for (std::string path; std::getline(list, path, ':');)
+    if (!path.empty() && !addFile(dictionary, path, error))
+      return false;
+  return true;
+}
+
+/// The toolkit reads its text dictionary when its dictionary is first touched, from a default path where the variable
+/// is empty: it is given an empty file.
+DcmDataDictionary& lockUnread(const std::string& paths, bool wasSet)
+{
+  setenv(kPathVariable, "/dev/null", 1);
+  DcmDataDictionary& dictionary = dcmDataDict.wrlock();
+  if (wasSet)
+    setenv(kPathVariable, paths.c_str(), 1);
+  else
+    unsetenv(kPathVariable);
+  return dictionary;
+}
+
+} // namespace
+
+bool setUpDictionary(std::string& error)
+{
+  const char* value = std::getenv(kPathVariable);
+  const std::string paths = value ? value : "";
+  DcmDataDictionary& dictionary = lockUnread(paths, value != nullptr);
+  addCompiledIn(dictionary);
+  const bool good = addFiles(dictionary, paths, error);
+  dcmDataDict.wrunlock();
+  return good;
+}
+
+} // namespace tarn::dicom

@@ -1,0 +1,98 @@
+#pragma once
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/dcmdata/dctk.h>
+
+#include <map>
+#include <mutex>
+
+/// The item has no private block of ours and no free slot to make one.
+extern const OFConditionConst EC_PBPrivateTagProblem;
+
+/// Reads and maintains the archive's own private block in group F215 of one item (PS3.5 7.8.1).
+///
+/// The canonic layout is one block, reserved under the creator "PB group A" in a slot 10 to FF: creator in
+/// (F215,00ss), elements in (F215,ssKK), where KK is the element's short key. The legacy layout sits in the fixed
+/// blocks BA and DA; it is moved into the canonic block when the block is first calculated.
+///
+/// Element conditions are the toolkit's; nothing is thrown. The key map of legacy elements is built by the first
+/// PBItem of the process.
+class PBItem
+{
+public:
+  static constexpr Uint16 kGroup = 0xF215;
+  static constexpr char kCreator[] = "PB group A";
+  static constexpr unsigned short kPluginStateKey = 0x94;
+
+  /// Wraps `item`, which must outlive this object.
+  explicit PBItem(DcmItem& item);
+
+  /// Finds the block, or the first free slot for it, and moves legacy elements into it; with `moveCanonic` also what
+  /// stands in slot 10. Done once; false when no slot is left.
+  bool calcPrivateBlock(bool moveCanonic);
+  /// Writes the creator of the calculated block, unless it stands there; false without a block.
+  bool checkAndReservePrivateBlock();
+  /// Moves the elements of the legacy blocks that are ours into the block. Those without a short key are deleted, as
+  /// are those whose place is taken.
+  bool relocateLegacyPrivateTags(bool moveCanonic);
+  /// Whether the legacy block 0xBA or 0xDA has no readable creator, or ours.
+  bool isOldBlockOurs(int blockByte);
+
+  /// Finds the element of a short key in the item; with `searchIntoSub` then in the items of its sequences, first
+  /// success first. `element` stays owned by its item.
+  OFCondition findAndGetPBElement(unsigned short key, DcmElement*& element, bool searchIntoSub);
+  OFCondition findAndGetPBString(unsigned short key, const char*& value);
+  OFCondition findAndGetPBSequence(unsigned short key, DcmSequenceOfItems*& sequence);
+  OFCondition findAndGetPBSequenceItem(unsigned short key, DcmItem*& found, signed long number = 0);
+
+  /// Put a value under a short key, reserving the block and replacing what is there.
+  OFCondition findOrCreatePBSequenceItem(unsigned short key, DcmItem*& created, signed long number = 0);
+  OFCondition putAndInsertPBString(unsigned short key, const char* value, DcmEVR vr = EVR_LO);
+  OFCondition putAndInsertPBUint8Array(unsigned short key, const Uint8* values, unsigned long count);
+  OFCondition putAndInsertPBUint16Array(unsigned short key, const Uint16* values, unsigned long count);
+  OFCondition insertPBEmptyElement(unsigned short key, DcmEVR vr = EVR_LO);
+  /// Gives `element` the tag of `key` and inserts it. The item owns it afterwards; on failure the caller still does.
+  OFCondition insertPB(unsigned short key, DcmElement* element, bool replaceOld = true);
+
+  /// Takes the element out of the item; the caller owns the result, null when there is none.
+  DcmElement* removePB(unsigned short key);
+  /// Puts a copy of this item's element of `key` into `destination` under the same key.
+  OFCondition copyPrivateElement(unsigned short key, PBItem& destination);
+  /// Deletes every element of group F215 and forgets the block.
+  void nukePrivateTags();
+
+  /// The tag of a short key in this item's block, which is reserved by it.
+  DcmTag getTag(unsigned short key);
+  /// Turns a legacy tag, or one of slot 10, into the tag of the same short key in this item's block; false, with `tag`
+  /// unchanged, when it has no short key or the item no block.
+  bool convertTag(DcmTag& tag);
+  /// Whether `object` is an element of this item's block.
+  bool isObjectOurPrivateElement(const DcmObject& object);
+
+  /// The tag of a short key in slot 10, where the canonic block lies unless another creator took it.
+  static DcmTag canonicTag(unsigned short key);
+  /// The short key of a legacy tag or of a tag in slot 10; false when it has none.
+  static bool getCanonicKey(const DcmTagKey& tag, unsigned short& key);
+  /// Group F215, element 0010 to 00FF.
+  static bool isOurPrivateCreator(const DcmTag& tag);
+  /// Group F215, element above 0FFF.
+  static bool isOurPrivateTagKey(const DcmTagKey& tag);
+
+private:
+  static void createMap();
+  DcmTag blockTag(unsigned short key, DcmEVR vr) const;
+  OFCondition writableTag(unsigned short key, DcmEVR vr, DcmTag& tag);
+  template <class Put>
+  OFCondition put(unsigned short key, DcmEVR vr, Put operation);
+  bool isMoved(const DcmTagKey& tag, bool moveBA, bool moveDA, bool moveCanonic) const;
+  OFCondition searchSequences(unsigned short key, DcmElement*& element);
+
+  /// Legacy tag to short key, 65 rows.
+  static std::map<DcmTagKey, unsigned short> m_privateKeyMap;
+  static std::once_flag m_isMapCreated;
+
+  DcmItem* item;
+  Uint16 block = 0;        ///< slot shifted left by 8; 0 without a block
+  bool reserved = false;   ///< the creator element is in the item
+  bool calculated = false; ///< the slot has been determined
+};

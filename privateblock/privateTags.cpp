@@ -1,0 +1,52 @@
+#include "privateTags.h"
+
+#include "FileReader.h"
+#include "FileWriter.h"
+#include "PBItem.h"
+
+namespace
+{
+
+bool relocateEverywhere(DcmItem& item, bool moveCanonic)
+{
+  bool good = PBItem(item).calcPrivateBlock(moveCanonic);
+  for (DcmObject* object = nullptr; (object = item.nextInContainer(object)) != nullptr;)
+  {
+    auto* sequence = dynamic_cast<DcmSequenceOfItems*>(object);
+    for (DcmObject* nested = nullptr; sequence && (nested = sequence->nextInContainer(nested)) != nullptr;)
+      if (auto* nestedItem = dynamic_cast<DcmItem*>(nested))
+        good = relocateEverywhere(*nestedItem, moveCanonic) && good;
+  }
+  return good;
+}
+
+} // namespace
+
+bool handlePrivateTags(DcmItem& item)
+{
+  return relocateEverywhere(item, false);
+}
+
+bool handleCanonicAndOldPrivateTags(DcmItem& item)
+{
+  return relocateEverywhere(item, true);
+}
+
+bool checkAndUpdateCanonicPrivateTag(DcmItem& item, DcmTag& tag)
+{
+  const bool canonic = PBItem::isOurPrivateTagKey(tag) && (tag.getElement() >> 8U) == 0x10;
+  return !canonic || PBItem(item).convertTag(tag);
+}
+
+OFCondition convertFilePrivateTags(const std::string& path)
+{
+  DcmFileFormat file;
+  OFCondition status = tarn::dicom::loadFile(file, path);
+  if (status.good())
+    status = file.loadAllDataIntoMemory();
+  if (status.bad())
+    return status;
+  if (!handlePrivateTags(*file.getDataset()))
+    return EC_PBPrivateTagProblem;
+  return tarn::dicom::saveFile(file, path);
+}

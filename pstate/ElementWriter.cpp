@@ -1,0 +1,102 @@
+#include "ElementWriter.h"
+
+#include "Console.h"
+
+#include <array>
+
+namespace impsconverter
+{
+namespace
+{
+
+constexpr signed long kFirst = 0;
+constexpr signed long kAppend = -2;
+
+/// An element of that tag that is no sequence, whatever the toolkit says of it, gives no item.
+OFCondition sequenceItem(DcmItem& item, const DcmTagKey& sequence, DcmItem*& result, signed long position)
+{
+  result = nullptr;
+  const OFCondition status = item.findOrCreateSequenceItem(DcmTag(sequence), result, position);
+  return status.good() && !result ? EC_InvalidVR : status;
+}
+
+} // namespace
+
+void reportCondition(const std::string& message, const OFCondition& status)
+{
+  tarn::report(message, status.text());
+}
+
+OFCondition insertOwned(DcmItem& item, std::unique_ptr<DcmElement> element, bool replace)
+{
+  const OFCondition status = item.insert(element.get(), replace);
+  if (status.good())
+    element.release();
+  return status;
+}
+
+template <class Put>
+ElementWriter& ElementWriter::step(const char* message, Put put)
+{
+  if (!good)
+    return *this;
+  const OFCondition status = put();
+  good = status.good();
+  if (!good && message)
+    reportCondition(message, status);
+  return *this;
+}
+
+ElementWriter& ElementWriter::text(const DcmTagKey& tag, const std::string& value, const char* message)
+{
+  return step(message, [&] { return item->putAndInsertString(DcmTag(tag), value.c_str()); });
+}
+
+ElementWriter& ElementWriter::number(const DcmTagKey& tag, Uint16 value, const char* message)
+{
+  return step(message, [&] { return item->putAndInsertUint16(DcmTag(tag), value); });
+}
+
+ElementWriter& ElementWriter::number(const DcmTagKey& tag, Uint32 value, const char* message)
+{
+  return step(message, [&] { return item->putAndInsertUint32(DcmTag(tag), value); });
+}
+
+ElementWriter& ElementWriter::real(const DcmTagKey& tag, Float32 value, const char* message)
+{
+  return step(message, [&] { return item->putAndInsertFloat32(DcmTag(tag), value); });
+}
+
+ElementWriter& ElementWriter::real(const DcmTagKey& tag, Float64 value, const char* message)
+{
+  return step(message, [&] { return item->putAndInsertFloat64(DcmTag(tag), value); });
+}
+
+ElementWriter& ElementWriter::floats(const DcmTagKey& tag, const std::vector<Float32>& values, const char* valueMessage,
+                                     const char* insertMessage)
+{
+  auto element = std::make_unique<DcmFloatingPointSingle>(DcmTag(tag));
+  step(valueMessage, [&] { return element->putFloat32Array(values.data(), values.size()); });
+  return step(insertMessage, [&] { return insertOwned(*item, std::move(element), true); });
+}
+
+ElementWriter& ElementWriter::newPair(const DcmTagKey& tag, Sint32 first, Sint32 second, const char* valueMessage,
+                                      const char* insertMessage)
+{
+  auto element = std::make_unique<DcmSignedLong>(DcmTag(tag));
+  const std::array<Sint32, 2> values{first, second};
+  step(valueMessage, [&] { return element->putSint32Array(values.data(), values.size()); });
+  return step(insertMessage, [&] { return insertOwned(*item, std::move(element), false); });
+}
+
+ElementWriter& ElementWriter::firstItem(const DcmTagKey& sequence, DcmItem*& found, const char* message)
+{
+  return step(message, [&] { return sequenceItem(*item, sequence, found, kFirst); });
+}
+
+ElementWriter& ElementWriter::appendItem(const DcmTagKey& sequence, DcmItem*& created, const char* message)
+{
+  return step(message, [&] { return sequenceItem(*item, sequence, created, kAppend); });
+}
+
+} // namespace impsconverter

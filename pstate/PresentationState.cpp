@@ -1,0 +1,99 @@
+#include "PresentationState.h"
+
+#include "Console.h"
+#include "ElementWriter.h"
+#include "FileWriter.h"
+#include "wrapping.h"
+
+#include <array>
+#include <cstdio>
+
+namespace impsconverter
+{
+namespace
+{
+
+struct Corners
+{
+  Sint32 left, top, right, bottom;
+};
+
+Sint32 farEdge(int start, int length)
+{
+  return tarn::wrapSub(tarn::wrapAdd(start, length), 1);
+}
+
+Corners arrange(CLIP_BOX_MODE mode, const Corners& box)
+{
+  switch (static_cast<int>(mode))
+  {
+  case CLIP_BOX_NORMAL:
+    return box;
+  case CLIP_BOX_TOP_BOTTOM:
+    return {box.left, box.bottom, box.right, box.top};
+  case CLIP_BOX_TURNED:
+    return {box.right, box.bottom, box.left, box.top};
+  case CLIP_BOX_LEFT_RIGHT:
+    return {box.right, box.top, box.left, box.bottom};
+  default:
+    return {0, 0, 0, 0};
+  }
+}
+
+} // namespace
+
+PresentationState::PresentationState(DcmDataset* dataset, bool isDebug)
+  : fileFormat(dataset ? std::make_unique<DcmFileFormat>(dataset) : nullptr), debug(isDebug)
+{
+}
+
+bool PresentationState::clean()
+{
+  DcmDataset& dataset = *fileFormat->getDataset();
+  dataset.insertEmptyElement(DCM_ContentDescription);
+  dataset.insertEmptyElement(DCM_ContentCreatorName);
+  dataset.putAndInsertString(DCM_Modality, "PR");
+  return true;
+}
+
+bool PresentationState::save(const std::string& directory)
+{
+  clean();
+  if (debug)
+  {
+    tarn::trace(" ===== Result PS ", name, " =====");
+    fileFormat->getDataset()->print(tarn::consoleOut());
+    tarn::trace(" === END Result PS ", name, " ===");
+    tarn::trace("Saving ", name);
+  }
+  const OFCondition status = tarn::dicom::saveFile(*fileFormat, directory + name);
+  if (status.bad())
+    reportCondition("Presentation State file " + name + " could not be saved: ", status);
+  return status.good();
+}
+
+bool PresentationState::fillDisplayArea(DcmItem& item, CLIP_BOX_MODE mode, int x, int y, int width, int height)
+{
+  const Corners corners = arrange(mode, {x, y, farEdge(x, width), farEdge(y, height)});
+  return ElementWriter(item)
+      .newPair(DCM_DisplayedAreaTopLeftHandCorner, corners.left, corners.top,
+               "Displayed Area Top Left Hand Corner element could not be created: ",
+               "Displayed Area Top Left Hand Corner element could not be inserted to Displayed Area Selection Item: ")
+      .newPair(
+          DCM_DisplayedAreaBottomRightHandCorner, corners.right, corners.bottom,
+          "Displayed Area Bottom Right Hand Corner element could not be created: ",
+          "Displayed Area Bottom Right Hand Corner element could not be inserted to Displayed Area Selection Item: ")
+      .ok();
+}
+
+bool PresentationState::fillPixelSpacing(DcmItem& item, double first, double second)
+{
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), "%lg\\%lg", first, second);
+  return ElementWriter(item)
+      .text(DCM_PresentationPixelSpacing, text.data(),
+            "Presentation Pixel Spacing could not be inserted to Displayed Area Selection Item: ")
+      .ok();
+}
+
+} // namespace impsconverter

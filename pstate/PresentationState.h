@@ -1,0 +1,76 @@
+#pragma once
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/dcmdata/dctk.h>
+
+#include <memory>
+#include <string>
+
+namespace impsconverter
+{
+
+class ObjectInfo;
+
+/// Presentation Size Mode (PS3.3 C.10.4); every value that is not named here means "SCALE TO FIT".
+enum SIZE_MODE
+{
+  SIZE_MODE_SCALE_TO_FIT = 0,
+  SIZE_MODE_MAGNIFY = 1,
+  SIZE_MODE_TRUE_SIZE = 3
+};
+
+/// Which corners of the displayed area are exchanged, so that rotation and flip reach it; any other value gives zero
+/// corners.
+enum CLIP_BOX_MODE
+{
+  CLIP_BOX_NORMAL = 0,
+  CLIP_BOX_TOP_BOTTOM = 1,
+  CLIP_BOX_TURNED = 2,
+  CLIP_BOX_LEFT_RIGHT = 3
+};
+
+/// A Grayscale Softcopy Presentation State (PS3.3 A.33.1) that is changed and saved. Operations that fail write their
+/// one line and return false; what was written before stays in the dataset. Coordinates are image pixels, the top left
+/// one being column 1, row 1.
+class PresentationState
+{
+public:
+  /// Holds a deep copy of `dataset`; nothing when it is null.
+  PresentationState(DcmDataset* dataset, bool debug);
+  PresentationState(const PresentationState&) = delete;
+  PresentationState& operator=(const PresentationState&) = delete;
+
+  /// Makes the dataset fit to leave the archive; `save` calls it.
+  virtual bool clean();
+
+  virtual bool setImageReferences(const ObjectInfo& object, const std::string& frames) = 0;
+  /// Degrees clockwise, and a horizontal flip after the rotation.
+  virtual bool setOrientation(int rotation, bool flip) = 0;
+  virtual bool setSizeMode(SIZE_MODE mode) = 0;
+  /// Millimetres, in the order of Presentation Pixel Spacing (0070,0101).
+  virtual bool setPixelSpacing(double first, double second) = 0;
+  virtual bool setZoom(double zoomX, double zoomY) = 0;
+  virtual bool setClip(int x, int y, int width, int height) = 0;
+  virtual bool setWindowLevel(int window, int level, bool inverted) = 0;
+
+  virtual ~PresentationState() = default;
+
+  /// Cleans the dataset and writes it to `directory` + `name` (no separator is added), in its own transfer syntax. The
+  /// file appears when it is complete; on failure what stood there stays.
+  [[nodiscard]] bool save(const std::string& directory);
+
+  const std::string& outputName() const { return name; }
+  bool isDebug() const { return debug; }
+  /// Gives the file object up.
+  std::unique_ptr<DcmFileFormat> releaseFile() { return std::move(fileFormat); }
+
+protected:
+  static bool fillDisplayArea(DcmItem& item, CLIP_BOX_MODE mode, int x, int y, int width, int height);
+  static bool fillPixelSpacing(DcmItem& item, double first, double second);
+
+  std::unique_ptr<DcmFileFormat> fileFormat;
+  std::string name; ///< of the output file, without directory
+  bool debug;
+};
+
+} // namespace impsconverter

@@ -1,0 +1,230 @@
+#include "ValidPresentationState.h"
+
+#include "Console.h"
+#include "ElementWriter.h"
+#include "ObjectInfo.h"
+#include "PBItem.h"
+#include "wrapping.h"
+
+#include <memory>
+
+namespace impsconverter
+{
+
+const std::string ANNLAYERNAME = "ANNLAYER1";
+
+namespace
+{
+
+/// The modality code; the toolkit's own table has another text for the class.
+constexpr char kFilePrefix[] = "PR";
+constexpr std::size_t kLongestName = 254;
+
+constexpr Sint32 kDefaultInstanceNumber = 9;
+constexpr Sint32 kInstanceNumberFactor = 3700;
+
+struct Arrangement
+{
+  int rotation;
+  bool flip;
+  CLIP_BOX_MODE mode;
+};
+
+// A quarter turn exchanges corners as a flip does; pairs that are not listed leave the corners as they were.
+constexpr Arrangement kArrangements[] = {
+    {90, false, CLIP_BOX_TOP_BOTTOM}, {180, true, CLIP_BOX_TOP_BOTTOM},  {180, false, CLIP_BOX_TURNED},
+    {270, true, CLIP_BOX_TURNED},     {270, false, CLIP_BOX_LEFT_RIGHT}, {0, true, CLIP_BOX_LEFT_RIGHT},
+};
+
+const char* sizeModeText(SIZE_MODE mode)
+{
+  if (mode == SIZE_MODE_MAGNIFY)
+    return "MAGNIFY";
+  return mode == SIZE_MODE_TRUE_SIZE ? "TRUE SIZE" : "SCALE TO FIT";
+}
+
+/// Puts a new sequence that holds `item` alone into `target`, replacing what is there. What could not be inserted is
+/// deleted.
+bool insertSequence(DcmItem& target, const DcmTagKey& tag, std::unique_ptr<DcmItem> item, const char* itemMessage,
+                    const char* sequenceMessage)
+{
+  auto sequence = std::make_unique<DcmSequenceOfItems>(DcmTag(tag));
+  if (const OFCondition status = sequence->insert(item.get()); status.bad())
+  {
+    reportCondition(itemMessage, status);
+    return false;
+  }
+  item.release();
+  const OFCondition status = insertOwned(target, std::move(sequence), true);
+  if (status.bad())
+    reportCondition(sequenceMessage, status);
+  return status.good();
+}
+
+} // namespace
+
+ValidPresentationState::ValidPresentationState(DcmDataset* dataset, const std::string& sopInstanceUid, int base,
+                                               bool isDebug)
+  : PresentationState(dataset, isDebug), instanceBase(base)
+{
+  fileFormat->getDataset()->putAndInsertString(DCM_SOPInstanceUID, sopInstanceUid.c_str());
+  name = (kFilePrefix + ("." + sopInstanceUid)).substr(0, kLongestName);
+}
+
+bool ValidPresentationState::hasDisplayedArea() const
+{
+  if (!displayedAreaItem)
+    tarn::report("Displayed Area Selection Item was expected but does not exist");
+  return displayedAreaItem != nullptr;
+}
+
+bool ValidPresentationState::setOrientation(int rotation, bool flip)
+{
+  for (const Arrangement& row : kArrangements)
+    if (row.rotation == rotation && row.flip == flip)
+      clipMode = row.mode;
+  return ElementWriter(*fileFormat->getDataset())
+      .number(DCM_ImageRotation, static_cast<Uint16>(rotation), "Image Rotation could not be set: ")
+      .text(DCM_ImageHorizontalFlip, flip ? "Y" : "N", "Image Horizontal Flip could not be set: ")
+      .ok();
+}
+
+bool ValidPresentationState::setClip(int x, int y, int width, int height)
+{
+  return hasDisplayedArea() && fillDisplayArea(*displayedAreaItem, clipMode, x, y, width, height);
+}
+
+bool ValidPresentationState::setSizeMode(SIZE_MODE mode)
+{
+  sizeMode = mode;
+  return hasDisplayedArea() &&
+         ElementWriter(*displayedAreaItem)
+             .text(DCM_PresentationSizeMode, sizeModeText(mode),
+                   "Presentation Size Mode could not be inserted to Displayed Area Selection Item: ")
+             .ok();
+}
+
+bool ValidPresentationState::setZoom(double zoomX, double /*zoomY*/)
+{
+  if (!hasDisplayedArea())
+    return false;
+  if (sizeMode != SIZE_MODE_MAGNIFY && sizeMode != SIZE_MODE_TRUE_SIZE)
+    return true;
+  return ElementWriter(*displayedAreaItem)
+      .real(DCM_PresentationPixelMagnificationRatio, static_cast<Float32>(zoomX),
+            "Presentation Pixel Magnification Ratio could not be inserted to Displayed Area Selection Item: ")
+      .ok();
+}
+
+bool ValidPresentationState::setPixelSpacing(double first, double second)
+{
+  return hasDisplayedArea() && fillPixelSpacing(*displayedAreaItem, first, second);
+}
+
+bool ValidPresentationState::setWindowLevel(int window, int level, bool inverted)
+{
+  DcmDataset& dataset = *fileFormat->getDataset();
+  DcmItem* lut = nullptr;
+  const bool found =
+      ElementWriter(dataset)
+          .text(DCM_PresentationLUTShape, inverted ? "INVERSE" : "IDENTITY",
+                "Presentation LUT Shape could not be inserted to dataset: ")
+          .firstItem(DCM_SoftcopyVOILUTSequence, lut, "Softcopy VOI LUT Sequence item could not created: ")
+          .ok();
+  return found && ElementWriter(*lut)
+                      .text(DCM_WindowCenter, std::to_string(level),
+                            "Window Center could not be inserted to Softcopy VOI LUT Sequence item: ")
+                      .text(DCM_WindowWidth, std::to_string(window),
+                            "Window Width could not be inserted to Softcopy VOI LUT Sequence item: ")
+                      .ok();
+}
+
+bool ValidPresentationState::replaceReferences(const ObjectInfo& object, const std::string& frames)
+{
+  auto image = std::make_unique<DcmItem>();
+  const bool filled = ElementWriter(*image)
+                          .text(DCM_ReferencedSOPClassUID, object.sopClassUid,
+                                "Referenced SOP Class UID could not be inserted to Referenced Image Sequence: ")
+                          .text(DCM_ReferencedSOPInstanceUID, object.sopInstanceUid,
+                                "Referenced SOP Instance UID could not be inserted to Referenced Image Sequence: ")
+                          .ok();
+  if (!filled)
+    return false;
+  image->putAndInsertString(DCM_ReferencedFrameNumber, frames.c_str());
+
+  auto series = std::make_unique<DcmItem>();
+  return ElementWriter(*series)
+             .text(DCM_SeriesInstanceUID, object.seriesInstanceUid,
+                   "Series Instance UID could not be inserted to Referenced Series Sequence item: ")
+             .ok() &&
+         insertSequence(*series, DCM_ReferencedImageSequence, std::move(image),
+                        "Referenced Image Sequence Item could not be inserted: ",
+                        "Referenced Image Sequence could not be inserted to Referenced Series Sequence item: ") &&
+         insertSequence(*fileFormat->getDataset(), DCM_ReferencedSeriesSequence, std::move(series),
+                        "Referenced Series Sequence Item could not be inserted: ",
+                        "Referenced Series Sequence could not be inserted to dataset: ");
+}
+
+bool ValidPresentationState::setImageReferences(const ObjectInfo& object, const std::string& frames)
+{
+  if (!replaceReferences(object, frames))
+    return false;
+  const bool created = ElementWriter(*fileFormat->getDataset())
+                           .appendItem(DCM_DisplayedAreaSelectionSequence, displayedAreaItem,
+                                       "No new item could be created in Displayed Area Selection Sequence: ")
+                           .ok();
+  if (!created)
+  {
+    displayedAreaItem = nullptr;
+    return false;
+  }
+  pendingAnnotationItem = std::make_unique<DcmItem>();
+  annotationItem = pendingAnnotationItem.get();
+  return true;
+}
+
+bool ValidPresentationState::checkAndCreateAnnotationLayer()
+{
+  if (annotationItem && !pendingAnnotationItem)
+    return true;
+  DcmItem* layer = nullptr;
+  if (!ElementWriter(*fileFormat->getDataset())
+           .firstItem(DCM_GraphicLayerSequence, layer, "Graphic Layer Sequence item could not be created: ")
+           .ok())
+    return false;
+  if (!ElementWriter(*layer)
+           .text(DCM_GraphicLayer, ANNLAYERNAME, "Graphic Layer name could not be created: ")
+           .text(DCM_GraphicLayerOrder, "1", "Graphic Layer Order could not be created: ")
+           .ok())
+    return false;
+  const OFCondition inserted =
+      fileFormat->getDataset()->insertSequenceItem(DcmTag(DCM_GraphicAnnotationSequence), pendingAnnotationItem.get());
+  if (inserted.bad())
+  {
+    reportCondition("Graphic Annotation Sequence item could not be created: ", inserted);
+    return false;
+  }
+  pendingAnnotationItem.release(); // the dataset's
+  return ElementWriter(*annotationItem)
+      .text(DCM_GraphicLayer, ANNLAYERNAME, "Graphic Layer could not be added to Graphic Annotation Sequence: ")
+      .ok();
+}
+
+bool ValidPresentationState::clean()
+{
+  PresentationState::clean();
+  DcmDataset& dataset = *fileFormat->getDataset();
+  dataset.findAndDeleteElement(DCM_SourceImageSequence);
+  const std::unique_ptr<DcmElement> pluginState(PBItem(dataset).removePB(PBItem::kPluginStateKey));
+
+  Sint32 inputNumber = 0;
+  if (dataset.findAndGetSint32(DCM_InstanceNumber, inputNumber).bad())
+    inputNumber = kDefaultInstanceNumber;
+  const std::string text =
+      std::to_string(tarn::wrapAdd(tarn::wrapMul(inputNumber, kInstanceNumberFactor), instanceBase));
+  return ElementWriter(dataset)
+      .text(DCM_InstanceNumber, text, ("Instance Number " + text + " could not be inserted to dataset: ").c_str())
+      .ok();
+}
+
+} // namespace impsconverter

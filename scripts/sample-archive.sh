@@ -1,0 +1,38 @@
+# Sourced. Makes the sample archive and converts its presentation states as an archive's administrator would.
+
+# use_sample_archive BUILD ARCHIVE: points the programs of the folder BUILD at the archive in the folder ARCHIVE.
+use_sample_archive() {
+  local build=$1 archive=$2
+  export PATH="$build/bin:$PATH"
+  export TARN_DB_URL="sqlite:$archive/archive.db"
+  export OBJECTTBL=objects QXOBJCACHETBL=object_cache
+  export TARGETTBL=forward_targets DEVSERVTBL=forward_services
+  export REPOSITORYHANDLER_HOME="$build"
+  export REPOSITORY_DICOM_DATA="$archive/images"
+  export REPOSITORY_META="$archive/meta"
+  export REPOSITORY_TEMPMETA="$archive/tempmeta"
+  export CONF="$archive"
+  export TARN_LOG="file:$archive/archive.log"
+}
+
+# make_sample_archive ARCHIVE: images, states, database, object meta file, in an empty folder.
+make_sample_archive() {
+  local archive=$1
+  rm -rf "$archive"
+  mkdir -p "$archive/meta" "$archive/tempmeta"
+  annomend-samples "$archive"
+  tarnctl init
+  tarnctl add-study "$archive"/images/*
+}
+
+# convert_samples ARCHIVE OUT: each state into a folder of its name; the converter's messages go to OUT.log.
+convert_samples() {
+  local archive=$1 out=$2 state name
+  rm -rf "$out"
+  : >"$out.log"
+  for state in "$archive"/states/*.dcm; do
+    name=$(basename "$state" .dcm)
+    mkdir -p "$out/$name"
+    annomend -f "$state" -o "$out/$name/" 2>>"$out.log" || { cat "$out.log" >&2; return 1; }
+  done
+}

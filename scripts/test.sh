@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and runs every check: the tests under the sanitizers, the sample archive judged by
+# independent readers, the same bytes from both compilers, a minute of fuzzing, formatting and lint.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+step() { printf '\n== %s (%ss)\n' "$1" "$SECONDS"; }
+
+step "Packages"
+scripts/install-deps.sh
+
+step "Build with sanitizers"
+cmake --preset asan >/dev/null
+cmake --build --preset asan -- --quiet
+
+step "Build for release"
+cmake --preset release >/dev/null
+cmake --build --preset release -- --quiet
+
+step "Sample archive, judged by other readers"
+scripts/check-outputs.sh build/release
+
+step "Installed library"
+scripts/check-package.sh build/release
+
+step "The same bytes from every compiler"
+scripts/check-determinism.sh
+
+step "Fuzzing"
+scripts/fuzz.sh "${FUZZ_SECONDS:-60}"
+
+step "Formatting and lint"
+scripts/lint.sh
+
+step "Tests"
+export ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1
+ctest --preset asan
+step "Done"

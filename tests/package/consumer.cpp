@@ -1,0 +1,28 @@
+// A program outside the tree that converts a presentation state in memory: consumer FILE
+#include <annomend.h>
+#include <Console.h>
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/dcmdata/dctk.h>
+
+#include <iostream>
+#include <list>
+#include <sstream>
+
+int main(int argc, char** argv)
+{
+  DcmFileFormat file;
+  if (argc != 2 || file.loadFile(argv[1]).bad() || !impsconverter::needPSConversion(file, nullptr))
+    return 2;
+  std::ostringstream out;
+  std::ostringstream messages;
+  const tarn::ConsoleScope kept(out, messages);
+  const auto db = tarn::db::DBConnector::createConnector();
+  std::list<DcmFileFormat*> results;
+  const bool good = impsconverter::convertPSObject(*db, &file, results, false);
+  std::cout << results.size() << " objects, messages: " << messages.str();
+  results.remove(&file);
+  for (DcmFileFormat* result : results)
+    delete result;
+  return good ? 0 : 1;
+}

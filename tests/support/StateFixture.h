@@ -1,0 +1,62 @@
+#pragma once
+
+#include "DBConnectorSql.h"
+#include "Environment.h"
+#include "TempDir.h"
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/dcmdata/dctk.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+/// The result of one conversion and what it wrote to each stream.
+struct Outcome
+{
+  bool good = false;
+  std::string error;
+  std::string out;
+};
+
+/// The elements of an item, or those of the tags named: "Name:VR=value" separated by blanks, a sequence as
+/// "Name{item}{item}"; numbers of FL and FD with all their digits.
+std::string describe(DcmItem& item, const std::vector<DcmTagKey>& only = {});
+
+/// The files of a folder, hidden ones too, in byte order.
+std::vector<std::string> namesIn(const std::filesystem::path& folder);
+
+/// Presentation states that are built in memory and converted from a file, with a database in memory. That database
+/// knows the image CT.1.2.3 (512 x 256) of the study 1.2; the state's own references know 1.2.4 too.
+class StateFixture : public testing::Test
+{
+protected:
+  static constexpr char kUid[] = "1.2.826.0.1.7770001.2.11.4.123.45";
+  static constexpr char kFirstName[] = "PR.1.2.826.0.1.7770001.2.11.7.1.123.45";
+
+  StateFixture();
+
+  /// A plug-in state of one figure on the image of the database: its ID line and `lines`.
+  static std::string figureOf(const std::vector<std::string>& lines);
+  static std::unique_ptr<DcmFileFormat> state(const std::string& pluginState, DcmEVR vr = EVR_OB);
+  static void putPluginState(DcmItem& dataset, const std::string& text, DcmEVR vr);
+
+  /// Saves the state as `inputPath` and converts that with the outputs going to `prefix`.
+  Outcome convert(DcmFileFormat& file, unsigned long flags = 0, bool debug = false);
+  Outcome convert(const std::string& pluginState, unsigned long flags = 0, bool debug = false);
+  Outcome convertPath(const std::string& path, unsigned long flags = 0, bool debug = false);
+
+  /// Reads a file of the output folder.
+  std::unique_ptr<DcmFileFormat> output(const std::string& name = kFirstName) const;
+  /// What an output says of the tags.
+  std::string describeOutput(const std::vector<DcmTagKey>& tags, const std::string& name = kFirstName) const;
+  std::vector<std::string> outputNames() const { return namesIn(folder.path() / "out"); }
+
+  TempDir folder;
+  std::string inputPath = folder.path() / "in.dcm";
+  std::string prefix = folder.path() / "out" / "";
+  Environment url{{{"TARN_DB_URL", "sqlite::memory:"}, {"OBJECTTBL", {}}}};
+  std::unique_ptr<tarn::db::DBConnectorSql> db = tarn::db::DBConnectorSql::open(tarn::db::Missing::refuse);
+};
