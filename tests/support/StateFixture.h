@@ -57,6 +57,6 @@ protected:
   TempDir folder;
   std::string inputPath = folder.path() / "in.dcm";
   std::string prefix = folder.path() / "out" / "";
-  Environment url{{{"TARN_DB_URL", "sqlite::memory:"}, {"OBJECTTBL", {}}}};
+  Environment url{Environment::Variables{{"TARN_DB_URL", "sqlite::memory:"}, {"OBJECTTBL", std::nullopt}}};
   std::unique_ptr<tarn::db::DBConnectorSql> db = tarn::db::DBConnectorSql::open(tarn::db::Missing::refuse);
 };

@@ -1,0 +1,199 @@
+#include "StateFixture.h"
+
+#include "Console.h"
+#include "DicomFile.h"
+#include "command.h"
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace impsconverter;
+
+namespace
+{
+
+const std::string kUsage =
+    "\n"
+    "Usage:\n"
+    "\n"
+    "  annomend [-h] [-N] -f <inputFile> [-o <output prefix>]\n"
+    "\n"
+    "     -h                  :    prints this help\n"
+    "     -N                  :    do not touch the object cache\n"
+    "                              to be used when the caller is certain that the object table is loaded for the study\n"
+    "     -f <inputFile>      :    presentation state file to convert\n"
+    "     -o <output prefix>  :    prefix for output files (will be empty if missing)\n"
+    "     -i                  :    also save a copy of the original (input) presentation state file\n"
+    "     -x                  :    fix (make DICOM compliant) the copy of the original presentation state file (only "
+    "with -i)\n"
+    "     -d                  :    print debug messages\n"
+    "\n"
+    "\n"
+    "Converts annotations stored in QX private tags in a Presentation State file to DICOM compliant format\n";
+
+std::string contents(const std::filesystem::path& path)
+{
+  std::ostringstream text;
+  text << std::ifstream(path).rdbuf();
+  return text.str();
+}
+
+class CommandTest : public StateFixture
+{
+protected:
+  CommandTest()
+  {
+    put("in.dcm", "label\\ID+/X.1.2.4_1");
+    put("bad.dcm", "label");
+  }
+  void put(const char* name, const std::string& pluginState) const
+  {
+    const auto bytes = samples::encodeFile(*state(pluginState)->getDataset(), EXS_LittleEndianExplicit);
+    samples::writeFile(folder.path() / name, bytes);
+  }
+
+  /// Runs the command in this process; in the arguments `@` stands for the folder of the test.
+  Outcome run(std::vector<std::string> arguments, int& status) const
+  {
+    std::vector<char*> argv;
+    arguments.insert(arguments.begin(), "annomend");
+    for (std::string& argument : arguments)
+    {
+      argument = inFolder(argument);
+      argv.push_back(argument.data());
+    }
+    argv.push_back(nullptr);
+    std::ostringstream out;
+    std::ostringstream error;
+    const tarn::ConsoleScope console(out, error);
+    status = runCommand(static_cast<int>(arguments.size()), argv.data());
+    return {status == 0, error.str(), out.str()};
+  }
+
+  /// Runs the program through the shell, in the folder of the test; its exit status.
+  int shell(const std::string& command) const
+  {
+    const std::string script =
+        "cd " + folder.path().string() + " && P=" + ANNOMEND_PROGRAM + " && set -o pipefail && " + command;
+    const char* const argv[] = {"bash", "-c", script.c_str(), nullptr};
+    const pid_t child = fork();
+    if (child == 0)
+    {
+      execvp(argv[0], const_cast<char* const*>(argv));
+      _exit(127);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  std::string inFolder(std::string text) const
+  {
+    for (std::size_t at = 0; (at = text.find('@')) != std::string::npos;)
+      text.replace(at, 1, folder.path().string());
+    return text;
+  }
+};
+
+TEST_F(CommandTest, ReadsItsOptions)
+{
+  const std::string found = "File X.1.2.4 was not found in the database - checking referenced series sequence\n";
+  const std::string missing = "Missing argument: Presentation State file\n";
+  const auto unknown = [](const std::string& option) {
+    return "Unrecognized option: '-" + option + "'\n" + kUsage;
+  };
+  struct Row
+  {
+    std::vector<std::string> arguments;
+    int status;
+    std::string error;
+    std::vector<std::string> files; ///< made in the folder of the test
+  };
+  const std::string pr = kFirstName;
+  const Row rows[] = {
+      {{}, 1, missing, {}},
+      {{"in.dcm"}, 1, missing, {}},
+      {{"-f", ""}, 1, missing, {}},
+      {{"-N", "-f", "@/in.dcm", "-f", ""}, 1, missing, {}},
+      {{"--", "-f", "@/in.dcm"}, 1, missing, {}},
+      {{"-h"}, 1, kUsage, {}},
+      {{"-hf", "@/in.dcm"}, 1, kUsage, {}},
+      {{"-N", "-f", "@/in.dcm", "-o", "@/", "-h"}, 1, kUsage, {}},
+      {{"-h", "-z"}, 1, kUsage, {}},
+      {{"-z", "-h"}, 1, unknown("z"), {}},
+      {{"-Nqf", "@/in.dcm"}, 1, unknown("q"), {}},
+      {{"-:"}, 1, unknown(":"), {}},
+      {{"--help"}, 1, unknown("-"), {}},
+      {{"-N", "-f"}, 1, unknown("f"), {}},
+      {{"-f", "@/in.dcm", "-o"}, 1, unknown("o"), {}},
+      {{"-\n"}, 1, unknown("?"), {}},
+      {{"-N", "-f", "@/bad.dcm", "-o", "@/"}, 1, "Plugin State contains no figure\nPSConverter returned error\n", {}},
+      {{"-N", "-f", "@/absent"}, 0, "@/absent could not be loaded: No such file or directory\n", {}},
+      {{"-N", "-f", "@/in.dcm", "-o", "@/"}, 0, found, {pr}},
+      {{"-No@/", "-f@/in.dcm"}, 0, found, {pr}},
+      {{"-N", "-f", "@/in.dcm", "-o", "@/pre"}, 0, found, {"pre" + pr}},
+      {{"-f", "@/bad.dcm", "-o", "/nowhere/", "operand", "-f", "@/in.dcm", "-N", "-o", "@/", "-i"}, 0, found, {pr}},
+      {{"-Nx", "-f", "@/in.dcm", "-o", "@/copy-"}, 0, found, {"copy-" + pr}},
+      {{"-Nix", "-f", "@/in.dcm", "-o", "@/copy-"}, 0, found, {"copy-" + pr, "copy-in.dcm"}},
+  };
+  const std::vector<std::string> before = namesIn(folder.path());
+  for (const Row& row : rows)
+  {
+    std::string name;
+    for (const std::string& argument : row.arguments)
+      name += argument + " ";
+    SCOPED_TRACE(name);
+    int status = -1;
+    const Outcome outcome = run(row.arguments, status);
+    EXPECT_EQ(row.status, status);
+    EXPECT_EQ(inFolder(row.error), outcome.error);
+    EXPECT_EQ("", outcome.out);
+    std::vector<std::string> expected = before;
+    expected.insert(expected.end(), row.files.begin(), row.files.end());
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(expected, namesIn(folder.path()));
+    for (const std::string& file : row.files)
+      if (file != "in.dcm")
+        std::filesystem::remove(folder.path() / file);
+  }
+}
+
+TEST_F(CommandTest, TheProgramEndsWithAStatus)
+{
+  const std::string pr = "test -s " + std::string(kFirstName);
+  struct Row
+  {
+    const char* name;
+    std::string command;
+    int status;
+    std::string error;
+  };
+  const std::string found = "File X.1.2.4 was not found in the database - checking referenced series sequence\n";
+  const Row rows[] = {
+      {"a conversion into the working directory", "$P -N -f in.dcm 2>error && " + pr, 0, found},
+      {"a failure", "$P -N -f bad.dcm 2>error", 1, "Plugin State contains no figure\nPSConverter returned error\n"},
+      {"no database", "TARN_DB_URL=sqlite:/absent/db $P -N -f in.dcm 2>error", 1, "annomend: cannot open database "},
+      {"no file, no database needed", "TARN_DB_URL=x $P -N 2>error", 1, "Missing argument: Presentation State file\n"},
+      {"all streams closed", "$P -N -d -f in.dcm <&- >&- 2>&- && " + pr, 0, found},
+      {"a reader that went away", "$P -N -d -f in.dcm 2>error | true && " + pr, 0, found},
+      {"damage is said once", "head -c 900 in.dcm >cut.dcm; $P -N -f cut.dcm 2>error", 0, "cut.dcm could not be loaded: "},
+      {"a data dictionary that is none", "DCMDICTPATH=/absent $P -N -f in.dcm 2>error", 1, "Data dictionary /absent "},
+  };
+  for (const Row& row : rows)
+  {
+    SCOPED_TRACE(row.name);
+    std::filesystem::remove(folder.path() / kFirstName);
+    samples::writeFile(folder.path() / "error", row.error);
+    EXPECT_EQ(row.status, shell(row.command));
+    const std::string error = contents(folder.path() / "error");
+    EXPECT_EQ(row.error, row.error.back() == '\n' ? error : error.substr(0, row.error.size()));
+    EXPECT_EQ(std::count(row.error.begin(), row.error.end(), '\n') + (row.error.back() == '\n' ? 0 : 1),
+              std::count(error.begin(), error.end(), '\n'));
+  }
+}
+
+} // namespace

@@ -1,0 +1,250 @@
+#include "StateFixture.h"
+
+#include "Console.h"
+#include "PSConverter.h"
+
+#include <functional>
+
+using namespace impsconverter;
+
+namespace
+{
+
+using PluginStateTest = StateFixture;
+
+const std::string kFigureFailed = "parseFigure returns false\nparsePluginState returns false (parseFigure)\n";
+const std::string kNowhere =
+    "File CT.9 was not found in the database - checking referenced series sequence\n"
+    "Could not get SOP class UID for CT.9 referenced in annotations - excluding from output\n";
+
+TEST_F(PluginStateTest, RefusesWithOneLineALevel)
+{
+  struct Row
+  {
+    const char* name;
+    std::string text;
+    std::string error;
+    std::size_t saved = 0;
+  };
+  const auto line = [](const std::string& text) { return figureOf({text}); };
+  const Row rows[] = {
+      {"empty", "", "Plugin State contains no figure\n"},
+      {"a label alone", "label", "Plugin State contains no figure\n"},
+      {"the figure behind a NUL", std::string("label\0\\ID+1/2_3", 15), "Plugin State contains no figure\n"},
+      {"a backslash at the end", "label\\", "Figure is too short\n"},
+      {"a backslash at the end of a figure", "label\\ID+1.2/CT.1.2.3_1\\", "Figure is too short\n", 1},
+      {"two backslashes", "label\\\\ID+1/2_3", "Figure is too short\n"},
+      {"two characters", "label\\ID", "Figure is too short\n"},
+      {"small letters", "label\\id+1/2_3", "Figure starts with an invalid prefix\n"},
+      {"the blank as an escape", "label\\ID%201/2_3", "Figure starts with an invalid prefix\n"},
+      {"no slash", "label\\ID+12_3", "Invalid ID in figure - contains no slash ('/')\n" + kFigureFailed},
+      {"no underscore", "label\\ID+1/23", "Invalid ID in figure - contains no underscore ('_')\n" + kFigureFailed},
+      {"an underscore before the slash", "label\\ID+1_2/3",
+       "Invalid ID in figure - contains no underscore ('_')\n" + kFigureFailed},
+      {"a second ID without slash", "label\\ID+1.2/CT.1.2.3_1%0AID+1",
+       "Invalid ID in figure - contains no slash ('/')\n" + kFigureFailed, 1},
+      {"light of three", line("light 1 2 3"), "Invalid number of arguments for 'light': 3\n" + kFigureFailed},
+      {"light of none", line("light "), "Invalid number of arguments for 'light': -1\n" + kFigureFailed},
+      {"light of words", line("light a b"), "Invalid number of arguments for 'light': 0\n" + kFigureFailed},
+      {"sized of three", line("sized 1 2 3"), "Invalid number of arguments for 'sized': 3\n" + kFigureFailed},
+      {"pixel of one", line("pixel 1,5 2"), "Invalid number of arguments for 'pixel': 1\n" + kFigureFailed},
+      {"clip of four", line("clip 2 0 0 5"), "Invalid number of arguments for 'pixel': 4\n" + kFigureFailed},
+      {"orientation 8", line("sized 1 1 0 8"), "Invalid image orientation: 8\n" + kFigureFailed},
+      {"orientation -1", line("sized 1 1 0 -1"), "Invalid image orientation: -1\n" + kFigureFailed},
+      {"a failing annotation", line("oval_x 1|2"),
+       "Invalid number of common annotation arguments for oval_x: 1\n" + kFigureFailed},
+      {"a failing line of a dropped object", "l\\ID+1.2/CT.9_1%0Alight+1",
+       kNowhere + "Invalid number of arguments for 'light': 1\n" + kFigureFailed},
+  };
+  for (const Row& row : rows)
+  {
+    SCOPED_TRACE(row.name);
+    const Outcome outcome = convert(row.text);
+    EXPECT_FALSE(outcome.good);
+    EXPECT_EQ(row.error, outcome.error);
+    EXPECT_EQ(row.saved, outputNames().size()) << "what was complete stays";
+    std::filesystem::remove(prefix + kFirstName);
+  }
+}
+
+TEST_F(PluginStateTest, ViewLinesReadBack)
+{
+  struct Row
+  {
+    const char* name;
+    std::vector<std::string> lines;
+    std::string area; ///< items of the displayed area
+    std::string rest;
+    std::string error;
+  };
+  const std::string upright = "ImageHorizontalFlip:CS=N ImageRotation:US=0";
+  const auto area = [](const std::string& mode, const std::string& more = "") {
+    return "DisplayedAreaTopLeftHandCorner:SL=1\\1 DisplayedAreaBottomRightHandCorner:SL=512\\256 "
+           "PresentationSizeMode:CS=" + mode + more;
+  };
+  const auto turned = [](int degrees, char flip) {
+    return std::string("ImageHorizontalFlip:CS=") + flip + " ImageRotation:US=" + std::to_string(degrees);
+  };
+  const std::string twice = "Displayed Area Top Left Hand Corner element could not be inserted to Displayed Area "
+                            "Selection Item: Doubled tag\n";
+  const Row rows[] = {
+      {"no line", {}, "", "", ""},
+      {"size mode 0", {"sized 512 256 0 0"}, area("MAGNIFY"), upright, ""},
+      {"size mode 1", {"sized 512 256 1 0"}, area("SCALE TO FIT"), upright, ""},
+      {"size mode 2", {"sized 512 256 2 0"}, area("TRUE SIZE"), upright, ""},
+      {"size mode 3", {"sized 512 256 3 0"}, area("SCALE TO FIT"), upright, ""},
+      {"size mode -7", {"sized 512 256 -7 0 and more"}, area("SCALE TO FIT"), upright, ""},
+      {"orientation 1", {"sized 512 256 1 1"}, area("SCALE TO FIT"), turned(90, 'N'), ""},
+      {"orientation 2", {"sized 512 256 1 2"}, area("SCALE TO FIT"), turned(180, 'N'), ""},
+      {"orientation 3", {"sized 512 256 1 3"}, area("SCALE TO FIT"), turned(270, 'N'), ""},
+      {"orientation 4", {"sized 512 256 1 4"}, area("SCALE TO FIT"), turned(0, 'Y'), ""},
+      {"orientation 5", {"sized 512 256 1 5"}, area("SCALE TO FIT"), turned(90, 'Y'), ""},
+      {"orientation 6", {"sized 512 256 1 6"}, area("SCALE TO FIT"), turned(180, 'Y'), ""},
+      {"orientation 7", {"sized 512 256 1 7"}, area("SCALE TO FIT"), turned(270, 'Y'), ""},
+      {"sized twice", {"sized 512 256 1 0", "sized 9 9 0 1"}, area("MAGNIFY"), turned(90, 'N'), twice},
+      {"sizes at the ends", {"sized -2147483648 2147483647 1 0"},
+       "DisplayedAreaTopLeftHandCorner:SL=1\\1 DisplayedAreaBottomRightHandCorner:SL=-2147483648\\2147483647 "
+       "PresentationSizeMode:CS=SCALE TO FIT", upright, ""},
+      {"clip of five", {"sized 512 256 0 0", "clip 2 0 0 5 6"},
+       area("MAGNIFY", " PresentationPixelMagnificationRatio:FL=2"), upright, ""},
+      {"clip of six", {"sized 512 256 2 0", "clip 2.5 0 0 5 6 3"},
+       area("TRUE SIZE", " PresentationPixelMagnificationRatio:FL=2.5"), upright, ""},
+      {"clip before sized", {"clip 2 0 0 5 6", "sized 512 256 0 0"}, area("MAGNIFY"), upright, ""},
+      {"pixel twice", {"pixel 1.5 0.25", "pixel 0.75 1e-3"}, "PresentationPixelSpacing:DS=0.75\\0.001", "", ""},
+      {"light", {"light 400 -40 0 1"}, "",
+       "SoftcopyVOILUTSequence{WindowCenter:DS=-40 WindowWidth:DS=400} PresentationLUTShape:CS=IDENTITY", ""},
+      {"light inverted", {"light -2147483648 1 -1 0"}, "",
+       "SoftcopyVOILUTSequence{WindowCenter:DS=1 WindowWidth:DS=-2147483648} PresentationLUTShape:CS=INVERSE", ""},
+      {"lines that are none", {"", " light 1", "Light 1", "light", "lights 1", "ruler_x", "oval_xx 1", "\xff"}, "", "", ""},
+  };
+  for (const Row& row : rows)
+  {
+    SCOPED_TRACE(row.name);
+    const Outcome outcome = convert(figureOf(row.lines));
+    EXPECT_TRUE(outcome.good);
+    EXPECT_EQ(row.error, outcome.error);
+    EXPECT_EQ("DisplayedAreaSelectionSequence{" + row.area + "}",
+              describeOutput({DCM_DisplayedAreaSelectionSequence}));
+    EXPECT_EQ(row.rest, describeOutput({DCM_ImageHorizontalFlip, DCM_ImageRotation, DCM_PresentationLUTShape,
+                                        DCM_SoftcopyVOILUTSequence}));
+  }
+}
+
+TEST_F(PluginStateTest, DecodesFigureAndLabel)
+{
+  const std::pair<std::string, const char*> rows[] = {
+      {"a+b", nullptr}, // ends the label: a blank of the figure
+      {"a%2Bb%252Bc", "a b+c"},
+      {"a%2541", "aA"},
+      {"a%25", "a"},
+      {"x%zz", "x%zz"},
+      {"x%4", "x"},
+      {"x%", "x"},
+      {"%%41x", "%Ax"},
+      {"%25%34%31", "A"},
+      {"x%00y", "x"},
+      {"x%2500y", "x"},
+      {"%b0%B0", "\xB0\xB0"},
+      {"a%5Cb", "a\\b"},
+  };
+  for (const auto& [label, expected] : rows)
+  {
+    SCOPED_TRACE(label);
+    EXPECT_EQ("", convert("l\\ID+1.2/CT.1.2.3_1%0Atext_x+1+r+1+1+0+0+0+0+0|0+" + label).error);
+    DcmItem* item = nullptr;
+    const auto file = output();
+    ASSERT_TRUE(file->getDataset()->findAndGetSequenceItem(DCM_GraphicAnnotationSequence, item).good());
+    ASSERT_TRUE(item->findAndGetSequenceItem(DCM_TextObjectSequence, item).good());
+    EXPECT_EQ("UnformattedTextValue:ST=" + std::string(expected ? expected : "a"),
+              describe(*item, {DCM_UnformattedTextValue}));
+  }
+}
+
+TEST_F(PluginStateTest, EachIdLineIsAnOutput)
+{
+  struct Row
+  {
+    const char* name;
+    std::string text;
+    std::vector<const char*> frames; ///< of the outputs, in order; null for a number without output
+    std::string error;
+  };
+  const std::string id = "ID+1.2/CT.1.2.3_";
+  const Row rows[] = {
+      {"three in one figure", "l\\" + id + "1%0A" + id + "2%0A" + id + "3", {"1", "2", "3"}, ""},
+      {"three figures", "l\\" + id + "1\\" + id + "2\\" + id + "3", {"1", "2", "3"}, ""},
+      {"a dropped one uses up its number", "l\\" + id + "1\\ID+1.2/CT.9_1%0Apixel+1+1\\" + id + "3",
+       {"1", nullptr, "3"}, kNowhere},
+      {"no point in the name", "l\\ID+x/CT9_1\\" + id + "2", {nullptr, "2"},
+       "File CT9 was not found in the database - checking referenced series sequence\n"
+       "Invalid object name CT9; contains no dot ('.')\n"
+       "Could not get SOP class UID for CT9 referenced in annotations - excluding from output\n"},
+      {"other slashes and underscores", "l\\ID+a_b/CT.1_/.2.3_4\\" + id + "5%0A", {nullptr, "5"},
+       "File CT.1_/.2.3 was not found in the database - checking referenced series sequence\n"
+       "Could not get SOP class UID for CT.1_/.2.3 referenced in annotations - excluding from output\n"},
+      {"the state's own references", "l\\ID+/X.1.2.4_2", {"2"},
+       "File X.1.2.4 was not found in the database - checking referenced series sequence\n"},
+      {"an empty frame", "l\\" + id, {""}, ""},
+  };
+  for (const Row& row : rows)
+  {
+    SCOPED_TRACE(row.name);
+    const Outcome outcome = convert(row.text);
+    EXPECT_TRUE(outcome.good);
+    EXPECT_EQ(row.error, outcome.error);
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < row.frames.size(); ++i)
+      if (row.frames[i])
+      {
+        names.push_back("PR.1.2.826.0.1.7770001.2.11.7." + std::to_string(i + 1) + ".123.45");
+        EXPECT_NE(std::string::npos, describeOutput({DCM_ReferencedSeriesSequence}, names.back())
+                                         .find("ReferencedFrameNumber:IS=" + std::string(row.frames[i]) + "}"));
+        EXPECT_EQ("InstanceNumber:IS=" + std::to_string(18501 + i), describeOutput({DCM_InstanceNumber}, names.back()));
+      }
+    EXPECT_EQ(names, outputNames());
+    for (const std::string& name : names)
+      std::filesystem::remove(prefix + name);
+  }
+}
+
+TEST_F(PluginStateTest, ALineWithoutOutputObjectIsRefused)
+{
+  const std::string open = "There is no Presentation State object to update\nparseFigure returns false\n";
+  const std::pair<const char*, const char*> rows[] = {
+      {"light 1 -2 3 0", "LIGHT arguments: 4\nwindow: 1\nlevel: -2\ninverted: 3\ngrayscale: 0\n"},
+      {"sized 1 2 3 4", "SIZED arguments: 4\nsize: 1 2\nzoom: 3\norientation: 4\n"},
+      {"pixel 1.5 2", "PIXEL arguments: 2\npixelX: 1.5\npixelY: 2\n"},
+      {"clip 1.5 1 2 3 4",
+       "CLIP arguments: 5\nzoom X: 1.5\nzoom Y: 1.5\npos X: 1\npos Y: 2\nsize X: 3\nsize Y: 4\n"},
+      {"free_x 1|1", ""},
+  };
+  for (const auto& [line, trace] : rows)
+  {
+    std::ostringstream out;
+    std::ostringstream error;
+    const tarn::ConsoleScope console(out, error);
+    PSConverter converter(*db, inputPath, prefix, 0, true);
+    EXPECT_FALSE(converter.parseFigure(line));
+    EXPECT_EQ(open, error.str());
+    EXPECT_EQ(" -------- Figure ----------- \n" + std::string(line) + "\n ------ End Figure --------- \n" + trace,
+              out.str());
+  }
+}
+
+TEST_F(PluginStateTest, DebugTellsTheWholeWay)
+{
+  const Outcome outcome = convert("a+label\\ID+1.2/CT.1.2.3_7%0Asized+1+2+3+5", 0, true);
+  EXPECT_EQ("", outcome.error);
+  const std::string parts[] = {
+      "\n ======= PBPluginState[ 42 ] =========\na+label\\ID+1.2/CT.1.2.3_7%0Asized+1+2+3+5\n"
+      " ====== END PluginState ========\nPresentation State Label: a+label\n -------- Figure ----------- \n"
+      "ID 1.2/CT.1.2.3_7\nsized 1 2 3 5\n ------ End Figure --------- \n"
+      "Referenced Series Instance UID: 1.2.30\nReferenced SOP Class UID: 1.2.840.10008.5.1.4.1.1.2\n"
+      "Referenced SOP Instance UID: 1.2.3\nReferenced Frame Number: 7\nSIZED arguments: 4\nsize: 1 2\nzoom: 3\n"
+      "orientation: 5\n Rotation: 90\n Horizontal Flip: true\n ===== Result PS PR.",
+      "\nparseFigure returns true\nparsePluginState returns true\n"};
+  for (const std::string& part : parts)
+    EXPECT_NE(std::string::npos, outcome.out.find(part)) << part << "\nin\n" << outcome.out;
+}
+
+} // namespace
