@@ -39,14 +39,28 @@ void requireEnvironment()
     throw IMException("add-study needs these environment variables: " + missing);
 }
 
+std::string repositoryWords(int status)
+{
+  switch (status)
+  {
+  case -1:
+    return "the repository handler cannot be loaded, the log says why";
+  case repository::kUnknownRepository:
+    return "repositories.conf does not name it";
+  case repository::kMountUnreachable:
+    return "one of its mounts is no folder that can be read";
+  default:
+    return "status " + std::to_string(status);
+  }
+}
+
 /// Nothing is read or written before it is known that the result has a place.
 void requireRepository(const char* variable, db::DBConnector& db)
 {
-  const char* const repository = std::getenv(variable);
-  const int status = repository::getRepositoryStatus(repository, &db);
+  const std::string repository = std::getenv(variable);
+  const int status = repository::getRepositoryStatus(repository.c_str(), &db);
   if (status != repository::kLocated)
-    throw IMException(std::string("the repository '") + repository + "' of " + variable +
-                      " cannot be reached (status " + std::to_string(status) + ")");
+    throw IMException(std::string(variable) + "=" + repository + ": " + repositoryWords(status));
 }
 
 std::string counted(std::size_t number, const std::string& one, const std::string& several)
