@@ -257,6 +257,34 @@ TEST_P(ObjCache, RefusedFilesWriteNothingAndGiveTheirCode)
   }
 }
 
+TEST_P(ObjCache, WhatIsMissingIsToldInTheLog)
+{
+  const std::string start = "debug ObjCacheMgr: ";
+  const std::string status = start + "The meta repository status is ";
+  {
+    const LogFile log;
+    EXPECT_EQ(touch(false), "");
+    EXPECT_EQ(log.lines(), status + "4 for s \n" + start + "The meta repository is missing for s \n" + start +
+                               "ObjCacheMgr importing object table is skipped due to missing object meta for s\n");
+  }
+  putMeta("");
+  fs::remove(root / "meta/s/objectdb.meta");
+  const LogFile log;
+  EXPECT_EQ(touch(true), "");
+  EXPECT_EQ(log.lines(), status + "0 for s \n" + start + "Objmeta file does not (yet) exist for s\n");
+}
+
+TEST_P(ObjCache, AStudyThatIsNoNameNeverLeavesTheRepository)
+{
+  std::ofstream(root / "objectdb.meta") << kHeader;
+  for (const char* study : {"", ".", "..", "s/..", "/tmp"})
+  {
+    bool missing = false;
+    EXPECT_EQ(ObjCacheMgr(db.get()).importFromMeta(study, missing), -3) << study;
+    EXPECT_FALSE(missing) << study;
+  }
+}
+
 TEST_P(ObjCache, WhatIsNoRegularFileIsNotWaitedFor)
 {
   putMeta("");
