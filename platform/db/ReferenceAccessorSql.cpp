@@ -1,12 +1,14 @@
 #include "ReferenceAccessorSql.h"
 
+#include "QueryBindings.h"
+
 namespace tarn::db
 {
 namespace
 {
 
 std::unique_ptr<QueryBindings> bindReference(const PsQuery& query, const std::string& key, const std::string& kind,
-                                    const std::string& name)
+                                             const std::string& name)
 {
   auto bindings = query.mkBindings();
   bindings->bindText(0, key);
