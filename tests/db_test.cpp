@@ -759,7 +759,10 @@ TEST(DatabaseUrl, EncryptsOrRefusesWithACertificateOfTheAuthority)
   {
     const ScopedEnvironment url("TARN_DB_URL", refused);
     EXPECT_EQ(refusal([] { (void)DBConnectorSql::open(Missing::refuse); }),
-              "cannot open database " + refused + ": cannot connect: TLS/SSL error: " + reason);
+              std::string("cannot open database ")
+                  .append(refused)
+                  .append(": cannot connect: TLS/SSL error: ")
+                  .append(reason));
   }
 }
 

@@ -11,8 +11,7 @@ class ReferenceAccessor
 public:
   /// Whether `name` is attached to the thing `key` of the kind `kind` ("STUDYDIR": the key is a study UID;
   /// "OBJECTFILE": a study UID, a slash and a file name).
-  [[nodiscard]] virtual bool hasReference(const std::string& key, const std::string& kind,
-                                          const std::string& name) = 0;
+  [[nodiscard]] virtual bool hasReference(const std::string& key, const std::string& kind, const std::string& name) = 0;
   /// Attaches it; nothing changes where it is attached already. One statement, needs no lock.
   virtual void addReference(const std::string& key, const std::string& kind, const std::string& name) = 0;
 
