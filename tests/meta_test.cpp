@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <map>
+#include <iterator>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -82,134 +82,63 @@ enum Flags
   kCheckStoreState = 4
 };
 
+const std::string kDebug = "debug MetaMgr: ";
+const std::string kError = "error MetaMgr: ";
+const std::string kNotSet = kDebug + "Missing environment variable: ";
+const std::string kLocating = kError + "MetaManager::getMeta() repository error while locating ";
+const std::string kCopying = kError + "MetaManager::copyLegacy() copying the legacy meta of s failed: ";
+const std::string kCalled = "info IMRepositoryHandlerIface: called createDirectory with repository=";
+
+/// Lists are words between blanks.
 struct Look
 {
   const char* oddity;
-  std::vector<std::string> files;
+  std::string files;
   int flags;
   StatusEnum status;
   std::string metaDir;
   std::string log;
-  Environment::Variables variables;
-  std::vector<std::string> metaFiles; // in the meta directory afterwards
+  std::string variable;  // NAME, to be unset, or NAME=value
+  std::string metaFiles; // in the meta directory afterwards
 };
-
-const char kDebug[] = "debug MetaMgr: ";
-const char kError[] = "error MetaMgr: ";
 
 const std::vector<Look> kLooks = {
-    {"NoMetaVariable",
-     {},
-     7,
-     STATUS_ERROR,
-     "",
-     std::string(kDebug) + "Missing environment variable: REPOSITORY_META\n",
-     {{"REPOSITORY_META", std::nullopt}, {"REPOSITORY_TEMPMETA", std::nullopt}},
-     {}},
-    {"NoTempVariable",
-     {},
-     7,
-     STATUS_ERROR,
-     "",
-     std::string(kDebug) + "Missing environment variable: REPOSITORY_TEMPMETA\n",
-     {{"REPOSITORY_TEMPMETA", ""}},
-     {}},
-    {"Found", {"meta/s/storestate.rec"}, kCheckStoreState, STATUS_OK, "{}/meta/s", "", {}, {"storestate.rec"}},
-    {"FoundWithoutStoreStateUnchecked",
-     {"meta/s/x", "data/s/storestate.rec"},
-     kNothing,
-     STATUS_OK,
-     "{}/meta/s",
-     "",
-     {},
-     {"x"}},
-    {"NothingCanFill", {"meta/s/x", "data/s/CT.1"}, kCheckStoreState, STATUS_OK, "{}/meta/s", "", {}, {"x"}},
-    {"FilledAndKept",
-     {"meta/s/order", "data/s/order", "data/s/objectdb.meta", "data/s/storestate.rec", "data/s/CT.1"},
-     kCheckStoreState,
-     STATUS_OK,
-     "{}/meta/s",
-     "",
-     {},
-     {"objectdb.meta", "order", "storestate.rec"}},
-    {"MetaUnreachable",
-     {"data/s/objectdb.meta"},
-     7,
-     STATUS_REPOSITORY_ERROR,
-     "",
-     std::string(kError) + "MetaManager::getMeta() repository error while locating meta for s. Status code: 16\n",
-     {{"REPOSITORY_META", "{}/absent"}},
-     {}},
-    {"MetaUnknown",
-     {},
-     kNothing,
-     STATUS_REPOSITORY_ERROR,
-     "",
-     std::string(kError) + "MetaManager::getMeta() repository error while locating meta for s. Status code: 2\n",
-     {{"REPOSITORY_META", "unknown"}},
-     {}},
-    {"Missing", {"temp/s/order"}, kCheckStoreState, STATUS_MISSING, "", "", {}, {}},
-    {"NoDataVariable",
-     {"data/s/objectdb.meta"},
-     kCheckStoreState,
-     STATUS_MISSING,
-     "",
-     std::string(kDebug) + "Missing environment variable: REPOSITORY_DICOM_DATA\n",
-     {{"REPOSITORY_DICOM_DATA", std::nullopt}},
-     {}},
-    {"DataUnreachable",
-     {},
-     kCheckStoreState | kCreate,
-     STATUS_REPOSITORY_ERROR,
-     "",
-     std::string(kError) + "MetaManager::getMeta() repository error while locating data for s. Status code: 16\n",
-     {{"REPOSITORY_DICOM_DATA", "{}/absent"}},
-     {}},
-    {"DataOnlyImages", {"data/s/CT.1"}, kCheckStoreState, STATUS_MISSING, "", "", {}, {}},
-    {"LegacyStoreState",
-     {"data/s/storestate.rec", "data/s/CT.1"},
-     kCheckStoreState,
-     STATUS_OK,
-     "{}/meta/s",
-     "",
-     {},
-     {"storestate.rec"}},
-    {"LegacyObjectMeta",
-     {"data/s/objectdb.meta", "data/s/resend"},
-     kCheckStoreState | kCreate,
-     STATUS_OK,
-     "{}/meta/s",
-     std::string(kError) + "Error getting autoforward devices: no database connection\n",
-     {},
-     {"objectdb.meta", "resend", "storestate.rec"}},
-    {"LegacyWithoutDeviceTables",
-     {"data/s/objectdb.meta"},
-     kCheckStoreState,
-     STATUS_ERROR,
-     "",
-     std::string(kError) + "MetaManager::copyLegacy() copying the legacy meta of s failed: Missing environment "
-                           "variables:  TARGETTBL, DEVSERVTBL\n",
-     {{"TARGETTBL", std::nullopt}},
-     {}},
-    {"Parked", {"temp/s/order"}, kUseTemp, STATUS_OK_TEMP, "{}/temp/s", "", {}, {}},
-    {"NotParked", {}, kUseTemp, STATUS_MISSING, "", "", {}, {}},
-    {"ParkedUnreachable",
-     {},
-     kUseTemp,
-     STATUS_REPOSITORY_ERROR,
-     "",
-     std::string(kError) + "MetaManager::getMeta() repository error while locating tempmeta for s. Status code: 16\n",
-     {{"REPOSITORY_TEMPMETA", "{}/absent"}},
-     {}},
-    {"CreatedAndRestored",
-     {"temp/s/order", "temp/s/moveto"},
-     kCreate | kUseTemp,
-     STATUS_OK_NEW,
-     "{}/meta/s",
-     "info IMRepositoryHandlerIface: called createDirectory with repository={}/meta subDir=s shouldLock=true\n",
-     {},
-     {"moveto", "order"}},
+    {"NoMetaVariable", "", 7, STATUS_ERROR, "", kNotSet + "REPOSITORY_META\n", "REPOSITORY_META", ""},
+    {"NoTempVariable", "", 7, STATUS_ERROR, "", kNotSet + "REPOSITORY_TEMPMETA\n", "REPOSITORY_TEMPMETA=", ""},
+    {"Found", "meta/s/storestate.rec", kCheckStoreState, STATUS_OK, "{}/meta/s", "", "", "storestate.rec"},
+    {"StoreStateUnchecked", "meta/s/x data/s/storestate.rec", kNothing, STATUS_OK, "{}/meta/s", "", "", "x"},
+    {"NothingCanFill", "meta/s/x data/s/CT.1", kCheckStoreState, STATUS_OK, "{}/meta/s", "", "", "x"},
+    {"FilledAndKept", "meta/s/order data/s/order data/s/objectdb.meta data/s/storestate.rec data/s/CT.1",
+     kCheckStoreState, STATUS_OK, "{}/meta/s", "", "", "objectdb.meta order storestate.rec"},
+    {"MetaUnreachable", "data/s/objectdb.meta", 7, STATUS_REPOSITORY_ERROR, "",
+     kLocating + "meta for s. Status code: 16\n", "REPOSITORY_META={}/absent", ""},
+    {"MetaUnknown", "", kNothing, STATUS_REPOSITORY_ERROR, "", kLocating + "meta for s. Status code: 2\n",
+     "REPOSITORY_META=unknown", ""},
+    {"Missing", "temp/s/order", kCheckStoreState, STATUS_MISSING, "", "", "", ""},
+    {"NoDataVariable", "data/s/objectdb.meta", kCheckStoreState, STATUS_MISSING, "",
+     kNotSet + "REPOSITORY_DICOM_DATA\n", "REPOSITORY_DICOM_DATA", ""},
+    {"DataUnreachable", "", kCheckStoreState | kCreate, STATUS_REPOSITORY_ERROR, "",
+     kLocating + "data for s. Status code: 16\n", "REPOSITORY_DICOM_DATA={}/absent", ""},
+    {"DataOnlyImages", "data/s/CT.1", kCheckStoreState, STATUS_MISSING, "", "", "", ""},
+    {"LegacyStoreState", "data/s/storestate.rec data/s/CT.1", kCheckStoreState, STATUS_OK, "{}/meta/s", "", "",
+     "storestate.rec"},
+    {"LegacyObjectMeta", "data/s/objectdb.meta data/s/resend", kCheckStoreState | kCreate, STATUS_OK, "{}/meta/s",
+     kError + "Error getting autoforward devices: no database connection\n", "", "objectdb.meta resend storestate.rec"},
+    {"LegacyWithoutDeviceTables", "data/s/objectdb.meta", kCheckStoreState, STATUS_ERROR, "",
+     kCopying + "Missing environment variables:  TARGETTBL, DEVSERVTBL\n", "TARGETTBL", ""},
+    {"Parked", "temp/s/order", kUseTemp, STATUS_OK_TEMP, "{}/temp/s", "", "", ""},
+    {"NotParked", "", kUseTemp, STATUS_MISSING, "", "", "", ""},
+    {"ParkedUnreachable", "", kUseTemp, STATUS_REPOSITORY_ERROR, "", kLocating + "tempmeta for s. Status code: 16\n",
+     "REPOSITORY_TEMPMETA={}/absent", ""},
+    {"CreatedAndRestored", "temp/s/order temp/s/moveto", kCreate | kUseTemp, STATUS_OK_NEW, "{}/meta/s",
+     kCalled + "{}/meta subDir=s shouldLock=true\n", "", "moveto order"},
 };
+
+std::vector<std::string> words(const std::string& text)
+{
+  std::istringstream stream(text);
+  return {std::istream_iterator<std::string>(stream), {}};
+}
 
 class GetMeta : public MetaTest, public testing::WithParamInterface<Look>
 {
@@ -218,12 +147,13 @@ class GetMeta : public MetaTest, public testing::WithParamInterface<Look>
 TEST_P(GetMeta, Gives)
 {
   const Look& look = GetParam();
-  for (const std::string& file : look.files)
+  for (const std::string& file : words(look.files))
     put(file);
-  Environment::Variables variables;
-  for (const auto& [name, value] : look.variables)
-    variables[name] = value ? std::optional<std::string>(filled(*value)) : std::nullopt;
-  const Environment changed(variables);
+  const std::string variable = filled(look.variable);
+  const auto equals = std::min(variable.find('='), variable.size());
+  const std::optional<std::string> value =
+      equals < variable.size() ? std::optional(variable.substr(equals + 1)) : std::nullopt;
+  const ScopedEnvironment changed(equals > 0 ? variable.substr(0, equals) : "UNUSED", value);
   const LogFile log;
   std::string metaDir = "before";
   const Status status = MetaManager().getMeta("s", look.flags & kCreate, look.flags & kUseTemp, metaDir, nullptr,
@@ -231,9 +161,9 @@ TEST_P(GetMeta, Gives)
   EXPECT_EQ(status.value(), look.status);
   EXPECT_EQ(metaDir, filled(look.metaDir));
   EXPECT_EQ(log.lines(), filled(look.log));
-  EXPECT_EQ(fs::exists(root / "meta/s") ? list("meta/s") : std::vector<std::string>(), look.metaFiles);
+  EXPECT_EQ(fs::exists(root / "meta/s") ? list("meta/s") : std::vector<std::string>(), words(look.metaFiles));
   EXPECT_EQ(list("meta").size(), fs::exists(root / "meta/s") ? 1U : 0U) << "nothing is left beside it";
-  for (const std::string& file : look.files)
+  for (const std::string& file : words(look.files))
   {
     const bool moved = file.rfind("temp", 0) == 0 && look.status == STATUS_OK_NEW;
     EXPECT_EQ(contents(root / file), moved ? "" : file) << "what was there stays";
@@ -252,8 +182,8 @@ TEST_F(MetaTest, NamesNeverLeaveTheRepository)
     const Status status = MetaManager().getMeta(study, true, true, metaDir, nullptr, true);
     EXPECT_EQ(status.value(), STATUS_REPOSITORY_ERROR) << study;
     EXPECT_EQ(metaDir, "") << study;
-    EXPECT_EQ(log.lines(), std::string(kError) + "MetaManager::getMeta() repository error while locating meta for " +
-                               study + ". Status code: 8\n");
+    EXPECT_EQ(log.lines(), kError + "MetaManager::getMeta() repository error while locating meta for " + study +
+                               ". Status code: 8\n");
   }
 }
 
@@ -278,14 +208,9 @@ TEST_F(MetaTest, TheDefaultStoreStateNamesModeAndDevices)
   const Environment database{{{"TARN_DB_URL", "sqlite:" + (root / "db").string()}}};
   const auto db = tarn::db::DBConnectorSql::open(tarn::db::Missing::create);
   tarn::db::ArchiveAdmin(*db).createSchema();
-  for (const char* device : {"('PACS','P',1)", "('B','C',1)", "('OFF','P',0)", "('X','X',1)", "('A','C',1)"})
-  {
-    std::string name, type, forward;
-    std::istringstream values(std::string(device).substr(1));
-    std::getline(std::getline(std::getline(values, name, ','), type, ','), forward, ')');
-    db->session().execute("INSERT INTO forward_targets VALUES (" + name + "," + type + ")");
-    db->session().execute("INSERT INTO forward_services VALUES (" + name + ",'store'," + forward + ")");
-  }
+  db->session().execute("INSERT INTO forward_targets VALUES ('PACS','P'),('B','C'),('OFF','P'),('X','X'),('A','C')");
+  db->session().execute("INSERT INTO forward_services VALUES ('PACS','store',1),('B','store',1),('OFF','store',0),"
+                        "('X','store',1),('A','store',1)");
   MetaConn conn(db.get());
   for (const ModeRow& row : {ModeRow{"", "Process"},
                              {"ProcessMode=Store\n", "Store"},
@@ -338,7 +263,7 @@ TEST_F(MetaTest, FilesMoveAlsoAcrossFileSystems)
   EXPECT_FALSE(manager.moveFile(root / "absent", root / "x"));
   EXPECT_FALSE(manager.moveFile(root / "folder", memory.path() / "x"));
   EXPECT_FALSE(manager.moveFile(root / "file", memory.path() / "folder"));
-  const std::string start = std::string(kError) + "MetaManager::saveToTempMeta() ";
+  const std::string start = kError + "MetaManager::saveToTempMeta() ";
   EXPECT_EQ(log.lines(), start + "moving " + near + "/absent to " + near + "/x failed: No such file or directory\n" +
                              start + "copying " + near + "/folder to temporary file " + far +
                              "/x.temp failed: Invalid argument\n" + start + "renaming temporary file " + far +
@@ -361,8 +286,8 @@ TEST_F(MetaTest, DeletingParksTheMovableFilesAndCreatingRestoresThem)
   MetaConn conn(nullptr);
   const LogFile log;
   EXPECT_EQ(manager.restoreFromTempMeta("s", root / "meta/s", conn).value(), STATUS_OK);
-  EXPECT_EQ(log.lines(), std::string(kError) + "MetaManager::restoreFromTempMeta(): order already exists in the meta "
-                                               "repository for s; skip moving from tempmeta\n");
+  EXPECT_EQ(log.lines(), kError + "MetaManager::restoreFromTempMeta(): order already exists in the meta "
+                                  "repository for s; skip moving from tempmeta\n");
   EXPECT_EQ(contents(root / "meta/s/order"), "meta/s/order");
   EXPECT_EQ(list("meta/s").size(), 8U);
   EXPECT_TRUE(list("temp").empty());
@@ -385,10 +310,10 @@ TEST_F(MetaTest, NothingIsDeletedThatCouldNotBeParked)
     std::optional<std::string> value;
     std::string lines;
   } rows[] = {
-      {"REPOSITORY_META", std::nullopt, std::string(kDebug) + "Missing environment variable: REPOSITORY_META\n"},
+      {"REPOSITORY_META", std::nullopt, kDebug + "Missing environment variable: REPOSITORY_META\n"},
       {"REPOSITORY_META", "unknown",
-       std::string(kError) + "MetaManager::saveToTempMeta() repository error while locating meta for s. Status code: "
-                             "2\ndebug MetaMgr: Saving files to tempMeta failed\n"},
+       kError + "MetaManager::saveToTempMeta() repository error while locating meta for s. Status code: "
+                "2\ndebug MetaMgr: Saving files to tempMeta failed\n"},
       {"REPOSITORY_TEMPMETA", "unknown",
        "info IMRepositoryHandlerIface: called createDirectory with repository=unknown subDir=s shouldLock=true\n" +
            std::string(kError) +
@@ -412,7 +337,7 @@ TEST_F(MetaTest, WhatCannotBeRestoredStaysParked)
   const LogFile log;
   EXPECT_EQ(MetaManager().restoreFromTempMeta("s", root / "absent", conn).value(), STATUS_ERROR);
   const std::string parked = (root / "temp/s/order").string(), target = (root / "absent/order").string();
-  EXPECT_EQ(log.lines(), std::string(kError) + "MetaManager::saveToTempMeta() moving " + parked + " to " + target +
+  EXPECT_EQ(log.lines(), kError + "MetaManager::saveToTempMeta() moving " + parked + " to " + target +
                              " failed: No such file or directory\n" + kError +
                              "MetaManager::restoreFromTempMeta() Moving files to meta failed: order\n");
   EXPECT_TRUE(fs::exists(parked));

@@ -503,8 +503,13 @@ TEST_P(ObjCache, ReferencesGoToAllThatIsKnownOfTheStudy)
                          "error ObjCacheMgr: Collecting objects for s from objmeta for adding error references failed: "
                          "-23\n";
   for (const std::string name : {"s", "s_dead1", "s_dead2"})
-    expected += "debug ObjCacheMgr: Getting repository locations for " + name + " returned 1 locations (status: 32)\n" +
-                "debug ObjCacheMgr: Getting object files for " + name + " from " + data + "/" + name + "\n";
+  {
+    expected += "debug ObjCacheMgr: Getting repository locations for " + name;
+    expected += " returned 1 locations (status: 32)\ndebug ObjCacheMgr: Getting object files for " + name;
+    expected += " from " + data;
+    expected += "/" + name;
+    expected += "\n";
+  }
   expected += "debug ObjCacheMgr: Getting repository locations for s_dead3 returned 0 locations (status: 4)\n"
               "error ObjCacheMgr: Adding error references to OBJECTFILE/s/" +
               refused + " failed with exception: ";

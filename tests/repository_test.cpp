@@ -177,7 +177,7 @@ TEST_F(Repositories, ADirectoryIsMadeOnceAndWhereThereIsRoom)
   int status = 0;
   int existed = -1;
   configure("meta=" + mount("one") + ":" + mount("two") + "\nmeta.reserve=101\n");
-  std::ofstream(mount("one") + "/.overloaded");
+  std::ofstream(mount("one") + "/.overloaded") << "";
   EXPECT_EQ(taken(HANDLER(createLocation_)("meta", "a", &status, &existed, false, nullptr)), mount("two") + "/a");
   EXPECT_EQ(existed, 0);
   EXPECT_FALSE(fs::exists(mount("two") + "/a"));
@@ -296,7 +296,7 @@ TEST_F(Repositories, AnAgedResourceIsFoundAndBroughtBackWhole)
   EXPECT_EQ(status, kMissing);
   HANDLER(setTimeProperties_)("meta", "s", &times, nullptr);
   HANDLER(setDirty_)("meta", "s", true, nullptr);
-  std::ofstream(mount("one") + "/.overloaded");
+  std::ofstream(mount("one") + "/.overloaded") << "";
   EXPECT_EQ(taken(HANDLER(unAge_)("meta", "s", nullptr)), mount("two") + "/s");
   EXPECT_EQ(taken(HANDLER(unAge_)("meta", "s", nullptr)), mount("two") + "/s");
   EXPECT_EQ(taken(HANDLER(unAge_)("meta", "absent", nullptr)), "");
@@ -416,12 +416,11 @@ const char* const kLacking[] = {"createLocation_",           "getLocations_",   
 
 std::string lackingLines(const std::string& start, bool withSymbol)
 {
-  const std::string library = ANNOMEND_RECORDING_HOME "/lib/RepositoryHandler.so";
-  std::string lines;
+  std::ostringstream lines;
   for (const std::string symbol : kLacking)
-    lines += "error IMRepositoryHandlerIface: " + start + (withSymbol ? symbol + ": " : "") + library +
-             ": undefined symbol: " + symbol + "\n";
-  return lines;
+    lines << "error IMRepositoryHandlerIface: " << start << (withSymbol ? symbol + ": " : "")
+          << ANNOMEND_RECORDING_HOME "/lib/RepositoryHandler.so: undefined symbol: " << symbol << "\n";
+  return lines.str();
 }
 
 TEST_F(RecordingLibrary, ThePlainFormPassesTheConstantsAndNamesWhatIsLacking)

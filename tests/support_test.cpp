@@ -23,16 +23,16 @@ namespace
 
 struct StatusRow
 {
-  int value;
   const char* name;
+  int value;
   bool success;
 };
 
 TEST(Status, NamesAndVerdicts)
 {
-  const StatusRow rows[] = {{0, "OK", true},      {1, "OK_NEW", true},        {2, "OK_COPIED", true},
-                            {3, "OK_TEMP", true}, {4, "MISSING", false},      {5, "REPOSITORY_ERROR", false},
-                            {6, "ERROR", false},  {7, "UNRECOGNIZED", false}, {9, "UNRECOGNIZED", false}};
+  const StatusRow rows[] = {{"OK", 0, true},      {"OK_NEW", 1, true},        {"OK_COPIED", 2, true},
+                            {"OK_TEMP", 3, true}, {"MISSING", 4, false},      {"REPOSITORY_ERROR", 5, false},
+                            {"ERROR", 6, false},  {"UNRECOGNIZED", 7, false}, {"UNRECOGNIZED", 9, false}};
   for (const StatusRow& row : rows)
   {
     const Status status(static_cast<StatusEnum>(row.value));
