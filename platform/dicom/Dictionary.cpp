@@ -111,10 +111,11 @@ bool addFiles(DcmDataDictionary& dictionary, const std::string& paths, std::stri
   return true;
 }
 
-/// The toolkit reads its text dictionary when its dictionary is first touched, unless the variable is set and empty.
+/// The toolkit reads its text dictionary when its dictionary is first touched, an empty variable notwithstanding; of a
+/// list of empty names it reads nothing.
 DcmDataDictionary& lockUnread(const std::string& paths, bool wasSet)
 {
-  setenv(kPathVariable, "", 1);
+  setenv(kPathVariable, ":", 1);
   DcmDataDictionary& dictionary = dcmDataDict.wrlock();
   if (wasSet)
     setenv(kPathVariable, paths.c_str(), 1);
