@@ -6,7 +6,8 @@
 #include <memory>
 #include <vector>
 
-makeOFConditionConst(EC_PBPrivateTagProblem, OFM_dcmdata, 0x7010, OF_error, "No private block and no free slot for one");
+makeOFConditionConst(EC_PBPrivateTagProblem, OFM_dcmdata, 0x7010, OF_error,
+                     "No private block and no free slot for one");
 
 std::map<DcmTagKey, unsigned short> PBItem::m_privateKeyMap;
 std::once_flag PBItem::m_isMapCreated;
@@ -41,11 +42,20 @@ constexpr LegacyKey kLegacyKeys[] = {
     {0xDA62, 0x7A}, {0xDA63, 0x7B},
 };
 
-bool equals(const char* value, const char* expected) { return value && std::strcmp(value, expected) == 0; }
+bool equals(const char* value, const char* expected)
+{
+  return value && std::strcmp(value, expected) == 0;
+}
 
-Uint16 slotOf(const DcmTagKey& tag) { return static_cast<Uint16>(tag.getElement() >> 8U); }
+Uint16 slotOf(const DcmTagKey& tag)
+{
+  return static_cast<Uint16>(tag.getElement() >> 8U);
+}
 
-DcmTagKey creatorKey(Uint16 slot) { return {kGroup, slot}; }
+DcmTagKey creatorKey(Uint16 slot)
+{
+  return {kGroup, slot};
+}
 
 void logDebug(const char* text)
 {
@@ -78,7 +88,10 @@ void insertOrDelete(DcmItem& item, std::unique_ptr<DcmElement> element)
 
 } // namespace
 
-PBItem::PBItem(DcmItem& wrapped) : item(&wrapped) { std::call_once(m_isMapCreated, createMap); }
+PBItem::PBItem(DcmItem& wrapped) : item(&wrapped)
+{
+  std::call_once(m_isMapCreated, createMap);
+}
 
 void PBItem::createMap()
 {
@@ -211,7 +224,8 @@ OFCondition PBItem::findAndGetPBSequenceItem(unsigned short key, DcmItem*& found
                                  : EC_PBPrivateTagProblem;
 }
 
-template <class Put> OFCondition PBItem::put(unsigned short key, DcmEVR vr, Put operation)
+template <class Put>
+OFCondition PBItem::put(unsigned short key, DcmEVR vr, Put operation)
 {
   DcmTag tag;
   const OFCondition status = writableTag(key, vr, tag);
@@ -247,10 +261,12 @@ OFCondition PBItem::insertPB(unsigned short key, DcmElement* element, bool repla
 {
   if (!element)
     return EC_IllegalParameter;
-  return put(key, EVR_UN, [&](const DcmTag& tag) {
-    retag(*element, tag.getElement());
-    return item->insert(element, replaceOld);
-  });
+  return put(key, EVR_UN,
+             [&](const DcmTag& tag)
+             {
+               retag(*element, tag.getElement());
+               return item->insert(element, replaceOld);
+             });
 }
 
 DcmElement* PBItem::removePB(unsigned short key)
@@ -331,7 +347,10 @@ bool PBItem::isOurPrivateCreator(const DcmTag& tag)
   return tag.getGroup() == kGroup && tag.getElement() >= kFirstSlot && tag.getElement() <= kLastSlot;
 }
 
-bool PBItem::isOurPrivateTagKey(const DcmTagKey& tag) { return tag.getGroup() == kGroup && tag.getElement() > 0x0FFF; }
+bool PBItem::isOurPrivateTagKey(const DcmTagKey& tag)
+{
+  return tag.getGroup() == kGroup && tag.getElement() > 0x0FFF;
+}
 
 DcmTag PBItem::blockTag(unsigned short key, DcmEVR vr) const
 {

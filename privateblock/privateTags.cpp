@@ -22,9 +22,15 @@ bool relocateEverywhere(DcmItem& item, bool moveCanonic)
 
 } // namespace
 
-bool handlePrivateTags(DcmItem& item) { return relocateEverywhere(item, false); }
+bool handlePrivateTags(DcmItem& item)
+{
+  return relocateEverywhere(item, false);
+}
 
-bool handleCanonicAndOldPrivateTags(DcmItem& item) { return relocateEverywhere(item, true); }
+bool handleCanonicAndOldPrivateTags(DcmItem& item)
+{
+  return relocateEverywhere(item, true);
+}
 
 bool checkAndUpdateCanonicPrivateTag(DcmItem& item, DcmTag& tag)
 {

@@ -35,7 +35,8 @@ OFCondition insertOwned(DcmItem& item, std::unique_ptr<DcmElement> element, bool
   return status;
 }
 
-template <class Put> ElementWriter& ElementWriter::step(const char* message, Put put)
+template <class Put>
+ElementWriter& ElementWriter::step(const char* message, Put put)
 {
   if (!good)
     return *this;

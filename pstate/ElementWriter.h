@@ -39,7 +39,8 @@ public:
   [[nodiscard]] bool ok() const { return good; }
 
 private:
-  template <class Put> ElementWriter& step(const char* message, Put put);
+  template <class Put>
+  ElementWriter& step(const char* message, Put put);
 
   DcmItem* item;
   bool good = true;

@@ -18,7 +18,10 @@ struct Corners
   Sint32 left, top, right, bottom;
 };
 
-Sint32 farEdge(int start, int length) { return tarn::wrapSub(tarn::wrapAdd(start, length), 1); }
+Sint32 farEdge(int start, int length)
+{
+  return tarn::wrapSub(tarn::wrapAdd(start, length), 1);
+}
 
 Corners arrange(CLIP_BOX_MODE mode, const Corners& box)
 {

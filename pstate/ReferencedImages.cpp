@@ -7,7 +7,8 @@ namespace impsconverter
 namespace
 {
 
-template <class Visit> void forEachItem(DcmSequenceOfItems& sequence, Visit visit)
+template <class Visit>
+void forEachItem(DcmSequenceOfItems& sequence, Visit visit)
 {
   for (DcmObject* object = nullptr; (object = sequence.nextInContainer(object)) != nullptr;)
     if (auto* item = dynamic_cast<DcmItem*>(object))
@@ -27,11 +28,13 @@ void ReferencedImages::addSeries(DcmItem& series)
   DcmSequenceOfItems* images = nullptr;
   if (series.findAndGetSequence(DCM_ReferencedImageSequence, images).bad() || !images)
     return;
-  forEachItem(*images, [&](DcmItem& image) {
-    std::string uid;
-    if (tarn::dicom::readText(image, DCM_ReferencedSOPInstanceUID, uid).good())
-      references.emplace(uid, Reference{&series, &image});
-  });
+  forEachItem(*images,
+              [&](DcmItem& image)
+              {
+                std::string uid;
+                if (tarn::dicom::readText(image, DCM_ReferencedSOPInstanceUID, uid).good())
+                  references.emplace(uid, Reference{&series, &image});
+              });
 }
 
 const ReferencedImages::Reference* ReferencedImages::find(const std::string& sopInstanceUid) const

@@ -125,12 +125,12 @@ bool ValidPresentationState::setWindowLevel(int window, int level, bool inverted
 {
   DcmDataset& dataset = *fileFormat->getDataset();
   DcmItem* lut = nullptr;
-  const bool found = ElementWriter(dataset)
-                         .text(DCM_PresentationLUTShape, inverted ? "INVERSE" : "IDENTITY",
-                               "Presentation LUT Shape could not be inserted to dataset: ")
-                         .firstItem(DCM_SoftcopyVOILUTSequence, lut,
-                                    "Softcopy VOI LUT Sequence item could not created: ")
-                         .ok();
+  const bool found =
+      ElementWriter(dataset)
+          .text(DCM_PresentationLUTShape, inverted ? "INVERSE" : "IDENTITY",
+                "Presentation LUT Shape could not be inserted to dataset: ")
+          .firstItem(DCM_SoftcopyVOILUTSequence, lut, "Softcopy VOI LUT Sequence item could not created: ")
+          .ok();
   return found && ElementWriter(*lut)
                       .text(DCM_WindowCenter, std::to_string(level),
                             "Window Center could not be inserted to Softcopy VOI LUT Sequence item: ")
@@ -223,8 +223,7 @@ bool ValidPresentationState::clean()
   const std::string text =
       std::to_string(tarn::wrapAdd(tarn::wrapMul(inputNumber, kInstanceNumberFactor), instanceBase));
   return ElementWriter(dataset)
-      .text(DCM_InstanceNumber, text,
-            ("Instance Number " + text + " could not be inserted to dataset: ").c_str())
+      .text(DCM_InstanceNumber, text, ("Instance Number " + text + " could not be inserted to dataset: ").c_str())
       .ok();
 }
 

@@ -3,7 +3,10 @@
 namespace tarn::dicom
 {
 
-OFCondition failure(const std::string& text) { return {OFM_dcmdata, 0x7000, OF_error, text.c_str()}; }
+OFCondition failure(const std::string& text)
+{
+  return {OFM_dcmdata, 0x7000, OF_error, text.c_str()};
+}
 
 OFCondition readBytes(DcmElement& element, std::string& bytes)
 {

@@ -24,7 +24,10 @@ namespace
 
 constexpr std::size_t kBlock = 65536;
 
-OFCondition systemFailure() { return failure(std::strerror(errno)); }
+OFCondition systemFailure()
+{
+  return failure(std::strerror(errno));
+}
 
 /// The path that a write to `path` reaches, and what stands there.
 struct Target

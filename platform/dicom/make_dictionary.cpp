@@ -27,10 +27,10 @@ std::string literal(const char* text)
 void writeRow(std::ostream& out, const DcmDictEntry& entry)
 {
   out << '{' << entry.getGroup() << ',' << entry.getElement() << ',' << entry.getUpperGroup() << ','
-      << entry.getUpperElement() << ',' << entry.getGroupRangeRestriction() << ','
-      << entry.getElementRangeRestriction() << ',' << static_cast<int>(entry.getEVR()) << ',' << entry.getVMMin()
-      << ',' << entry.getVMMax() << ',' << literal(entry.getTagName()) << ',' << literal(entry.getStandardVersion())
-      << ',' << literal(entry.getPrivateCreator()) << "},\n";
+      << entry.getUpperElement() << ',' << entry.getGroupRangeRestriction() << ',' << entry.getElementRangeRestriction()
+      << ',' << static_cast<int>(entry.getEVR()) << ',' << entry.getVMMin() << ',' << entry.getVMMax() << ','
+      << literal(entry.getTagName()) << ',' << literal(entry.getStandardVersion()) << ','
+      << literal(entry.getPrivateCreator()) << "},\n";
 }
 
 } // namespace
