@@ -5,6 +5,9 @@
 #include "PBItem.h"
 #include "privateTags.h"
 
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/dcmdata/dcdicent.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -206,6 +209,17 @@ TEST(PBItem, WithoutASlotEveryOperationFails)
         item.insertPBEmptyElement(1), item.insertPB(1, unused), item.copyPrivateElement(1, destination)})
     EXPECT_TRUE(status == EC_PBPrivateTagProblem) << status.text();
   EXPECT_EQ(listed(dataset), before);
+}
+
+TEST(PBItem, ADictionaryThatKnowsTheBlockChangesNoVR)
+{
+  dcmDataDict.wrlock().addEntry(
+      new DcmDictEntry(PBItem::kGroup, 0x94, DcmVR(EVR_FD), "State", 1, 1, "private", OFTrue, kOurs));
+  dcmDataDict.wrunlock();
+  DcmDataset dataset;
+  insert(dataset, {0xBA94, EVR_LT, "ab"});
+  EXPECT_TRUE(PBItem(dataset).calcPrivateBlock(false));
+  EXPECT_EQ(listed(dataset), "0010 LO:PB group A, 1094 LT:ab");
 }
 
 TEST(PBItem, KeyMap)
