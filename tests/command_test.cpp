@@ -180,7 +180,7 @@ TEST_F(CommandTest, TheProgramEndsWithAStatus)
       {"no file, no database needed", "TARN_DB_URL=x $P -N 2>error", 1, "Missing argument: Presentation State file\n"},
       {"all streams closed", "$P -N -d -f in.dcm <&- >&- 2>&- && " + pr, 0, found},
       {"a reader that went away", "$P -N -d -f in.dcm 2>error | true && " + pr, 0, found},
-      {"damage is said once", "head -c 900 in.dcm >cut.dcm; $P -N -f cut.dcm 2>error", 0, "cut.dcm could not be loaded: "},
+      {"damage is said once", "head -c 400 in.dcm >cut.dcm; $P -N -f cut.dcm 2>error", 0, "cut.dcm could not be loaded: "},
       {"a data dictionary that is none", "DCMDICTPATH=/absent $P -N -f in.dcm 2>error", 1, "Data dictionary /absent "},
   };
   for (const Row& row : rows)
