@@ -13,7 +13,8 @@ namespace
 /// One coordinate of a midpoint; the integer halving truncates toward zero.
 float middle(int a, int b)
 {
-  return static_cast<float>(tarn::wrapAdd(a, b) / 2);
+  const int half = tarn::wrapAdd(a, b) / 2;
+  return static_cast<float>(half);
 }
 
 } // namespace

@@ -69,7 +69,7 @@ public:
   ~ElementAside()
   {
     if (element && item.insert(element.get()).good())
-      element.release();
+      static_cast<void>(element.release());
   }
   ElementAside(const ElementAside&) = delete;
   ElementAside& operator=(const ElementAside&) = delete;
@@ -97,7 +97,7 @@ PSConverter::PSConverter(tarn::db::DBConnector& database, DcmFileFormat* file, s
 PSConverter::~PSConverter()
 {
   if (outputList)
-    fileFormat.release(); // the caller's
+    static_cast<void>(fileFormat.release()); // the caller's
 }
 
 bool PSConverter::convert(bool touchObjectCache)

@@ -4,15 +4,9 @@
 #include "DBConnector.h"
 #include "Dictionary.h"
 #include "PSConverter.h"
-#include "ToolkitLog.h"
 
-#include <fcntl.h>
 #include <getopt.h>
-#include <unistd.h>
 
-#include <csignal>
-#include <cstdlib>
-#include <exception>
 #include <memory>
 #include <string>
 
@@ -93,24 +87,6 @@ bool readOptions(int argc, char** argv, Options& options)
   return !options.inputFile.empty();
 }
 
-[[noreturn]] void reportUncaught()
-{
-  try
-  {
-    if (const std::exception_ptr current = std::current_exception())
-      std::rethrow_exception(current);
-  }
-  catch (const std::exception& exception)
-  {
-    tarn::report("annomend: ", exception.what());
-  }
-  catch (...)
-  {
-    tarn::report("annomend: unknown exception");
-  }
-  std::_Exit(kFailure);
-}
-
 } // namespace
 
 int runCommand(int argc, char** argv)
@@ -130,19 +106,6 @@ int runCommand(int argc, char** argv)
     return 0;
   tarn::report("PSConverter returned error");
   return kFailure;
-}
-
-void setUpProcess()
-{
-  // What is opened next must not become standard error, or the messages would go into it.
-  int fd = open("/dev/null", O_RDWR);
-  while (fd >= 0 && fd <= STDERR_FILENO)
-    fd = open("/dev/null", O_RDWR);
-  close(fd);
-  std::signal(SIGPIPE, SIG_IGN);
-  std::signal(SIGXFSZ, SIG_IGN);
-  std::set_terminate(reportUncaught);
-  tarn::dicom::redirectToolkitLog();
 }
 
 } // namespace impsconverter

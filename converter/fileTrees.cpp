@@ -22,7 +22,7 @@ std::string nextName(DIR* directory)
 {
   while (const dirent* entry = readdir(directory))
   {
-    const std::string name = entry->d_name;
+    std::string name = entry->d_name;
     if (name != "." && name != "..")
       return name;
   }
@@ -38,7 +38,7 @@ bool addObjects(const std::string& directory, std::list<std::string>& paths)
     return false;
   for (std::string name; !(name = nextName(opened.get())).empty();)
   {
-    const std::string path = directory + "/" + name;
+    const std::string path = std::string(directory).append("/").append(name);
     struct stat status
     {
     };
@@ -55,7 +55,7 @@ bool deleteDirectoryRecursively(const std::string& path)
   if (const Directory opened{opendir(path.c_str())})
     for (std::string name; !(name = nextName(opened.get())).empty();)
     {
-      const std::string entry = path + "/" + name;
+      const std::string entry = std::string(path).append("/").append(name);
       struct stat status
       {
       };

@@ -1,7 +1,11 @@
 #include "command.h"
 
+#include "ProcessSetup.h"
+#include "ToolkitLog.h"
+
 int main(int argc, char** argv)
 {
-  impsconverter::setUpProcess();
+  tarn::setUpProcess("annomend");
+  tarn::dicom::redirectToolkitLog();
   return impsconverter::runCommand(argc, argv);
 }

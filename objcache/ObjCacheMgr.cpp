@@ -12,6 +12,7 @@
 #include "ObjMeta.h"
 #include "ObjMetaInsert.h"
 #include "ReferenceAccessor.h"
+#include "Transaction.h"
 
 #include <array>
 #include <cstdio>
@@ -29,6 +30,7 @@ namespace fs = std::filesystem;
 constexpr char kErrorReference[] = "ocerror";
 constexpr char kStudyKind[] = "STUDYDIR";
 constexpr char kObjectKind[] = "OBJECTFILE";
+constexpr std::size_t kReferencesTogether = 300;
 constexpr int kEntryMode = 5; // what the archive's other programs read an entry with
 
 std::string environment(const char* variable)
@@ -245,8 +247,14 @@ void ObjCacheMgr::addErrorRefs(const std::string& study)
   try
   {
     logger.infoLog("Adding ocerror references to %s", study.c_str());
+    std::vector<std::string> keys;
     for (const std::string& file : collectFiles(study))
-      addErrorRef(std::string(study).append("/").append(file), kObjectKind);
+    {
+      keys.push_back(std::string(study).append("/").append(file));
+      if (keys.size() == kReferencesTogether)
+        addObjectRefs(keys);
+    }
+    addObjectRefs(keys);
     addErrorRef(study, kStudyKind);
   }
   catch (const imutils::IMException& failure)
@@ -263,6 +271,25 @@ void ObjCacheMgr::addErrorRefs(const std::string& study)
   {
     logger.errorLog("Unrecognized exception caught while adding error references to objects in %s", study.c_str());
   }
+}
+
+/// All of them in one transaction, which is much faster than one for each; where that fails, one by one, so that what
+/// is wrong with one does not keep it from the others. Empties `keys`.
+void ObjCacheMgr::addObjectRefs(std::vector<std::string>& keys)
+{
+  try
+  {
+    Transaction transaction(sqlConnector(db));
+    for (const std::string& key : keys)
+      db->references().addReference(key, kObjectKind, kErrorReference);
+    transaction.commit();
+  }
+  catch (const std::exception&)
+  {
+    for (const std::string& key : keys)
+      addErrorRef(key, kObjectKind);
+  }
+  keys.clear();
 }
 
 void ObjCacheMgr::addErrorRef(const std::string& key, const char* kind)

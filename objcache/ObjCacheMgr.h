@@ -6,6 +6,7 @@
 #include <list>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace tarn::imutils
 {
@@ -73,6 +74,7 @@ private:
   ObjCacheException errorStatus(const std::string& study, bool forceErrorRefs) const;
   int locateMetaFile(const std::string& study, std::string& path, bool& metaMissing);
   bool hasErrorRef(const std::string& study);
+  void addObjectRefs(std::vector<std::string>& keys);
   void addErrorRef(const std::string& key, const char* kind);
   std::set<std::string> collectFiles(const std::string& study);
   void collectFromDirectories(const std::string& study, std::set<std::string>& files);

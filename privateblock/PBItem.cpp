@@ -64,21 +64,26 @@ void logDebug(const char* text)
   closelog();
 }
 
-/// The toolkit has no setter for an element's tag; changing it in place keeps VR and value.
-void retag(DcmElement& element, Uint16 elementNumber)
+/// Makes `tag` one of our block; its VR stays.
+void retag(DcmTag& tag, Uint16 elementNumber)
 {
-  auto& tag = const_cast<DcmTag&>(element.getTag());
   const DcmVR vr = tag.getVR(); // naming a creator looks the VR up anew
   tag.setElement(elementNumber);
   tag.setPrivateCreator(PBItem::kCreator);
   tag.setVR(vr);
 }
 
+/// The toolkit has no setter for an element's tag; changing it in place keeps VR and value.
+void retag(DcmElement& element, Uint16 elementNumber)
+{
+  retag(const_cast<DcmTag&>(element.getTag()), elementNumber);
+}
+
 /// Inserts without replacing; an element whose place is taken is deleted.
 void insertOrDelete(DcmItem& item, std::unique_ptr<DcmElement> element)
 {
   if (item.insert(element.get()).good())
-    element.release();
+    static_cast<void>(element.release());
 }
 
 } // namespace
@@ -254,6 +259,8 @@ OFCondition PBItem::insertPBEmptyElement(unsigned short key, DcmEVR vr)
 
 OFCondition PBItem::insertPB(unsigned short key, DcmElement* element, bool replaceOld)
 {
+  if (!element)
+    return EC_IllegalParameter;
   return put(key, EVR_UN,
              [&](const DcmTag& tag)
              {
@@ -276,7 +283,7 @@ OFCondition PBItem::copyPrivateElement(unsigned short key, PBItem& destination)
   std::unique_ptr<DcmElement> copy(dynamic_cast<DcmElement*>(source->clone()));
   status = destination.insertPB(key, copy.get());
   if (status.good())
-    copy.release();
+    static_cast<void>(copy.release());
   return status;
 }
 
@@ -305,8 +312,7 @@ bool PBItem::convertTag(DcmTag& tag)
   unsigned short key = 0;
   if (!getCanonicKey(tag, key) || !calcPrivateBlock(false))
     return false;
-  tag.setElement(static_cast<Uint16>(block | key));
-  tag.setPrivateCreator(kCreator);
+  retag(tag, static_cast<Uint16>(block | key));
   return true;
 }
 

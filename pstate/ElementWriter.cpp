@@ -31,7 +31,7 @@ OFCondition insertOwned(DcmItem& item, std::unique_ptr<DcmElement> element, bool
 {
   const OFCondition status = item.insert(element.get(), replace);
   if (status.good())
-    element.release();
+    static_cast<void>(element.release());
   return status;
 }
 

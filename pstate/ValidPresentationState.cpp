@@ -54,7 +54,7 @@ bool insertSequence(DcmItem& target, const DcmTagKey& tag, std::unique_ptr<DcmIt
     reportCondition(itemMessage, status);
     return false;
   }
-  item.release();
+  static_cast<void>(item.release());
   const OFCondition status = insertOwned(target, std::move(sequence), true);
   if (status.bad())
     reportCondition(sequenceMessage, status);
@@ -69,12 +69,6 @@ ValidPresentationState::ValidPresentationState(DcmDataset* dataset, const std::s
 {
   fileFormat->getDataset()->putAndInsertString(DCM_SOPInstanceUID, sopInstanceUid.c_str());
   name = (kFilePrefix + ("." + sopInstanceUid)).substr(0, kLongestName);
-}
-
-ValidPresentationState::~ValidPresentationState()
-{
-  if (!annotationItemInserted)
-    delete annotationItem;
 }
 
 bool ValidPresentationState::hasDisplayedArea() const
@@ -184,13 +178,14 @@ bool ValidPresentationState::setImageReferences(const ObjectInfo& object, const 
     displayedAreaItem = nullptr;
     return false;
   }
-  annotationItem = new DcmItem;
+  pendingAnnotationItem = std::make_unique<DcmItem>();
+  annotationItem = pendingAnnotationItem.get();
   return true;
 }
 
 bool ValidPresentationState::checkAndCreateAnnotationLayer()
 {
-  if (annotationItemInserted)
+  if (annotationItem && !pendingAnnotationItem)
     return true;
   DcmItem* layer = nullptr;
   if (!ElementWriter(*fileFormat->getDataset())
@@ -202,15 +197,14 @@ bool ValidPresentationState::checkAndCreateAnnotationLayer()
            .text(DCM_GraphicLayerOrder, "1", "Graphic Layer Order could not be created: ")
            .ok())
     return false;
-  // On failure the item stays this object's.
   const OFCondition inserted =
-      fileFormat->getDataset()->insertSequenceItem(DcmTag(DCM_GraphicAnnotationSequence), annotationItem);
+      fileFormat->getDataset()->insertSequenceItem(DcmTag(DCM_GraphicAnnotationSequence), pendingAnnotationItem.get());
   if (inserted.bad())
   {
     reportCondition("Graphic Annotation Sequence item could not be created: ", inserted);
     return false;
   }
-  annotationItemInserted = true;
+  static_cast<void>(pendingAnnotationItem.release()); // the dataset's
   return ElementWriter(*annotationItem)
       .text(DCM_GraphicLayer, ANNLAYERNAME, "Graphic Layer could not be added to Graphic Annotation Sequence: ")
       .ok();

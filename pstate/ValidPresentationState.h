@@ -2,6 +2,8 @@
 
 #include "PresentationState.h"
 
+#include <memory>
+
 namespace impsconverter
 {
 
@@ -17,7 +19,6 @@ class ValidPresentationState : public PresentationState
 public:
   /// `instanceBase` is added to the input's Instance Number times 3700.
   ValidPresentationState(DcmDataset* dataset, const std::string& sopInstanceUid, int instanceBase, bool debug);
-  ~ValidPresentationState() override;
 
   /// Removes Source Image Sequence and the plug-in state, and gives the object its own Instance Number.
   bool clean() override;
@@ -54,7 +55,7 @@ public:
   DcmItem* annotationItem = nullptr;
 
 private:
-  bool annotationItemInserted = false; ///< the dataset owns annotationItem
+  std::unique_ptr<DcmItem> pendingAnnotationItem; ///< annotationItem until the dataset owns it
   Sint32 instanceBase;
   bool content = true;
 };

@@ -21,7 +21,8 @@ namespace
 {
 
 using Make = std::unique_ptr<Annotation> (*)(ValidPresentationState*);
-template <class Kind> std::unique_ptr<Annotation> make(ValidPresentationState* state)
+template <class Kind>
+std::unique_ptr<Annotation> make(ValidPresentationState* state)
 {
   return std::make_unique<Kind>(state);
 }
@@ -32,7 +33,10 @@ std::string graphic(const std::string& type, int count, const std::string& point
   return "{GraphicAnnotationUnits:CS=PIXEL GraphicDimensions:US=2 NumberOfGraphicPoints:US=" + std::to_string(count) +
          " GraphicData:FL=" + points + " GraphicType:CS=" + type + more + "}";
 }
-std::string polyline(int count, const std::string& points) { return graphic("POLYLINE", count, points); }
+std::string polyline(int count, const std::string& points)
+{
+  return graphic("POLYLINE", count, points);
+}
 std::string dashed(const std::string& points)
 {
   return graphic("POLYLINE", 2, points,
@@ -94,8 +98,8 @@ TEST_F(AnnotationTest, SimpleFormsAndTextsReadBack)
        polyline(2, "7\\20\\30\\40"), letter},
       {"a bar in the label", "ruler_x" + shown + "30 40 a|b 0", polyline(2, "10\\20\\30\\40"),
        text("a|b", "100\\100", "88\\90", "112\\110", "CENTER")},
-      {"a label of 512 and a number at once", "ruler_x" + shown + "30 40 " + longest + "1", polyline(2, "10\\20\\30\\40"),
-       text(longest, "100\\100", "-1948\\90", "2148\\110", "CENTER")},
+      {"a label of 512 and a number at once", "ruler_x" + shown + "30 40 " + longest + "1",
+       polyline(2, "10\\20\\30\\40"), text(longest, "100\\100", "-1948\\90", "2148\\110", "CENTER")},
       {"an angle that extends", "angle_x 1 red 30 30 1 1 0 0 100 100 0|10 10 50 10 45+deg ex",
        polyline(3, "10\\10\\30\\30\\50\\10") + dashed("30\\30\\10\\50"),
        text("45 deg", "100\\100", "76\\90", "124\\110", "CENTER")},
@@ -119,10 +123,11 @@ TEST_F(AnnotationTest, SimpleFormsAndTextsReadBack)
        ellipse("120\\100\\80\\100\\100\\110\\100\\90", "4294967295"), ""},
       {"a quarter turn", "skewoval_x 7 red 100 100 1 1 0 0 100 100 0|20 10 a 90 1",
        ellipse("100\\120\\100\\80\\90\\100\\110\\100", "7"), letter},
-      {"no turn", "skewoval_x 7 red 100 100 1 0 0 0 0|20 10 a 0",
-       ellipse("120\\100\\80\\100\\100\\110\\100\\90", "7"), ""},
+      {"no turn", "skewoval_x 7 red 100 100 1 0 0 0 0|20 10 a 0", ellipse("120\\100\\80\\100\\100\\110\\100\\90", "7"),
+       ""},
       {"single precision before the sine", "skewoval_x 7 red 0 0 1 0 0 0 0|1000 1000 a 0.1",
-       ellipse("999.998474\\1.74532843\\-999.998474\\-1.74532843\\-1.74530172\\999.998474\\1.74530172\\-999.998474", "7"),
+       ellipse("999.998474\\1.74532843\\-999.998474\\-1.74532843\\-1.74530172\\999.998474\\1.74530172\\-999.998474",
+               "7"),
        ""},
       {"measured values do not show", "houns_x 7 red 100 100 1 0 0 0 0|20 10 a -800.5 30 1",
        ellipse("120\\100\\80\\100\\100\\110\\100\\90", "7"), ""},
@@ -190,7 +195,8 @@ TEST_F(AnnotationTest, CompoundFormsReadBack)
   const Compound rows[] = {
       {"a ruler", make<Ruler>, common + "30 40 a 1",
        "2 NumberOfGraphicPoints:US=2 GraphicData:FL=10\\20\\30\\40 GraphicType:CS=RULER" + id +
-           " TickAlignment:CS=CENTER ShowTickLabel:CS=N TickLabelAlignment:CS=BOTTOM", ""},
+           " TickAlignment:CS=CENTER ShowTickLabel:CS=N TickLabelAlignment:CS=BOTTOM",
+       ""},
       {"a range line", make<Ruler>, common + "30 40 a 0",
        "2 NumberOfGraphicPoints:US=2 GraphicData:FL=10\\20\\30\\40 GraphicType:CS=RANGELINE" + id, ""},
       {"an angle without its extension", make<Angle>, common + "1 2 3 4 a ex",
@@ -203,7 +209,8 @@ TEST_F(AnnotationTest, CompoundFormsReadBack)
        id.c_str()},
       {"an oval's turn", make<SkewOval>, common + "5 6 a -30.1",
        "2 NumberOfGraphicPoints:US=2 GraphicData:FL=5\\14\\15\\26 GraphicType:CS=ELLIPSE GraphicFilled:CS=N" + id +
-           " RotationAngle:FD=-30.100000381469727 RotationPoint:FL=10\\20", id.c_str()},
+           " RotationAngle:FD=-30.100000381469727 RotationPoint:FL=10\\20",
+       id.c_str()},
       {"a Cobb angle", make<CobbAngle>, common + "1 2 3 4 5 6 a", "", ""},
       {"an outline", make<FreeHand>, common + "1 2 3 a", "", ""},
       {"a text", make<Text>, common + "0 a", "", nullptr},
@@ -313,7 +320,8 @@ struct Fault
 };
 
 /// Each fault ends `run` with its message and the toolkit's text.
-template <std::size_t count> void expectMessages(const Fault (&rows)[count], const std::function<bool()>& run)
+template <std::size_t count>
+void expectMessages(const Fault (&rows)[count], const std::function<bool()>& run)
 {
   for (const Fault& row : rows)
   {
@@ -330,15 +338,14 @@ TEST_F(AnnotationTest, NamesTheElementThatCouldNotBeWritten)
   const auto in = ToolkitFault::inserting;
   const auto fill = ToolkitFault::filling;
   const std::string common = "x 3 red 10 20 1 1 0 0 100 100 0|";
-  const Fault graphics[] = {
-      {in, DCM_GraphicObjectSequence, "Graphic Object Sequence item could not be created: "},
-      {in, DCM_GraphicAnnotationUnits, "Graphic Annotation Units could not be created: "},
-      {in, DCM_GraphicDimensions, "Graphic Dimensions could not be created: "},
-      {in, DCM_NumberOfGraphicPoints, "Number of Graphic Points could not be created: "},
-      {fill, DCM_GraphicData, "Graphic Data value could not be inserted: "},
-      {in, DCM_GraphicData, "Graphic Data could not be inserted: "},
-      {in, DCM_GraphicType, "Graphic Type could not be created: "},
-      {in, DCM_CompoundGraphicInstanceID, "Compound Graphic Instance ID could not be created: "}};
+  const Fault graphics[] = {{in, DCM_GraphicObjectSequence, "Graphic Object Sequence item could not be created: "},
+                            {in, DCM_GraphicAnnotationUnits, "Graphic Annotation Units could not be created: "},
+                            {in, DCM_GraphicDimensions, "Graphic Dimensions could not be created: "},
+                            {in, DCM_NumberOfGraphicPoints, "Number of Graphic Points could not be created: "},
+                            {fill, DCM_GraphicData, "Graphic Data value could not be inserted: "},
+                            {in, DCM_GraphicData, "Graphic Data could not be inserted: "},
+                            {in, DCM_GraphicType, "Graphic Type could not be created: "},
+                            {in, DCM_CompoundGraphicInstanceID, "Compound Graphic Instance ID could not be created: "}};
   expectMessages(graphics, [&] { return Oval(opened().get()).process(common + "5 6 a"); });
 
   const Fault texts[] = {
@@ -358,17 +365,18 @@ TEST_F(AnnotationTest, NamesTheElementThatCouldNotBeWritten)
        "Bounding Box Text Horizontal Justification could not be created: "}};
   expectMessages(texts, [&] { return Text(opened().get()).process(common + "0 a"); });
 
-  const Fault compounds[] = {
-      {in, DCM_CompoundGraphicSequence, "Compound Graphic Sequence item could not be created: "},
-      {in, DCM_CompoundGraphicInstanceID, "Compound Graphic Instance ID could not be created: "},
-      {in, DCM_CompoundGraphicUnits, "Compound Graphic Units could not be created: "},
-      {in, DCM_GraphicDimensions, "Graphic Dimensions could not be created: "},
-      {in, DCM_NumberOfGraphicPoints, "Number of Graphic Points could not be created: "},
-      {fill, DCM_GraphicData, "Graphic Data value could not be inserted: "},
-      {in, DCM_GraphicData, "Graphic Data could not be inserted: "},
-      {in, DCM_GraphicType, "Graphic Type could not be created: "}};
-  const auto compoundOf = [&](Make kind, const std::string& params) {
-    return [this, kind, params] {
+  const Fault compounds[] = {{in, DCM_CompoundGraphicSequence, "Compound Graphic Sequence item could not be created: "},
+                             {in, DCM_CompoundGraphicInstanceID, "Compound Graphic Instance ID could not be created: "},
+                             {in, DCM_CompoundGraphicUnits, "Compound Graphic Units could not be created: "},
+                             {in, DCM_GraphicDimensions, "Graphic Dimensions could not be created: "},
+                             {in, DCM_NumberOfGraphicPoints, "Number of Graphic Points could not be created: "},
+                             {fill, DCM_GraphicData, "Graphic Data value could not be inserted: "},
+                             {in, DCM_GraphicData, "Graphic Data could not be inserted: "},
+                             {in, DCM_GraphicType, "Graphic Type could not be created: "}};
+  const auto compoundOf = [&](Make kind, const std::string& params)
+  {
+    return [this, kind, params]
+    {
       const auto target = opened();
       const auto annotation = kind(target.get());
       EXPECT_TRUE(annotation->parseSpecific("x", params));
@@ -390,12 +398,11 @@ TEST_F(AnnotationTest, NamesTheElementThatCouldNotBeWritten)
 
 TEST_F(AnnotationTest, AHelperLineThatFailsChangesNothing)
 {
-  const Fault rows[] = {
-      {ToolkitFault::inserting, DCM_PatternOnColorCIELabValue,
-       "CIELab Color could not be inserted: Illegal call, perhaps wrong parameters\n"},
-      {ToolkitFault::inserting, DCM_LineStyleSequence, ""},
-      {ToolkitFault::inserting, DCM_PatternOnOpacity, ""},
-      {ToolkitFault::inserting, DCM_LinePattern, ""}};
+  const Fault rows[] = {{ToolkitFault::inserting, DCM_PatternOnColorCIELabValue,
+                         "CIELab Color could not be inserted: Illegal call, perhaps wrong parameters\n"},
+                        {ToolkitFault::inserting, DCM_LineStyleSequence, ""},
+                        {ToolkitFault::inserting, DCM_PatternOnOpacity, ""},
+                        {ToolkitFault::inserting, DCM_LinePattern, ""}};
   for (const Fault& row : rows)
   {
     std::ostringstream error;

@@ -180,6 +180,7 @@ TEST_P(Database, KeepsKeysAndValuesAsBytes)
   const std::vector<std::string> names{"",  "A",    "a",        "a ",           "a\0b"s,   "aB",
                                        "b", "\x80", "\xC3\xA1", "\xE9 Latin-1", "\xFF\xFE"};
   std::vector<Row> rows;
+  rows.reserve(names.size());
   for (const std::string& name : names)
     rows.push_back({"1.2", name, "class " + name, name, "", "512", "256", "3"});
   insert(*db, kAllColumns, rows);
@@ -273,9 +274,9 @@ TEST_P(Database, TakesTheSameNumbers)
 
 TEST_P(Database, InsertsManyRowsAndLeavesExistingOnes)
 {
-  std::vector<Row> rows;
-  for (int i = 0; i < 300; ++i)
-    rows.push_back({"1.2", "CT." + std::to_string(i), "new", "1", "2", std::to_string(i), "2", "3"});
+  std::vector<Row> rows(300);
+  for (std::size_t i = 0; i < rows.size(); ++i)
+    rows[i] = {"1.2", "CT." + std::to_string(i), "new", "1", "2", std::to_string(i), "2", "3"};
   insert(*db, kAllColumns, {{"1.2", "CT.7", "old", "1", "2", "1", "2", "3"}});
   insert(*db, kAllColumns, rows);
   EXPECT_EQ(text("SELECT COUNT(*) FROM objects"), "300");
@@ -301,28 +302,27 @@ TEST_P(Database, BindsEveryType)
   struct
   {
     const char* name;
-    enum_field_types type;
     const void* buffer;
     const unsigned long* length;
     const bool* isNull;
-    SignedFlag sign;
     const char* result;
+    enum_field_types type;
+    SignedFlag sign = SignedFlag::Signed;
   } const cases[] = {
-      {"tiny", MYSQL_TYPE_TINY, &tiny, nullptr, nullptr, SignedFlag::Signed, "-1"},
-      {"unsigned tiny", MYSQL_TYPE_TINY, &tiny, nullptr, nullptr, SignedFlag::Unsigned, "255"},
-      {"small", MYSQL_TYPE_SHORT, &small, nullptr, nullptr, SignedFlag::Signed, "-2"},
-      {"unsigned small", MYSQL_TYPE_SHORT, &small, nullptr, nullptr, SignedFlag::Unsigned, "65534"},
-      {"number", MYSQL_TYPE_LONG, &number, nullptr, nullptr, SignedFlag::Signed, "-3"},
-      {"unsigned number", MYSQL_TYPE_LONG, &number, nullptr, nullptr, SignedFlag::Unsigned, "4294967293"},
-      {"large", MYSQL_TYPE_LONGLONG, &large, nullptr, nullptr, SignedFlag::Signed, "-9223372036854775808"},
-      {"too large", MYSQL_TYPE_LONGLONG, &tooLarge, nullptr, nullptr, SignedFlag::Unsigned,
-       "the number 9223372036854775808 is too large to be bound"},
-      {"text", MYSQL_TYPE_VAR_STRING, "abcdef", nullptr, nullptr, SignedFlag::Signed, "abcdef"},
-      {"length beside", MYSQL_TYPE_BLOB, "abcdef", &three, nullptr, SignedFlag::Signed, "abc"},
-      {"null beside", MYSQL_TYPE_STRING, "abcdef", nullptr, &yes, SignedFlag::Signed, "<<NULL>>"},
-      {"null", MYSQL_TYPE_NULL, nullptr, nullptr, nullptr, SignedFlag::Signed, "<<NULL>>"},
-      {"time", MYSQL_TYPE_DATETIME, "x", nullptr, nullptr, SignedFlag::Signed,
-       "values of the type code 12 cannot be bound"},
+      {"tiny", &tiny, nullptr, nullptr, "-1", MYSQL_TYPE_TINY},
+      {"unsigned tiny", &tiny, nullptr, nullptr, "255", MYSQL_TYPE_TINY, SignedFlag::Unsigned},
+      {"small", &small, nullptr, nullptr, "-2", MYSQL_TYPE_SHORT},
+      {"unsigned small", &small, nullptr, nullptr, "65534", MYSQL_TYPE_SHORT, SignedFlag::Unsigned},
+      {"number", &number, nullptr, nullptr, "-3", MYSQL_TYPE_LONG},
+      {"unsigned number", &number, nullptr, nullptr, "4294967293", MYSQL_TYPE_LONG, SignedFlag::Unsigned},
+      {"large", &large, nullptr, nullptr, "-9223372036854775808", MYSQL_TYPE_LONGLONG},
+      {"too large", &tooLarge, nullptr, nullptr, "the number 9223372036854775808 is too large to be bound",
+       MYSQL_TYPE_LONGLONG, SignedFlag::Unsigned},
+      {"text", "abcdef", nullptr, nullptr, "abcdef", MYSQL_TYPE_VAR_STRING},
+      {"length beside", "abcdef", &three, nullptr, "abc", MYSQL_TYPE_BLOB},
+      {"null beside", "abcdef", nullptr, &yes, "<<NULL>>", MYSQL_TYPE_STRING},
+      {"null", nullptr, nullptr, nullptr, "<<NULL>>", MYSQL_TYPE_NULL},
+      {"time", "x", nullptr, nullptr, "values of the type code 12 cannot be bound", MYSQL_TYPE_DATETIME},
   };
   for (const auto& row : cases)
   {
@@ -581,9 +581,9 @@ TEST_P(Database, LetsOneOfManyProcessesInAtATime)
 {
   runWithTexts(*db, "INSERT INTO studies(STUDYUID,OBJECTCOUNT,METAREQUIRED) VALUES (?,?,?)", {{"1", "0", "0"}});
   db.reset();
-  std::vector<pid_t> children;
-  for (int i = 0; i < 16; ++i)
-    children.push_back(inChild(
+  std::vector<pid_t> children(16);
+  for (pid_t& child : children)
+    child = inChild(
         [&]
         {
           const auto own = DBConnectorSql::open(Missing::refuse);
@@ -597,7 +597,7 @@ TEST_P(Database, LetsOneOfManyProcessesInAtATime)
             ArchiveAdmin(*own).putStudy("1", count + 1, false);
           }
           return true;
-        }));
+        });
   for (const pid_t child : children)
     EXPECT_EQ(statusOf(child), 0);
   db = DBConnectorSql::open(Missing::refuse);
@@ -621,6 +621,9 @@ TEST_P(Database, WaitsForAnotherWriter)
 TEST(LostServer, IsAnExceptionAndNeverRenewed)
 {
   MariaDbServer own;
+  const Folder folder;
+  std::ofstream(folder / ".my.cnf") << "[annomend]\nreconnect=1\n";
+  const ScopedEnvironment home("HOME", folder / "");
   const ScopedEnvironment url("TARN_DB_URL", own.createDatabase());
   const auto db = DBConnectorSql::open(Missing::refuse);
   ArchiveAdmin(*db).createSchema();
@@ -640,7 +643,8 @@ TEST(LostServer, IsAnExceptionAndNeverRenewed)
     EXPECT_THROW(next->references().addReference("1", "STUDYDIR", "x"), DBException);
     EXPECT_THROW(transaction.commit(), DBException);
   }
-  EXPECT_EQ(refusal([] { DBConnectorSql::open(Missing::refuse); }).rfind("cannot open database mysql://root@", 0), 0U);
+  EXPECT_EQ(refusal([] { (void)DBConnectorSql::open(Missing::refuse); }).rfind("cannot open database mysql://root@", 0),
+            0U);
 }
 
 TEST(DatabaseUrl, RefusalsNameTheUrlWithoutItsPassword)
@@ -696,9 +700,9 @@ TEST(DatabaseUrl, RefusalsNameTheUrlWithoutItsPassword)
 TEST(DatabaseUrl, TakesThePasswordFromWhereItIsKept)
 {
   const Folder folder;
-  std::ofstream(folder / ".my.cnf") << "[annomend]\npassword=s/e:c@r%t\nreconnect\n[other]\npassword=wrong-secret\n";
+  std::ofstream(folder / ".my.cnf") << "[annomend]\npassword=s/e:c@r%t\n[other]\npassword=wrong-secret\n";
   std::ofstream(folder / "password") << "s/e:c@r%t\n";
-  std::ofstream(folder / "empty");
+  std::ofstream(folder / "empty") << "";
   server().run("CREATE USER 'a b'@localhost IDENTIFIED BY 's/e:c@r%t'");
   const std::string name = "mysql://a%20b@localhost/information_schema?socket=" + server().socket();
   const std::string denied = ": cannot connect: Access denied for user 'a b'@'localhost' (using password: ";
@@ -733,17 +737,17 @@ TEST(DefaultDatabase, IsMadeOnFirstUseByManyAtOnce)
   const ScopedEnvironment url("TARN_DB_URL", std::nullopt);
   const ScopedEnvironment state("XDG_STATE_HOME", folder / "state");
   const ScopedEnvironment hostile("OBJECTTBL", "a b");
-  std::vector<pid_t> children;
-  for (int i = 0; i < 32; ++i)
-    children.push_back(inChild(
-        [i]
+  std::vector<pid_t> children(32);
+  for (pid_t& child : children)
+    child = inChild(
+        []
         {
-          DBConnector::createConnector()->objCache().setObjCacheStatus(std::to_string(i), 0);
+          DBConnector::createConnector()->objCache().setObjCacheStatus(std::to_string(getpid()), 0);
           return true;
-        }));
+        });
   for (const pid_t child : children)
     EXPECT_EQ(statusOf(child), 0);
-  EXPECT_TRUE(DBConnector::createConnector()->objCache().isObjCacheValid("31"));
+  EXPECT_TRUE(DBConnector::createConnector()->objCache().isObjCacheValid(std::to_string(children.back())));
   EXPECT_TRUE(std::filesystem::exists(folder / "state/annomend/archive.db"));
 }
 

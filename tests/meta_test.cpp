@@ -300,7 +300,7 @@ TEST_F(MetaTest, TheDefaultStoreStateNamesModeAndDevices)
   EXPECT_FALSE(MetaManager().createDefaultStorestate("/dev/full", conn));
   for (const char* variable : {"TARGETTBL", "DEVSERVTBL"})
   {
-    const Environment unset{Environment::Variables{{variable, std::nullopt}}};
+    const ScopedEnvironment unset(variable, std::nullopt);
     try
     {
       MetaManager().createDefaultStorestate(root / "state", conn);
@@ -397,7 +397,7 @@ TEST_F(MetaTest, NothingIsDeletedThatCouldNotBeParked)
   };
   for (const auto& row : rows)
   {
-    const Environment changed{Environment::Variables{{row.variable, row.value}}};
+    const ScopedEnvironment changed(row.variable, row.value);
     const LogFile more;
     EXPECT_FALSE(MetaManager().deleteMeta("s", nullptr));
     EXPECT_EQ(more.lines(), row.lines);

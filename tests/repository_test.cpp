@@ -448,7 +448,7 @@ TEST(PlainForm, NoLibraryIsAFailureAndOneLine)
       {"/" + home, "/" + home + "/lib/RepositoryHandler.so: File name too long"}};
   for (const auto& row : rows)
   {
-    const Environment environment({{"REPOSITORYHANDLER_HOME", row.home}});
+    const ScopedEnvironment environment("REPOSITORYHANDLER_HOME", row.home);
     const LogFile log;
     std::list<std::string> locations;
     EXPECT_EQ(getLocations("r", "s", locations, false, false, nullptr), -1);
@@ -470,7 +470,7 @@ TEST_F(RecordingLibrary, TheClassFormKeepsWhatItHasResolved)
   const std::string reason =
       "/absent/lib/RepositoryHandler.so: cannot open shared object file: No such file or directory\n";
   {
-    const Environment nowhere{Environment::Variables{{"REPOSITORYHANDLER_HOME", "/absent"}}};
+    const ScopedEnvironment nowhere("REPOSITORYHANDLER_HOME", "/absent");
     const LogFile log;
     Iface::init();
     EXPECT_EQ(Iface::createDirectory("r", "s", nullptr, nullptr, false, true, nullptr), nullptr);
@@ -494,7 +494,7 @@ TEST_F(RecordingLibrary, TheClassFormKeepsWhatItHasResolved)
   EXPECT_EQ(log.lines(), lackingLines("EXCEPTION: dlsym error ", true)) << "sought again at each call";
   fs::remove(processList);
 
-  const Environment complete{Environment::Variables{{"REPOSITORYHANDLER_HOME", ANNOMEND_HANDLER_HOME}}};
+  const ScopedEnvironment complete("REPOSITORYHANDLER_HOME", ANNOMEND_HANDLER_HOME);
   callWithConstants<Iface>();
   EXPECT_EQ(calls(), kCallsWithConstants) << "resolved before, still called";
   fs::create_directory(folder.path() / "s");

@@ -18,7 +18,7 @@ void IMSemaphore::lock_ms(int timeout, float firstWait, float factor, float long
   const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeout);
   std::minstd_rand random(std::random_device{}());
   std::uniform_real_distribution<float> spread(1.0F - jitter, 1.0F + jitter);
-  for (float wait = firstWait; !tryLock(); wait = std::min(wait * factor, longestWait))
+  for (float wait = std::min(firstWait, longestWait); !tryLock(); wait = std::min(wait * factor, longestWait))
   {
     const Wait left = deadline - Clock::now();
     if (left.count() <= 0)

@@ -17,7 +17,7 @@ namespace
 
 constexpr Uint32 kMaxReadLength = 4096;
 
-/// Stack that reading may use, in bytes: some thousand levels of nesting, an eighth of the usual stack. Copying,
+/// Stack that reading may use, in bytes: some hundred levels of nesting, an eighth of the usual stack. Copying,
 /// writing and destroying what was read recurse as deeply.
 constexpr std::uintptr_t kStackBudget = 1U << 20U;
 
@@ -37,7 +37,7 @@ public:
   bool refused() const { return tooDeep; }
   offile_off_t read(void* buffer, offile_off_t length) override
   {
-    if (base - here() > kStackBudget)
+    if (const std::uintptr_t now = here(); now < base && base - now > kStackBudget)
       tooDeep = true;
     return tooDeep ? 0 : DcmInputFileStream::read(buffer, length);
   }

@@ -1,20 +1,18 @@
 #include "FileWriter.h"
 
 #include "ElementText.h"
+#include "PartFile.h"
 
 #include <dcmtk/dcmdata/dcostrmb.h>
 #include <dcmtk/dcmdata/dcwcache.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <utility>
 #include <vector>
 
 namespace tarn::dicom
@@ -40,14 +38,14 @@ struct Target
       path = real.get();
   }
 
-  /// Beside the target; the name is shortened where it would be longer than a file system takes.
-  std::string partPath() const
+  /// A rename asks neither for the permissions of what it replaces nor for its kind.
+  OFCondition checkReplaceable() const
   {
-    const std::string suffix = "." + std::to_string(getpid()) + ".part";
-    const std::size_t slash = path.rfind('/');
-    const std::size_t start = slash == std::string::npos ? 0 : slash + 1;
-    const std::string name = path.substr(start).substr(0, NAME_MAX - suffix.size() - 1);
-    return path.substr(0, start) + "." + name + suffix;
+    if (!exists || S_ISDIR(status.st_mode)) // the rename refuses a directory
+      return EC_Normal;
+    if (!S_ISREG(status.st_mode))
+      return failure("Not a regular file");
+    return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 ? EC_Normal : systemFailure();
   }
 
   std::string path;
@@ -57,60 +55,11 @@ struct Target
   bool exists;
 };
 
-/// A file that is being written; removed again unless it was kept.
-class PartFile
+/// A file that takes the place of another is on the disk before it does.
+bool secureFor(const Target& target, const PartFile& part)
 {
-public:
-  explicit PartFile(std::string partPath) : path(std::move(partPath))
-  {
-    unlink(path.c_str()); // left by a process of the same number that was killed
-    fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-  }
-  ~PartFile()
-  {
-    if (fd >= 0)
-      close(fd);
-    if (!kept)
-      unlink(path.c_str());
-  }
-  PartFile(const PartFile&) = delete;
-  PartFile& operator=(const PartFile&) = delete;
-
-  bool good() const { return fd >= 0; }
-
-  bool write(const char* bytes, std::size_t length) const
-  {
-    while (length > 0)
-    {
-      const ssize_t written = ::write(fd, bytes, length);
-      if (written < 0 && errno == EINTR)
-        continue;
-      if (written < 0)
-        return false;
-      bytes += written;
-      length -= static_cast<std::size_t>(written);
-    }
-    return true;
-  }
-
-  /// A file that takes the place of another is on the disk before it does.
-  bool secureFor(const Target& target) const
-  {
-    return !target.exists || (fchmod(fd, target.status.st_mode & 07777U) == 0 && fsync(fd) == 0);
-  }
-
-  bool keepAs(const std::string& name)
-  {
-    const bool closed = close(std::exchange(fd, -1)) == 0;
-    kept = closed && rename(path.c_str(), name.c_str()) == 0;
-    return kept;
-  }
-
-private:
-  std::string path;
-  int fd = -1;
-  bool kept = false;
-};
+  return !target.exists || (part.setMode(target.status.st_mode & 07777U) && part.sync());
+}
 
 OFCondition drain(DcmOutputBufferStream& stream, const PartFile& part)
 {
@@ -149,13 +98,16 @@ OFCondition encode(DcmFileFormat& file, const PartFile& part)
 OFCondition saveFile(DcmFileFormat& file, const std::string& path)
 {
   const Target target(path);
-  PartFile part(target.partPath());
-  if (!part.good())
-    return systemFailure();
-  const OFCondition status = encode(file, part);
+  OFCondition status = target.checkReplaceable();
   if (status.bad())
     return status;
-  return part.secureFor(target) && part.keepAs(target.path) ? EC_Normal : systemFailure();
+  PartFile part(target.path);
+  if (!part.good())
+    return systemFailure();
+  status = encode(file, part);
+  if (status.bad())
+    return status;
+  return secureFor(target, part) && part.keep() ? EC_Normal : systemFailure();
 }
 
 } // namespace tarn::dicom

@@ -50,9 +50,11 @@ void runToEnd(const Arguments& arguments, const std::string& log)
     throw std::runtime_error(arguments.front() + " failed: " + textOf(log));
 }
 
-/// Runs the server until its standard input ends, which it does with the process that holds the other end of the pipe,
-/// however that ends; then takes the folder away. Arguments: the folder, the server's command.
-constexpr char kKeeper[] = R"(trap '' INT TERM HUP; folder=$1; shift; "$@" </dev/null & read -r;
+/// Runs the server, a new one for each line of its standard input, until that ends, which it does with the process that
+/// holds the other end of the pipe, however that ends; then takes the folder away. Arguments: the folder, the server's
+/// command.
+constexpr char kKeeper[] = R"(trap '' INT TERM HUP; folder=$1; shift; "$@" </dev/null &
+                              while read -r; do kill -KILL $!; wait $!; "$@" </dev/null & done
                               kill -KILL $!; wait $!; rm -rf "$folder")";
 
 std::string makeFolder()
@@ -149,6 +151,14 @@ std::string MariaDbServer::createDatabase()
 void MariaDbServer::run(const std::string& sql) const
 {
   runToEnd({"mariadb", "--no-defaults", "--user=root", "--socket=" + socket(), "-e", sql}, directory + "/client.log");
+}
+
+void MariaDbServer::restart()
+{
+  std::filesystem::resize_file(directory + "/log", 0);
+  if (write(leash, "\n", 1) != 1)
+    throw std::runtime_error("the server's keeper has ended");
+  waitUntilReady();
 }
 
 void MariaDbServer::kill()

@@ -8,7 +8,10 @@ namespace
 
 void assign(const std::string& name, const std::optional<std::string>& value)
 {
-  value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
+  if (value)
+    setenv(name.c_str(), value->c_str(), 1);
+  else
+    unsetenv(name.c_str());
 }
 
 } // namespace

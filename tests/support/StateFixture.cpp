@@ -30,7 +30,8 @@ public:
   }
 
 private:
-  tarn::db::PsQuery insert{[] {
+  tarn::db::PsQuery insert{[]
+                           {
                              return std::string("INSERT INTO objects VALUES ('1.2', 'CT.1.2.3', "
                                                 "'1.2.840.10008.5.1.4.1.1.2', '1.2.3', '1.2.30', 512, 256, 1)");
                            },
@@ -132,8 +133,9 @@ std::unique_ptr<DcmFileFormat> StateFixture::state(const std::string& pluginStat
                               {DCM_InstanceNumber, "5"}});
   DcmItem& series = samples::appendItem(dataset, DCM_ReferencedSeriesSequence);
   samples::putTexts(series, {{DCM_SeriesInstanceUID, "1.2.40"}});
-  samples::putTexts(samples::appendItem(series, DCM_ReferencedImageSequence),
-                    {{DCM_ReferencedSOPClassUID, "1.2.840.10008.5.1.4.1.1.4"}, {DCM_ReferencedSOPInstanceUID, "1.2.4"}});
+  samples::putTexts(
+      samples::appendItem(series, DCM_ReferencedImageSequence),
+      {{DCM_ReferencedSOPClassUID, "1.2.840.10008.5.1.4.1.1.4"}, {DCM_ReferencedSOPInstanceUID, "1.2.4"}});
   samples::require(dataset.putAndInsertString(DcmTag(0xF215, 0x0010, EVR_LO), "PB group A"), "creator");
   putPluginState(dataset, pluginState, vr);
   return file;

@@ -10,15 +10,22 @@ namespace
 const DcmTagKey kNone(0xFFFF, 0xFFFF);
 DcmTagKey refused[] = {kNone, kNone};
 
-template <class Function> Function original(const char* symbol)
+template <class Function>
+Function original(const char* symbol)
 {
   return reinterpret_cast<Function>(dlsym(RTLD_NEXT, symbol));
 }
 
 } // namespace
 
-ToolkitFault::ToolkitFault(Where where, const DcmTagKey& tag) { refused[where] = tag; }
-ToolkitFault::~ToolkitFault() { refused[inserting] = refused[filling] = kNone; }
+ToolkitFault::ToolkitFault(Where where, const DcmTagKey& tag)
+{
+  refused[where] = tag;
+}
+ToolkitFault::~ToolkitFault()
+{
+  refused[inserting] = refused[filling] = kNone;
+}
 
 OFCondition DcmItem::insert(DcmElement* element, OFBool replaceOld, OFBool checkInsertOrder)
 {

@@ -4,7 +4,6 @@
 #include "DBException.h"
 
 #include <cctype>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string_view>
@@ -39,14 +38,28 @@ void refuseDoubledColumns(const std::string& sql)
       throw DBException("cannot prepare a statement: Column '" + printable(column) + "' specified twice");
 }
 
+/// `text` with every VALUES(COLUMN), the value that was to be inserted, as excluded.COLUMN.
+std::string withExcluded(std::string text)
+{
+  constexpr std::string_view kNewValue = "VALUES(";
+  for (auto start = text.find(kNewValue); start != std::string::npos; start = text.find(kNewValue, start))
+  {
+    const auto close = text.find(')', start);
+    if (close == std::string::npos)
+      break;
+    text.erase(close, 1);
+    text.replace(start, kNewValue.size(), "excluded.");
+  }
+  return text;
+}
+
 /// What MySQL's clause sets, as SQLite's clause.
 std::string conflictClause(const std::string& assignments)
 {
-  static const std::regex kUnchanged(R"((\w+)=\1)");
-  static const std::regex kNewValue(R"(VALUES\((\w+)\))");
-  if (std::regex_match(assignments, kUnchanged))
+  const auto equals = assignments.find('=');
+  if (equals != std::string::npos && assignments.substr(0, equals) == assignments.substr(equals + 1))
     return "ON CONFLICT DO NOTHING";
-  return "ON CONFLICT DO UPDATE SET " + std::regex_replace(assignments, kNewValue, "excluded.$1");
+  return "ON CONFLICT DO UPDATE SET " + withExcluded(assignments);
 }
 
 } // namespace

@@ -1,0 +1,87 @@
+#include "PartFile.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tarn
+{
+namespace
+{
+
+/// The name is shortened where it would be longer than a file system takes.
+std::string pathBeside(const std::string& target)
+{
+  const std::string suffix = "." + std::to_string(getpid()) + ".part";
+  const std::size_t slash = target.rfind('/');
+  const std::size_t start = slash == std::string::npos ? 0 : slash + 1;
+  const std::string name = target.substr(start).substr(0, NAME_MAX - suffix.size() - 1);
+  return target.substr(0, start) + "." + name + suffix;
+}
+
+} // namespace
+
+PartFile::PartFile(const std::string& targetPath) : target(targetPath), partPath(pathBeside(targetPath))
+{
+  unlink(partPath.c_str()); // left by a process of the same number that was killed
+  fd = open(partPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+}
+
+PartFile::~PartFile()
+{
+  if (fd >= 0)
+    close(fd);
+  if (!kept)
+    unlink(partPath.c_str());
+}
+
+bool PartFile::write(const char* bytes, std::size_t length) const
+{
+  while (length > 0)
+  {
+    const ssize_t written = ::write(fd, bytes, length);
+    if (written < 0 && errno == EINTR)
+      continue;
+    if (written < 0)
+      return false;
+    bytes += written;
+    length -= static_cast<std::size_t>(written);
+  }
+  return true;
+}
+
+bool PartFile::setMode(mode_t mode) const
+{
+  return fchmod(fd, mode) == 0;
+}
+
+bool PartFile::sync() const
+{
+  return fsync(fd) == 0;
+}
+
+bool PartFile::keep()
+{
+  const bool closed = close(std::exchange(fd, -1)) == 0;
+  kept = closed && std::rename(partPath.c_str(), target.c_str()) == 0;
+  return kept;
+}
+
+bool syncFolder(const std::string& folder)
+{
+  const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0)
+    return false;
+  const bool synced = fsync(fd) == 0;
+  const int reason = errno;
+  close(fd);
+  errno = reason;
+  return synced;
+}
+
+} // namespace tarn

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include <sys/types.h>
+
+namespace tarn
+{
+
+/// A file that is being written beside the one that it is to become, as `.NAME.PID.part`; removed again unless it was
+/// kept. What fails leaves its reason in errno.
+class PartFile
+{
+public:
+  /// `target` is the path that it is to get; good() tells whether it could be made.
+  explicit PartFile(const std::string& target);
+  ~PartFile();
+  PartFile(const PartFile&) = delete;
+  PartFile& operator=(const PartFile&) = delete;
+
+  [[nodiscard]] bool good() const { return fd >= 0; }
+  const std::string& path() const { return partPath; }
+
+  [[nodiscard]] bool write(const char* bytes, std::size_t length) const;
+  [[nodiscard]] bool setMode(mode_t mode) const;
+  /// Returns when what was written is on the disk.
+  [[nodiscard]] bool sync() const;
+  /// Gives it the name of the target, over what stands there.
+  [[nodiscard]] bool keep();
+
+private:
+  std::string target;
+  std::string partPath;
+  int fd = -1;
+  bool kept = false;
+};
+
+/// Returns when the names in `folder` are on the disk as they are now.
+[[nodiscard]] bool syncFolder(const std::string& folder);
+
+} // namespace tarn

@@ -1,0 +1,172 @@
+#include "TempDir.h"
+
+#include "Config.h"
+#include "Console.h"
+#include "IMException.h"
+#include "IMProperties.h"
+#include "IMSemaphore.h"
+#include "urlDecode.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace tarn::imutils;
+using namespace std::string_literals;
+
+namespace
+{
+
+TEST(Console, ScopesNestAndBelongToTheirThread)
+{
+  std::ostringstream out, outerError, innerError, otherError;
+  tarn::ConsoleScope outer(out, outerError);
+  {
+    tarn::ConsoleScope inner(out, innerError);
+    tarn::report("n ", 7);
+    std::thread([&] {
+      tarn::ConsoleScope other(out, otherError);
+      tarn::report("other");
+    }).join();
+    tarn::report("forged\nline\x7f\x1b");
+  }
+  tarn::report("after");
+  tarn::trace("flag ", true);
+  EXPECT_EQ(innerError.str(), "n 7\nforged?line??\n");
+  EXPECT_EQ(otherError.str(), "other\n");
+  EXPECT_EQ(outerError.str(), "after\n");
+  EXPECT_EQ(out.str(), "flag true\n");
+}
+
+TEST(UrlDecode, BothForms)
+{
+  const struct
+  {
+    const char* odd;
+    std::string text, plugin, meta;
+  } rows[] = {
+      {"nothing to decode", "a%20b+c", "a b c", "a b c"},
+      {"a decoded percent sign is not decoded again", "%2541", "%41", "%41"},
+      {"small and capital digits", "%c3%C9", "\xc3\xc9", "\xc3\xc9"},
+      {"one character after the percent sign", "ab%4", "ab", "ab"},
+      {"percent sign at the end", "ab%", "ab", "ab"},
+      {"no digits: goes on with the next byte", "%zz+%4", "%zz ", "\0 "s},
+      {"one digit", "%4xy", "%4xy", "\4y"},
+      {"a percent sign as follower", "%%41", "%A", "\0"s + "1"},
+      {"a sign is no digit", "%-1x", "%-1x", "\0x"s},
+      {"decoded NUL", "a%00b", "a", "a\0b"s},
+      {"empty", "", "", ""},
+  };
+  for (const auto& row : rows)
+  {
+    std::string text = row.text;
+    im::URLDecode(text);
+    EXPECT_EQ(text, row.plugin) << row.odd;
+    EXPECT_EQ(im::urlDecode(row.text), row.meta) << row.odd;
+  }
+}
+
+TEST(IMProperties, Lines)
+{
+  IMProperties properties;
+  std::istringstream text("plain=1\n  spaced key \t=  a b \r\n# plain=2\n! plain=3\nplain 4\nquoted=\" x \"\nhalf=\"y\n"
+                          "twice=1\ntwice=2\nempty=\nequals=a=b\nlast=z");
+  properties.read(text);
+  const struct
+  {
+    const char *key, *value; // null: absent
+  } rows[] = {{"plain", "1"},   {"spaced key", "a b"}, {"quoted", " x "}, {"half", "\"y"}, {"twice", "2"},
+              {"empty", ""},    {"equals", "a=b"},     {"last", "z"},     {"Plain", nullptr},
+              {"# plain", nullptr}, {"plain 4", nullptr}};
+  for (const auto& row : rows)
+  {
+    const auto value = properties.getProperty(row.key);
+    EXPECT_EQ(value.value_or("(absent)"), row.value ? row.value : "(absent)") << row.key;
+  }
+  std::istringstream other("b=2");
+  properties.read(other);
+  EXPECT_FALSE(properties.getProperty("plain")) << "a second read replaces";
+}
+
+TEST(Config, FollowsItsFile)
+{
+  const TempDir dir;
+  const std::filesystem::path file = dir.path() / "self.rec", other = dir.path() / "other";
+  Config config(file);
+  const auto now = [&] {
+    config.check();
+    return config.getProperty("k").value_or("(absent)");
+  };
+  EXPECT_EQ(now(), "(absent)") << "no file";
+  std::ofstream(file) << "k=1\n";
+  EXPECT_EQ(now(), "1");
+  std::ofstream(file) << "k=22\n";
+  EXPECT_EQ(now(), "22") << "another size";
+  std::ofstream(other) << "k=33\n";
+  std::filesystem::last_write_time(other, std::filesystem::last_write_time(file));
+  std::filesystem::rename(other, file);
+  EXPECT_EQ(now(), "33") << "another file of the same time and size";
+  std::filesystem::remove(file);
+  EXPECT_EQ(now(), "(absent)") << "removed";
+  std::filesystem::create_directory(file);
+  EXPECT_EQ(now(), "(absent)") << "a directory";
+}
+
+/// Free at the attempt number `freeAt`.
+class CountedLock : public IMSemaphore
+{
+public:
+  explicit CountedLock(int freeAttempt) : freeAt(freeAttempt) {}
+  int attempts = 0;
+
+protected:
+  bool tryLock() override { return ++attempts == freeAt; }
+
+private:
+  int freeAt;
+};
+
+TEST(IMSemaphore, PollsUntilFreeOrOutOfTime)
+{
+  const struct
+  {
+    const char* odd;
+    int freeAt, timeout;
+    float first, factor, longest;
+    bool taken;
+    int least, most; // attempts
+  } rows[] = {
+      {"free at once", 1, 0, 10, 1.5F, 1000, true, 1, 1},
+      {"no time: one attempt", 9, 0, 10, 1.5F, 1000, false, 1, 1},
+      {"free at the third", 3, 5000, 1, 2, 1000, true, 3, 3},
+      {"waits grow: few attempts", 999, 100, 1, 3, 1000, false, 4, 8},
+      {"the longest wait bounds all, the first too", 999, 100, 1000, 1, 5, false, 3, 40},
+      {"a wait beyond the time-out ends with it", 999, 50, 60000, 1, 60000, false, 2, 2},
+  };
+  for (const auto& row : rows)
+  {
+    CountedLock lock(row.freeAt);
+    const auto start = std::chrono::steady_clock::now();
+    std::string message = "taken";
+    try
+    {
+      lock.lock_ms(row.timeout, row.first, row.factor, row.longest, 0.4F);
+    }
+    catch (const IMTimeoutException& exception)
+    {
+      message = exception.what();
+      EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(row.timeout)) << row.odd;
+    }
+    EXPECT_EQ(message, row.taken ? "taken" : "lock not obtained within " + std::to_string(row.timeout) + " ms");
+    EXPECT_GE(lock.attempts, row.least) << row.odd;
+    EXPECT_LE(lock.attempts, row.most) << row.odd;
+  }
+}
+
+} // namespace

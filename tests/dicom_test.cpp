@@ -1,0 +1,519 @@
+#include "LogFile.h"
+#include "TempDir.h"
+
+#include "Dictionary.h"
+#include "ElementText.h"
+#include "FileReader.h"
+#include "FileWriter.h"
+#include "ToolkitLog.h"
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/dcmdata/dcdicent.h>
+#include <dcmtk/dcmdata/dcostrmb.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace tarn::dicom;
+using namespace std::string_literals;
+namespace fs = std::filesystem;
+
+namespace
+{
+
+const E_TransferSyntax kSyntaxes[] = {EXS_LittleEndianImplicit, EXS_LittleEndianExplicit, EXS_BigEndianExplicit,
+                                      EXS_DeflatedLittleEndianExplicit};
+const DcmTag kLast(0xF215, 0x1094, EVR_OB); // after everything else in the files of these tests
+
+std::string bytesOf(const fs::path& path)
+{
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+void put(const fs::path& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
+
+/// A state with a nested sequence and a last element of `length` bytes.
+std::unique_ptr<DcmFileFormat> makeState(std::size_t length)
+{
+  auto file = std::make_unique<DcmFileFormat>();
+  DcmDataset& dataset = *file->getDataset();
+  dataset.putAndInsertString(DCM_SOPClassUID, UID_GrayscaleSoftcopyPresentationStateStorage);
+  dataset.putAndInsertString(DCM_SOPInstanceUID, "1.2.3");
+  DcmItem *series = nullptr, *image = nullptr;
+  dataset.findOrCreateSequenceItem(DCM_ReferencedSeriesSequence, series, -2);
+  series->findOrCreateSequenceItem(DCM_ReferencedImageSequence, image, -2);
+  image->putAndInsertString(DCM_ReferencedSOPInstanceUID, "1.2.3.4");
+  dataset.putAndInsertUint16(DCM_ImageRotation, 270);
+  dataset.putAndInsertString(DcmTag(0xF215, 0x0010, EVR_LO), "X");
+  const std::vector<Uint8> value(length, 'v');
+  dataset.putAndInsertUint8Array(kLast, value.data(), value.size());
+  return file;
+}
+
+/// As read from a file: with a transfer syntax of its own.
+std::unique_ptr<DcmFileFormat> readState(std::size_t length)
+{
+  const TempDir dir;
+  const fs::path path = dir.path() / "state";
+  auto file = std::make_unique<DcmFileFormat>();
+  if (makeState(length)->saveFile(path.c_str(), EXS_LittleEndianExplicit).bad() || loadFile(*file, path).bad() ||
+      file->loadAllDataIntoMemory().bad())
+    throw std::runtime_error("no state");
+  return file;
+}
+
+std::string lastValue(DcmFileFormat& file)
+{
+  DcmElement* element = nullptr;
+  std::string bytes;
+  if (file.getDataset()->findAndGetElement(kLast, element).bad() || readBytes(*element, bytes).bad())
+    return "(none)";
+  return bytes;
+}
+
+/// What loading `path` says, and the last value.
+std::string load(const fs::path& path, std::string& value)
+{
+  DcmFileFormat file;
+  const OFCondition status = loadFile(file, path);
+  value = lastValue(file);
+  return status.text();
+}
+
+TEST(FileWriter, WritesWhatTheToolkitWrites)
+{
+  const TempDir dir;
+  const fs::path input = dir.path() / "input", ours = dir.path() / "ours", theirs = dir.path() / "theirs";
+  for (const E_TransferSyntax syntax : kSyntaxes)
+    for (const std::size_t length : {0U, 1U, 65535U, 65536U, 65537U, 1U << 20U})
+    {
+      SCOPED_TRACE(DcmXfer(syntax).getXferName() + " "s + std::to_string(length));
+      ASSERT_TRUE(makeState(length)->saveFile(input.c_str(), syntax).good());
+      DcmFileFormat file;
+      ASSERT_TRUE(loadFile(file, input).good());
+      ASSERT_STREQ(saveFile(file, ours).text(), "Normal");
+      ASSERT_TRUE(file.saveFile(theirs.c_str()).good());
+      EXPECT_EQ(bytesOf(ours) == bytesOf(theirs), true);
+      std::string value;
+      EXPECT_EQ(load(ours, value), "Normal");
+      EXPECT_EQ(value, std::string(length, 'v') + (length % 2 ? "\0"s : ""s));
+    }
+}
+
+struct Place
+{
+  fs::path dir;
+  fs::path target = dir / "target";
+};
+
+struct Refusal
+{
+  const char* odd;
+  std::function<fs::path(const Place&)> prepare; // gives the path to save under
+  const char* message;
+};
+
+/// Every file below `dir` with its bytes, every other thing with its type.
+std::string inventory(const fs::path& dir)
+{
+  std::string list;
+  for (const auto& entry : fs::recursive_directory_iterator(dir))
+    list += entry.path().string() + ' ' + std::to_string(static_cast<int>(entry.symlink_status().type())) +
+            (entry.is_regular_file() ? bytesOf(entry.path()) : "") + '\n';
+  return list;
+}
+
+/// Not root as long as it lives: permission bits hold then.
+class Unprivileged
+{
+public:
+  Unprivileged() : previous(geteuid())
+  {
+    if (previous == 0 && seteuid(65534) != 0)
+      throw std::runtime_error("cannot become another user");
+  }
+  ~Unprivileged() { EXPECT_EQ(seteuid(previous), 0); }
+  Unprivileged(const Unprivileged&) = delete;
+  Unprivileged& operator=(const Unprivileged&) = delete;
+
+private:
+  uid_t previous;
+};
+
+/// A disk with `bytes` left for a file.
+class Quota
+{
+public:
+  explicit Quota(rlim_t bytes) : handler(std::signal(SIGXFSZ, SIG_IGN))
+  {
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limit{bytes, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~Quota()
+  {
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+  }
+  Quota(const Quota&) = delete;
+  Quota& operator=(const Quota&) = delete;
+
+private:
+  void (*handler)(int);
+  rlimit before{};
+};
+
+fs::path existing(const Place& place, mode_t mode = 0666)
+{
+  put(place.target, "before");
+  chmod(place.target.c_str(), mode);
+  return place.target;
+}
+
+const Refusal kRefusals[] = {
+    {"missing directory", [](const Place& p) { return p.dir / "none/target"; }, "No such file or directory"},
+    {"a file for a directory", [](const Place& p) { return existing(p) / "target"; }, "Not a directory"},
+    {"a directory", [](const Place& p) { return fs::create_directory(p.target), p.target; }, "Is a directory"},
+    {"a FIFO", [](const Place& p) { return mkfifo(p.target.c_str(), 0666), p.target; }, "Not a regular file"},
+    {"a device", [](const Place&) { return fs::path("/dev/null"); }, "Not a regular file"},
+    {"name of 256 bytes", [](const Place& p) { return p.dir / std::string(256, 'n'); }, "File name too long"},
+    {"read-only file", [](const Place& p) { return existing(p, 0444); }, "Permission denied"},
+    {"read-only directory",
+     [](const Place& p) { return existing(p), chmod(p.dir.c_str(), 0555), p.target; }, "Permission denied"},
+};
+
+TEST(FileWriter, RefusalsLeaveWhatWasThere)
+{
+  for (const Refusal& row : kRefusals)
+  {
+    SCOPED_TRACE(row.odd);
+    const TempDir dir;
+    chmod(dir.path().c_str(), 0777);
+    const fs::path target = row.prepare({dir.path()});
+    const std::string before = inventory(dir.path());
+    {
+      const auto state = readState(100);
+      const Unprivileged user;
+      EXPECT_STREQ(saveFile(*state, target).text(), row.message);
+    }
+    EXPECT_EQ(inventory(dir.path()), before);
+  }
+}
+
+TEST(FileWriter, AFullDiskIsNoticedAndKeepsWhatWasThere)
+{
+  for (const bool exists : {false, true})
+    for (const std::size_t length : {100U, 1U << 20U}) // at the first write, in the midst
+    {
+      const TempDir dir;
+      if (exists)
+        existing({dir.path()});
+      const std::string before = inventory(dir.path());
+      {
+        const auto state = readState(length);
+        const Quota quota(length);
+        EXPECT_STREQ(saveFile(*state, dir.path() / "target").text(), "File too large");
+      }
+      EXPECT_EQ(inventory(dir.path()), before);
+    }
+}
+
+TEST(FileWriter, ReplacesAFileAndKeepsItsPlace)
+{
+  const TempDir dir;
+  const fs::path target = existing({dir.path()}, 0640), link = dir.path() / "link", longest = dir.path() / std::string(255, 'n');
+  fs::create_symlink("target", link);
+  std::string value;
+  ASSERT_STREQ(saveFile(*readState(10), link).text(), "Normal");
+  ASSERT_STREQ(saveFile(*readState(10), longest).text(), "Normal");
+  EXPECT_TRUE(fs::is_symlink(link));
+  EXPECT_EQ(static_cast<int>(fs::status(target).permissions()), 0640);
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), {}), 3) << inventory(dir.path());
+  EXPECT_EQ(load(target, value) + value, "Normalvvvvvvvvvv");
+}
+
+TEST(FileWriter, SavesOverTheFileWhoseValuesAreNotReadYet)
+{
+  const TempDir dir;
+  const fs::path path = dir.path() / "state";
+  ASSERT_TRUE(makeState(5000)->saveFile(path.c_str(), EXS_LittleEndianExplicit).good());
+  DcmFileFormat file;
+  ASSERT_TRUE(loadFile(file, path).good());
+  ASSERT_STREQ(saveFile(file, path).text(), "Normal");
+  std::string value;
+  EXPECT_EQ(load(path, value), "Normal");
+  EXPECT_EQ(value, std::string(5000, 'v'));
+}
+
+std::string number(Uint32 value) { return {reinterpret_cast<const char*>(&value), 4}; }
+
+/// `levels` sequences of one item each, of defined or undefined length.
+std::string nested(std::size_t levels, bool defined)
+{
+  constexpr std::size_t kLevel = 20;
+  std::string bytes;
+  for (std::size_t inside = levels * kLevel; inside > 0; inside -= kLevel)
+    bytes += "\x70\x00\x01\x00SQ\0\0"s + number(defined ? static_cast<Uint32>(inside - 12) : ~0U) + "\xfe\xff\0\xe0"s +
+             number(defined ? static_cast<Uint32>(inside - kLevel) : ~0U);
+  for (std::size_t level = 0; !defined && level < levels; ++level)
+    bytes += "\xfe\xff\x0d\xe0\0\0\0\0\xfe\xff\xdd\xe0\0\0\0\0"s;
+  return bytes;
+}
+
+std::string deflated(const std::string& plain)
+{
+  std::vector<char> buffer(1U << 20U);
+  DcmOutputBufferStream stream(buffer.data(), static_cast<offile_off_t>(buffer.size()));
+  stream.installCompressionFilter(ESC_zlib);
+  stream.write(plain.data(), static_cast<offile_off_t>(plain.size()));
+  while (!stream.isFlushed())
+    stream.flush();
+  void* bytes = nullptr;
+  offile_off_t length = 0;
+  stream.flushBuffer(bytes, length);
+  return {static_cast<const char*>(bytes), static_cast<std::size_t>(length)};
+}
+
+/// A file of that transfer syntax up to its dataset, and `dataset`.
+std::string withHeader(E_TransferSyntax syntax, const std::string& dataset)
+{
+  const TempDir dir;
+  const fs::path path = dir.path() / "header";
+  auto state = makeState(0);
+  DcmMetaInfo* meta = state->getMetaInfo();
+  state->validateMetaInfo(syntax);
+  const Uint32 length = meta->getLength(META_HEADER_DEFAULT_TRANSFERSYNTAX, EET_ExplicitLength);
+  state->saveFile(path.c_str(), syntax);
+  return bytesOf(path).substr(0, 132 + length) + dataset;
+}
+
+TEST(FileReader, Refusals)
+{
+  constexpr E_TransferSyntax kExplicit = EXS_LittleEndianExplicit, kDeflated = EXS_DeflatedLittleEndianExplicit;
+  const char* const deep = "Sequences are nested too deeply";
+  const char* const ended = "I/O suspension or premature end of stream";
+  const std::string huge = "\x15\xf2\x94\x10OB\0\0\xfe\xff\xff\xff"s + "abcd";
+  const struct
+  {
+    const char* odd;
+    std::string bytes;
+    const char* message;
+  } rows[] = {
+      {"20,000 levels, undefined length", withHeader(kExplicit, nested(20000, false)), deep},
+      {"20,000 levels, defined length", withHeader(kExplicit, nested(20000, true)), deep},
+      {"20,000 levels, deflated", withHeader(kDeflated, deflated(nested(20000, false))), deep},
+      {"20,000 levels, defined, deflated", withHeader(kDeflated, deflated(nested(20000, true))), deep},
+      {"300 levels", withHeader(kExplicit, nested(300, false)), "Normal"},
+      {"300 levels, deflated", withHeader(kDeflated, deflated(nested(300, true))), "Normal"},
+      {"4 GB in a few bytes", withHeader(kExplicit, huge), ended},
+      {"4 GB in a few bytes, implicit", withHeader(EXS_LittleEndianImplicit, "\x15\xf2\x94\x10\xfe\xff\xff\xff" "abcd"), ended},
+      {"garbage", std::string(5000, '\xA7'), "Unsupported value"},
+      {"1000 zero bytes", std::string(1000, '\0'), "Normal"},
+      {"empty", "", ended},
+  };
+  const TempDir dir;
+  const fs::path path = dir.path() / "file";
+  for (const auto& row : rows)
+  {
+    SCOPED_TRACE(row.odd);
+    put(path, row.bytes);
+    rusage before{}, after{};
+    getrusage(RUSAGE_SELF, &before);
+    DcmFileFormat file;
+    EXPECT_STREQ(loadFile(file, path).text(), row.message);
+    DcmFileFormat copy(file.getDataset());
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 300000) << "kilobytes of memory";
+    if (row.message == "Normal"s && file.getDataset()->card() > 0)
+    {
+      EXPECT_STREQ(saveFile(copy, dir.path() / "copy").text(), "Normal");
+    }
+  }
+}
+
+TEST(FileReader, NoRegularFile)
+{
+  const TempDir dir;
+  const fs::path fifo = dir.path() / "fifo";
+  mkfifo(fifo.c_str(), 0666);
+  DcmFileFormat file;
+  EXPECT_STREQ(loadFile(file, fifo).text(), "Not a regular file");
+  EXPECT_STREQ(loadFile(file, dir.path()).text(), "Not a regular file");
+  EXPECT_STREQ(loadFile(file, dir.path() / "none").text(), "No such file or directory");
+}
+
+TEST(FileReader, ATruncatedFileNeverHasItsLastValue)
+{
+  const TempDir dir;
+  const fs::path path = dir.path() / "state";
+  for (const E_TransferSyntax syntax : kSyntaxes)
+  {
+    ASSERT_TRUE(makeState(6)->saveFile(path.c_str(), syntax).good());
+    const std::string whole = bytesOf(path);
+    std::string value;
+    EXPECT_EQ(load(path, value) + value, "Normalvvvvvv");
+    for (std::size_t length = 0; length < whole.size(); ++length)
+    {
+      put(path, whole.substr(0, length));
+      const std::string status = load(path, value);
+      EXPECT_FALSE(status == "Normal" && value == "vvvvvv" && syntax != EXS_DeflatedLittleEndianExplicit) << length;
+    }
+  }
+}
+
+TEST(ElementText, ValuesThatServeAsKeys)
+{
+  const struct
+  {
+    const char *odd, *vr;
+    std::string bytes, text, uid;
+  } rows[] = {
+      {"NUL pad", "UI", "1.2\0"s, "1.2", "1.2"},
+      {"blank pad", "LO", "1.2 ", "1.2", "1.2"},
+      {"just one pad goes", "UN", "1.2 \0 "s, "1.2 \0"s, "1.2 \0"s},
+      {"two values", "UI", "1.2\\34", "1.2\\34", "(More than one value)"},
+      {"empty", "UI", "", "(Value is empty)", "(Value is empty)"},
+      {"just a pad", "UN", "\0"s + " ", "\0"s, "\0"s},
+      {"nothing but a pad", "AE", " ", "(Value is empty)", "(Value is empty)"},
+      {"a sequence", "SQ", "\xfe\xff\0\xe0\0\0\0\0"s, "(Invalid VR)", "(Invalid VR)"},
+  };
+  const TempDir dir;
+  for (const auto& row : rows)
+  {
+    const std::string length = number(static_cast<Uint32>(row.bytes.size()));
+    const bool isLong = row.vr == "UN"s || row.vr == "SQ"s;
+    put(dir.path() / "f", withHeader(EXS_LittleEndianExplicit, "\x08\0\x18\0"s + row.vr +
+                                                                  (isLong ? "\0\0"s + length : length.substr(0, 2)) + row.bytes));
+    DcmFileFormat file;
+    ASSERT_STREQ(loadFile(file, dir.path() / "f").text(), "Normal") << row.odd;
+    const auto outcome = [&](auto read) {
+      std::string value = "stale";
+      const OFCondition status = read(*file.getDataset(), DCM_SOPInstanceUID, value);
+      return status.good() ? value : value + '(' + status.text() + ')';
+    };
+    EXPECT_EQ(outcome(readText), row.text) << row.odd;
+    EXPECT_EQ(outcome(readUid), row.uid) << row.odd;
+  }
+  std::string value;
+  EXPECT_STREQ(readUid(*makeState(0)->getDataset(), DCM_StudyInstanceUID, value).text(), "Tag not found");
+}
+
+TEST(ToolkitLog, GoesToTheLogger)
+{
+  const LogFile log;
+  redirectToolkitLog();
+  testing::internal::CaptureStderr();
+  DCMDATA_ERROR("broken\nline");
+  DCMDATA_WARN("odd");
+  DCMDATA_INFO("not of interest");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(log.lines(), "error DCMTK: broken?line\ninfo DCMTK: odd\n");
+}
+
+/// Ends the process with what setUpDictionary does where DCMDICTPATH is `paths` (null: unset): its error, and what the
+/// dictionary calls a standard attribute and one that the test's own dictionary names.
+[[noreturn]] void tellDictionary(const char* paths)
+{
+  paths ? setenv("DCMDICTPATH", paths, 1) : unsetenv("DCMDICTPATH");
+  redirectToolkitLog();
+  std::string error;
+  const bool good = setUpDictionary(error);
+  const char* after = getenv("DCMDICTPATH");
+  std::cerr << error << '|' << DcmTag(0x0010, 0x0010).getTagName() << '|' << DcmTag(0x0011, 0x0101).getTagName() << '|'
+            << ((after ? after : "(unset)") == std::string(paths ? paths : "(unset)") ? "" : "variable changed");
+  _exit(good ? 0 : 1);
+}
+
+TEST(DictionaryDeathTest, IsCompiledInAndFilesComeOverIt)
+{
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const TempDir dir;
+  // A process of its own runs each row, in which the folder has another name: a fixed one is made for its message.
+  const std::string folder = "/tmp/annomend-dictionary-test";
+  fs::create_directory(folder);
+  const std::string small = folder + "/small", garbage = folder + "/garbage", none = folder + "/none";
+  put(small, "(0011,0101)\tUS\tOwnName\t1\tOwn\n");
+  put(garbage, "no\tdictionary\n\x01\x02(\n");
+  put(folder + "/empty", "");
+  const std::string failed = "Data dictionary ";
+  const struct
+  {
+    const char* odd;
+    std::string paths;
+    int status;
+    std::string said;
+  } rows[] = {
+      {"unset", "(unset)", 0, "|PatientName|Unknown Tag & Data|"},
+      {"empty", "", 0, "|PatientName|Unknown Tag & Data|"},
+      {"small", small, 0, "|PatientName|OwnName|"},
+      {"empty file, empty entry", folder + "/empty::" + small, 0, "|PatientName|OwnName|"},
+      {"missing", none, 1, failed + none + " could not be read: No such file or directory|PatientName|Unknown Tag & Data|"},
+      {"the second missing", small + ":" + none, 1,
+       failed + none + " could not be read: No such file or directory|PatientName|OwnName|"},
+      {"garbage", garbage, 1, failed + garbage + " could not be read: it is not a data dictionary|PatientName|Unknown Tag & Data|"},
+      {"directory", folder, 1, failed + folder + " could not be read: Is a directory|PatientName|Unknown Tag & Data|"},
+  };
+  for (const auto& row : rows)
+    EXPECT_EXIT(tellDictionary(row.paths == "(unset)" ? nullptr : row.paths.c_str()), testing::ExitedWithCode(row.status),
+                testing::Eq(row.said))
+        << row.odd;
+  fs::remove_all(folder);
+}
+
+std::string described(const DcmDictEntry* entry)
+{
+  std::ostringstream text;
+  if (entry)
+    text << entry->getKey() << entry->getUpperKey() << entry->getVR().getVRName() << ' ' << entry->getVMMin() << '-'
+         << entry->getVMMax() << ' ' << entry->getTagName() << ' ' << entry->getStandardVersion() << ' '
+         << entry->getGroupRangeRestriction() << entry->getElementRangeRestriction() << ' '
+         << (entry->getPrivateCreator() ? entry->getPrivateCreator() : "");
+  return text.str();
+}
+
+[[noreturn]] void compareDictionaries()
+{
+  unsetenv("DCMDICTPATH");
+  DcmDataDictionary text(OFFalse, OFTrue);
+  std::string error;
+  bool same = setUpDictionary(error);
+  DcmDataDictionary& ours = dcmDataDict.wrlock();
+  const auto compare = [&](const DcmDictEntry* expected, const DcmDictEntry* got) {
+    same = same && described(expected) == described(got);
+    if (described(expected) != described(got))
+      std::cerr << described(expected) << " is " << described(got) << '\n';
+  };
+  for (auto entry = text.normalBegin(); entry != text.normalEnd(); ++entry)
+    compare(*entry, ours.findEntry((*entry)->getKey(), (*entry)->getPrivateCreator()));
+  auto got = ours.repeatingBegin();
+  for (auto entry = text.repeatingBegin(); entry != text.repeatingEnd(); ++entry)
+    compare(*entry, got != ours.repeatingEnd() ? *got++ : nullptr);
+  same = same && text.numberOfNormalTagEntries() == ours.numberOfNormalTagEntries() && got == ours.repeatingEnd();
+  if (!same) std::cerr << text.numberOfNormalTagEntries() << ' ' << ours.numberOfNormalTagEntries() << ' ' << text.numberOfRepeatingTagEntries() << ' '<< ours.numberOfRepeatingTagEntries() << error;
+  std::cerr << (text.numberOfNormalTagEntries() > 5000 ? "compared" : "no text dictionary");
+  _exit(same ? 0 : 1);
+}
+
+TEST(DictionaryDeathTest, WhatIsCompiledInIsTheTextDictionary)
+{
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(compareDictionaries(), testing::ExitedWithCode(0), testing::Eq("compared"));
+}
+
+} // namespace

@@ -1,0 +1,152 @@
+#include "StudyAdmin.h"
+
+#include "DBConnectorSql.h"
+#include "IMException.h"
+#include "IMSemaphoreGlobal.h"
+#include "ObjectMetaFile.h"
+#include "PartFile.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+namespace tarn::tools
+{
+namespace
+{
+
+namespace fs = std::filesystem;
+using imutils::IMException;
+
+/// The lock that the import of the study honours, held as long as this lives.
+class StudyLock
+{
+public:
+  StudyLock(const std::string& study, db::DBConnectorSql& db) : lock("OBJCACHE_" + study, &db)
+  {
+    try
+    {
+      lock.lock_ms(30000, 10.0F, 1.5F, 1000.0F, 0.4F);
+    }
+    catch (const imutils::IMTimeoutException&)
+    {
+      throw IMException(study + ": another process has held the study's lock for 30 seconds");
+    }
+  }
+
+private:
+  imutils::IMSemaphoreGlobal lock;
+};
+
+/// Gives a complete file its name, for good.
+void publish(PartFile& file, const std::string& folder)
+{
+  if (!file.keep() || !syncFolder(folder))
+    throw IMException(file.path() + ": " + std::strerror(errno));
+}
+
+[[noreturn]] void refuseMeta(const std::string& study, const std::string& what, const utils::Status& status)
+{
+  throw IMException(study + ": its meta directory cannot be " + what + " (" + std::string(status) +
+                    "; the log says why)");
+}
+
+} // namespace
+
+bool StudyReport::isKnown() const
+{
+  return state.row || state.entry || state.objectRows > 0 || state.references > 0 || meta;
+}
+
+StudyAdmin::StudyAdmin(db::DBConnectorSql& connector) : db(connector), admin(connector) {}
+
+StudyReport StudyAdmin::reportOn(const std::string& study)
+{
+  StudyReport report;
+  report.state = admin.studyState(study);
+  report.meta = metaManager.getMeta(study, false, true, report.metaDir, &db, false);
+  return report;
+}
+
+AddedStudy StudyAdmin::add(const std::string& study, const std::vector<StudyObject>& objects, const AddOptions& options)
+{
+  const StudyLock lock(study, db);
+  const db::StudyState before = admin.studyState(study);
+  const std::string metaDir = metaDirForWriting(study);
+  writeStoreState(metaDir);
+
+  const std::string path = metaDir + "/objectdb.meta";
+  ObjectMetaFile meta;
+  if (!options.replace)
+    meta.read(path);
+  for (const StudyObject& object : objects)
+    meta.put(object);
+  PartFile file(path);
+  meta.write(file);
+
+  resetEntry(study, before);
+  publish(file, metaDir);
+  const bool wasRequired = before.row && before.row->metaRequired;
+  admin.registerStudy(study, static_cast<int>(meta.size()), options.metaRequired.value_or(wasRequired));
+  return {meta.size(), meta.added(), meta.changed()};
+}
+
+std::string StudyAdmin::metaDirForWriting(const std::string& study)
+{
+  std::string metaDir;
+  const utils::Status status = metaManager.getMeta(study, true, false, metaDir, &db, true);
+  if (!status)
+    refuseMeta(study, "made", status);
+  return metaDir;
+}
+
+void StudyAdmin::writeStoreState(const std::string& metaDir)
+{
+  const std::string path = metaDir + "/storestate.rec";
+  if (fs::exists(fs::symlink_status(path)))
+    return;
+  PartFile file(path);
+  utils::MetaConn conn(&db);
+  if (!file.good() || !metaManager.createDefaultStorestate(file.path(), conn) || !file.sync())
+    throw IMException(path + ": the store state cannot be written");
+  publish(file, metaDir);
+}
+
+/// The rows that a valid entry stands for are about to be no longer those of the object meta file.
+void StudyAdmin::resetEntry(const std::string& study, const db::StudyState& state)
+{
+  if (state.row)
+    admin.registerStudy(study, state.row->objectCount, state.row->metaRequired);
+  else
+    admin.clearError(study);
+}
+
+void StudyAdmin::clearError(const std::string& study)
+{
+  const StudyLock lock(study, db);
+  if (!reportOn(study).isKnown())
+    throw IMException(study + ": no such study");
+  admin.clearError(study);
+}
+
+void StudyAdmin::remove(const std::string& study)
+{
+  const StudyLock lock(study, db);
+  if (!reportOn(study).isKnown())
+    throw IMException(study + ": no such study");
+  removeMeta(study);
+  admin.removeStudy(study);
+}
+
+void StudyAdmin::removeMeta(const std::string& study)
+{
+  std::string metaDir;
+  const utils::Status found = metaManager.getMeta(study, false, true, metaDir, &db, false);
+  if (found.value() == utils::STATUS_MISSING)
+    return;
+  const bool isParked = found.value() == utils::STATUS_OK_TEMP;
+  if (!found || !(isParked || metaManager.deleteMeta(study, &db)) || !metaManager.deleteTemp(study, &db))
+    refuseMeta(study, "removed", found);
+}
+
+} // namespace tarn::tools

@@ -1,0 +1,256 @@
+#include "commands.h"
+
+#include "Console.h"
+#include "DBConnectorSql.h"
+#include "FileList.h"
+#include "IMException.h"
+#include "IMRepositoryHandlerIface.h"
+#include "Progress.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <map>
+
+namespace tarn::tools
+{
+namespace
+{
+
+using db::DBConnectorSql;
+using imutils::IMException;
+
+constexpr const char* kNeededToAdd[] = {"OBJECTTBL",          "QXOBJCACHETBL",          "TARGETTBL",
+                                        "DEVSERVTBL",         "REPOSITORYHANDLER_HOME", "REPOSITORY_META",
+                                        "REPOSITORY_TEMPMETA"};
+
+std::unique_ptr<DBConnectorSql> openDatabase()
+{
+  return DBConnectorSql::open(db::Missing::refuse);
+}
+
+void requireEnvironment()
+{
+  std::string missing;
+  for (const char* variable : kNeededToAdd)
+    if (const char* value = std::getenv(variable); !value || !*value)
+      missing += (missing.empty() ? "" : ", ") + std::string(variable);
+  if (!missing.empty())
+    throw IMException("add-study needs these environment variables: " + missing);
+}
+
+std::string repositoryWords(int status)
+{
+  switch (status)
+  {
+  case -1:
+    return "the repository handler cannot be loaded, the log says why";
+  case repository::kUnknownRepository:
+    return "repositories.conf does not name it";
+  case repository::kMountUnreachable:
+    return "one of its mounts is no folder that can be read";
+  default:
+    return "status " + std::to_string(status);
+  }
+}
+
+/// Nothing is read or written before it is known that the result has a place.
+void requireRepository(const char* variable, db::DBConnector& db)
+{
+  const std::string repository = std::getenv(variable);
+  const int status = repository::getRepositoryStatus(repository.c_str(), &db);
+  if (status != repository::kLocated)
+    throw IMException(std::string(variable) + "=" + repository + ": " + repositoryWords(status));
+}
+
+std::string counted(std::size_t number, const std::string& one, const std::string& several)
+{
+  return std::to_string(number) + " " + (number == 1 ? one : several);
+}
+
+/// The objects that were read, by study, and how many files were not.
+struct Reading
+{
+  std::map<std::string, std::vector<StudyObject>> studies;
+  std::size_t objects = 0;
+  std::size_t skipped = 0;
+  std::size_t failed = 0;
+
+  void skip(const std::string& path, const std::string& reason)
+  {
+    ++skipped;
+    report("tarnctl: ", path, ": skipped, ", reason);
+  }
+  void fail(const std::string& problem)
+  {
+    ++failed;
+    report("tarnctl: ", problem);
+  }
+  void read(const std::string& path, Progress& progress)
+  {
+    try
+    {
+      StudyObject object = readStudyObject(path);
+      ++objects;
+      const std::string study = object.studyUid;
+      studies[study].push_back(std::move(object));
+    }
+    catch (const NoObject& reason)
+    {
+      progress.clear();
+      skip(path, reason.what());
+    }
+    catch (const UnusableObject& reason)
+    {
+      progress.clear();
+      fail(path + ": " + reason.what());
+    }
+  }
+};
+
+Reading readFiles(const std::vector<std::string>& paths)
+{
+  FileList list;
+  for (const std::string& path : paths)
+    list.add(path);
+  list.sort();
+  Reading reading;
+  for (const std::string& problem : list.problems)
+    reading.fail(problem);
+  for (const std::string& path : list.others)
+    reading.skip(path, "no regular file");
+  Progress progress(list.files.size(), Progress::isSeen());
+  for (const std::string& path : list.files)
+  {
+    reading.read(path, progress);
+    progress.step();
+  }
+  return reading;
+}
+
+bool addOne(StudyAdmin& admin, const std::string& study, const std::vector<StudyObject>& objects,
+            const AddOptions& options)
+{
+  try
+  {
+    const AddedStudy result = admin.add(study, objects, options);
+    trace(study, ": ", counted(result.objects, "object", "objects"), ", ", result.added, " added, ", result.changed,
+          " changed");
+    return true;
+  }
+  catch (const std::exception& failure)
+  {
+    report("tarnctl: ", failure.what());
+    return false;
+  }
+}
+
+using Row = std::array<std::string, 7>;
+
+std::string entryWords(const std::optional<db::ObjCacheEntry>& entry)
+{
+  if (!entry)
+    return "none, next run imports";
+  if (entry->status == db::kObjCacheValid)
+    return "valid";
+  if (entry->status == db::kObjCacheUnmap)
+    return "marked for unmap";
+  return entry->error ? "error" : "next run imports";
+}
+
+std::string metaWords(const StudyReport& study)
+{
+  if (study.meta.value() == utils::STATUS_OK_TEMP)
+    return study.metaDir + " (parked)";
+  if (study.meta)
+    return study.metaDir;
+  return study.meta.value() == utils::STATUS_MISSING ? "none" : "unknown, the log says why";
+}
+
+Row rowOf(const std::string& study, const StudyReport& report)
+{
+  const db::StudyState& state = report.state;
+  const std::string objects =
+      state.row ? std::to_string(state.row->objectCount) + (state.row->metaRequired ? " (meta required)" : "") : "-";
+  return {study,
+          objects,
+          std::to_string(state.objectRows),
+          entryWords(state.entry),
+          state.entry ? state.entryUpdated : "-",
+          std::to_string(state.references),
+          metaWords(report)};
+}
+
+void printTable(const std::vector<Row>& rows)
+{
+  std::array<std::size_t, std::tuple_size_v<Row>> widths{};
+  for (const Row& row : rows)
+    for (std::size_t column = 0; column < row.size(); ++column)
+      widths[column] = std::max(widths[column], row[column].size());
+  for (const Row& row : rows)
+  {
+    std::string line;
+    for (std::size_t column = 0; column + 1 < row.size(); ++column)
+      line += row[column] + std::string(widths[column] - row[column].size() + 2, ' ');
+    trace(printable(line + row.back()));
+  }
+}
+
+} // namespace
+
+bool initDatabase()
+{
+  const auto db = DBConnectorSql::open(db::Missing::create);
+  db::ArchiveAdmin(*db).createSchema();
+  trace("The tables of the database are there.");
+  return true;
+}
+
+bool addStudies(const std::vector<std::string>& paths, const AddOptions& options)
+{
+  requireEnvironment();
+  const auto db = openDatabase();
+  requireRepository("REPOSITORY_META", *db);
+  requireRepository("REPOSITORY_TEMPMETA", *db);
+  const Reading reading = readFiles(paths);
+  StudyAdmin admin(*db);
+  std::size_t registered = 0;
+  for (const auto& [study, objects] : reading.studies)
+    registered += addOne(admin, study, objects, options) ? 1 : 0;
+  trace(counted(registered, "study", "studies"), " registered; files: ", reading.objects, " read, ", reading.skipped,
+        " skipped, ", reading.failed, " failed");
+  return registered > 0 && registered == reading.studies.size() && reading.failed == 0;
+}
+
+bool showStatus(const std::string& wanted)
+{
+  const auto db = openDatabase();
+  StudyAdmin admin(*db);
+  std::vector<Row> rows{{"STUDY", "OBJECTS", "ROWS", "ENTRY", "SINCE (UTC)", "REFERENCES", "META DIRECTORY"}};
+  for (const std::string& study : wanted.empty() ? admin.listStudies() : std::list<std::string>{wanted})
+  {
+    const StudyReport report = admin.reportOn(study);
+    if (report.isKnown())
+      rows.push_back(rowOf(study, report));
+  }
+  if (!wanted.empty() && rows.size() == 1)
+    throw IMException(wanted + ": no such study");
+  printTable(rows);
+  return true;
+}
+
+bool clearError(const std::string& study)
+{
+  StudyAdmin(*openDatabase()).clearError(study);
+  trace(study, ": the next run imports it");
+  return true;
+}
+
+bool removeStudy(const std::string& study)
+{
+  StudyAdmin(*openDatabase()).remove(study);
+  trace(study, ": removed");
+  return true;
+}
+
+} // namespace tarn::tools
