@@ -9,7 +9,7 @@ set(ANNOMEND_SANITIZE "" CACHE STRING "Sanitizers of all targets, as -fsanitize 
 if(ANNOMEND_SANITIZE)
   target_compile_options(annomend_options INTERFACE
     -fsanitize=${ANNOMEND_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
-    -Wno-maybe-uninitialized) # GCC gives false alarms from <regex> once a sanitizer is on
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>) # GCC gives false alarms from <regex> once a sanitizer is on
   target_link_options(annomend_options INTERFACE -fsanitize=${ANNOMEND_SANITIZE})
 endif()
 

@@ -25,7 +25,7 @@ Sint32 farEdge(int start, int length)
 
 Corners arrange(CLIP_BOX_MODE mode, const Corners& box)
 {
-  switch (static_cast<int>(mode))
+  switch (mode)
   {
   case CLIP_BOX_NORMAL:
     return box;

@@ -12,7 +12,7 @@ namespace impsconverter
 class ObjectInfo;
 
 /// Presentation Size Mode (PS3.3 C.10.4); every value that is not named here means "SCALE TO FIT".
-enum SIZE_MODE
+enum SIZE_MODE : int
 {
   SIZE_MODE_SCALE_TO_FIT = 0,
   SIZE_MODE_MAGNIFY = 1,
@@ -21,7 +21,7 @@ enum SIZE_MODE
 
 /// Which corners of the displayed area are exchanged, so that rotation and flip reach it; any other value gives zero
 /// corners.
-enum CLIP_BOX_MODE
+enum CLIP_BOX_MODE : int
 {
   CLIP_BOX_NORMAL = 0,
   CLIP_BOX_TOP_BOTTOM = 1,

@@ -24,7 +24,7 @@ step "Installed library"
 scripts/check-package.sh build/release
 
 step "The same bytes from every compiler"
-scripts/check-determinism.sh
+scripts/check-determinism.sh build/release
 
 step "Fuzzing"
 scripts/fuzz.sh "${FUZZ_SECONDS:-60}"

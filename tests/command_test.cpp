@@ -24,7 +24,8 @@ const std::string kUsage =
     "\n"
     "     -h                  :    prints this help\n"
     "     -N                  :    do not touch the object cache\n"
-    "                              to be used when the caller is certain that the object table is loaded for the study\n"
+    "                              to be used when the caller is certain that the object table is loaded for the "
+    "study\n"
     "     -f <inputFile>      :    presentation state file to convert\n"
     "     -o <output prefix>  :    prefix for output files (will be empty if missing)\n"
     "     -i                  :    also save a copy of the original (input) presentation state file\n"
@@ -103,9 +104,7 @@ TEST_F(CommandTest, ReadsItsOptions)
 {
   const std::string found = "File X.1.2.4 was not found in the database - checking referenced series sequence\n";
   const std::string missing = "Missing argument: Presentation State file\n";
-  const auto unknown = [](const std::string& option) {
-    return "Unrecognized option: '-" + option + "'\n" + kUsage;
-  };
+  const auto unknown = [](const std::string& option) { return "Unrecognized option: '-" + option + "'\n" + kUsage; };
   struct Row
   {
     std::vector<std::string> arguments;
@@ -180,7 +179,8 @@ TEST_F(CommandTest, TheProgramEndsWithAStatus)
       {"no file, no database needed", "TARN_DB_URL=x $P -N 2>error", 1, "Missing argument: Presentation State file\n"},
       {"all streams closed", "$P -N -d -f in.dcm <&- >&- 2>&- && " + pr, 0, found},
       {"a reader that went away", "$P -N -d -f in.dcm 2>error | true && " + pr, 0, found},
-      {"damage is said once", "head -c 900 in.dcm >cut.dcm; $P -N -f cut.dcm 2>error", 0, "cut.dcm could not be loaded: "},
+      {"damage is said once", "head -c 400 in.dcm >cut.dcm; $P -N -f cut.dcm 2>error", 0,
+       "cut.dcm could not be loaded: "},
       {"a data dictionary that is none", "DCMDICTPATH=/absent $P -N -f in.dcm 2>error", 1, "Data dictionary /absent "},
   };
   for (const Row& row : rows)

@@ -30,10 +30,13 @@ TEST(Console, ScopesNestAndBelongToTheirThread)
   {
     tarn::ConsoleScope inner(out, innerError);
     tarn::report("n ", 7);
-    std::thread([&] {
-      tarn::ConsoleScope other(out, otherError);
-      tarn::report("other");
-    }).join();
+    std::thread(
+        [&]
+        {
+          tarn::ConsoleScope other(out, otherError);
+          tarn::report("other");
+        })
+        .join();
     tarn::report("forged\nline\x7f\x1b");
   }
   tarn::report("after");
@@ -81,9 +84,9 @@ TEST(IMProperties, Lines)
   const struct
   {
     const char *key, *value; // null: absent
-  } rows[] = {{"plain", "1"},   {"spaced key", "a b"}, {"quoted", " x "}, {"half", "\"y"}, {"twice", "2"},
-              {"empty", ""},    {"equals", "a=b"},     {"last", "z"},     {"Plain", nullptr},
-              {"# plain", nullptr}, {"plain 4", nullptr}};
+  } rows[] = {{"plain", "1"},     {"spaced key", "a b"}, {"quoted", " x "},   {"half", "\"y"},
+              {"twice", "2"},     {"empty", ""},         {"equals", "a=b"},   {"last", "z"},
+              {"Plain", nullptr}, {"# plain", nullptr},  {"plain 4", nullptr}};
   for (const auto& row : rows)
   {
     const auto value = properties.getProperty(row.key);
@@ -99,7 +102,8 @@ TEST(Config, FollowsItsFile)
   const TempDir dir;
   const std::filesystem::path file = dir.path() / "self.rec", other = dir.path() / "other";
   Config config(file);
-  const auto now = [&] {
+  const auto now = [&]
+  {
     config.check();
     return config.getProperty("k").value_or("(absent)");
   };

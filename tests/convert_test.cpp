@@ -60,17 +60,20 @@ TEST_F(ConvertTest, ChecksTheInputInOrder)
        missing + "SOP Class UID: More than one value\n"},
       {"a CT image", put(DCM_SOPClassUID, "1.2.840.10008.5.1.4.1.1.2"),
        "Object is not a Grayscale Softcopy Presentation State: CTImageStorage\n"},
-      {"an unknown class", put(DCM_SOPClassUID, "1.2.3"), "Object is not a Grayscale Softcopy Presentation State: 1.2.3\n"},
+      {"an unknown class", put(DCM_SOPClassUID, "1.2.3"),
+       "Object is not a Grayscale Softcopy Presentation State: 1.2.3\n"},
       {"no references", drop(DCM_ReferencedSeriesSequence),
        "DataSet does not contain Source Image Sequence: Tag not found\n"},
       {"references in a text",
-       [](DcmDataset& dataset) {
+       [](DcmDataset& dataset)
+       {
          remove(dataset, DCM_ReferencedSeriesSequence);
          dataset.putAndInsertString(DcmTag(DCM_ReferencedSeriesSequence, EVR_LO), "text");
        },
        "DataSet does not contain Source Image Sequence: Invalid VR\n"},
       {"a plug-in state of items",
-       [](DcmDataset& dataset) {
+       [](DcmDataset& dataset)
+       {
          remove(dataset, DcmTagKey(0xF215, 0x1094));
          DcmItem* item = nullptr;
          dataset.findOrCreateSequenceItem(DcmTag(0xF215, 0x1094, EVR_SQ), item);
@@ -190,8 +193,8 @@ TEST_F(ConvertTest, TheSameNameTwiceIsAFailedSave)
 
 TEST_F(ConvertTest, TheCopyIsFixedOnRequest)
 {
-  const std::string corner =
-      "Displayed Area Top Left Hand Corner element could not be inserted to Displayed Area Selection Item: Doubled tag\n";
+  const std::string corner = "Displayed Area Top Left Hand Corner element could not be inserted to Displayed Area "
+                             "Selection Item: Doubled tag\n";
   const std::string frame = "PixelOriginInterpretation:CS=FRAME DisplayedAreaTopLeftHandCorner:SL=";
   const std::string fixed = frame + "1\\1 DisplayedAreaBottomRightHandCorner:SL=";
   const std::string mode = " PresentationSizeMode:CS=SCALE TO FIT PresentationPixelSpacing:DS=";
@@ -236,8 +239,9 @@ TEST_F(ConvertTest, TheCopyIsFixedOnRequest)
     expected += "ContentDescription:LO=";
     if (row.flags & PSC_fixOriginal)
       expected += " PresentationLUTShape:CS=" + std::string(*row.shape ? row.shape : "IDENTITY");
-    EXPECT_EQ(expected, describeOutput({DCM_DisplayedAreaSelectionSequence, DCM_ContentDescription,
-                                        DCM_PresentationLUTShape}, "in.dcm"));
+    EXPECT_EQ(expected,
+              describeOutput({DCM_DisplayedAreaSelectionSequence, DCM_ContentDescription, DCM_PresentationLUTShape},
+                             "in.dcm"));
     const auto copy = output("in.dcm");
     EXPECT_TRUE(copy->getDataset()->tagExists(DcmTagKey(0xF215, 0x1094)));
   }
@@ -270,7 +274,8 @@ TEST_F(ConvertTest, AFailedSaveIsReported)
   const Outcome outcome = convert(kOneId, PSC_includeOriginal);
   EXPECT_FALSE(outcome.good);
   EXPECT_EQ(saved + "No such file or directory\nparseFigure returns false\n"
-                    "parsePluginState returns false (parseFigure)\n", outcome.error);
+                    "parsePluginState returns false (parseFigure)\n",
+            outcome.error);
   const Outcome copyOnly = convert("l\\ID+/X.9_1", PSC_includeOriginal);
   EXPECT_TRUE(copyOnly.good) << "the copy is an extra";
   EXPECT_NE(std::string::npos, copyOnly.error.find("\nPresentation State file in.dcm could not be saved: "
@@ -301,7 +306,8 @@ TEST_F(ConvertTest, KnowsWhatNeedsConversion)
 {
   const char* const gsps = "1.2.840.10008.5.1.4.1.1.11.1";
   EXPECT_TRUE(isPSSopClass(gsps));
-  for (const char* other : {"1.2.840.10008.5.1.4.1.1.11.12", "1.2.840.10008.5.1.4.1.1.11", "", static_cast<const char*>(nullptr)})
+  for (const char* other :
+       {"1.2.840.10008.5.1.4.1.1.11.12", "1.2.840.10008.5.1.4.1.1.11", "", static_cast<const char*>(nullptr)})
     EXPECT_FALSE(isPSSopClass(other));
   auto file = state("x");
   EXPECT_TRUE(needPSConversion(*file, nullptr));

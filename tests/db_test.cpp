@@ -9,6 +9,7 @@
 #include "ObjCacheAccessor.h"
 #include "ObjectAccessor.h"
 #include "PSCache.h"
+#include "QueryBindings.h"
 #include "ReferenceAccessor.h"
 #include "ScopedEnvironment.h"
 #include "Transaction.h"
@@ -728,6 +729,40 @@ TEST(DatabaseUrl, TakesThePasswordFromWhereItIsKept)
     const ScopedEnvironment home("HOME", row.home);
     const ScopedEnvironment file("TARN_DB_PASSWORD_FILE", row.file);
     EXPECT_EQ(refusal([] { DBConnector::createConnector(); }), row.outcome);
+  }
+}
+
+TEST(DatabaseUrl, EncryptsOrRefusesWithACertificateOfTheAuthority)
+{
+  const Folder folder;
+  std::filesystem::permissions(folder / "", std::filesystem::perms(0755)); // the server has a user of its own
+  for (const std::string name : {"server", "stranger"})
+  {
+    const std::string command = "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -subj "
+                                "/CN=localhost -keyout " +
+                                folder / name + ".key -out " + folder / name + ".pem 2>/dev/null && chmod 644 " +
+                                folder / name + ".key";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+  }
+  MariaDbServer encrypting({"--ssl-cert=" + folder / "server.pem", "--ssl-key=" + folder / "server.key"});
+  const std::string name = encrypting.createDatabase();
+  {
+    const ScopedEnvironment url("TARN_DB_URL", name + "&ssl-ca=" + folder / "server.pem");
+    const auto db = DBConnectorSql::open(Missing::refuse);
+    EXPECT_NE(fetchAll(*db, "SHOW STATUS LIKE 'Ssl_cipher'", 2).at(0).at(1), "");
+  }
+  const std::pair<std::string, std::string> unsafe[] = {
+      {name + "&ssl-ca=" + folder / "stranger.pem", "self-signed certificate"},
+      {server().createDatabase() + "&ssl-ca=" + folder / "server.pem",
+       "SSL is required, but the server does not support it"}};
+  for (const auto& [refused, reason] : unsafe)
+  {
+    const ScopedEnvironment url("TARN_DB_URL", refused);
+    EXPECT_EQ(refusal([] { (void)DBConnectorSql::open(Missing::refuse); }),
+              std::string("cannot open database ")
+                  .append(refused)
+                  .append(": cannot connect: TLS/SSL error: ")
+                  .append(reason));
   }
 }
 

@@ -13,9 +13,8 @@ namespace
 using PluginStateTest = StateFixture;
 
 const std::string kFigureFailed = "parseFigure returns false\nparsePluginState returns false (parseFigure)\n";
-const std::string kNowhere =
-    "File CT.9 was not found in the database - checking referenced series sequence\n"
-    "Could not get SOP class UID for CT.9 referenced in annotations - excluding from output\n";
+const std::string kNowhere = "File CT.9 was not found in the database - checking referenced series sequence\n"
+                             "Could not get SOP class UID for CT.9 referenced in annotations - excluding from output\n";
 
 TEST_F(PluginStateTest, RefusesWithOneLineALevel)
 {
@@ -78,13 +77,14 @@ TEST_F(PluginStateTest, ViewLinesReadBack)
     std::string error;
   };
   const std::string upright = "ImageHorizontalFlip:CS=N ImageRotation:US=0";
-  const auto area = [](const std::string& mode, const std::string& more = "") {
+  const auto area = [](const std::string& mode, const std::string& more = "")
+  {
     return "DisplayedAreaTopLeftHandCorner:SL=1\\1 DisplayedAreaBottomRightHandCorner:SL=512\\256 "
-           "PresentationSizeMode:CS=" + mode + more;
+           "PresentationSizeMode:CS=" +
+           mode + more;
   };
-  const auto turned = [](int degrees, char flip) {
-    return std::string("ImageHorizontalFlip:CS=") + flip + " ImageRotation:US=" + std::to_string(degrees);
-  };
+  const auto turned = [](int degrees, char flip)
+  { return std::string("ImageHorizontalFlip:CS=") + flip + " ImageRotation:US=" + std::to_string(degrees); };
   const std::string twice = "Displayed Area Top Left Hand Corner element could not be inserted to Displayed Area "
                             "Selection Item: Doubled tag\n";
   const Row rows[] = {
@@ -102,20 +102,39 @@ TEST_F(PluginStateTest, ViewLinesReadBack)
       {"orientation 6", {"sized 512 256 1 6"}, area("SCALE TO FIT"), turned(180, 'Y'), ""},
       {"orientation 7", {"sized 512 256 1 7"}, area("SCALE TO FIT"), turned(270, 'Y'), ""},
       {"sized twice", {"sized 512 256 1 0", "sized 9 9 0 1"}, area("MAGNIFY"), turned(90, 'N'), twice},
-      {"sizes at the ends", {"sized -2147483648 2147483647 1 0"},
+      {"sizes at the ends",
+       {"sized -2147483648 2147483647 1 0"},
        "DisplayedAreaTopLeftHandCorner:SL=1\\1 DisplayedAreaBottomRightHandCorner:SL=-2147483648\\2147483647 "
-       "PresentationSizeMode:CS=SCALE TO FIT", upright, ""},
-      {"clip of five", {"sized 512 256 0 0", "clip 2 0 0 5 6"},
-       area("MAGNIFY", " PresentationPixelMagnificationRatio:FL=2"), upright, ""},
-      {"clip of six", {"sized 512 256 2 0", "clip 2.5 0 0 5 6 3"},
-       area("TRUE SIZE", " PresentationPixelMagnificationRatio:FL=2.5"), upright, ""},
+       "PresentationSizeMode:CS=SCALE TO FIT",
+       upright,
+       ""},
+      {"clip of five",
+       {"sized 512 256 0 0", "clip 2 0 0 5 6"},
+       area("MAGNIFY", " PresentationPixelMagnificationRatio:FL=2"),
+       upright,
+       ""},
+      {"clip of six",
+       {"sized 512 256 2 0", "clip 2.5 0 0 5 6 3"},
+       area("TRUE SIZE", " PresentationPixelMagnificationRatio:FL=2.5"),
+       upright,
+       ""},
       {"clip before sized", {"clip 2 0 0 5 6", "sized 512 256 0 0"}, area("MAGNIFY"), upright, ""},
       {"pixel twice", {"pixel 1.5 0.25", "pixel 0.75 1e-3"}, "PresentationPixelSpacing:DS=0.75\\0.001", "", ""},
-      {"light", {"light 400 -40 0 1"}, "",
-       "SoftcopyVOILUTSequence{WindowCenter:DS=-40 WindowWidth:DS=400} PresentationLUTShape:CS=IDENTITY", ""},
-      {"light inverted", {"light -2147483648 1 -1 0"}, "",
-       "SoftcopyVOILUTSequence{WindowCenter:DS=1 WindowWidth:DS=-2147483648} PresentationLUTShape:CS=INVERSE", ""},
-      {"lines that are none", {"", " light 1", "Light 1", "light", "lights 1", "ruler_x", "oval_xx 1", "\xff"}, "", "", ""},
+      {"light",
+       {"light 400 -40 0 1"},
+       "",
+       "SoftcopyVOILUTSequence{WindowCenter:DS=-40 WindowWidth:DS=400} PresentationLUTShape:CS=IDENTITY",
+       ""},
+      {"light inverted",
+       {"light -2147483648 1 -1 0"},
+       "",
+       "SoftcopyVOILUTSequence{WindowCenter:DS=1 WindowWidth:DS=-2147483648} PresentationLUTShape:CS=INVERSE",
+       ""},
+      {"lines that are none",
+       {"", " light 1", "Light 1", "light", "lights 1", "ruler_x", "oval_xx 1", "\xff"},
+       "",
+       "",
+       ""},
   };
   for (const Row& row : rows)
   {
@@ -123,8 +142,7 @@ TEST_F(PluginStateTest, ViewLinesReadBack)
     const Outcome outcome = convert(figureOf(row.lines));
     EXPECT_TRUE(outcome.good);
     EXPECT_EQ(row.error, outcome.error);
-    EXPECT_EQ("DisplayedAreaSelectionSequence{" + row.area + "}",
-              describeOutput({DCM_DisplayedAreaSelectionSequence}));
+    EXPECT_EQ("DisplayedAreaSelectionSequence{" + row.area + "}", describeOutput({DCM_DisplayedAreaSelectionSequence}));
     EXPECT_EQ(row.rest, describeOutput({DCM_ImageHorizontalFlip, DCM_ImageRotation, DCM_PresentationLUTShape,
                                         DCM_SoftcopyVOILUTSequence}));
   }
@@ -134,18 +152,10 @@ TEST_F(PluginStateTest, DecodesFigureAndLabel)
 {
   const std::pair<std::string, const char*> rows[] = {
       {"a+b", nullptr}, // ends the label: a blank of the figure
-      {"a%2Bb%252Bc", "a b+c"},
-      {"a%2541", "aA"},
-      {"a%25", "a"},
-      {"x%zz", "x%zz"},
-      {"x%4", "x"},
-      {"x%", "x"},
-      {"%%41x", "%Ax"},
-      {"%25%34%31", "A"},
-      {"x%00y", "x"},
-      {"x%2500y", "x"},
-      {"%b0%B0", "\xB0\xB0"},
-      {"a%5Cb", "a\\b"},
+      {"a%2Bb%252Bc", "a b+c"}, {"a%2541", "aA"},       {"a%25", "a"},
+      {"x%zz", "x%zz"},         {"x%4", "x"},           {"x%", "x"},
+      {"%%41x", "%Ax"},         {"%25%34%31", "A"},     {"x%00y", "x"},
+      {"x%2500y", "x"},         {"%b0%B0", "\xB0\xB0"}, {"a%5Cb", "a\\b"},
   };
   for (const auto& [label, expected] : rows)
   {
@@ -173,16 +183,24 @@ TEST_F(PluginStateTest, EachIdLineIsAnOutput)
   const Row rows[] = {
       {"three in one figure", "l\\" + id + "1%0A" + id + "2%0A" + id + "3", {"1", "2", "3"}, ""},
       {"three figures", "l\\" + id + "1\\" + id + "2\\" + id + "3", {"1", "2", "3"}, ""},
-      {"a dropped one uses up its number", "l\\" + id + "1\\ID+1.2/CT.9_1%0Apixel+1+1\\" + id + "3",
-       {"1", nullptr, "3"}, kNowhere},
-      {"no point in the name", "l\\ID+x/CT9_1\\" + id + "2", {nullptr, "2"},
+      {"a dropped one uses up its number",
+       "l\\" + id + "1\\ID+1.2/CT.9_1%0Apixel+1+1\\" + id + "3",
+       {"1", nullptr, "3"},
+       kNowhere},
+      {"no point in the name",
+       "l\\ID+x/CT9_1\\" + id + "2",
+       {nullptr, "2"},
        "File CT9 was not found in the database - checking referenced series sequence\n"
        "Invalid object name CT9; contains no dot ('.')\n"
        "Could not get SOP class UID for CT9 referenced in annotations - excluding from output\n"},
-      {"other slashes and underscores", "l\\ID+a_b/CT.1_/.2.3_4\\" + id + "5%0A", {nullptr, "5"},
+      {"other slashes and underscores",
+       "l\\ID+a_b/CT.1_/.2.3_4\\" + id + "5%0A",
+       {nullptr, "5"},
        "File CT.1_/.2.3 was not found in the database - checking referenced series sequence\n"
        "Could not get SOP class UID for CT.1_/.2.3 referenced in annotations - excluding from output\n"},
-      {"the state's own references", "l\\ID+/X.1.2.4_2", {"2"},
+      {"the state's own references",
+       "l\\ID+/X.1.2.4_2",
+       {"2"},
        "File X.1.2.4 was not found in the database - checking referenced series sequence\n"},
       {"an empty frame", "l\\" + id, {""}, ""},
   };
@@ -214,8 +232,7 @@ TEST_F(PluginStateTest, ALineWithoutOutputObjectIsRefused)
       {"light 1 -2 3 0", "LIGHT arguments: 4\nwindow: 1\nlevel: -2\ninverted: 3\ngrayscale: 0\n"},
       {"sized 1 2 3 4", "SIZED arguments: 4\nsize: 1 2\nzoom: 3\norientation: 4\n"},
       {"pixel 1.5 2", "PIXEL arguments: 2\npixelX: 1.5\npixelY: 2\n"},
-      {"clip 1.5 1 2 3 4",
-       "CLIP arguments: 5\nzoom X: 1.5\nzoom Y: 1.5\npos X: 1\npos Y: 2\nsize X: 3\nsize Y: 4\n"},
+      {"clip 1.5 1 2 3 4", "CLIP arguments: 5\nzoom X: 1.5\nzoom Y: 1.5\npos X: 1\npos Y: 2\nsize X: 3\nsize Y: 4\n"},
       {"free_x 1|1", ""},
   };
   for (const auto& [line, trace] : rows)

@@ -1,1 +1,390 @@
+#include "TempDir.h"
+
+#include "ElementText.h"
+#include "FileReader.h"
+#include "PBItem.h"
+#include "privateTags.h"
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/dcmdata/dcdicent.h>
+
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+struct Given
+{
+  Uint16 element;
+  DcmEVR vr;
+  std::string value;
+};
+
+void insert(DcmItem& item, const Given& given)
+{
+  DcmElement* element = nullptr;
+  DcmItem::newDicomElementWithVR(element, DcmTag(PBItem::kGroup, given.element, DcmVR(given.vr)));
+  ASSERT_NE(element, nullptr);
+  const auto* bytes = reinterpret_cast<const Uint8*>(given.value.data());
+  const std::vector<Uint16> words(given.value.begin(), given.value.end());
+  const OFCondition put = given.vr == EVR_OW ? element->putUint16Array(words.data(), words.size())
+                          : given.vr == EVR_OB || given.vr == EVR_UN || given.vr == EVR_UNKNOWN
+                              ? element->putUint8Array(bytes, given.value.size())
+                              : element->putString(given.value.c_str());
+  ASSERT_TRUE(put.good() || given.value.empty()) << put.text();
+  ASSERT_TRUE(item.insert(element, true).good());
+}
+
+std::string hex(unsigned value)
+{
+  char text[8];
+  std::snprintf(text, sizeof text, "%04X", value);
+  return text;
+}
+
+/// The item's elements of the private group: "0010 LO:PB group A, 1094 UN:abc", padding and NULs left out.
+std::string listed(DcmItem& item)
+{
+  std::string list;
+  for (DcmObject* object = nullptr; (object = item.nextInContainer(object)) != nullptr;)
+  {
+    if (object->getGTag() != PBItem::kGroup)
+      continue;
+    std::string bytes;
+    tarn::dicom::readBytes(*dynamic_cast<DcmElement*>(object), bytes);
+    bytes.erase(std::remove(bytes.begin(), bytes.end(), '\0'), bytes.end());
+    list +=
+        (list.empty() ? "" : ", ") + hex(object->getETag()) + ' ' + DcmVR(object->getVR()).getVRName() + ":" + bytes;
+  }
+  return list;
+}
+
+std::vector<Given> taken(Uint16 from, Uint16 to)
+{
+  std::vector<Given> creators;
+  for (Uint16 slot = from; slot <= to; ++slot)
+    creators.push_back({slot, EVR_LO, "OTHER"});
+  return creators;
+}
+
+const char kOurs[] = "PB group A";
+const char kOld[] = "Quillbrookes";
+
+TEST(PBItem, FindsTheBlockAndMovesLegacyElements)
+{
+  const struct
+  {
+    const char* odd;
+    std::vector<Given> given;
+    bool moveCanonic;
+    const char* expected;
+  } rows[] = {
+      {"nothing", {}, false, ""},
+      {"legacy without creator", {{0xBA94, EVR_LT, "abcd"}}, false, "0010 LO:PB group A, 1094 LT:abcd"},
+      {"slot 10 is another's",
+       {{0x10, EVR_LO, "OTHER"}, {0xBA94, EVR_OB, "ab"}},
+       false,
+       "0010 LO:OTHER, 0011 LO:PB group A, 1194 OB:ab"},
+      {"ours in slot 12",
+       {{0x10, EVR_LO, "X"}, {0x11, EVR_LO, "Y"}, {0x12, EVR_LO, kOurs}, {0xDA01, EVR_UN, "ab"}},
+       false,
+       "0010 LO:X, 0011 LO:Y, 0012 LO:PB group A, 1241 UN:ab"},
+      {"the first free slot wins over a later one of ours",
+       {{0x10, EVR_LO, "X"}, {0x12, EVR_LO, kOurs}, {0xBA94, EVR_UN, "ab"}},
+       false,
+       "0010 LO:X, 0011 LO:PB group A, 0012 LO:PB group A, 1194 UN:ab"},
+      {"creator empty",
+       {{0x10, EVR_LO, ""}, {0xBA94, EVR_UN, "ab"}},
+       false,
+       "0010 LO:, 0011 LO:PB group A, 1194 UN:ab"},
+      {"creator as UN",
+       {{0x10, EVR_UN, kOurs}, {0xBA94, EVR_UN, "ab"}},
+       false,
+       "0010 UN:PB group A, 0011 LO:PB group A, 1194 UN:ab"},
+      {"creator with trailing blanks",
+       {{0x10, EVR_LO, "PB group A  "}, {0xBA94, EVR_UN, "ab"}},
+       false,
+       "0010 LO:PB group A, 1094 UN:ab"},
+      {"creator in small letters",
+       {{0x10, EVR_LO, "pb group a"}, {0xBA94, EVR_UN, "ab"}},
+       false,
+       "0010 LO:pb group a, 0011 LO:PB group A, 1194 UN:ab"},
+      {"legacy creator ours", {{0xBA, EVR_LO, kOld}, {0xBA94, EVR_UN, "ab"}}, false, "0010 LO:PB group A, 1094 UN:ab"},
+      {"legacy creator with blanks",
+       {{0xBA, EVR_LO, "Quillbrookes  "}, {0xBA94, EVR_UN, "ab"}},
+       false,
+       "0010 LO:PB group A, 1094 UN:ab"},
+      {"legacy creator unreadable",
+       {{0xBA, EVR_UN, "whoever"}, {0xBA94, EVR_UN, "ab"}},
+       false,
+       "0010 LO:PB group A, 1094 UN:ab"},
+      {"legacy creator of another",
+       {{0xBA, EVR_LO, "OTHER"}, {0xBA94, EVR_UN, "ab"}},
+       false,
+       "00BA LO:OTHER, BA94 UN:ab"},
+      {"legacy creator empty", {{0xDA, EVR_LO, ""}, {0xDA01, EVR_UN, "ab"}}, false, "00DA LO:, DA01 UN:ab"},
+      {"one legacy block of two",
+       {{0xBA, EVR_LO, "OTHER"}, {0xDA, EVR_LO, kOld}, {0xBA94, EVR_UN, "ab"}, {0xDA01, EVR_UN, "cd"}},
+       false,
+       "0010 LO:PB group A, 00BA LO:OTHER, 1041 UN:cd, BA94 UN:ab"},
+      {"no row in the map: deleted, creators too",
+       {{0xBA, EVR_LO, kOld}, {0xDA, EVR_LO, kOld}, {0xBA08, EVR_UN, "ab"}},
+       false,
+       ""},
+      {"place taken: what is there stays",
+       {{0x10, EVR_LO, kOurs}, {0x1094, EVR_UN, "new"}, {0xBA94, EVR_UN, "old"}},
+       false,
+       "0010 LO:PB group A, 1094 UN:new"},
+      {"another's slot 10 stays", {{0x10, EVR_LO, "X"}, {0x1094, EVR_UN, "ab"}}, false, "0010 LO:X, 1094 UN:ab"},
+      {"slot 10 moves when asked",
+       {{0x10, EVR_LO, "X"}, {0x10FE, EVR_ST, "ab"}},
+       true,
+       "0010 LO:X, 0011 LO:PB group A, 11FE ST:ab"},
+      {"slot 10 and legacy for one place",
+       {{0x10, EVR_LO, "X"}, {0x1094, EVR_UN, "canonic"}, {0xBA94, EVR_UN, "legacy"}},
+       true,
+       "0010 LO:X, 0011 LO:PB group A, 1194 UN:canonic"},
+      {"slot 10 is the block", {{0x10, EVR_LO, kOurs}, {0x1094, EVR_UN, "ab"}}, true, "0010 LO:PB group A, 1094 UN:ab"},
+  };
+  for (const auto& row : rows)
+  {
+    DcmDataset dataset;
+    for (const Given& given : row.given)
+      insert(dataset, given);
+    EXPECT_TRUE(PBItem(dataset).calcPrivateBlock(row.moveCanonic)) << row.odd;
+    EXPECT_EQ(listed(dataset), row.expected) << row.odd;
+  }
+}
+
+TEST(PBItem, TakesTheLastSlot)
+{
+  for (const Uint16 last : {Uint16{0xB9}, Uint16{0xFE}})
+  {
+    DcmDataset dataset;
+    for (const Given& creator : taken(0x10, last))
+      insert(dataset, creator);
+    const std::string others = listed(dataset);
+    insert(dataset, {0xBA94, EVR_UN, "ab"});
+    EXPECT_EQ(PBItem(dataset).getTag(0x94).getElement(), last == 0xFE ? 0xFF94 : 0xBA94);
+    EXPECT_EQ(listed(dataset),
+              others + (last == 0xFE ? ", 00FF LO:PB group A, BA94 UN:ab" : ", 00BA LO:PB group A, BA94 UN:ab"));
+  }
+}
+
+TEST(PBItem, WithoutASlotEveryOperationFails)
+{
+  DcmDataset dataset, other;
+  for (const Given& creator : taken(0x10, 0xFF))
+    insert(dataset, creator);
+  insert(dataset, {0xBA94, EVR_UN, "ab"});
+  const std::string before = listed(dataset);
+  PBItem item(dataset), destination(other);
+  DcmElement* element = nullptr;
+  DcmElement* const unused = new DcmLongString(PBItem::canonicTag(1));
+  const std::unique_ptr<DcmElement> owner(unused);
+  const char* text = nullptr;
+  DcmSequenceOfItems* sequence = nullptr;
+  DcmItem* nested = nullptr;
+  DcmTag tag(PBItem::kGroup, 0xBA94);
+  const Uint8 byte = 1;
+  const Uint16 word = 1;
+  EXPECT_FALSE(item.calcPrivateBlock(false));
+  EXPECT_FALSE(item.checkAndReservePrivateBlock());
+  EXPECT_FALSE(item.convertTag(tag));
+  EXPECT_EQ(item.removePB(0x94), nullptr);
+  EXPECT_FALSE(handlePrivateTags(dataset));
+  for (const OFCondition& status :
+       {item.findAndGetPBElement(1, element, true), item.findAndGetPBString(1, text),
+        item.findAndGetPBSequence(1, sequence), item.findAndGetPBSequenceItem(1, nested),
+        item.findOrCreatePBSequenceItem(1, nested), item.putAndInsertPBString(1, "x"),
+        item.putAndInsertPBUint8Array(1, &byte, 1), item.putAndInsertPBUint16Array(1, &word, 1),
+        item.insertPBEmptyElement(1), item.insertPB(1, unused), item.copyPrivateElement(1, destination)})
+    EXPECT_TRUE(status == EC_PBPrivateTagProblem) << status.text();
+  EXPECT_EQ(listed(dataset), before);
+}
+
+TEST(PBItem, ADictionaryThatKnowsTheBlockChangesNoVR)
+{
+  dcmDataDict.wrlock().addEntry(
+      new DcmDictEntry(PBItem::kGroup, 0x94, DcmVR(EVR_FD), "State", 1, 1, "private", OFTrue, kOurs));
+  dcmDataDict.wrunlock();
+  DcmDataset dataset;
+  insert(dataset, {0xBA94, EVR_LT, "ab"});
+  EXPECT_TRUE(PBItem(dataset).calcPrivateBlock(false));
+  EXPECT_EQ(listed(dataset), "0010 LO:PB group A, 1094 LT:ab");
+}
+
+TEST(PBItem, KeyMap)
+{
+  std::istringstream map("BA01:01, BA02:02, BA03:03, BA04:04, BA05:05, BA06:06, BA07:07, DA71:0A, DA72:0B, DA73:0C, "
+                         "DA74:0D, BA31:0E, BA00:10, "
+                         "BA11:11, BA12:12, BA21:13, BA22:14, BA51:15, BA52:16, BA53:17, BA54:18, BA41:1A, BA42:1B, "
+                         "BABA:1D, DADA:1E, BA71:21, "
+                         "BA72:22, BA73:23, BA74:24, BA75:25, BA61:2A, BA62:2B, BA81:31, BA82:32, BA83:33, BA91:34, "
+                         "BA92:35, BA93:36, BA94:94, "
+                         "BAA0:37, BAA1:38, DA80:3A, DA01:41, DA02:42, DA03:43, DA04:44, DA11:51, DA12:52, DA13:53, "
+                         "DA14:54, DA15:55, DA21:61, "
+                         "DA31:62, DA32:63, DA33:64, DA38:65, DA41:6A, DA42:6B, DA43:6C, DA51:71, DA52:72, DA53:73, "
+                         "DA61:76, DA62:7A, DA63:7B");
+  std::vector<int> keys(0x10000, -1);
+  int rows = 0;
+  for (std::string row; map >> row; ++rows)
+    keys[std::stoul(row.substr(0, 4), nullptr, 16)] = std::stoi(row.substr(5, 2), nullptr, 16);
+  EXPECT_EQ(rows, 65);
+  for (unsigned element = 0x1100; element < keys.size(); ++element)
+  {
+    unsigned short key = 0;
+    const bool known = PBItem::getCanonicKey(DcmTagKey(PBItem::kGroup, static_cast<Uint16>(element)), key);
+    EXPECT_EQ(known ? key : -1, keys[element]) << hex(element);
+  }
+}
+
+TEST(PBItem, SearchesSequencesWhenAsked)
+{
+  DcmDataset dataset;
+  DcmItem *outer = nullptr, *empty = nullptr, *inner = nullptr;
+  dataset.findOrCreateSequenceItem(DCM_ReferencedSeriesSequence, empty, -2);
+  dataset.findOrCreateSequenceItem(DCM_ReferencedSeriesSequence, outer, -2);
+  outer->findOrCreateSequenceItem(DCM_ReferencedImageSequence, inner, -2);
+  insert(*inner, {0xBA94, EVR_UN, "deep"});
+  const auto find = [&](bool searchIntoSub)
+  {
+    DcmElement* element = nullptr;
+    std::string bytes;
+    const OFCondition status = PBItem(dataset).findAndGetPBElement(0x94, element, searchIntoSub);
+    return status.bad() ? status.text() : (tarn::dicom::readBytes(*element, bytes), bytes);
+  };
+  EXPECT_EQ(find(false), "Tag not found");
+  EXPECT_EQ(find(true), "deep");
+  insert(*empty, {0xBA94, EVR_UN, "first"});
+  EXPECT_EQ(find(true), "first" + std::string(1, '\0'));
+  insert(dataset, {0xBA94, EVR_UN, "here"});
+  EXPECT_EQ(find(true), "here");
+}
+
+TEST(PBItem, WritesUnderItsCreator)
+{
+  DcmDataset dataset, other;
+  insert(dataset, {0x10, EVR_LO, "OTHER"});
+  insert(other, {0xBA02, EVR_LT, "legacy"});
+  PBItem item(dataset), source(other);
+  const Uint8 bytes[] = {'a', 'b'};
+  const Uint16 words[] = {'c', 'd'};
+  DcmItem* nested = nullptr;
+  EXPECT_TRUE(item.putAndInsertPBString(1, "old").good() && item.putAndInsertPBString(1, "text").good());
+  EXPECT_TRUE(source.copyPrivateElement(2, item).good());
+  EXPECT_TRUE(item.putAndInsertPBUint8Array(3, bytes, 2).good());
+  EXPECT_TRUE(item.putAndInsertPBUint16Array(4, words, 2).good());
+  EXPECT_TRUE(item.insertPBEmptyElement(5, EVR_ST).good());
+  EXPECT_TRUE(item.findOrCreatePBSequenceItem(6, nested).good() && nested);
+  EXPECT_TRUE(item.insertPB(7, nullptr).bad());
+  EXPECT_TRUE(item.findOrCreatePBSequenceItem(1, nested).bad() && !nested) << "a text is no sequence";
+  EXPECT_STREQ(source.copyPrivateElement(9, item).text(), "Tag not found");
+  EXPECT_EQ(listed(dataset), "0010 LO:OTHER, 0011 LO:PB group A, 1101 LO:text, 1102 LT:legacy, 1103 OB:ab, 1104 OW:cd, "
+                             "1105 ST:, 1106 SQ:");
+  const std::unique_ptr<DcmElement> removed(item.removePB(3));
+  ASSERT_TRUE(removed);
+  EXPECT_EQ(item.removePB(3), nullptr);
+  EXPECT_TRUE(item.insertPB(8, std::make_unique<DcmLongText>(DcmTag(PBItem::canonicTag(1), EVR_LT)).release()).good());
+
+  DcmTag legacy(PBItem::kGroup, 0xDA63, DcmVR(EVR_LT)), foreign(PBItem::kGroup, 0x1294);
+  EXPECT_TRUE(item.convertTag(legacy));
+  EXPECT_EQ(legacy.toString() + legacy.getPrivateCreator() + legacy.getVRName(), "(f215,117b)PB group ALT");
+  EXPECT_FALSE(item.convertTag(foreign));
+  DcmTag canonic = PBItem::canonicTag(0x94);
+  EXPECT_EQ(canonic.toString() + canonic.getPrivateCreator(), "(f215,1094)PB group A");
+  EXPECT_TRUE(checkAndUpdateCanonicPrivateTag(dataset, canonic) && checkAndUpdateCanonicPrivateTag(dataset, foreign));
+  EXPECT_EQ(canonic.getElement() * 0x10000U + foreign.getElement(), 0x11941294U);
+  EXPECT_TRUE(item.isObjectOurPrivateElement(DcmLongText(DcmTag(PBItem::kGroup, 0x11FF))));
+  EXPECT_FALSE(item.isObjectOurPrivateElement(DcmLongText(DcmTag(PBItem::kGroup, 0x10FF))));
+  const struct
+  {
+    Uint16 group, element;
+    bool creator, key;
+  } tags[] = {{0xF215, 0x0F, false, false},  {0xF215, 0x10, true, false},    {0xF215, 0xFF, true, false},
+              {0xF215, 0x100, false, false}, {0xF215, 0x0FFF, false, false}, {0xF215, 0x1000, false, true},
+              {0xF217, 0x10, false, false},  {0xF217, 0x1000, false, false}};
+  for (const auto& row : tags)
+  {
+    EXPECT_EQ(PBItem::isOurPrivateCreator(DcmTag(row.group, row.element)), row.creator) << hex(row.element);
+    EXPECT_EQ(PBItem::isOurPrivateTagKey(DcmTagKey(row.group, row.element)), row.key) << hex(row.element);
+  }
+  dataset.putAndInsertString(DCM_PatientName, "A");
+  item.nukePrivateTags();
+  EXPECT_EQ(listed(dataset), "");
+  EXPECT_EQ(item.getTag(1).getElement(), 0x1001);
+  EXPECT_EQ(dataset.card(), 2U);
+}
+
+TEST(PrivateTags, AFileIsConvertedInPlaceWithItsVRs)
+{
+  const struct
+  {
+    E_TransferSyntax syntax;
+    const char* expected;
+  } rows[] = {
+      {EXS_LittleEndianExplicit,
+       "0010 LO:PB group A, 1001 OB:o, 1002 LT:l , 1003 ST:s , 1004 UT:u , 1005 UN:n, 1006 LO:x , 1007 OW:w, "
+       "1010 UN:?"},
+      {EXS_BigEndianExplicit,
+       "0010 LO:PB group A, 1001 OB:o, 1002 LT:l , 1003 ST:s , 1004 UT:u , 1005 UN:n, 1006 LO:x , 1007 OW:w, "
+       "1010 UN:?"},
+      {EXS_LittleEndianImplicit,
+       "0010 LO:PB group A, 1001 ??:o, 1002 ??:l , 1003 ??:s , 1004 ??:u , 1005 ??:n, 1006 ??:x , "
+       "1007 ??:w, 1010 ??:?"},
+  };
+  const TempDir dir;
+  const std::string path = dir.path() / "state";
+  for (const auto& row : rows)
+  {
+    DcmFileFormat file;
+    DcmItem* nested = nullptr;
+    file.getDataset()->putAndInsertString(DCM_SOPClassUID, UID_GrayscaleSoftcopyPresentationStateStorage);
+    file.getDataset()->putAndInsertString(DCM_SOPInstanceUID, "1.2");
+    file.getDataset()->findOrCreateSequenceItem(DCM_ReferencedSeriesSequence, nested, -2);
+    for (DcmItem* item : {nested, static_cast<DcmItem*>(file.getDataset())})
+      for (const Given& given : std::vector<Given>{{0xBA, EVR_LO, kOld},
+                                                   {0xBA01, EVR_OB, "o"},
+                                                   {0xBA02, EVR_LT, "l"},
+                                                   {0xBA03, EVR_ST, "s"},
+                                                   {0xBA04, EVR_UT, "u"},
+                                                   {0xBA05, EVR_UN, "n"},
+                                                   {0xBA06, EVR_LO, "x"},
+                                                   {0xBA07, EVR_OW, "w"},
+                                                   {0xBA00, EVR_UNKNOWN, "?"}})
+        insert(*item, given);
+    ASSERT_TRUE(file.saveFile(path.c_str(), row.syntax).good());
+    ASSERT_STREQ(convertFilePrivateTags(path).text(), "Normal");
+    DcmFileFormat saved;
+    ASSERT_TRUE(tarn::dicom::loadFile(saved, path).good());
+    EXPECT_EQ(saved.getDataset()->getOriginalXfer(), row.syntax);
+    EXPECT_EQ(listed(*saved.getDataset()), row.expected);
+    ASSERT_TRUE(saved.getDataset()->findAndGetSequenceItem(DCM_ReferencedSeriesSequence, nested).good());
+    EXPECT_EQ(listed(*nested), row.expected);
+  }
+  EXPECT_STREQ(convertFilePrivateTags(dir.path() / "none").text(), "No such file or directory");
+}
+
+TEST(PrivateTags, SlotTenMovesInEveryItemWhenAsked)
+{
+  for (const bool canonic : {false, true})
+  {
+    DcmDataset dataset;
+    DcmItem* nested = nullptr;
+    dataset.findOrCreateSequenceItem(DCM_ReferencedSeriesSequence, nested, -2);
+    insert(*nested, {0x10, EVR_LO, "X"});
+    insert(*nested, {0x1094, EVR_UN, "ab"});
+    EXPECT_TRUE(canonic ? handleCanonicAndOldPrivateTags(dataset) : handlePrivateTags(dataset));
+    EXPECT_EQ(listed(*nested), canonic ? "0010 LO:X, 0011 LO:PB group A, 1194 UN:ab" : "0010 LO:X, 1094 UN:ab");
+  }
+}
+
+} // namespace

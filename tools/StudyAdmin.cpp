@@ -45,10 +45,9 @@ void publish(PartFile& file, const std::string& folder)
     throw IMException(file.path() + ": " + std::strerror(errno));
 }
 
-[[noreturn]] void refuseMeta(const std::string& study, const std::string& what, const utils::Status& status)
+[[noreturn]] void refuseMeta(const std::string& study, const std::string& what)
 {
-  throw IMException(study + ": its meta directory cannot be " + what + " (" + std::string(status) +
-                    "; the log says why)");
+  throw IMException(study + ": its meta directory cannot be " + what + ", see the log");
 }
 
 } // namespace
@@ -94,9 +93,8 @@ AddedStudy StudyAdmin::add(const std::string& study, const std::vector<StudyObje
 std::string StudyAdmin::metaDirForWriting(const std::string& study)
 {
   std::string metaDir;
-  const utils::Status status = metaManager.getMeta(study, true, false, metaDir, &db, true);
-  if (!status)
-    refuseMeta(study, "made", status);
+  if (!metaManager.getMeta(study, true, false, metaDir, &db, true))
+    refuseMeta(study, "made");
   return metaDir;
 }
 
@@ -146,7 +144,7 @@ void StudyAdmin::removeMeta(const std::string& study)
     return;
   const bool isParked = found.value() == utils::STATUS_OK_TEMP;
   if (!found || !(isParked || metaManager.deleteMeta(study, &db)) || !metaManager.deleteTemp(study, &db))
-    refuseMeta(study, "removed", found);
+    refuseMeta(study, "removed");
 }
 
 } // namespace tarn::tools

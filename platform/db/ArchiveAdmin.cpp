@@ -2,6 +2,7 @@
 
 #include "ArchiveSchema.h"
 #include "DBConnectorSql.h"
+#include "QueryBindings.h"
 #include "Transaction.h"
 
 namespace tarn::db

@@ -1,6 +1,7 @@
 #include "DeviceAccessorSql.h"
 
 #include "PSCache.h"
+#include "QueryBindings.h"
 #include "SqlIdentifier.h"
 
 namespace tarn::db

@@ -1,5 +1,7 @@
 #include "MetaAccessorSql.h"
 
+#include "QueryBindings.h"
+
 namespace tarn::db
 {
 

@@ -1,6 +1,7 @@
 #include "ObjCacheAccessorSql.h"
 
 #include "DBConnectorSql.h"
+#include "QueryBindings.h"
 
 namespace tarn::db
 {

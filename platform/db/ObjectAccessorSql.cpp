@@ -1,6 +1,7 @@
 #include "ObjectAccessorSql.h"
 
 #include "DBConnectorSql.h"
+#include "QueryBindings.h"
 
 namespace tarn::db
 {

@@ -2,6 +2,7 @@
 
 #include "DBConnectorSql.h"
 #include "DBException.h"
+#include "QueryBindings.h"
 #include "SqlSession.h"
 #include "SqlStatement.h"
 

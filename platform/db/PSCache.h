@@ -1,7 +1,6 @@
 #pragma once
 
 #include "PsQuery.h"
-#include "QueryBindings.h"
 
 #include <functional>
 #include <memory>
@@ -11,6 +10,7 @@ namespace tarn::db
 {
 
 class DBConnectorSql;
+class QueryBindings;
 class SqlStatement;
 
 /// A set of prepared statements of one connection. A derived class registers its queries, which live as long as it

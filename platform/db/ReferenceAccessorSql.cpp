@@ -1,5 +1,7 @@
 #include "ReferenceAccessorSql.h"
 
+#include "QueryBindings.h"
+
 namespace tarn::db
 {
 namespace
