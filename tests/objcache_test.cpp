@@ -11,6 +11,7 @@
 #include "IMSemaphore.h"
 #include "ObjCacheMgr.h"
 #include "ObjMetaInsert.h"
+#include "QueryBindings.h"
 #include "ReferenceAccessor.h"
 #include "SqlSession.h"
 #include "TmpPSCache.h"
