@@ -2,6 +2,7 @@
 
 #include "Console.h"
 #include "SqlIdentifier.h"
+#include "QueryBindings.h"
 #include "TmpPSCache.h"
 #include "urlDecode.h"
 
