@@ -67,10 +67,8 @@ void logDebug(const char* text)
 /// Makes `tag` one of our block; its VR stays.
 void retag(DcmTag& tag, Uint16 elementNumber)
 {
-  const DcmVR vr = tag.getVR(); // naming a creator looks the VR up anew
   tag.setElement(elementNumber);
   tag.setPrivateCreator(PBItem::kCreator);
-  tag.setVR(vr);
 }
 
 /// The toolkit has no setter for an element's tag; changing it in place keeps VR and value.

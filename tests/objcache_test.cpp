@@ -4,6 +4,7 @@
 #include "TempDir.h"
 
 #include "ArchiveAdmin.h"
+#include "QueryBindings.h"
 #include "Console.h"
 #include "DBConnectorSql.h"
 #include "DBException.h"

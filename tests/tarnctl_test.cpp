@@ -93,10 +93,8 @@ protected:
     std::vector<std::string> texts{"tarnctl"};
     for (const std::string& argument : arguments)
       texts.push_back(replaced(argument, "{}", root));
-    std::vector<char*> argv;
-    for (std::string& text : texts)
-      argv.push_back(text.data());
-    argv.push_back(nullptr);
+    std::vector<char*> argv(texts.size() + 1);
+    std::transform(texts.begin(), texts.end(), argv.begin(), [](std::string& text) { return text.data(); });
     std::ostringstream out;
     std::ostringstream error;
     const ConsoleScope scope(out, error);
@@ -204,9 +202,7 @@ const Refusal kRefusals[] = {
     {"NoStudy", "clear-error", {}, 2, "STUDY is required"},
     {"NoFolder", "add-study", {}, 2, "DIR is required"},
     {"StudyLeadsOut", "remove-study ../in", {}, 2, "STUDY: '../in' is no study UID"},
-    {"StudyIsAPoint", "remove-study .", {}, 2, "STUDY: '.' is no study UID"},
     {"UnknownStudyShown", "status 1.9", {}, 1, "1.9: no such study"},
-    {"UnknownStudyCleared", "clear-error 1.9", {}, 1, "1.9: no such study"},
     {"VariablesMissing",
      "add-study {}/in",
      {{"TARGETTBL", ""}, {"DEVSERVTBL", std::nullopt}},
@@ -323,6 +319,10 @@ const Unusable kUnusable[] = {
      [](const fs::path& file) { fs::remove(file), fs::create_symlink("f", file); },
      "Too many levels of symbolic links"},
     {"Text", {}, [](const fs::path& file) { std::ofstream(file) << "hello\n"; }, "skipped, no DICOM file"},
+    {"LinkToFolder",
+     {},
+     [](const fs::path& file) { fs::remove(file), fs::create_directory_symlink(".", file); },
+     "skipped, no regular file"},
     {"Fifo",
      {},
      [](const fs::path& file) { fs::remove(file), static_cast<void>(mkfifo(file.c_str(), 0600)); },

@@ -29,11 +29,17 @@ std::unique_ptr<DBConnectorSql> openDatabase()
   return DBConnectorSql::open(db::Missing::refuse);
 }
 
+std::string environment(const char* variable)
+{
+  const char* value = std::getenv(variable);
+  return value ? value : "";
+}
+
 void requireEnvironment()
 {
   std::string missing;
   for (const char* variable : kNeededToAdd)
-    if (const char* value = std::getenv(variable); !value || !*value)
+    if (environment(variable).empty())
       missing += (missing.empty() ? "" : ", ") + std::string(variable);
   if (!missing.empty())
     throw IMException("add-study needs these environment variables: " + missing);
@@ -57,7 +63,7 @@ std::string repositoryWords(int status)
 /// Nothing is read or written before it is known that the result has a place.
 void requireRepository(const char* variable, db::DBConnector& db)
 {
-  const std::string repository = std::getenv(variable);
+  const std::string repository = environment(variable);
   const int status = repository::getRepositoryStatus(repository.c_str(), &db);
   if (status != repository::kLocated)
     throw IMException(std::string(variable) + "=" + repository + ": " + repositoryWords(status));

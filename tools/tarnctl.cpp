@@ -43,6 +43,7 @@ public:
     app.set_version_flag("--version", "tarnctl " ANNOMEND_VERSION);
     app.require_subcommand(0, 1); // a command that there is not is named in the message then
     app.footer(kEnvironment);
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     addInit();
     addAddStudy();
     addStatus();
@@ -124,7 +125,7 @@ private:
     return command.add_option("STUDY", study, "Study Instance UID")->type_name("")->check(CLI::Validator(refusal, ""));
   }
 
-  CLI::App app{"Administers the studies that annomend(1) converts presentation states of."};
+  CLI::App app{"Administers the studies that annomend(1) converts presentation states of.", "tarnctl"};
   std::function<bool()> chosen;
   std::vector<std::string> directories;
   AddOptions addOptions;

@@ -1,4 +1,5 @@
 #include "StateFixture.h"
+#include "QueryBindings.h"
 
 #include "Console.h"
 #include "DicomFile.h"
