@@ -346,8 +346,8 @@ TEST_F(ConvertTest, HostileSizesFinish)
   std::string ids = "l\\";
   for (int id = 0; id < 10000; ++id)
     ids += "ID+1.2/CT.1.2.3_1%0A";
-  EXPECT_TRUE(convert(kOneId + "%0A" + std::string(50000000, '+')).good);
-  EXPECT_FALSE(convert(kOneId + "%0Atext_x+1" + std::string(50000000, '7')).good);
+  EXPECT_TRUE(convert((kOneId + "%0A").append(50000000, '+')).good);
+  EXPECT_FALSE(convert((kOneId + "%0Atext_x+1").append(50000000, '7')).good);
   EXPECT_TRUE(convert(figures).good);
   EXPECT_TRUE(convert(ids).good);
   EXPECT_EQ(10000U, outputNames().size());
