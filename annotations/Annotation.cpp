@@ -135,6 +135,13 @@ void Annotation::traceItem(DcmItem& item) const
     item.print(tarn::consoleOut());
 }
 
+bool Annotation::complete(const ElementWriter& writer, DcmItem& item) const
+{
+  if (writer.ok())
+    traceItem(item);
+  return writer.ok();
+}
+
 bool Annotation::addInstanceId(ElementWriter& writer) const
 {
   return writer.number(DCM_CompoundGraphicInstanceID, static_cast<Uint32>(index), kInstanceIdMessage).ok();
@@ -144,9 +151,7 @@ bool Annotation::finish(ElementWriter& writer, DcmItem& item) const
 {
   if (compound)
     addInstanceId(writer);
-  if (writer.ok())
-    traceItem(item);
-  return writer.ok();
+  return complete(writer, item);
 }
 
 bool Annotation::addPolyline(float* points, int count)
@@ -168,9 +173,7 @@ bool Annotation::addGraphic(const std::vector<Float32>& points, const char* type
   writeGraphic(writer, points, type);
   if (withInstanceId)
     addInstanceId(writer);
-  if (writer.ok())
-    traceItem(*graphic);
-  return writer.ok();
+  return complete(writer, *graphic);
 }
 
 bool Annotation::addDashedLine(float x1, float y1, float x2, float y2, const DicomCieLab& lineColor)

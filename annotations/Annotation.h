@@ -80,6 +80,8 @@ protected:
   DcmItem* addCompound(const std::vector<Float32>& points, const char* type);
   /// Prints a finished item when debugging.
   void traceItem(DcmItem& item) const;
+  /// The end of a run of elements on `item`: whether all are written, and then the item printed when debugging.
+  bool complete(const ElementWriter& writer, DcmItem& item) const;
 
   int index = 0;
   std::string color; ///< as the viewer wrote it, at most 16 bytes

@@ -30,60 +30,40 @@ Direction direction(float degrees)
 
 bool Oval::parseSpecific(const std::string& type, const std::string& params)
 {
-  int x = 0;
-  int y = 0;
-  int center = 0;
-  LabelBuffer buffer;
-  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %d", &x, &y, buffer.data(), &center);
-  if (!enoughArguments(type, count, kRequired))
-    return false;
-  setValues(type, x, y, buffer, 0.0F, center == 1);
-  return true;
+  Parameters p;
+  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %d", &p.x, &p.y, p.label.data(), &p.center);
+  return accept(type, count, p);
 }
 
 bool SkewOval::parseSpecific(const std::string& type, const std::string& params)
 {
-  int x = 0;
-  int y = 0;
-  float angle = 0.0F;
-  int center = 0;
-  LabelBuffer buffer;
+  Parameters p;
   const int count =
-      std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %g %d", &x, &y, buffer.data(), &angle, &center);
-  if (!enoughArguments(type, count, kRequired))
-    return false;
-  setValues(type, x, y, buffer, angle, center == 1);
-  return true;
+      std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %g %d", &p.x, &p.y, p.label.data(), &p.angle, &p.center);
+  return accept(type, count, p);
 }
 
 bool HounsField::parseSpecific(const std::string& type, const std::string& params)
 {
-  int x = 0;
-  int y = 0;
-  double unused = 0.0;
-  int center = 0;
-  LabelBuffer buffer;
-  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %lg %lg %d", &x, &y, buffer.data(), &unused,
-                                &unused, &center);
-  if (!enoughArguments(type, count, kRequired))
-    return false;
-  setValues(type, x, y, buffer, 0.0F, center == 1);
-  return true;
+  Parameters p;
+  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %lg %lg %d", &p.x, &p.y, p.label.data(),
+                                &p.unused, &p.unused, &p.center);
+  return accept(type, count, p);
 }
 
 bool SkewHounsField::parseSpecific(const std::string& type, const std::string& params)
 {
-  int x = 0;
-  int y = 0;
-  double unused = 0.0;
-  float angle = 0.0F;
-  int center = 0;
-  LabelBuffer buffer;
-  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %lg %lg %g %d", &x, &y, buffer.data(), &unused,
-                                &unused, &angle, &center);
+  Parameters p;
+  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %lg %lg %g %d", &p.x, &p.y, p.label.data(),
+                                &p.unused, &p.unused, &p.angle, &p.center);
+  return accept(type, count, p);
+}
+
+bool Oval::accept(const std::string& type, int count, const Parameters& scanned)
+{
   if (!enoughArguments(type, count, kRequired))
     return false;
-  setValues(type, x, y, buffer, angle, center == 1);
+  setValues(type, scanned.x, scanned.y, scanned.label, scanned.angle, scanned.center == 1);
   return true;
 }
 
@@ -144,9 +124,7 @@ bool Oval::createCompound()
         .floats(DCM_RotationPoint, {static_cast<Float32>(baseX), static_cast<Float32>(baseY)},
                 "Rotation Point value could not be inserted: ", "Rotation Point could not be inserted: ")
         .real(DCM_RotationAngle, static_cast<Float64>(rotation), "Rotation Angle could not be created: ");
-  if (writer.ok())
-    traceItem(*item);
-  return writer.ok();
+  return complete(writer, *item);
 }
 
 bool Oval::createText()

@@ -18,7 +18,20 @@ public:
   bool createText() override;
 
 protected:
-  /// Takes the parameters over; `label` is still encoded, `angle` in degrees.
+  /// What the scans of all classes fill; a field that a scan does not reach keeps its default.
+  struct Parameters
+  {
+    int x = 0;
+    int y = 0;
+    LabelBuffer label;
+    double unused = 0.0;
+    float angle = 0.0F;
+    int center = 0;
+  };
+
+  /// Reports a scan of too few parameters, or takes them over.
+  bool accept(const std::string& type, int count, const Parameters& scanned);
+  /// Takes the parameters over; `buffer` is still encoded, `angle` in degrees.
   void setValues(const std::string& type, int x, int y, const LabelBuffer& buffer, float angle, bool center);
 
 private:

@@ -49,9 +49,7 @@ bool Ruler::createCompound()
     writer.text(DCM_TickAlignment, "CENTER", "Tick Alignment could not be created: ")
         .text(DCM_TickLabelAlignment, "BOTTOM", "Tick Label Alignment could not be created: ")
         .text(DCM_ShowTickLabel, "N", "Show Tick Label could not be created: ");
-  if (writer.ok())
-    traceItem(*item);
-  return writer.ok();
+  return complete(writer, *item);
 }
 
 bool Ruler::createText()
