@@ -38,19 +38,6 @@ constexpr Attribute kAttributes[] = {
 
 constexpr char kPathVariable[] = "DCMDICTPATH";
 
-void addCompiledIn(DcmDataDictionary& dictionary)
-{
-  for (const Attribute& row : kAttributes)
-  {
-    auto entry = std::make_unique<DcmDictEntry>(row.group, row.element, row.upperGroup, row.upperElement,
-                                                DcmVR(static_cast<DcmEVR>(row.vr)), row.name, row.vmMin, row.vmMax,
-                                                row.version, OFFalse, row.privateCreator);
-    entry->setGroupRangeRestriction(static_cast<DcmDictRangeRestriction>(row.groupRange));
-    entry->setElementRangeRestriction(static_cast<DcmDictRangeRestriction>(row.elementRange));
-    dictionary.addEntry(entry.release());
-  }
-}
-
 class Descriptor
 {
 public:
@@ -126,12 +113,25 @@ DcmDataDictionary& lockUnread(const std::string& paths, bool wasSet)
 
 } // namespace
 
+void addCompiledInDictionary(DcmDataDictionary& dictionary)
+{
+  for (const Attribute& row : kAttributes)
+  {
+    auto entry = std::make_unique<DcmDictEntry>(row.group, row.element, row.upperGroup, row.upperElement,
+                                                DcmVR(static_cast<DcmEVR>(row.vr)), row.name, row.vmMin, row.vmMax,
+                                                row.version, OFFalse, row.privateCreator);
+    entry->setGroupRangeRestriction(static_cast<DcmDictRangeRestriction>(row.groupRange));
+    entry->setElementRangeRestriction(static_cast<DcmDictRangeRestriction>(row.elementRange));
+    dictionary.addEntry(entry.release());
+  }
+}
+
 bool setUpDictionary(std::string& error)
 {
   const char* value = std::getenv(kPathVariable);
   const std::string paths = value ? value : "";
   DcmDataDictionary& dictionary = lockUnread(paths, value != nullptr);
-  addCompiledIn(dictionary);
+  addCompiledInDictionary(dictionary);
   const bool good = addFiles(dictionary, paths, error);
   dcmDataDict.wrunlock();
   return good;

@@ -2,8 +2,13 @@
 
 #include <string>
 
+class DcmDataDictionary;
+
 namespace tarn::dicom
 {
+
+/// Adds every attribute of the installed text dictionary, as it was when this was built.
+void addCompiledInDictionary(DcmDataDictionary& dictionary);
 
 /// Gives the toolkit its data dictionary: the table that was compiled in from the installed text dictionary, and, over
 /// it, the files that DCMDICTPATH names (separated by ':'). Call once at process start, before any other use of the
