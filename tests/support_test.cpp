@@ -116,10 +116,13 @@ TEST(HostRecordOfTheProcess, FollowsItsFile)
   EXPECT_TRUE(SelfRec::Instance()->hasObjectTable);
   std::ofstream(folder.path() / "self.rec") << "NoObjectTable=yes\nSQLTimeLimit=7\n";
   EXPECT_FALSE(SelfRec::Instance()->hasObjectTable);
-  std::ofstream(folder.path() / "self.rec") << "Origin=yes\n";
+  std::ofstream(folder.path() / "self.rec") << "Origin=yes\nSQLTimeLimit=none\n";
   SelfRec* const record = SelfRec::Instance();
   EXPECT_TRUE(record->origin);
-  EXPECT_TRUE(record->hasObjectTable) << "what the file no longer says goes back to its default";
+  EXPECT_FALSE(record->hasObjectTable) << "what the file no longer says stays";
+  EXPECT_EQ(record->sqlTimeLimit, 7U);
+  std::filesystem::remove(folder.path() / "self.rec");
+  EXPECT_TRUE(SelfRec::Instance()->hasObjectTable);
   EXPECT_EQ(record->sqlTimeLimit, 0U);
 }
 

@@ -30,13 +30,15 @@ void Config::check()
   const Version current = currentVersion();
   if (loaded && *loaded == current)
     return;
-  load();
+  if (current == Version())
+    reset();
+  else
+    load();
   loaded = current;
 }
 
 void Config::load()
 {
-  reset();
   std::ifstream text(file);
   properties.read(text);
 }

@@ -20,15 +20,15 @@ public:
   Config(const Config&) = delete;
   Config& operator=(const Config&) = delete;
 
-  /// Loads on the first call; later reloads when the file's time, size or identity changed.
+  /// Loads on the first call; later reloads when the file's time, size or identity changed, and resets when it went.
   void check();
 
   std::optional<std::string> getProperty(const std::string& key) const { return properties.getProperty(key); }
 
 protected:
-  /// Reads the file anew, after a reset().
+  /// Reads the file; the properties are those that it has.
   virtual void load();
-  /// Forgets all properties.
+  /// Forgets all properties, and what was made of them.
   virtual void reset();
 
 private:
