@@ -210,6 +210,37 @@ void Repository::removeAt(const Location& location, bool honourLock) const
   fs::remove_all(aside);
 }
 
+/// Takes the lock of a resource, unless this process has it already, and gives back what it took.
+class Repository::LockDuring
+{
+public:
+  LockDuring(const Repository& owner, const std::string& name)
+    : repository(owner), resource(name), taken(repository.lock(resource))
+  {
+    if (!taken && repository.isLockedByOther(resource))
+      throw Refusal{kLocked};
+  }
+  ~LockDuring()
+  {
+    if (taken)
+      try
+      {
+        repository.unlock(resource);
+      }
+      catch (const Refusal&)
+      {
+        // The mount went away; the lock goes with this process.
+      }
+  }
+  LockDuring(const LockDuring&) = delete;
+  LockDuring& operator=(const LockDuring&) = delete;
+
+private:
+  const Repository& repository;
+  const std::string& resource;
+  const bool taken;
+};
+
 Location Repository::unAge(const std::string& resource) const
 {
   const std::vector<Location> online = find(resource, false);
@@ -217,10 +248,7 @@ Location Repository::unAge(const std::string& resource) const
     return online.front();
   const Location aged = locate(resource);
   Location target{mountForNew(true), resource};
-  const bool taken = lock(resource);
-  if (!taken && isLockedByOther(resource))
-    throw Refusal{kLocked};
-  const std::shared_ptr<void> release(nullptr, [&](void*) { taken&& unlock(resource); });
+  const LockDuring held(*this, resource);
   move(aged, target);
   return target;
 }

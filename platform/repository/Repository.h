@@ -52,6 +52,7 @@ public:
   const Mounts mounts;
 
 private:
+  class LockDuring;
   const std::string& firstMount() const { return mounts.online.front(); }
   std::string mountForNew(bool balance) const;
   void removeAt(const Location& location, bool honourLock) const;
