@@ -1,9 +1,9 @@
 #include "HandlerLibrary.h"
 
-#include <cstdio>
-#include <cstdlib>
+#include "environmentValue.h"
 
-#include <dlfcn.h>
+#include <cstdio>
+
 #include <unistd.h>
 
 namespace tarn::repository
@@ -17,8 +17,8 @@ constexpr std::size_t kLongestPath = 1023; // a buffer of 1024 bytes
 /// is ever tried.
 std::string libraryPath()
 {
-  const char* home = std::getenv("REPOSITORYHANDLER_HOME");
-  return std::string(home && *home ? home : "/dev/null") + "/lib/RepositoryHandler.so";
+  const std::string home = environmentValue("REPOSITORYHANDLER_HOME");
+  return (home.empty() ? "/dev/null" : home) + "/lib/RepositoryHandler.so";
 }
 
 std::string lastError()
@@ -35,11 +35,6 @@ HandlerLibrary::HandlerLibrary(bool keepMapped) : file(libraryPath())
     loadError = file + ": File name too long";
   else if (handle.reset(dlopen(file.c_str(), RTLD_LAZY | (keepMapped ? RTLD_NODELETE : 0))); !handle)
     loadError = lastError();
-}
-
-void HandlerLibrary::Unload::operator()(void* library) const noexcept
-{
-  dlclose(library);
 }
 
 void* HandlerLibrary::symbol(const char* name, std::string& error) const

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "Closer.h"
+
 #include <memory>
 #include <string>
+
+#include <dlfcn.h>
 
 namespace tarn::repository
 {
@@ -21,14 +25,9 @@ public:
   void* symbol(const char* name, std::string& error) const;
 
 private:
-  struct Unload
-  {
-    void operator()(void* handle) const noexcept;
-  };
-
   std::string file;
   std::string loadError;
-  std::unique_ptr<void, Unload> handle;
+  std::unique_ptr<void, Closer<dlclose>> handle;
 };
 
 /// Writes a list of the host's processes to /tmp/error_ps.PID.txt, for whoever looks into a failing load.

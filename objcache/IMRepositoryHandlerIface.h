@@ -39,10 +39,11 @@ public:
   static void init();
 
   /// The address of an entry point, null (logged) when it cannot be had. The library stays mapped.
-  template <class Function>
-  static Function* getFunction(const char* symbol)
+  template <class FunctionPointer>
+  static FunctionPointer getFunction(const char* symbol)
   {
-    return reinterpret_cast<Function*>(resolve(symbol)); // NOLINT: how the address of a function comes from a library
+    return reinterpret_cast<FunctionPointer>(
+        resolve(symbol)); // NOLINT: how the address of a function comes from a library
   }
 
 private:
@@ -103,7 +104,7 @@ Result CallResolved::call(EntryPoint<Result(Parameters...)>& entry, const Trace&
   {
     const std::lock_guard<std::mutex> guard(IMRepositoryHandlerIface::mutex);
     if (!entry.resolved)
-      entry.resolved = IMRepositoryHandlerIface::getFunction<Result(Parameters...)>(entry.symbol);
+      entry.resolved = IMRepositoryHandlerIface::getFunction<Result (*)(Parameters...)>(entry.symbol);
   }
   auto* const function = entry.resolved.load();
   trace(function != nullptr);

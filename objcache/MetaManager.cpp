@@ -6,6 +6,7 @@
 #include "IMRepositoryHandlerIface.h"
 #include "SelfRec.h"
 #include "SyslogLogger.h"
+#include "environmentValue.h"
 
 #include <cstdlib>
 #include <list>
@@ -28,12 +29,6 @@ constexpr char kStoreState[] = "storestate.rec";
 constexpr char kObjectMeta[] = "objectdb.meta";
 constexpr const char* kMovable[] = {"order",  "obsinfo.rec",   "derivationInfo", "multihub.info",
                                     "moveto", "movehere.uids", "movehere.mod",   "resend"};
-
-std::string environment(const char* variable)
-{
-  const char* value = std::getenv(variable);
-  return value ? value : "";
-}
 
 /// The text of a result of the repository handler.
 std::optional<std::string> taken(char* text)
@@ -118,7 +113,7 @@ void moveUnlessThere(const fs::path& from, const fs::path& to)
 } // namespace
 
 MetaManager::MetaManager()
-  : metaRepository(environment("REPOSITORY_META")), tempMetaRepository(environment("REPOSITORY_TEMPMETA")),
+  : metaRepository(environmentValue("REPOSITORY_META")), tempMetaRepository(environmentValue("REPOSITORY_TEMPMETA")),
     logger(std::make_shared<SyslogLogger>(imutils::LOG_MODE_ERROR))
 {
 }
@@ -201,7 +196,7 @@ Status MetaManager::findTemp(const std::string& study, std::string& metaDir, con
 
 Status MetaManager::copyLegacy(const std::string& study, std::string& metaDir, MetaConn& conn) const
 {
-  const std::string dataRepository = environment("REPOSITORY_DICOM_DATA");
+  const std::string dataRepository = environmentValue("REPOSITORY_DICOM_DATA");
   if (dataRepository.empty())
     return logger->log0("Missing environment variable: REPOSITORY_DICOM_DATA"), STATUS_MISSING;
   int status = 0;

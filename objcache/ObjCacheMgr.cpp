@@ -4,7 +4,6 @@
 #include "DBException.h"
 #include "IMException.h"
 #include "IMRepositoryHandlerIface.h"
-#include "IMSemaphoreGlobal.h"
 #include "ImportCode.h"
 #include "MetaAccessor.h"
 #include "MetaManager.h"
@@ -12,11 +11,12 @@
 #include "ObjMeta.h"
 #include "ObjMetaInsert.h"
 #include "ReferenceAccessor.h"
+#include "StudyLock.h"
 #include "Transaction.h"
+#include "environmentValue.h"
 
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
@@ -32,12 +32,6 @@ constexpr char kStudyKind[] = "STUDYDIR";
 constexpr char kObjectKind[] = "OBJECTFILE";
 constexpr std::size_t kReferencesTogether = 300;
 constexpr int kEntryMode = 5; // what the archive's other programs read an entry with
-
-std::string environment(const char* variable)
-{
-  const char* value = std::getenv(variable);
-  return value ? value : "";
-}
 
 /// A message cut to what fits a buffer of `size` characters, its end included.
 template <std::size_t size = 255, class... Arguments>
@@ -59,8 +53,8 @@ DBConnectorSql& sqlConnector(DBConnector* db)
 } // namespace
 
 ObjCacheMgr::ObjCacheMgr(DBConnector* connector)
-  : db(connector), objectTable(environment("OBJECTTBL")), objCacheTable(environment("QXOBJCACHETBL")),
-    dicomDataRepository(environment("REPOSITORY_DICOM_DATA")), logger("ObjCacheMgr")
+  : db(connector), objectTable(environmentValue("OBJECTTBL")), objCacheTable(environmentValue("QXOBJCACHETBL")),
+    dicomDataRepository(environmentValue("REPOSITORY_DICOM_DATA")), logger("ObjCacheMgr")
 {
 }
 
@@ -100,7 +94,7 @@ bool ObjCacheMgr::hasErrorRef(const std::string& study)
 
 void ObjCacheMgr::doTouch(const std::string& study, bool metaRequiredCheck)
 {
-  imutils::IMSemaphoreGlobal lock("OBJCACHE_" + study, db);
+  StudyLock lock(study, db);
   bool newEntry = false;
   try
   {
@@ -128,13 +122,12 @@ void ObjCacheMgr::doTouch(const std::string& study, bool metaRequiredCheck)
   }
 }
 
-void ObjCacheMgr::checkAndImport(const std::string& study, bool metaRequiredCheck, imutils::IMSemaphore& lock,
-                                 bool& newEntry)
+void ObjCacheMgr::checkAndImport(const std::string& study, bool metaRequiredCheck, StudyLock& lock, bool& newEntry)
 {
   ObjCacheAccessor& entries = db->objCache();
   if (entries.isObjCacheValid(study)) // the usual case: one query and no lock
     return;
-  lock.lock_ms(30000, 10.0F, 1.5F, 1000.0F, 0.4F);
+  lock.lock();
   ObjCacheEntry entry;
   newEntry = !entries.getObjCacheEntry(study, kEntryMode, entry);
   if (!newEntry && !needsImport(study, entry))

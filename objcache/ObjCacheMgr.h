@@ -8,15 +8,11 @@
 #include <string>
 #include <vector>
 
-namespace tarn::imutils
-{
-class IMSemaphore;
-}
-
 namespace tarn::db
 {
 
 class DBConnector;
+class StudyLock;
 struct ObjCacheEntry;
 
 /// Makes sure that the object table holds a study's rows: reads the study's entry in the object-cache table and, where
@@ -68,7 +64,7 @@ private:
     kLeftAlone ///< nothing was imported and the entry stays as it is
   };
 
-  void checkAndImport(const std::string& study, bool metaRequiredCheck, imutils::IMSemaphore& lock, bool& newEntry);
+  void checkAndImport(const std::string& study, bool metaRequiredCheck, StudyLock& lock, bool& newEntry);
   bool needsImport(const std::string& study, const ObjCacheEntry& entry) const;
   Outcome import(const std::string& study, bool metaRequiredCheck);
   ObjCacheException errorStatus(const std::string& study, bool forceErrorRefs) const;

@@ -1,5 +1,6 @@
 #include "ObjMeta.h"
 
+#include "Closer.h"
 #include "split3.h"
 
 #include <cerrno>
@@ -21,11 +22,6 @@ namespace
 
 constexpr char kKeyColumn[] = "FNAME";
 constexpr char kEndOfLine[] = "<<EOL>>"; // keeps an empty last field from being lost
-
-struct CloseFile
-{
-  void operator()(std::FILE* file) const noexcept { std::fclose(file); }
-};
 
 /// As sscanf's "%d" reads a number, with those that are out of range refused.
 std::optional<long> leadingInteger(const std::string& text)
@@ -82,7 +78,7 @@ public:
 
 private:
   bool isAbsent = false;
-  std::unique_ptr<std::FILE, CloseFile> file;
+  std::unique_ptr<std::FILE, Closer<std::fclose>> file;
   char* buffer = nullptr;
   std::size_t capacity = 0;
 };

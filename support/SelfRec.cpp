@@ -1,5 +1,7 @@
 #include "SelfRec.h"
 
+#include "environmentValue.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <limits>
@@ -13,12 +15,6 @@ namespace tarn::imutils
 namespace
 {
 
-std::string recordFile()
-{
-  const char* folder = std::getenv("CONF");
-  return std::string(folder ? folder : "") + "/self.rec";
-}
-
 void parseLimit(const std::string& text, unsigned int& limit)
 {
   errno = 0;
@@ -29,7 +25,7 @@ void parseLimit(const std::string& text, unsigned int& limit)
 
 } // namespace
 
-SelfRec::SelfRec() : Config(recordFile()) {}
+SelfRec::SelfRec() : Config(environmentValue("CONF") + "/self.rec") {}
 
 SelfRec* SelfRec::Instance()
 {

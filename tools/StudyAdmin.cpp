@@ -2,9 +2,9 @@
 
 #include "DBConnectorSql.h"
 #include "IMException.h"
-#include "IMSemaphoreGlobal.h"
 #include "ObjectMetaFile.h"
 #include "PartFile.h"
+#include "StudyLock.h"
 
 #include <cerrno>
 #include <cstring>
@@ -18,25 +18,17 @@ namespace
 namespace fs = std::filesystem;
 using imutils::IMException;
 
-/// The lock that the import of the study honours, held as long as this lives.
-class StudyLock
+void take(db::StudyLock& lock, const std::string& study)
 {
-public:
-  StudyLock(const std::string& study, db::DBConnectorSql& db) : lock("OBJCACHE_" + study, &db)
+  try
   {
-    try
-    {
-      lock.lock_ms(30000, 10.0F, 1.5F, 1000.0F, 0.4F);
-    }
-    catch (const imutils::IMTimeoutException&)
-    {
-      throw IMException(study + ": another process has held the study's lock for 30 seconds");
-    }
+    lock.lock();
   }
-
-private:
-  imutils::IMSemaphoreGlobal lock;
-};
+  catch (const imutils::IMTimeoutException&)
+  {
+    throw IMException(study + ": another process has held the study's lock for 30 seconds");
+  }
+}
 
 /// Gives a complete file its name, for good.
 void publish(PartFile& file, const std::string& folder)
@@ -69,7 +61,8 @@ StudyReport StudyAdmin::reportOn(const std::string& study)
 
 AddedStudy StudyAdmin::add(const std::string& study, const std::vector<StudyObject>& objects, const AddOptions& options)
 {
-  const StudyLock lock(study, db);
+  db::StudyLock lock(study, &db);
+  take(lock, study);
   const db::StudyState before = admin.studyState(study);
   const std::string metaDir = metaDirForWriting(study);
   writeStoreState(metaDir);
@@ -121,7 +114,8 @@ void StudyAdmin::resetEntry(const std::string& study, const db::StudyState& stat
 
 void StudyAdmin::clearError(const std::string& study)
 {
-  const StudyLock lock(study, db);
+  db::StudyLock lock(study, &db);
+  take(lock, study);
   if (!reportOn(study).isKnown())
     throw IMException(study + ": no such study");
   admin.clearError(study);
@@ -129,7 +123,8 @@ void StudyAdmin::clearError(const std::string& study)
 
 void StudyAdmin::remove(const std::string& study)
 {
-  const StudyLock lock(study, db);
+  db::StudyLock lock(study, &db);
+  take(lock, study);
   if (!reportOn(study).isKnown())
     throw IMException(study + ": no such study");
   removeMeta(study);

@@ -6,10 +6,10 @@
 #include "IMException.h"
 #include "IMRepositoryHandlerIface.h"
 #include "Progress.h"
+#include "environmentValue.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <map>
 
 namespace tarn::tools
@@ -29,17 +29,11 @@ std::unique_ptr<DBConnectorSql> openDatabase()
   return DBConnectorSql::open(db::Missing::refuse);
 }
 
-std::string environment(const char* variable)
-{
-  const char* value = std::getenv(variable);
-  return value ? value : "";
-}
-
 void requireEnvironment()
 {
   std::string missing;
   for (const char* variable : kNeededToAdd)
-    if (environment(variable).empty())
+    if (environmentValue(variable).empty())
       missing += (missing.empty() ? "" : ", ") + std::string(variable);
   if (!missing.empty())
     throw IMException("add-study needs these environment variables: " + missing);
@@ -63,7 +57,7 @@ std::string repositoryWords(int status)
 /// Nothing is read or written before it is known that the result has a place.
 void requireRepository(const char* variable, db::DBConnector& db)
 {
-  const std::string repository = environment(variable);
+  const std::string repository = environmentValue(variable);
   const int status = repository::getRepositoryStatus(repository.c_str(), &db);
   if (status != repository::kLocated)
     throw IMException(std::string(variable) + "=" + repository + ": " + repositoryWords(status));

@@ -1,6 +1,7 @@
 #include "IMLogger.h"
 
 #include "Console.h"
+#include "environmentValue.h"
 
 #include <spdlog/logger.h>
 #include <spdlog/sinks/basic_file_sink.h>
@@ -9,7 +10,6 @@
 #include <spdlog/sinks/syslog_sink.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <utility>
@@ -20,12 +20,6 @@ namespace
 {
 
 constexpr char kFilePrefix[] = "file:";
-
-std::string environment(const char* variable)
-{
-  const char* value = std::getenv(variable);
-  return value ? value : "";
-}
 
 std::shared_ptr<spdlog::sinks::sink> makeSink(const std::string& destination)
 {
@@ -70,8 +64,8 @@ spdlog::logger& processLogger()
 {
   static spdlog::logger& instance = []() -> spdlog::logger&
   {
-    auto* logger = new spdlog::logger("annomend", openSink(environment("TARN_LOG")));
-    logger->set_level(threshold(environment("TARN_LOG_LEVEL")));
+    auto* logger = new spdlog::logger("annomend", openSink(environmentValue("TARN_LOG")));
+    logger->set_level(threshold(environmentValue("TARN_LOG_LEVEL")));
     logger->set_pattern("%Y-%m-%d %H:%M:%S.%e %l %v");
     logger->flush_on(spdlog::level::trace);
     logger->set_error_handler([](const std::string&) {});

@@ -26,8 +26,7 @@ struct StudyState
 };
 
 /// What an administrator does with the tables; everything throws DBException. Each change stands as a whole when its
-/// operation returns. Whoever changes a study that may be imported meanwhile holds its lock (IMSemaphoreGlobal
-/// "OBJCACHE_" and the study UID).
+/// operation returns. Whoever changes a study that may be imported meanwhile holds its lock.
 class ArchiveAdmin : private PSCache
 {
 public:

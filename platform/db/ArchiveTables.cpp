@@ -1,8 +1,9 @@
 #include "ArchiveTables.h"
 
 #include "SqlIdentifier.h"
+#include "environmentValue.h"
 
-#include <cstdlib>
+#include <utility>
 
 namespace tarn::db
 {
@@ -27,8 +28,8 @@ constexpr NamedByVariable kNamedByVariable[] = {
 ArchiveTables::ArchiveTables()
 {
   for (const NamedByVariable& table : kNamedByVariable)
-    if (const char* name = std::getenv(table.variable); name && *name)
-      renamed[table.standard] = name;
+    if (std::string name = environmentValue(table.variable); !name.empty())
+      renamed[table.standard] = std::move(name);
 }
 
 const std::string& ArchiveTables::rawName(const std::string& standard) const

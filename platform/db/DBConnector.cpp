@@ -7,11 +7,11 @@
 #include "MysqlSession.h"
 #include "SqlSession.h"
 #include "SqliteSession.h"
+#include "environmentValue.h"
 
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -28,12 +28,6 @@ namespace fs = std::filesystem;
 constexpr char kMysqlScheme[] = "mysql://";
 constexpr char kSqliteScheme[] = "sqlite:";
 
-std::string environment(const char* variable)
-{
-  const char* value = std::getenv(variable);
-  return value ? value : "";
-}
-
 bool startsWith(const std::string& text, std::string_view start)
 {
   return text.compare(0, start.size(), start) == 0;
@@ -42,7 +36,7 @@ bool startsWith(const std::string& text, std::string_view start)
 /// The first line of the file that TARN_DB_PASSWORD_FILE names; nothing when it names none.
 std::optional<std::string> passwordFromFile()
 {
-  const std::string path = environment("TARN_DB_PASSWORD_FILE");
+  const std::string path = environmentValue("TARN_DB_PASSWORD_FILE");
   if (path.empty())
     return std::nullopt;
   std::ifstream file(path);
@@ -95,9 +89,9 @@ std::unique_ptr<DBConnectorSql> openUrl(const std::string& url, Missing missing)
 /// The folder of the default database, made where it is missing; empty when it cannot be written.
 fs::path stateFolder()
 {
-  fs::path base = environment("XDG_STATE_HOME");
+  fs::path base = environmentValue("XDG_STATE_HOME");
   if (!base.is_absolute()) // relative ones are to be ignored
-    base = fs::path(environment("HOME")) / ".local" / "state";
+    base = fs::path(environmentValue("HOME")) / ".local" / "state";
   const fs::path folder = base / "annomend";
   std::error_code failure;
   if (!base.is_absolute())
@@ -127,7 +121,7 @@ std::unique_ptr<DBConnectorSql> openDefault()
 
 std::unique_ptr<DBConnectorSql> DBConnectorSql::open(Missing missing)
 {
-  const std::string url = environment("TARN_DB_URL");
+  const std::string url = environmentValue("TARN_DB_URL");
   return url.empty() ? openDefault() : openUrl(url, missing);
 }
 

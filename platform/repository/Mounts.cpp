@@ -3,6 +3,7 @@
 #include "Refusal.h"
 
 #include "IMProperties.h"
+#include "environmentValue.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -22,9 +23,9 @@ namespace fs = std::filesystem;
 imutils::IMProperties configuration()
 {
   imutils::IMProperties properties;
-  if (const char* home = std::getenv("REPOSITORYHANDLER_HOME"))
+  if (const std::string home = environmentValue("REPOSITORYHANDLER_HOME"); !home.empty())
   {
-    std::ifstream file(std::string(home) + "/etc/repositories.conf");
+    std::ifstream file(home + "/etc/repositories.conf");
     properties.read(file);
   }
   return properties;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Closer.h"
 #include "Console.h"
 #include "DBException.h"
 
@@ -15,19 +16,9 @@ namespace tarn::db
 /// What a flag is to the client library: MariaDB's has a type of its own, MySQL's has bool.
 using MysqlFlag = std::remove_pointer_t<decltype(MYSQL_BIND::is_null)>;
 
-template <auto Close>
-struct MysqlCloser
-{
-  template <class Handle>
-  void operator()(Handle* handle) const noexcept
-  {
-    Close(handle);
-  }
-};
-
 /// Shared by the session and the locks that it gave out, which need the connection to be given back.
 using MysqlConnection = std::shared_ptr<MYSQL>;
-using MysqlStatementHandle = std::unique_ptr<MYSQL_STMT, MysqlCloser<mysql_stmt_close>>;
+using MysqlStatementHandle = std::unique_ptr<MYSQL_STMT, Closer<mysql_stmt_close>>;
 
 /// Throws DBException with the library's text unless `failure` is 0. `what` is what was tried.
 template <class Failure>

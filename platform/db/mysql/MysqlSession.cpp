@@ -104,7 +104,7 @@ void forbidReconnect([[maybe_unused]] MYSQL* connection)
 
 std::unique_ptr<SqlSession> openMysql(const MysqlAddress& address)
 {
-  const MysqlConnection connection(mysql_init(nullptr), MysqlCloser<mysql_close>());
+  const MysqlConnection connection(mysql_init(nullptr), Closer<mysql_close>());
   if (!connection)
     throw DBException("cannot connect: out of memory");
   setOptions(connection.get(), address);

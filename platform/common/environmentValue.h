@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdlib>
+#include <string>
+
+namespace tarn
+{
+
+/// What the environment says for `variable`; empty when it is unset.
+inline std::string environmentValue(const char* variable)
+{
+  const char* value = std::getenv(variable);
+  return value ? value : "";
+}
+
+} // namespace tarn
