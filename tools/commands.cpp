@@ -24,9 +24,13 @@ constexpr const char* kNeededToAdd[] = {"OBJECTTBL",          "QXOBJCACHETBL",  
                                         "DEVSERVTBL",         "REPOSITORYHANDLER_HOME", "REPOSITORY_META",
                                         "REPOSITORY_TEMPMETA"};
 
-std::unique_ptr<DBConnectorSql> openDatabase()
+/// Refuses one in memory: what was done would be gone, and nothing would say so.
+std::unique_ptr<DBConnectorSql> openDatabase(db::Missing missing = db::Missing::refuse)
 {
-  return DBConnectorSql::open(db::Missing::refuse);
+  auto db = DBConnectorSql::open(missing);
+  if (db->isInMemory())
+    throw IMException("the database would be in memory and end with this command (set TARN_DB_URL)");
+  return db;
 }
 
 void requireEnvironment()
@@ -200,7 +204,7 @@ void printTable(const std::vector<Row>& rows)
 
 bool initDatabase()
 {
-  const auto db = DBConnectorSql::open(db::Missing::create);
+  const auto db = openDatabase(db::Missing::create);
   db::ArchiveAdmin(*db).createSchema();
   trace("The tables of the database are there.");
   return true;

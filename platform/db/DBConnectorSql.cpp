@@ -24,6 +24,11 @@ DBConnectorSql::DBConnectorSql(std::unique_ptr<SqlSession> opened)
 
 DBConnectorSql::~DBConnectorSql() = default;
 
+bool DBConnectorSql::isInMemory() const
+{
+  return backend->isInMemory();
+}
+
 std::shared_ptr<GlobalLock> DBConnectorSql::tryLock(const std::string& name)
 {
   heldLocks.erase(

@@ -42,6 +42,8 @@ public:
 
   SqlSession& session() { return *backend; }
   const ArchiveTables& tables() const { return tableNames; }
+  /// Whether the database ends with this connection: nobody else will see what is written.
+  bool isInMemory() const;
   bool inTransaction() const { return transactionOpen; }
 
   /// One attempt, without waiting, to get the lock `name`; null when another connection holds it. Where this

@@ -22,6 +22,8 @@ public:
   virtual void begin() = 0;
   /// One attempt, without waiting, to get the lock `name`; null when somebody else holds it.
   virtual std::unique_ptr<GlobalLock> tryLock(const std::string& name) = 0;
+  /// Whether the database ends with this connection.
+  virtual bool isInMemory() const = 0;
   /// The statements that make the tables, ended by semicolons.
   virtual std::string_view schema() const = 0;
 

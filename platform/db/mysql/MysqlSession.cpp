@@ -36,6 +36,7 @@ public:
   }
   void begin() override { execute("START TRANSACTION"); }
   std::unique_ptr<GlobalLock> tryLock(const std::string& name) override { return MysqlLock::tryLock(connection, name); }
+  bool isInMemory() const override { return false; }
   std::string_view schema() const override { return mysqlSchema(); }
 
 private:

@@ -43,15 +43,21 @@ public:
   void begin() override { execute("BEGIN IMMEDIATE"); }
   std::unique_ptr<GlobalLock> tryLock(const std::string& name) override
   {
-    // The library's own name of the file, so that every way to write its path gives one lock.
-    const char* file = sqlite3_db_filename(connection.get(), "main");
-    if (!file || !*file)
+    if (isInMemory())
       return ProcessLock::tryLock(name);
-    return FileLock::tryLock(std::string(file) + "-" + fileNamePart(name) + ".lock");
+    return FileLock::tryLock(file() + "-" + fileNamePart(name) + ".lock");
   }
+  bool isInMemory() const override { return file().empty(); }
   std::string_view schema() const override { return sqliteSchema(); }
 
 private:
+  /// The library's own name of the file, so that every way to write its path gives one lock; empty in memory.
+  std::string file() const
+  {
+    const char* name = sqlite3_db_filename(connection.get(), "main");
+    return name ? name : "";
+  }
+
   SqliteConnection connection;
 };
 
