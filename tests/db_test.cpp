@@ -560,6 +560,9 @@ TEST_P(Database, FreesTheLockOfAKilledProcess)
   int ready[2];
   ASSERT_EQ(pipe(ready), 0);
   db.reset();
+  constexpr auto kShared = std::filesystem::perms{0660};
+  if (!isServer())
+    std::filesystem::permissions(folder / "archive.db", kShared);
   const pid_t holder = inChild(
       [&]
       {
@@ -570,6 +573,10 @@ TEST_P(Database, FreesTheLockOfAKilledProcess)
       });
   char byte = 0;
   ASSERT_EQ(read(ready[0], &byte, 1), 1);
+  if (!isServer())
+  {
+    EXPECT_EQ(std::filesystem::status(folder / "archive.db-OBJCACHE_1.2.lock").permissions(), kShared);
+  }
   db = DBConnectorSql::open(Missing::refuse);
   IMSemaphoreGlobal semaphore("OBJCACHE_1.2", db.get());
   EXPECT_THROW(lock(semaphore, 50), IMTimeoutException);

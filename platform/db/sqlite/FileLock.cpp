@@ -25,6 +25,19 @@ void check(int error, const std::string& path)
     throw DBException("cannot lock " + printable(path) + ": " + std::generic_category().message(error));
 }
 
+/// What the system refuses of it is refused to whoever did not make the file, and was done by whoever did.
+void takeRights(int descriptor, const std::string& model)
+{
+  struct stat status
+  {
+  };
+  if (stat(model.c_str(), &status) != 0)
+    return;
+  [[maybe_unused]] int ignored = fchown(descriptor, static_cast<uid_t>(-1), status.st_gid);
+  ignored = fchmod(descriptor, status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO));
+  ignored = fchown(descriptor, status.st_uid, static_cast<gid_t>(-1));
+}
+
 } // namespace
 
 FileLock::FileLock(int opened, std::string lockedPath) : descriptor(opened), path(std::move(lockedPath)) {}
@@ -49,10 +62,13 @@ bool FileLock::isCurrent() const
          opened.st_ino == named.st_ino;
 }
 
-std::unique_ptr<FileLock> FileLock::tryLock(const std::string& path)
+std::unique_ptr<FileLock> FileLock::tryLock(const std::string& path, const std::string& model)
 {
-  const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+  const int descriptor = open(path.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
+  if (descriptor < 0 && errno == EACCES && access(path.c_str(), F_OK) == 0)
+    return nullptr; // whoever made it is about to give it its rights, or keeps it
   check(descriptor < 0 ? errno : 0, path);
+  takeRights(descriptor, model);
   std::unique_ptr<FileLock> lock(new FileLock(descriptor, path));
   const int error = flock(descriptor, LOCK_EX | LOCK_NB) == 0 ? 0 : errno;
   lock->locked = error == 0;

@@ -12,9 +12,10 @@ namespace tarn::db
 class FileLock : public GlobalLock
 {
 public:
-  /// One attempt, without waiting, to lock `path`, which is made; null when somebody else holds it. Throws DBException
-  /// when the file cannot be made or locked.
-  static std::unique_ptr<FileLock> tryLock(const std::string& path);
+  /// One attempt, without waiting, to lock `path`, which is made with the owner, group and mode of the file `model`, so
+  /// that whoever may use that can hold the lock; null when somebody else holds it. Throws DBException when the file
+  /// cannot be made or locked.
+  static std::unique_ptr<FileLock> tryLock(const std::string& path, const std::string& model);
   ~FileLock() override;
 
 private:

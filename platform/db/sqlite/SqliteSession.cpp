@@ -45,7 +45,7 @@ public:
   {
     if (isInMemory())
       return ProcessLock::tryLock(name);
-    return FileLock::tryLock(file() + "-" + fileNamePart(name) + ".lock");
+    return FileLock::tryLock(file() + "-" + fileNamePart(name) + ".lock", file());
   }
   bool isInMemory() const override { return file().empty(); }
   std::string_view schema() const override { return sqliteSchema(); }
