@@ -1,9 +1,8 @@
-#include "Environment.h"
+#include "ArchiveFolder.h"
 #include "LogFile.h"
 #include "MariaDbServer.h"
 #include "Processes.h"
 #include "SqlText.h"
-#include "TempDir.h"
 
 #include "ArchiveAdmin.h"
 #include "Console.h"
@@ -87,13 +86,11 @@ std::string metaText(int rows)
 }
 
 /// The study "s" in an empty archive; the parameter is the database.
-class ObjCache : public testing::TestWithParam<const char*>
+class ObjCache : public testing::TestWithParam<const char*>, protected ArchiveFolder
 {
 protected:
   ObjCache()
   {
-    for (const char* repository : {"data", "meta", "temp"})
-      fs::create_directory(root / repository);
     intercepted = {};
     db = open();
     ArchiveAdmin(*db).createSchema();
@@ -143,14 +140,6 @@ protected:
     return select(*db, "SELECT KIND,REFKEY FROM object_references WHERE NAME='ocerror' ORDER BY KIND,REFKEY", 2);
   }
 
-  const TempDir folder;
-  const fs::path root = folder.path();
-  const Environment environment{{{"REPOSITORYHANDLER_HOME", ANNOMEND_HANDLER_HOME},
-                                 {"REPOSITORY_META", root / "meta"},
-                                 {"REPOSITORY_TEMPMETA", root / "temp"},
-                                 {"REPOSITORY_DICOM_DATA", root / "data"},
-                                 {"OBJECTTBL", "objects"},
-                                 {"QXOBJCACHETBL", "object_cache"}}};
   const std::string url =
       GetParam() == std::string("SQLite") ? "sqlite:" + folder / "db" : MariaDbServer::shared().createDatabase();
   std::unique_ptr<DBConnectorSql> db;
