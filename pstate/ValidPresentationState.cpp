@@ -199,7 +199,7 @@ bool ValidPresentationState::checkAndCreateAnnotationLayer()
     return false;
   const OFCondition inserted =
       fileFormat->getDataset()->insertSequenceItem(DcmTag(DCM_GraphicAnnotationSequence), pendingAnnotationItem.get());
-  if (inserted.bad())
+  if (!annotationItem || inserted.bad())
   {
     reportCondition("Graphic Annotation Sequence item could not be created: ", inserted);
     return false;

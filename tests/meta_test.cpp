@@ -1,6 +1,6 @@
-#include "Environment.h"
+#include "ArchiveFolder.h"
+#include "Files.h"
 #include "LogFile.h"
-#include "TempDir.h"
 
 #include "ArchiveAdmin.h"
 #include "DBConnectorSql.h"
@@ -10,11 +10,8 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <algorithm>
 #include <iterator>
-#include <memory>
-#include <sstream>
-#include <string>
 #include <vector>
 
 #include <sys/stat.h>
@@ -25,22 +22,12 @@ using namespace tarn::utils;
 namespace
 {
 
-std::string contents(const fs::path& file)
-{
-  std::ostringstream text;
-  text << std::ifstream(file).rdbuf();
-  return text.str();
-}
+using Words = std::vector<std::string>;
 
-/// A folder with the repositories data, meta and temp, each its own only mount. Texts may name it {}.
-class MetaTest : public testing::Test
+/// Texts may name the folder {}.
+class MetaTest : public testing::Test, protected ArchiveFolder
 {
 protected:
-  MetaTest()
-  {
-    for (const char* repository : {"data", "meta", "temp", "conf"})
-      fs::create_directory(root / repository);
-  }
   std::string filled(std::string text) const
   {
     for (auto at = text.find("{}"); at != std::string::npos; at = text.find("{}"))
@@ -54,87 +41,68 @@ protected:
     if (file.back() != '/')
       std::ofstream(root / file) << file;
   }
-  std::vector<std::string> list(const std::string& place) const
+  Words list(const std::string& place) const
   {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(root / place))
-      names.push_back(entry.path().filename());
+    Words names;
+    if (fs::exists(root / place))
+      for (const auto& entry : fs::directory_iterator(root / place))
+        names.push_back(entry.path().filename());
     std::sort(names.begin(), names.end());
     return names;
   }
-
-  const TempDir folder;
-  const fs::path root = folder.path();
-  const Environment environment{{{"REPOSITORYHANDLER_HOME", ANNOMEND_HANDLER_HOME},
-                                 {"REPOSITORY_META", root / "meta"},
-                                 {"REPOSITORY_TEMPMETA", root / "temp"},
-                                 {"REPOSITORY_DICOM_DATA", root / "data"},
-                                 {"TARGETTBL", "forward_targets"},
-                                 {"DEVSERVTBL", "forward_services"},
-                                 {"CONF", root / "conf"}}};
-};
-
-enum Flags
-{
-  kNothing = 0,
-  kCreate = 1,
-  kUseTemp = 2,
-  kCheckStoreState = 4
 };
 
 const std::string kDebug = "debug MetaMgr: ";
 const std::string kError = "error MetaMgr: ";
+const std::string kNoTables = "Missing environment variables:  TARGETTBL, DEVSERVTBL";
 const std::string kNotSet = kDebug + "Missing environment variable: ";
 const std::string kLocating = kError + "MetaManager::getMeta() repository error while locating ";
+const std::string kSaving = kError + "MetaManager::saveToTempMeta() ";
 const std::string kCopying = kError + "MetaManager::copyLegacy() copying the legacy meta of s failed: ";
 const std::string kCalled = "info IMRepositoryHandlerIface: called createDirectory with repository=";
 
 /// Lists are words between blanks.
 struct Look
 {
-  const char* oddity;
+  const char* odd;
   std::string files;
-  int flags;
+  std::string asked; // c: create, t: use what is parked, s: check the store state
   StatusEnum status;
-  std::string metaDir;
-  std::string log;
-  std::string variable;  // NAME, to be unset, or NAME=value
-  std::string metaFiles; // in the meta directory afterwards
+  std::string log = "";
+  std::string variable = "UNUSED"; // to be unset, or NAME=value
+  std::string metaFiles = "";      // in the meta directory afterwards
 };
 
-const std::vector<Look> kLooks = {
-    {"NoMetaVariable", "", 7, STATUS_ERROR, "", kNotSet + "REPOSITORY_META\n", "REPOSITORY_META", ""},
-    {"NoTempVariable", "", 7, STATUS_ERROR, "", kNotSet + "REPOSITORY_TEMPMETA\n", "REPOSITORY_TEMPMETA=", ""},
-    {"Found", "meta/s/storestate.rec", kCheckStoreState, STATUS_OK, "{}/meta/s", "", "", "storestate.rec"},
-    {"StoreStateUnchecked", "meta/s/x data/s/storestate.rec", kNothing, STATUS_OK, "{}/meta/s", "", "", "x"},
-    {"NothingCanFill", "meta/s/x data/s/CT.1", kCheckStoreState, STATUS_OK, "{}/meta/s", "", "", "x"},
-    {"FilledAndKept", "meta/s/order data/s/order data/s/objectdb.meta data/s/storestate.rec data/s/CT.1",
-     kCheckStoreState, STATUS_OK, "{}/meta/s", "", "", "objectdb.meta order storestate.rec"},
-    {"MetaUnreachable", "data/s/objectdb.meta", 7, STATUS_REPOSITORY_ERROR, "",
-     kLocating + "meta for s. Status code: 16\n", "REPOSITORY_META={}/absent", ""},
-    {"MetaUnknown", "", kNothing, STATUS_REPOSITORY_ERROR, "", kLocating + "meta for s. Status code: 2\n",
-     "REPOSITORY_META=unknown", ""},
-    {"Missing", "temp/s/order", kCheckStoreState, STATUS_MISSING, "", "", "", ""},
-    {"NoDataVariable", "data/s/objectdb.meta", kCheckStoreState, STATUS_MISSING, "",
-     kNotSet + "REPOSITORY_DICOM_DATA\n", "REPOSITORY_DICOM_DATA", ""},
-    {"DataUnreachable", "", kCheckStoreState | kCreate, STATUS_REPOSITORY_ERROR, "",
-     kLocating + "data for s. Status code: 16\n", "REPOSITORY_DICOM_DATA={}/absent", ""},
-    {"DataOnlyImages", "data/s/CT.1", kCheckStoreState, STATUS_MISSING, "", "", "", ""},
-    {"LegacyStoreState", "data/s/storestate.rec data/s/CT.1", kCheckStoreState, STATUS_OK, "{}/meta/s", "", "",
-     "storestate.rec"},
-    {"LegacyObjectMeta", "data/s/objectdb.meta data/s/resend", kCheckStoreState | kCreate, STATUS_OK, "{}/meta/s",
-     kError + "Error getting autoforward devices: no database connection\n", "", "objectdb.meta resend storestate.rec"},
-    {"LegacyWithoutDeviceTables", "data/s/objectdb.meta", kCheckStoreState, STATUS_ERROR, "",
-     kCopying + "Missing environment variables:  TARGETTBL, DEVSERVTBL\n", "TARGETTBL", ""},
-    {"Parked", "temp/s/order", kUseTemp, STATUS_OK_TEMP, "{}/temp/s", "", "", ""},
-    {"NotParked", "", kUseTemp, STATUS_MISSING, "", "", "", ""},
-    {"ParkedUnreachable", "", kUseTemp, STATUS_REPOSITORY_ERROR, "", kLocating + "tempmeta for s. Status code: 16\n",
-     "REPOSITORY_TEMPMETA={}/absent", ""},
-    {"CreatedAndRestored", "temp/s/order temp/s/moveto", kCreate | kUseTemp, STATUS_OK_NEW, "{}/meta/s",
-     kCalled + "{}/meta subDir=s shouldLock=true\n", "", "moveto order"},
+constexpr StatusEnum kUnusable = STATUS_REPOSITORY_ERROR;
+const std::string kGone = " for s. Status code: 16\n";
+const std::string kNoConnection = kError + "Error getting autoforward devices: no database connection\n";
+const Look kLooks[] = {
+    {"NoMetaVariable", "", "cts", STATUS_ERROR, kNotSet + "REPOSITORY_META\n", "REPOSITORY_META"},
+    {"NoTempVariable", "", "cts", STATUS_ERROR, kNotSet + "REPOSITORY_TEMPMETA\n", "REPOSITORY_TEMPMETA="},
+    {"Found", "meta/s/storestate.rec", "s", STATUS_OK, "", "UNUSED", "storestate.rec"},
+    {"Unchecked", "meta/s/x data/s/storestate.rec", "", STATUS_OK, "", "UNUSED", "x"},
+    {"NothingCanFill", "meta/s/x data/s/CT.1", "s", STATUS_OK, "", "UNUSED", "x"},
+    {"FilledAndKept", "meta/s/order data/s/order data/s/objectdb.meta data/s/storestate.rec data/s/CT.1", "s",
+     STATUS_OK, "", "UNUSED", "objectdb.meta order storestate.rec"},
+    {"MetaGone", "data/s/objectdb.meta", "cts", kUnusable, kLocating + "meta" + kGone, "REPOSITORY_META={}/absent"},
+    {"MetaUnknown", "", "", kUnusable, kLocating + "meta for s. Status code: 2\n", "REPOSITORY_META=unknown"},
+    {"Missing", "temp/s/order", "s", STATUS_MISSING},
+    {"NoDataVariable", "data/s/objectdb.meta", "s", STATUS_MISSING, kNotSet + "REPOSITORY_DICOM_DATA\n",
+     "REPOSITORY_DICOM_DATA"},
+    {"DataGone", "", "sc", kUnusable, kLocating + "data" + kGone, "REPOSITORY_DICOM_DATA={}/absent"},
+    {"DataOnlyImages", "data/s/CT.1", "s", STATUS_MISSING},
+    {"LegacyStoreState", "data/s/storestate.rec data/s/CT.1", "s", STATUS_OK, "", "UNUSED", "storestate.rec"},
+    {"LegacyObjectMeta", "data/s/objectdb.meta data/s/resend", "sc", STATUS_OK, kNoConnection, "UNUSED",
+     "objectdb.meta resend storestate.rec"},
+    {"LegacyWithoutTables", "data/s/objectdb.meta", "s", STATUS_ERROR, kCopying + kNoTables + "\n", "TARGETTBL"},
+    {"Parked", "temp/s/order", "t", STATUS_OK_TEMP},
+    {"NotParked", "", "t", STATUS_MISSING},
+    {"ParkedGone", "", "t", kUnusable, kLocating + "tempmeta" + kGone, "REPOSITORY_TEMPMETA={}/absent"},
+    {"CreatedAndRestored", "temp/s/order temp/s/moveto", "ct", STATUS_OK_NEW,
+     kCalled + "{}/meta subDir=s shouldLock=true\n", "UNUSED", "moveto order"},
 };
 
-std::vector<std::string> words(const std::string& text)
+Words words(const std::string& text)
 {
   std::istringstream stream(text);
   return {std::istream_iterator<std::string>(stream), {}};
@@ -149,19 +117,18 @@ TEST_P(GetMeta, Gives)
   const Look& look = GetParam();
   for (const std::string& file : words(look.files))
     put(file);
-  const std::string variable = filled(look.variable);
-  const auto equals = std::min(variable.find('='), variable.size());
-  const std::optional<std::string> value =
-      equals < variable.size() ? std::optional(variable.substr(equals + 1)) : std::nullopt;
-  const ScopedEnvironment changed(equals > 0 ? variable.substr(0, equals) : "UNUSED", value);
+  const auto equals = look.variable.find('=');
+  const auto value =
+      equals == std::string::npos ? std::nullopt : std::optional(filled(look.variable.substr(equals + 1)));
+  const ScopedEnvironment changed(look.variable.substr(0, equals), value);
+  const auto asks = [&look](char letter) { return look.asked.find(letter) != std::string::npos; };
   const LogFile log;
   std::string metaDir = "before";
-  const Status status = MetaManager().getMeta("s", look.flags & kCreate, look.flags & kUseTemp, metaDir, nullptr,
-                                              look.flags & kCheckStoreState);
+  const Status status = MetaManager().getMeta("s", asks('c'), asks('t'), metaDir, nullptr, asks('s'));
   EXPECT_EQ(status.value(), look.status);
-  EXPECT_EQ(metaDir, filled(look.metaDir));
+  EXPECT_EQ(metaDir, look.status == STATUS_OK_TEMP ? folder / "temp/s" : status ? folder / "meta/s" : "");
   EXPECT_EQ(log.lines(), filled(look.log));
-  EXPECT_EQ(fs::exists(root / "meta/s") ? list("meta/s") : std::vector<std::string>(), words(look.metaFiles));
+  EXPECT_EQ(list("meta/s"), words(look.metaFiles));
   EXPECT_EQ(list("meta").size(), fs::exists(root / "meta/s") ? 1U : 0U) << "nothing is left beside it";
   for (const std::string& file : words(look.files))
   {
@@ -170,7 +137,7 @@ TEST_P(GetMeta, Gives)
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Ways, GetMeta, testing::ValuesIn(kLooks), [](const auto& row) { return row.param.oddity; });
+INSTANTIATE_TEST_SUITE_P(Ways, GetMeta, testing::ValuesIn(kLooks), [](const auto& row) { return row.param.odd; });
 
 TEST_F(MetaTest, NamesNeverLeaveTheRepository)
 {
@@ -182,8 +149,7 @@ TEST_F(MetaTest, NamesNeverLeaveTheRepository)
     const Status status = MetaManager().getMeta(study, true, true, metaDir, nullptr, true);
     EXPECT_EQ(status.value(), STATUS_REPOSITORY_ERROR) << study;
     EXPECT_EQ(metaDir, "") << study;
-    EXPECT_EQ(log.lines(), kError + "MetaManager::getMeta() repository error while locating meta for " + study +
-                               ". Status code: 8\n");
+    EXPECT_EQ(log.lines(), kLocating + "meta for " + study + ". Status code: 8\n");
   }
 }
 
@@ -194,33 +160,26 @@ TEST_F(MetaTest, LinksAndPipesOfALegacyDirectoryAreNotCopied)
   ASSERT_EQ(mkfifo((root / "data/s/objectdb.meta").c_str(), 0600), 0);
   std::string metaDir;
   ASSERT_TRUE(MetaManager().getMeta("s", false, false, metaDir, nullptr, true));
-  EXPECT_EQ(list("meta/s"), std::vector<std::string>{"storestate.rec"});
+  EXPECT_EQ(list("meta/s"), Words{"storestate.rec"});
 }
-
-struct ModeRow
-{
-  const char* record;
-  const char* mode;
-};
 
 TEST_F(MetaTest, TheDefaultStoreStateNamesModeAndDevices)
 {
-  const Environment database{{{"TARN_DB_URL", "sqlite:" + (root / "db").string()}}};
+  const Environment database{{{"TARN_DB_URL", "sqlite:" + folder / "db"}}};
   const auto db = tarn::db::DBConnectorSql::open(tarn::db::Missing::create);
   tarn::db::ArchiveAdmin(*db).createSchema();
   db->session().execute("INSERT INTO forward_targets VALUES ('PACS','P'),('B','C'),('OFF','P'),('X','X'),('A','C')");
   db->session().execute("INSERT INTO forward_services VALUES ('PACS','store',1),('B','store',1),('OFF','store',0),"
                         "('X','store',1),('A','store',1)");
   MetaConn conn(db.get());
-  for (const ModeRow& row : {ModeRow{"", "Process"},
-                             {"ProcessMode=Store\n", "Store"},
-                             {"ProcessMode=store\n", "Process"},
-                             {"ProcessMode=Database\n", "Process"}})
+  const std::pair<std::string, std::string> modes[] = {
+      {"", "Process"}, {"Store", "Store"}, {"store", "Process"}, {"Database", "Process"}};
+  for (const auto& [given, mode] : modes)
   {
-    std::ofstream(root / "conf/self.rec") << row.record;
+    std::ofstream(root / "conf/self.rec") << "ProcessMode=" << given << "\n";
     EXPECT_TRUE(MetaManager().createDefaultStorestate(root / "state", conn));
-    EXPECT_EQ(contents(root / "state"), std::string("Version=\"1\"\nProcessMode=\"") + row.mode +
-                                            "\"\nStudyOwner=\"yes\"\nForwardDevices=\"A B PACS\"\n");
+    EXPECT_EQ(contents(root / "state"),
+              "Version=\"1\"\nProcessMode=\"" + mode + "\"\nStudyOwner=\"yes\"\nForwardDevices=\"A B PACS\"\n");
   }
   EXPECT_FALSE(MetaManager().createDefaultStorestate("/dev/full", conn));
   for (const char* variable : {"TARGETTBL", "DEVSERVTBL"})
@@ -233,7 +192,7 @@ TEST_F(MetaTest, TheDefaultStoreStateNamesModeAndDevices)
     }
     catch (const tarn::imutils::IMException& failure)
     {
-      EXPECT_STREQ(failure.what(), "Missing environment variables:  TARGETTBL, DEVSERVTBL");
+      EXPECT_EQ(failure.what(), kNoTables);
     }
   }
 }
@@ -263,10 +222,9 @@ TEST_F(MetaTest, FilesMoveAlsoAcrossFileSystems)
   EXPECT_FALSE(manager.moveFile(root / "absent", root / "x"));
   EXPECT_FALSE(manager.moveFile(root / "folder", memory.path() / "x"));
   EXPECT_FALSE(manager.moveFile(root / "file", memory.path() / "folder"));
-  const std::string start = kError + "MetaManager::saveToTempMeta() ";
-  EXPECT_EQ(log.lines(), start + "moving " + near + "/absent to " + near + "/x failed: No such file or directory\n" +
-                             start + "copying " + near + "/folder to temporary file " + far +
-                             "/x.temp failed: Invalid argument\n" + start + "renaming temporary file " + far +
+  EXPECT_EQ(log.lines(), kSaving + "moving " + near + "/absent to " + near + "/x failed: No such file or directory\n" +
+                             kSaving + "copying " + near + "/folder to temporary file " + far +
+                             "/x.temp failed: Invalid argument\n" + kSaving + "renaming temporary file " + far +
                              "/folder.temp to " + far + "/folder failed: Is a directory\n");
   EXPECT_TRUE(fs::exists(root / "file"));
   EXPECT_FALSE(fs::exists(memory.path() / "folder.temp"));
@@ -280,8 +238,8 @@ TEST_F(MetaTest, DeletingParksTheMovableFilesAndCreatingRestoresThem)
     put(std::string("meta/s/") + name);
   EXPECT_TRUE(manager.deleteMeta("s", nullptr));
   EXPECT_TRUE(list("meta").empty());
-  EXPECT_EQ(list("temp/s"), (std::vector<std::string>{"derivationInfo", "movehere.mod", "movehere.uids", "moveto",
-                                                      "multihub.info", "obsinfo.rec", "order", "resend"}));
+  EXPECT_EQ(list("temp/s"), (Words{"derivationInfo", "movehere.mod", "movehere.uids", "moveto", "multihub.info",
+                                   "obsinfo.rec", "order", "resend"}));
   put("meta/s/order");
   MetaConn conn(nullptr);
   const LogFile log;
@@ -304,21 +262,18 @@ TEST_F(MetaTest, NothingIsDeletedThatCouldNotBeParked)
   const LogFile log;
   EXPECT_FALSE(MetaManager().deleteMeta("s", nullptr));
   EXPECT_EQ(contents(root / "meta/s/order"), "meta/s/order");
+  const std::string failed = kDebug + "Saving files to tempMeta failed\n";
   const struct
   {
     const char* variable;
     std::optional<std::string> value;
     std::string lines;
   } rows[] = {
-      {"REPOSITORY_META", std::nullopt, kDebug + "Missing environment variable: REPOSITORY_META\n"},
-      {"REPOSITORY_META", "unknown",
-       kError + "MetaManager::saveToTempMeta() repository error while locating meta for s. Status code: "
-                "2\ndebug MetaMgr: Saving files to tempMeta failed\n"},
+      {"REPOSITORY_META", std::nullopt, kNotSet + "REPOSITORY_META\n"},
+      {"REPOSITORY_META", "unknown", kSaving + "repository error while locating meta for s. Status code: 2\n" + failed},
       {"REPOSITORY_TEMPMETA", "unknown",
-       "info IMRepositoryHandlerIface: called createDirectory with repository=unknown subDir=s shouldLock=true\n" +
-           std::string(kError) +
-           "MetaManager::saveToTempMeta() creating tempmeta directory for s study failed\n"
-           "debug MetaMgr: Saving files to tempMeta failed\n"},
+       kCalled + "unknown subDir=s shouldLock=true\n" + kSaving + "creating tempmeta directory for s study failed\n" +
+           failed},
   };
   for (const auto& row : rows)
   {
@@ -336,10 +291,9 @@ TEST_F(MetaTest, WhatCannotBeRestoredStaysParked)
   MetaConn conn(nullptr);
   const LogFile log;
   EXPECT_EQ(MetaManager().restoreFromTempMeta("s", root / "absent", conn).value(), STATUS_ERROR);
-  const std::string parked = (root / "temp/s/order").string(), target = (root / "absent/order").string();
-  EXPECT_EQ(log.lines(), kError + "MetaManager::saveToTempMeta() moving " + parked + " to " + target +
-                             " failed: No such file or directory\n" + kError +
-                             "MetaManager::restoreFromTempMeta() Moving files to meta failed: order\n");
+  const std::string parked = folder / "temp/s/order", target = folder / "absent/order";
+  EXPECT_EQ(log.lines(), kSaving + "moving " + parked + " to " + target + " failed: No such file or directory\n" +
+                             kError + "MetaManager::restoreFromTempMeta() Moving files to meta failed: order\n");
   EXPECT_TRUE(fs::exists(parked));
   EXPECT_EQ(MetaManager().restoreFromTempMeta("..", root / "absent", conn).value(), STATUS_REPOSITORY_ERROR);
 }

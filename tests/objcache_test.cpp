@@ -1,35 +1,25 @@
-#include "Environment.h"
+#include "ArchiveFolder.h"
 #include "LogFile.h"
 #include "MariaDbServer.h"
-#include "TempDir.h"
+#include "Processes.h"
+#include "SqlText.h"
 
 #include "ArchiveAdmin.h"
-#include "QueryBindings.h"
 #include "Console.h"
 #include "DBConnectorSql.h"
-#include "DBException.h"
 #include "IMException.h"
 #include "IMSemaphore.h"
 #include "ObjCacheMgr.h"
 #include "ObjMetaInsert.h"
-#include "QueryBindings.h"
 #include "ReferenceAccessor.h"
 #include "SqlSession.h"
-#include "TmpPSCache.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <fstream>
 #include <functional>
-#include <memory>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace
 {
@@ -81,34 +71,26 @@ extern "C"
 namespace
 {
 
-const char kHeader[] = "0\n3\nSTUDYUID\tFNAME\tSOPINSTUID\n";
-const char kGood[] = "0\n3\nSTUDYUID\tFNAME\tSOPINSTUID\ns\tCT.1\t1\ns\tCT.2\t2\n";
-const char kBad[] = "0\n3\nSTUDYUID\tFNAME\tSOPINSTUID\ns\tCT.1\t1\ns\tCT.2\n";
-const char kErrorStatus[] = "The Object Cache entry is in error status for s";
-
-MariaDbServer& server()
-{
-  static MariaDbServer instance;
-  return instance;
-}
+const std::string kHeader = "0\n3\nSTUDYUID\tFNAME\tSOPINSTUID\n";
+const std::string kGood = kHeader + "s\tCT.1\t1\ns\tCT.2\t2\n";
+const std::string kBad = kHeader + "s\tCT.1\t1\ns\tCT.2\n";
+const std::string kErrorStatus = "The Object Cache entry is in error status for s";
+const std::string kCaught = "An exception caught while ";
 
 std::string metaText(int rows)
 {
-  std::ostringstream text;
-  text << kHeader;
+  std::string text = kHeader;
   for (int row = 0; row < rows; ++row)
-    text << "s\tCT." << 100000 + row << "\t1." << row << '\n';
-  return text.str();
+    text += "s\tCT." + std::to_string(100000 + row) + "\t1." + std::to_string(row) + "\n";
+  return text;
 }
 
 /// The study "s" in an empty archive; the parameter is the database.
-class ObjCache : public testing::TestWithParam<const char*>
+class ObjCache : public testing::TestWithParam<const char*>, protected ArchiveFolder
 {
 protected:
   ObjCache()
   {
-    for (const char* repository : {"data", "meta", "temp"})
-      fs::create_directory(root / repository);
     intercepted = {};
     db = open();
     ArchiveAdmin(*db).createSchema();
@@ -118,11 +100,19 @@ protected:
     const ScopedEnvironment variable("TARN_DB_URL", url);
     return DBConnectorSql::open(Missing::create);
   }
-  void clear()
+  /// The study with this meta file, its row of `studies` (negative: none), and nothing else.
+  void begin(const std::string& text, int count, bool required = false)
   {
     for (const char* table : {"objects", "object_cache", "studies", "object_references"})
       execute(std::string("DELETE FROM ") + table);
-    fs::remove_all(root / "meta/s");
+    putMeta(text);
+    if (count >= 0)
+      ArchiveAdmin(*db).putStudy("s", count, required);
+  }
+  void putEntry(const std::string& entry)
+  {
+    if (!entry.empty())
+      execute("INSERT INTO object_cache VALUES ('s'," + entry + ",'2024-01-31 23:59:59')");
   }
   void execute(const std::string& sql) { db->session().execute(sql); }
   void putMeta(const std::string& text) const
@@ -130,10 +120,6 @@ protected:
     fs::create_directories(root / "meta/s");
     std::ofstream(root / "meta/s/storestate.rec") << "Version=\"1\"\n";
     std::ofstream(root / "meta/s/objectdb.meta") << text;
-  }
-  void putStudy(int count, bool required = false)
-  {
-    execute("INSERT INTO studies VALUES ('s'," + std::to_string(count) + (required ? ",1)" : ",0)"));
   }
   /// The exception's text, empty without one.
   std::string touch(bool check = true, const std::string& study = "s")
@@ -147,44 +133,20 @@ protected:
       return failure.what();
     }
   }
-  Lines select(const std::string& sql, int columns)
-  {
-    TmpPSCache cache(*db, sql, 0, columns);
-    const auto bindings = cache.query().mkBindings();
-    Lines rows;
-    cache.executeQuery(cache.query(), *bindings,
-                       [&]
-                       {
-                         std::string row;
-                         for (int column = 0; column < columns; ++column)
-                           row += (column > 0 ? "," : "") +
-                                  (bindings->isNull(column) ? std::string("NULL") : bindings->text(column));
-                         rows.push_back(row);
-                       });
-    return rows;
-  }
-  Lines entry() { return select("SELECT STATUS,ERROR FROM object_cache WHERE STUDYUID='s'", 2); }
-  Lines rows() { return select("SELECT FNAME,SOPINSTUID FROM objects WHERE STUDYUID='s' ORDER BY FNAME", 2); }
+  Lines entry() { return select(*db, "SELECT STATUS,ERROR FROM object_cache WHERE STUDYUID='s'", 2); }
+  Lines rows() { return select(*db, "SELECT FNAME,SOPINSTUID FROM objects WHERE STUDYUID='s' ORDER BY FNAME", 2); }
   Lines references()
   {
-    return select("SELECT KIND,REFKEY FROM object_references WHERE NAME='ocerror' ORDER BY KIND,REFKEY", 2);
+    return select(*db, "SELECT KIND,REFKEY FROM object_references WHERE NAME='ocerror' ORDER BY KIND,REFKEY", 2);
   }
 
-  const TempDir folder;
-  const fs::path root = folder.path();
-  const Environment environment{{{"REPOSITORYHANDLER_HOME", ANNOMEND_HANDLER_HOME},
-                                 {"REPOSITORY_META", root / "meta"},
-                                 {"REPOSITORY_TEMPMETA", root / "temp"},
-                                 {"REPOSITORY_DICOM_DATA", root / "data"},
-                                 {"OBJECTTBL", "objects"},
-                                 {"QXOBJCACHETBL", "object_cache"}}};
   const std::string url =
-      GetParam() == std::string("SQLite") ? "sqlite:" + (root / "db").string() : server().createDatabase();
+      GetParam() == std::string("SQLite") ? "sqlite:" + folder / "db" : MariaDbServer::shared().createDatabase();
   std::unique_ptr<DBConnectorSql> db;
 };
 
 INSTANTIATE_TEST_SUITE_P(On, ObjCache, testing::Values("SQLite", "MariaDB"),
-                         [](const auto& database) { return std::string(database.param); });
+                         [](const auto& database) { return database.param; });
 
 /// The errors that the import and what follows it log.
 std::string errorLines(const LogFile& log)
@@ -199,61 +161,56 @@ std::string errorLines(const LogFile& log)
 
 struct Refused
 {
-  const char* oddity;
-  std::string text;
-  int count;
+  const char* odd;
   int code;
-  Environment::Variables variables;
+  std::string text;
+  int count = 2;
+  Environment::Variables variables = {};
 };
 
-const std::vector<Refused> kRefused = {
-    {"no object table", kGood, 2, -1, {{"OBJECTTBL", std::nullopt}}},
-    {"no object-cache table", kGood, 2, -2, {{"QXOBJCACHETBL", ""}}},
-    {"unknown meta repository", kGood, 2, -3, {{"REPOSITORY_META", "unknown"}}},
-    {"empty file", "", 2, -5, {}},
-    {"empty first line", "\n3\n", 2, -6, {}},
-    {"first line no number", "x\n", 2, -6, {}},
-    {"first line negative", "-1\n", 2, -6, {}},
-    {"first line beyond 32 bits", "4294967296\n", 2, -6, {}},
-    {"one line", "0\n", 2, -7, {}},
-    {"no columns", "0\n0\n", 2, -8, {}},
-    {"column count no number", "0\nFNAME\n", 2, -8, {}},
-    {"two lines", "0\n3\n", 2, -9, {}},
-    {"two names for three", "0\n3\nSTUDYUID\tFNAME\n", 2, -10, {}},
-    {"four names for three", "0\n3\nSTUDYUID\tFNAME\tA\tB\n", 2, -10, {}},
-    {"a huge count", "0\n2147483647\nSTUDYUID\tFNAME\n", 2, -10, {}},
-    {"no names", "0\n1\n\n", 2, -10, {}},
-    {"an empty last name", "0\n3\nSTUDYUID\tFNAME\t\n", 2, -10, {}},
-    {"no row of studies", kGood, -1, -11, {}},
-    {"key in small letters", "0\n2\nSTUDYUID\tfname\ns\tCT.1\n", 1, -20, {}},
-    {"no rows, two expected", kHeader, 2, -21, {}},
-    {"a row too many", kGood, 1, -21, {}},
-    {"a row twice", std::string(kHeader) + "s\tCT.1\t1\ns\tCT.1\t2\n", 2, -21, {}},
-    {"a field missing", kBad, 2, -23, {}},
-    {"a field too many", std::string(kHeader) + "s\tCT.1\t1\t1\n", 1, -23, {}},
-    {"its own end marker", std::string(kHeader) + "s\tCT.1\t<<EOL>>\t<<EOL>>\n", 1, -23, {}},
-    {"an empty line", std::string(kGood) + "\n", 2, -23, {}},
+const Refused kRefused[] = {
+    {"no object table", -1, kGood, 2, {{"OBJECTTBL", std::nullopt}}},
+    {"no object-cache table", -2, kGood, 2, {{"QXOBJCACHETBL", ""}}},
+    {"unknown meta repository", -3, kGood, 2, {{"REPOSITORY_META", "unknown"}}},
+    {"empty file", -5, ""},
+    {"empty first line", -6, "\n3\n"},
+    {"first line no number", -6, "x\n"},
+    {"first line negative", -6, "-1\n"},
+    {"first line beyond 32 bits", -6, "4294967296\n"},
+    {"one line", -7, "0\n"},
+    {"no columns", -8, "0\n0\n"},
+    {"column count no number", -8, "0\nFNAME\n"},
+    {"two lines", -9, "0\n3\n"},
+    {"two names for three", -10, "0\n3\nSTUDYUID\tFNAME\n"},
+    {"four names for three", -10, "0\n3\nSTUDYUID\tFNAME\tA\tB\n"},
+    {"a huge count", -10, "0\n2147483647\nSTUDYUID\tFNAME\n"},
+    {"no names", -10, "0\n1\n\n"},
+    {"an empty last name", -10, "0\n3\nSTUDYUID\tFNAME\t\n"},
+    {"no row of studies", -11, kGood, -1},
+    {"key in small letters", -20, "0\n2\nSTUDYUID\tfname\ns\tCT.1\n", 1},
+    {"no rows, two expected", -21, kHeader},
+    {"a row too many", -21, kGood, 1},
+    {"a row twice", -21, kHeader + "s\tCT.1\t1\ns\tCT.1\t2\n"},
+    {"a field missing", -23, kBad},
+    {"a field too many", -23, kHeader + "s\tCT.1\t1\t1\n", 1},
+    {"its own end marker", -23, kHeader + "s\tCT.1\t<<EOL>>\t<<EOL>>\n", 1},
+    {"an empty line", -23, kGood + "\n"},
 };
 
 TEST_P(ObjCache, RefusedFilesWriteNothingAndGiveTheirCode)
 {
   for (const Refused& row : kRefused)
   {
-    SCOPED_TRACE(row.oddity);
-    clear();
-    putMeta(row.text);
-    if (row.count >= 0)
-      putStudy(row.count);
+    SCOPED_TRACE(row.odd);
+    begin(row.text, row.count);
     const Environment changed(row.variables);
     const LogFile log;
     EXPECT_EQ(touch(), kErrorStatus);
     const std::string code = std::to_string(row.code) + "\n";
-    const bool fileIsBad = row.code <= -3 && row.code != -11 && row.code != -21;
-    EXPECT_EQ(errorLines(log), "ObjCacheMgr ERROR importing object table for s: " + code + kErrorStatus + "\n" +
-                                   (fileIsBad ? "Collecting objects for s from objmeta for adding error references "
-                                                "failed: " +
-                                                    code
-                                              : ""));
+    std::string lines = "ObjCacheMgr ERROR importing object table for s: " + code + kErrorStatus + "\n";
+    if (row.code <= -3 && row.code != -11 && row.code != -21) // the file itself is bad
+      lines += "Collecting objects for s from objmeta for adding error references failed: " + code;
+    EXPECT_EQ(errorLines(log), lines);
     EXPECT_EQ(rows(), Lines());
     EXPECT_EQ(entry(), Lines{"2,1"});
   }
@@ -289,55 +246,55 @@ TEST_P(ObjCache, AStudyThatIsNoNameNeverLeavesTheRepository)
 
 TEST_P(ObjCache, WhatIsNoRegularFileIsNotWaitedFor)
 {
-  putMeta("");
-  putStudy(0);
+  begin("", 0);
   const fs::path file = root / "meta/s/objectdb.meta";
-  for (const std::function<void()>& make : {std::function<void()>([&] { mkfifo(file.c_str(), 0600); }),
-                                            std::function<void()>([&] { fs::create_directory(file); }),
-                                            std::function<void()>([&] { fs::create_symlink("/dev/zero", file); })})
+  for (const char* kind : {"pipe", "folder", "device"})
   {
     fs::remove(file);
-    make();
+    if (*kind == 'p')
+      ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    else if (*kind == 'f')
+      fs::create_directory(file);
+    else
+      fs::create_symlink("/dev/zero", file);
     bool missing = false;
-    EXPECT_EQ(ObjCacheMgr(db.get()).importFromMeta("s", missing), -4);
+    EXPECT_EQ(ObjCacheMgr(db.get()).importFromMeta("s", missing), -4) << kind;
   }
 }
 
 struct Thrown
 {
-  const char* oddity;
-  std::string text;
+  const char* odd;
   const char* reason; // what its text names
-  Environment::Variables variables;
+  std::string text;
+  const char* table = "objects";
 };
 
-const std::vector<Thrown> kThrown = {
-    {"column no identifier", "0\n3\nSTUDYUID\tFNAME\tX)--\ns\tCT.1\t1\n", "X)--", {}},
-    {"column with a return", "0\n3\nSTUDYUID\tFNAME\tSERIESUID\r\ns\tCT.1\t1\r\n", "SERIESUID", {}},
-    {"table no identifier", "0\n2\nSTUDYUID\tFNAME\ns\tCT.1\n", "objects;--", {{"OBJECTTBL", "objects;--"}}},
-    {"unknown table", "0\n2\nSTUDYUID\tFNAME\ns\tCT.1\n", "nowhere", {{"OBJECTTBL", "nowhere"}}},
-    {"unknown column", "0\n3\nSTUDYUID\tFNAME\tCOLOUR\ns\tCT.1\t1\n", "COLOUR", {}},
-    {"column twice", "0\n3\nSTUDYUID\tFNAME\tFNAME\ns\tCT.1\tCT.1\n", "FNAME", {}},
-    {"key column missing", "0\n1\nFNAME\nCT.1\n", "STUDYUID", {}},
-    {"key NULL", "0\n2\nSTUDYUID\tFNAME\n<<NULL>>\tCT.1\n", "STUDYUID", {}},
-    {"text for a number", "0\n3\nSTUDYUID\tFNAME\tIMGROWS\ns\tCT.1\t12abc\n", "IMGROWS", {}},
-    {"UID too long", std::string(kHeader) + "s\tCT.1\t" + std::string(65, '1') + "\n", "SOPINSTUID", {}},
+const Thrown kThrown[] = {
+    {"column no identifier", "X)--", "0\n3\nSTUDYUID\tFNAME\tX)--\ns\tCT.1\t1\n"},
+    {"column with a return", "SERIESUID", "0\n3\nSTUDYUID\tFNAME\tSERIESUID\r\ns\tCT.1\t1\r\n"},
+    {"table no identifier", "objects;--", "0\n2\nSTUDYUID\tFNAME\ns\tCT.1\n", "objects;--"},
+    {"unknown table", "nowhere", "0\n2\nSTUDYUID\tFNAME\ns\tCT.1\n", "nowhere"},
+    {"unknown column", "COLOUR", "0\n3\nSTUDYUID\tFNAME\tCOLOUR\ns\tCT.1\t1\n"},
+    {"column twice", "FNAME", "0\n3\nSTUDYUID\tFNAME\tFNAME\ns\tCT.1\tCT.1\n"},
+    {"key column missing", "STUDYUID", "0\n1\nFNAME\nCT.1\n"},
+    {"key NULL", "STUDYUID", "0\n2\nSTUDYUID\tFNAME\n<<NULL>>\tCT.1\n"},
+    {"text for a number", "IMGROWS", "0\n3\nSTUDYUID\tFNAME\tIMGROWS\ns\tCT.1\t12abc\n"},
+    {"UID too long", "SOPINSTUID", kHeader + "s\tCT.1\t" + std::string(65, '1') + "\n"},
 };
 
 TEST_P(ObjCache, WhatTheDatabaseCannotTakeFailsTheImport)
 {
   for (const Thrown& row : kThrown)
   {
-    SCOPED_TRACE(row.oddity);
-    clear();
-    putMeta(row.text);
-    putStudy(1);
-    const Environment changed(row.variables);
+    SCOPED_TRACE(row.odd);
+    begin(row.text, 1);
+    const ScopedEnvironment table("OBJECTTBL", row.table);
     const LogFile log;
-    const std::string start = "An exception caught while mapping Object table entries for s: ";
     EXPECT_EQ(touch(), kErrorStatus);
-    EXPECT_EQ(errorLines(log).substr(0, start.size()), start);
-    EXPECT_NE(errorLines(log).find(row.reason), std::string::npos) << errorLines(log);
+    const std::string errors = errorLines(log);
+    EXPECT_EQ(errors.rfind(kCaught + "mapping Object table entries for s: ", 0), 0U) << errors;
+    EXPECT_NE(errors.find(row.reason), std::string::npos) << errors;
     EXPECT_EQ(rows(), Lines());
     EXPECT_EQ(entry(), Lines{"2,1"});
   }
@@ -345,20 +302,17 @@ TEST_P(ObjCache, WhatTheDatabaseCannotTakeFailsTheImport)
 
 struct Taken
 {
-  const char* oddity;
+  const char* odd;
   std::string rows;
   int count;
   Lines stored;
 };
 
-const std::vector<Taken> kTaken = {
+const Taken kTaken[] = {
     {"none", "", 0, {}},
     {"no newline at the end", "s\tCT.1\t1", 1, {"CT.1,1"}},
     {"the later of two", "s\tCT.1\t1\ns\tCT.0\t0\ns\tCT.1\t2\n", 2, {"CT.0,0", "CT.1,2"}},
-    {"keys that a collation takes for one",
-     "s\tCT.a\t1\ns\tCT.A\t2\ns\tCT.a+\t3\n",
-     3,
-     {"CT.A,2", "CT.a,1", "CT.a ,3"}},
+    {"keys of one collation", "s\tC.a\t1\ns\tC.A\t2\ns\tC.a+\t3\n", 3, {"C.A,2", "C.a,1", "C.a ,3"}},
     {"empty last field", "s\tCT.1\t\n", 1, {"CT.1,"}},
     {"NULL", "s\tCT.1\t<<NULL>>\n", 1, {"CT.1,NULL"}},
     {"escaped NULL is text", "s\tCT.1\t%3C<NULL>>\n", 1, {"CT.1,<<NULL>>"}},
@@ -373,10 +327,8 @@ TEST_P(ObjCache, RowsAreStoredDecoded)
 {
   for (const Taken& row : kTaken)
   {
-    SCOPED_TRACE(row.oddity);
-    clear();
-    putMeta(kHeader + row.rows);
-    putStudy(row.count);
+    SCOPED_TRACE(row.odd);
+    begin(kHeader + row.rows, row.count);
     EXPECT_EQ(touch(), "");
     EXPECT_EQ(rows(), row.stored);
     EXPECT_EQ(entry(), Lines{"0,0"});
@@ -385,9 +337,8 @@ TEST_P(ObjCache, RowsAreStoredDecoded)
 
 TEST_P(ObjCache, RowsAreWrittenInBatchesThatStayEach)
 {
-  putStudy(301);
+  begin(metaText(300) + "s\tZ\t" + std::string(65, '1') + "\n", 301);
   execute("INSERT INTO objects(STUDYUID,FNAME,SOPINSTUID) VALUES ('s','CT.100000','before')");
-  putMeta(metaText(300) + "s\tZ\t" + std::string(65, '1') + "\n");
   EXPECT_EQ(touch(), kErrorStatus);
   EXPECT_EQ(rows().size(), 300U);
   EXPECT_EQ(rows().front(), "CT.100000,before");
@@ -398,13 +349,12 @@ TEST_P(ObjCache, RowsAreWrittenInBatchesThatStayEach)
   intercepted.updates.clear();
   EXPECT_EQ(touch(), "");
   EXPECT_EQ(rows().size(), 301U);
-  std::string first = "INSERT INTO objects(STUDYUID,FNAME,SOPINSTUID) VALUES (?,?,?)";
-  const std::string last = " ON DUPLICATE KEY UPDATE FNAME=FNAME";
-  const std::string second = first + last;
+  std::string text = "INSERT INTO objects(STUDYUID,FNAME,SOPINSTUID) VALUES (?,?,?)";
+  const std::string last = " ON DUPLICATE KEY UPDATE FNAME=FNAME", second = text + last;
   for (int row = 1; row < 300; ++row)
-    first += ",(?,?,?)";
+    text += ",(?,?,?)";
   ASSERT_EQ(intercepted.updates.size(), 3U); // and the status
-  EXPECT_EQ(intercepted.updates[0], first + last);
+  EXPECT_EQ(intercepted.updates[0], text + last);
   EXPECT_EQ(intercepted.updates[1], second);
 }
 
@@ -412,26 +362,23 @@ TEST_P(ObjCache, MoreColumnsThanAStatementTakesForThreeHundredRows)
 {
   constexpr int kColumns = 219;
   std::string table = "CREATE TABLE wide (STUDYUID VARCHAR(64), FNAME VARCHAR(64) PRIMARY KEY";
-  std::string text = "0\n" + std::to_string(kColumns) + "\nSTUDYUID\tFNAME";
+  std::string names = "STUDYUID\tFNAME";
+  std::string values;
   for (int column = 2; column < kColumns; ++column)
   {
-    table += ",C" + std::to_string(column) + " INT";
-    text += "\tC" + std::to_string(column);
+    const std::string name = "C" + std::to_string(column);
+    table += "," + name + " INT";
+    names += "\t" + name;
+    values += "\t1";
   }
-  text += "\n";
+  std::string text = "0\n" + std::to_string(kColumns) + "\n" + names + "\n";
   for (int row = 0; row < 300; ++row)
-  {
-    text += "s\t" + std::to_string(row);
-    for (int column = 2; column < kColumns; ++column)
-      text += "\t1";
-    text += "\n";
-  }
+    text += "s\t" + std::to_string(row) + values + "\n";
   execute(table + ")");
-  putStudy(300);
-  putMeta(text);
+  begin(text, 300);
   const ScopedEnvironment variable("OBJECTTBL", "wide");
   EXPECT_EQ(touch(), "");
-  EXPECT_EQ(select("SELECT COUNT(*) FROM wide", 1), Lines{"300"});
+  EXPECT_EQ(select(*db, "SELECT COUNT(*) FROM wide"), Lines{"300"});
 }
 
 TEST_P(ObjCache, RowsThatRunOutAreAProblem)
@@ -458,23 +405,23 @@ enum Before
 
 struct State
 {
-  const char* oddity;
+  const char* odd;
   const char* entry; // STATUS,ERROR
-  const char* text;  // of the meta file
+  std::string text;  // of the meta file; none where it is empty
   int before;
-  const char* message;
+  std::string message;
   Lines entryAfter;
   int references; // 0: none, 1: of the study alone, 2: of its objects too
 };
 
-const char kUnmap[] = "The Object Cache entry is marked for unmap for s";
-const std::vector<State> kStates = {
-    {"absent, import", nullptr, kGood, kPlain, "", {"0,0"}, 0},
-    {"absent, import fails", nullptr, kBad, kPlain, kErrorStatus, {"2,1"}, 2},
-    {"absent, import fails, forced", nullptr, kBad, kReferenced, kErrorStatus, {"2,1"}, 2},
-    {"absent, missing, no check", nullptr, nullptr, kRequired | kNoCheck, "", {}, 0},
-    {"absent, missing, not required", nullptr, nullptr, kPlain, "", {"0,0"}, 0},
-    {"absent, missing, required", nullptr, nullptr, kRequired, kErrorStatus, {"2,1"}, 1},
+const std::string kUnmap = "The Object Cache entry is marked for unmap for s";
+const State kStates[] = {
+    {"absent, import", "", kGood, kPlain, "", {"0,0"}, 0},
+    {"absent, import fails", "", kBad, kPlain, kErrorStatus, {"2,1"}, 2},
+    {"absent, import fails, forced", "", kBad, kReferenced, kErrorStatus, {"2,1"}, 2},
+    {"absent, missing, no check", "", "", kRequired | kNoCheck, "", {}, 0},
+    {"absent, missing, not required", "", "", kPlain, "", {"0,0"}, 0},
+    {"absent, missing, required", "", "", kRequired, kErrorStatus, {"2,1"}, 1},
     {"valid", "0,0", kBad, kRequired, "", {"0,0"}, 0},
     {"valid with the flag", "0,1", kBad, kPlain, "", {"0,1"}, 0},
     {"unmap", "1,0", kGood, kPlain, kUnmap, {"1,0"}, 2},
@@ -486,37 +433,36 @@ const std::vector<State> kStates = {
     {"to be mapped", "3,0", kGood, kPlain, "", {"0,0"}, 0},
     {"to be mapped, fails", "3,0", kBad, kPlain, kErrorStatus, {"2,1"}, 2},
     {"to be mapped, fails, referenced", "-1,0", kBad, kReferenced, kErrorStatus, {"2,1"}, 1},
-    {"to be mapped, missing, no check", "3,0", nullptr, kNoCheck, "", {"3,0"}, 0},
-    {"to be mapped, missing, required", "3,0", nullptr, kRequired, kErrorStatus, {"2,1"}, 1},
+    {"to be mapped, missing, no check", "3,0", "", kNoCheck, "", {"3,0"}, 0},
+    {"to be mapped, missing, required", "3,0", "", kRequired, kErrorStatus, {"2,1"}, 1},
 };
 
 TEST_P(ObjCache, StatesOfTheEntry)
 {
-  const Lines references[] = {{}, {"STUDYDIR,s"}, {"OBJECTFILE,s/CT.1", "STUDYDIR,s"}};
   for (const State& row : kStates)
   {
-    SCOPED_TRACE(row.oddity);
-    clear();
-    if (row.text)
-      putMeta(row.text);
-    putStudy(2, row.before & kRequired);
-    if (row.entry)
-      execute(std::string("INSERT INTO object_cache VALUES ('s',") + row.entry + ",'2024-01-31 23:59:59')");
+    SCOPED_TRACE(row.odd);
+    begin(row.text, 2, row.before & kRequired);
+    if (row.text.empty())
+      fs::remove_all(root / "meta/s");
+    putEntry(row.entry);
     if (row.before & kReferenced)
       db->references().addReference("s", "STUDYDIR", "ocerror");
     EXPECT_EQ(touch(!(row.before & kNoCheck)), row.message);
     EXPECT_EQ(entry(), row.entryAfter);
-    Lines expected = references[row.references];
-    if (row.text == kGood && row.references == 2)
-      expected.insert(expected.begin() + 1, "OBJECTFILE,s/CT.2");
-    EXPECT_EQ(this->references(), expected);
+    Lines expected;
+    if (row.references == 2)
+      expected = row.text == kGood ? Lines{"OBJECTFILE,s/CT.1", "OBJECTFILE,s/CT.2"} : Lines{"OBJECTFILE,s/CT.1"};
+    if (row.references > 0)
+      expected.emplace_back("STUDYDIR,s");
+    EXPECT_EQ(references(), expected);
   }
 }
 
 TEST_P(ObjCache, ReferencesGoToAllThatIsKnownOfTheStudy)
 {
   const std::string refused(320, 'x'); // with the study, longer than a reference's key
-  putMeta(std::string(kHeader) + "s\tCT.meta\t1\ns\t" + refused + "\t1\nbad\n");
+  putMeta(kHeader + "s\tCT.meta\t1\ns\t" + refused + "\t1\nbad\n");
   execute("INSERT INTO objects(STUDYUID,FNAME) VALUES ('s','CT.row')");
   for (const char* file : {"s/CT.file", "s_dead1/CT.dead1", "s_dead2/CT.dead2", "s_dead4/CT.dead4", "t/CT.other"})
   {
@@ -548,13 +494,11 @@ TEST_P(ObjCache, ReferencesGoToAllThatIsKnownOfTheStudy)
 
 TEST_P(ObjCache, ADatabaseThatFailsBecomesTheOneException)
 {
-  putMeta(kGood);
-  putStudy(2);
-  const std::string start = "An exception caught while checking/updating Object Cache entry for s: ";
+  begin(kGood, 2);
   execute("DROP TABLE object_references");
   {
     const LogFile log;
-    execute("INSERT INTO object_cache VALUES ('s',2,1,'2024-01-31 23:59:59')");
+    putEntry("2,1");
     EXPECT_EQ(touch(), kErrorStatus);
     const std::string errors = errorLines(log);
     for (const char* line : {"checking ocerror references on STUDYDIR/s failed with exception: ",
@@ -564,7 +508,7 @@ TEST_P(ObjCache, ADatabaseThatFailsBecomesTheOneException)
       EXPECT_NE(errors.find(line), std::string::npos) << errors;
   }
   execute("DROP TABLE object_cache");
-  EXPECT_EQ(touch().substr(0, start.size()), start);
+  EXPECT_EQ(touch().rfind(kCaught + "checking/updating Object Cache entry for s: ", 0), 0U);
   const ScopedEnvironment table("QXOBJCACHETBL", std::string(2000, 'x'));
   db = open();
   EXPECT_EQ(touch().size(), 1022U);
@@ -578,65 +522,43 @@ TEST_P(ObjCache, ALockThatIsNotObtainedAddsNoReference)
   EXPECT_EQ(intercepted.lockArguments, (std::vector<float>{30000, 10.0F, 1.5F, 1000.0F, 0.4F}));
   EXPECT_EQ(touch(true, std::string(300, '1')), (start + std::string(300, '1')).substr(0, 254));
   EXPECT_EQ(references(), Lines());
-  putMeta(kGood);
-  putStudy(2);
-  execute("INSERT INTO object_cache VALUES ('s',0,0,'2024-01-31 23:59:59')");
+  begin(kGood, 2);
+  putEntry("0,0");
   EXPECT_EQ(touch(), "") << "a valid entry needs no lock";
 }
 
 TEST_P(ObjCache, ProcessesStartedTogetherImportOnce)
 {
-  constexpr int kProcesses = 32;
   constexpr int kRows = 2000;
-  putMeta(metaText(kRows));
-  putStudy(kRows);
+  begin(metaText(kRows), kRows);
+  db.reset();
   const LogFile log;
-  int gate[2];
-  ASSERT_EQ(pipe(gate), 0);
-  std::vector<pid_t> children;
-  for (int number = 0; number < kProcesses; ++number)
-    if (const pid_t child = fork(); child == 0)
-    {
-      char byte = 0;
-      close(gate[1]);
-      const bool opened = read(gate[0], &byte, 1) == 0; // its end opens the gate
-      (void)db.release();                               // the parent's connection is not ours to close
-      db = open();
-      const bool touched = opened && touch().empty() && rows().size() == kRows;
-      db.reset();
-      _exit(touched ? 0 : 1);
-    }
-    else
-      children.push_back(child);
-  close(gate[0]);
-  close(gate[1]);
-  for (const pid_t child : children)
+  const auto import = [&]
   {
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
-  }
+    db = open();
+    const bool good = touch().empty() && rows().size() == kRows;
+    db.reset();
+    return good ? 0 : 1;
+  };
+  EXPECT_EQ(succeeding(32, import), 32);
   const std::string lines = log.lines();
-  const std::string import = "The meta repository status is 0 for s ";
-  EXPECT_NE(lines.find(import), std::string::npos);
-  EXPECT_EQ(lines.find(import), lines.rfind(import)) << "one of them imports";
+  const std::string found = "The meta repository status is 0 for s ";
+  EXPECT_NE(lines.find(found), std::string::npos);
+  EXPECT_EQ(lines.find(found), lines.rfind(found)) << "one of them imports";
 }
 
 class Interrupted : public ObjCache
 {
 protected:
   static constexpr int kRows = 10000;
-  Interrupted()
+  Interrupted() { begin(metaText(kRows), kRows); }
+  /// In the middle of the import, before its tenth batch.
+  static void amidst(const std::function<void()>& action)
   {
-    putMeta(metaText(kRows));
-    putStudy(kRows);
-  }
-  /// In the middle of the import, before a batch.
-  static void at(int batch, const std::function<void()>& action)
-  {
-    intercepted.beforeUpdate = [batch, action]
+    intercepted.updates.clear();
+    intercepted.beforeUpdate = [action]
     {
-      if (static_cast<int>(intercepted.updates.size()) == batch)
+      if (intercepted.updates.size() == 10)
         action();
     };
   }
@@ -651,23 +573,19 @@ protected:
   }
 };
 
-INSTANTIATE_TEST_SUITE_P(On, Interrupted, testing::Values("SQLite", "MariaDB"),
-                         [](const auto& database) { return std::string(database.param); });
+INSTANTIATE_TEST_SUITE_P(On, Interrupted, testing::Values("SQLite", "MariaDB"));
 
 TEST_P(Interrupted, AKilledProcessIsMadeGoodByTheNextOne)
 {
-  const pid_t child = fork();
-  if (child == 0)
+  db.reset();
+  const auto killed = [&]
   {
-    (void)db.release();
     db = open();
-    at(10, [] { raise(SIGKILL); });
-    touch();
-    _exit(0);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+    amidst([] { raise(SIGKILL); });
+    return touch().empty() ? 0 : 1;
+  };
+  EXPECT_EQ(statusOf(inChild(killed)), 128 + SIGKILL);
+  db = open();
   expectRecovery();
 }
 
@@ -676,9 +594,9 @@ INSTANTIATE_TEST_SUITE_P(On, InterruptedServer, testing::Values("MariaDB"));
 
 TEST_P(InterruptedServer, AServerThatCrashesAndComesBackIsNotSilentlyUsed)
 {
-  at(10, [] { server().restart(); });
-  const std::string start = "An exception caught while checking/updating Object Cache entry for s: ";
-  EXPECT_EQ(touch().substr(0, start.size()), start) << "the lock was lost with the connection";
+  amidst([] { MariaDbServer::shared().restart(); });
+  EXPECT_EQ(touch().rfind(kCaught + "checking/updating Object Cache entry for s: ", 0), 0U)
+      << "the lock was lost with the connection";
   db = open();
   expectRecovery();
 }

@@ -1,5 +1,7 @@
 #include "Environment.h"
+#include "Files.h"
 #include "LogFile.h"
+#include "Processes.h"
 #include "TempDir.h"
 
 #include "IMRepositoryHandlerIface.h"
@@ -8,17 +10,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <fstream>
-#include <functional>
 #include <memory>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include <dlfcn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 using namespace tarn::repository;
@@ -57,17 +51,6 @@ std::vector<std::string> taken(char** texts)
   return result;
 }
 
-/// What `work` returns in a process of its own.
-int inAnotherProcess(const std::function<int()>& work)
-{
-  const pid_t child = fork();
-  if (child == 0)
-    _exit(work());
-  int status = 0;
-  waitpid(child, &status, 0);
-  return WEXITSTATUS(status);
-}
-
 /// The repository "meta": two ordinary mounts and an aged one.
 class Repositories : public testing::Test
 {
@@ -78,7 +61,7 @@ protected:
       fs::create_directory(home.path() / folder);
     configure("meta=" + mount("one") + ":" + mount("two") + "\nmeta.aged=" + mount("old") + "\n");
   }
-  std::string mount(const std::string& name) const { return (home.path() / name).string(); }
+  std::string mount(const std::string& name) const { return home / name; }
   void configure(const std::string& text) const { std::ofstream(home.path() / "etc/repositories.conf") << text; }
   std::string locate(const char* repository, const char* name, int& status) const
   {
@@ -91,55 +74,39 @@ protected:
 
   const Handler handler;
   const TempDir home;
-  const Environment environment{{{"REPOSITORYHANDLER_HOME", home.path().string()}}};
-};
-
-struct NameRow
-{
-  const char* oddity;
-  std::string name;
-  int status;
+  const Environment environment{{{"REPOSITORYHANDLER_HOME", home.path()}}};
 };
 
 TEST_F(Repositories, StatusOfNamesAndOfWhatStandsUnderThem)
 {
-  fs::create_directories(mount("two") + "/1.2.3");
-  fs::create_directories(mount("one") + "/.hidden");
-  fs::create_directories(mount("one") + "/" + std::string(200, '7'));
-  std::ofstream(mount("one") + "/file") << "x";
-  fs::create_symlink("/etc", mount("one") + "/link");
-  fs::create_symlink(mount("nowhere"), mount("one") + "/dangling");
-  const NameRow rows[] = {
-      {"second mount", "1.2.3", kLocated},
-      {"nowhere", "1.2.4", kMissing},
-      {"longest", std::string(200, '7'), kLocated},
-      {"too long", std::string(201, '7'), kNameRefused},
-      {"empty", "", kNameRefused},
-      {"this", ".", kNameRefused},
-      {"parent", "..", kNameRefused},
-      {"path", "1.2.3/..", kNameRefused},
-      {"absolute", "/etc", kNameRefused},
-      {"hidden", ".hidden", kNameRefused},
-      {"regular file", "file", kFailed},
-      {"link out of the repository", "link", kFailed},
-      {"dangling link", "dangling", kFailed},
-  };
-  for (const NameRow& row : rows)
+  const std::string longest(200, '7');
+  fs::create_directories(mount("two/1.2.3"));
+  fs::create_directories(mount("one/.hidden"));
+  fs::create_directories(mount("one/" + longest));
+  std::ofstream(mount("one/file")) << "x";
+  fs::create_symlink("/etc", mount("one/link"));
+  fs::create_symlink(mount("nowhere"), mount("one/dangling"));
+  const std::pair<std::string, int> rows[] = {
+      {"1.2.3", kLocated},    {"1.2.4", kMissing},       {longest, kLocated},  {longest + "7", kNameRefused},
+      {"", kNameRefused},     {".", kNameRefused},       {"..", kNameRefused}, {"1.2.3/..", kNameRefused},
+      {"/etc", kNameRefused}, {".hidden", kNameRefused}, {"file", kFailed},    {"link", kFailed},
+      {"dangling", kFailed}};
+  for (const auto& [text, expected] : rows)
   {
+    SCOPED_TRACE(text);
+    const char* const name = text.c_str();
     int status = 0;
-    const bool found = !locate("meta", row.name.c_str(), status).empty();
-    EXPECT_EQ(status, row.status) << row.oddity;
-    EXPECT_EQ(found, row.status == kLocated) << row.oddity;
-    EXPECT_EQ(HANDLER(checkResourceStatus_)("meta", row.name.c_str(), nullptr), row.status) << row.oddity;
+    int existed = -1;
+    EXPECT_EQ(locate("meta", name, status).empty(), expected != kLocated);
+    EXPECT_EQ(status, expected);
+    EXPECT_EQ(HANDLER(checkResourceStatus_)("meta", name, nullptr), expected);
     std::list<std::string> locations;
-    EXPECT_EQ(HANDLER(getLocations_)("meta", row.name.c_str(), locations, false, false, nullptr), row.status);
-    if (row.status == kNameRefused || row.status == kFailed)
-    {
-      int existed = -1;
-      EXPECT_EQ(create(row.name.c_str(), status, existed), "") << row.oddity;
-      EXPECT_EQ(status, row.status) << row.oddity;
-      EXPECT_EQ(HANDLER(removeResource_)("meta", row.name.c_str(), true, true, nullptr), row.status) << row.oddity;
-    }
+    EXPECT_EQ(HANDLER(getLocations_)("meta", name, locations, false, false, nullptr), expected);
+    if (expected == kLocated || expected == kMissing)
+      continue;
+    EXPECT_EQ(create(name, status, existed), "");
+    EXPECT_EQ(status, expected);
+    EXPECT_EQ(HANDLER(removeResource_)("meta", name, true, true, nullptr), expected);
   }
   EXPECT_TRUE(fs::exists("/etc/passwd"));
 }
@@ -147,22 +114,19 @@ TEST_F(Repositories, StatusOfNamesAndOfWhatStandsUnderThem)
 TEST_F(Repositories, StatusOfRepositories)
 {
   configure("meta=" + mount("one") + "\nlost=" + mount("one") + ":" + mount("lost") + "\nrelative=one\nempty=\n");
-  fs::create_directory(mount("one") + "/here");
+  fs::create_directory(mount("one/here"));
   std::ofstream(mount("plain")) << "x";
-  const std::string plain = mount("plain"), one = mount("one") + "//";
+  const std::string plain = mount("plain"), one = mount("one//");
+  constexpr int kUnknown = kUnknownRepository, kGone = kMountUnreachable;
   const struct
   {
     const char* repository;
     int whole, here, absent;
-  } rows[] = {{"meta", kLocated, kLocated, kMissing},
-              {one.c_str(), kLocated, kLocated, kMissing},
-              {"lost", kMountUnreachable, kLocated, kMountUnreachable},
-              {"other", kUnknownRepository, kUnknownRepository, kUnknownRepository},
-              {"", kUnknownRepository, kUnknownRepository, kUnknownRepository},
-              {nullptr, kUnknownRepository, kUnknownRepository, kUnknownRepository},
-              {"empty", kUnknownRepository, kUnknownRepository, kUnknownRepository},
-              {"relative", kMountUnreachable, kMountUnreachable, kMountUnreachable},
-              {plain.c_str(), kMountUnreachable, kMountUnreachable, kMountUnreachable}};
+  } rows[] = {{"meta", kLocated, kLocated, kMissing}, {one.c_str(), kLocated, kLocated, kMissing},
+              {"lost", kGone, kLocated, kGone},       {"relative", kGone, kGone, kGone},
+              {plain.c_str(), kGone, kGone, kGone},   {"other", kUnknown, kUnknown, kUnknown},
+              {"", kUnknown, kUnknown, kUnknown},     {nullptr, kUnknown, kUnknown, kUnknown},
+              {"empty", kUnknown, kUnknown, kUnknown}};
   for (const auto& row : rows)
   {
     const char* name = row.repository ? row.repository : "(null)";
@@ -177,45 +141,34 @@ TEST_F(Repositories, ADirectoryIsMadeOnceAndWhereThereIsRoom)
   int status = 0;
   int existed = -1;
   configure("meta=" + mount("one") + ":" + mount("two") + "\nmeta.reserve=101\n");
-  std::ofstream(mount("one") + "/.overloaded") << "";
-  EXPECT_EQ(taken(HANDLER(createLocation_)("meta", "a", &status, &existed, false, nullptr)), mount("two") + "/a");
+  std::ofstream(mount("one/.overloaded")) << "";
+  EXPECT_EQ(taken(HANDLER(createLocation_)("meta", "a", &status, &existed, false, nullptr)), mount("two/a"));
   EXPECT_EQ(existed, 0);
-  EXPECT_FALSE(fs::exists(mount("two") + "/a"));
-  EXPECT_EQ(create("a", status, existed), mount("two") + "/a");
+  EXPECT_FALSE(fs::exists(mount("two/a")));
+  EXPECT_EQ(create("a", status, existed), mount("two/a"));
   EXPECT_EQ(existed, 0);
   HANDLER(checkOverload_)("meta", true, false, nullptr);
-  EXPECT_TRUE(fs::exists(mount("two") + "/.overloaded"));
+  EXPECT_TRUE(fs::exists(mount("two/.overloaded")));
   EXPECT_NE(create("b", status, existed), "") << "where all are overloaded, none is turned away";
-  EXPECT_EQ(create("a", status, existed), mount("two") + "/a");
+  EXPECT_EQ(create("a", status, existed), mount("two/a"));
   EXPECT_EQ(existed, 1);
   EXPECT_EQ(create("a", status, existed, true), "");
   EXPECT_EQ(status, kExisting);
   configure("meta=" + mount("one") + ":" + mount("two") + "\nmeta.reserve=0\n");
   HANDLER(checkOverload_)("meta", true, true, nullptr);
-  EXPECT_FALSE(fs::exists(mount("one") + "/.overloaded"));
+  EXPECT_FALSE(fs::exists(mount("one/.overloaded")));
 }
 
 TEST_F(Repositories, ProcessesThatCreateAtOnceGetOneDirectory)
 {
-  int made = 0;
-  std::vector<pid_t> children;
-  for (int number = 0; number < 16; ++number)
-    if (const pid_t child = fork(); child == 0)
-    {
-      int status = 0;
-      int existed = -1;
-      create("study", status, existed);
-      _exit(existed);
-    }
-    else
-      children.push_back(child);
-  for (const pid_t child : children)
+  const auto make = [&]
   {
     int status = 0;
-    waitpid(child, &status, 0);
-    made += WEXITSTATUS(status) == 0 ? 1 : 0;
-  }
-  EXPECT_EQ(made, 1);
+    int existed = -1;
+    create("study", status, existed);
+    return existed;
+  };
+  EXPECT_EQ(succeeding(16, make), 1) << "one finds that it did not exist";
   std::list<std::string> locations;
   HANDLER(getLocations_)("meta", "study", locations, false, false, nullptr);
   EXPECT_EQ(locations.size(), 1U);
@@ -223,47 +176,44 @@ TEST_F(Repositories, ProcessesThatCreateAtOnceGetOneDirectory)
 
 TEST_F(Repositories, RemovalTakesAllOfIt)
 {
-  fs::create_directories(mount("one") + "/s/deep");
-  fs::create_directories(mount("old") + "/s");
-  fs::create_symlink(mount("two"), mount("one") + "/s/link");
-  std::ofstream(mount("two") + "/kept") << "x";
-  fs::create_directories(mount("one") + "/.s.removed/half"); // of an interrupted removal
+  fs::create_directories(mount("one/s/deep"));
+  fs::create_directories(mount("old/s"));
+  fs::create_symlink(mount("two"), mount("one/s/link"));
+  std::ofstream(mount("two/kept")) << "x";
+  fs::create_directories(mount("one/.s.removed/half")); // of an interrupted removal
   HANDLER(setDirty_)("meta", "s", true, nullptr);
   EXPECT_EQ(HANDLER(removeResource_)("meta", "s", true, true, nullptr), kDone);
   EXPECT_EQ(HANDLER(removeResource_)("meta", "s", true, true, nullptr), kMissing);
   EXPECT_TRUE(fs::is_empty(mount("one")));
   EXPECT_TRUE(fs::is_empty(mount("old")));
-  EXPECT_TRUE(fs::exists(mount("two") + "/kept"));
+  EXPECT_TRUE(fs::exists(mount("two/kept")));
 }
 
 TEST_F(Repositories, ALockKeepsOtherProcessesOut)
 {
-  fs::create_directory(mount("two") + "/s");
+  fs::create_directory(mount("two/s"));
   const auto lock = [&] { return HANDLER(lockResource_)("meta", "s", nullptr) ? 1 : 0; };
   const auto unlock = [&] { return HANDLER(unlockResource_)("meta", "s", nullptr) ? 1 : 0; };
   EXPECT_FALSE(HANDLER(lockResource_)("meta", "absent", nullptr));
-  EXPECT_EQ(inAnotherProcess(lock), 1);
+  EXPECT_EQ(statusOf(inChild(lock)), 1);
   EXPECT_EQ(lock(), 1) << "the process that held it has ended";
   EXPECT_EQ(lock(), 0);
-  EXPECT_EQ(inAnotherProcess(lock), 0);
-  EXPECT_EQ(inAnotherProcess(unlock), 0);
-  EXPECT_EQ(inAnotherProcess([&] { return HANDLER(removeResource_)("meta", "s", true, true, nullptr); }), kLocked);
-  EXPECT_EQ(inAnotherProcess(
-                [&]
-                {
-                  std::list<std::string> locations;
-                  return HANDLER(getLocations_)("meta", "s", locations, true, false, nullptr);
-                }),
-            kLocked);
+  EXPECT_EQ(statusOf(inChild(lock)), 0);
+  EXPECT_EQ(statusOf(inChild(unlock)), 0);
+  const auto remove = [&] { return HANDLER(removeResource_)("meta", "s", true, true, nullptr); };
+  EXPECT_EQ(statusOf(inChild(remove)), kLocked);
+  std::list<std::string> locations;
+  const auto find = [&] { return HANDLER(getLocations_)("meta", "s", locations, true, false, nullptr); };
+  EXPECT_EQ(statusOf(inChild(find)), kLocked);
   EXPECT_EQ(unlock(), 1);
   EXPECT_EQ(unlock(), 0);
-  std::ofstream(mount("one") + "/.s.lock") << "elsewhere 1\n";
+  std::ofstream(mount("one/.s.lock")) << "elsewhere 1\n";
   EXPECT_EQ(lock(), 0) << "a process of another host may live";
 }
 
 TEST_F(Repositories, DirtyFlagsAndTimes)
 {
-  fs::create_directory(mount("two") + "/s");
+  fs::create_directory(mount("two/s"));
   EXPECT_FALSE(HANDLER(isDirty_)("meta", "s", nullptr));
   HANDLER(setDirty_)("meta", "absent", true, nullptr);
   EXPECT_FALSE(HANDLER(isDirty_)("meta", "absent", nullptr));
@@ -286,23 +236,23 @@ TEST_F(Repositories, DirtyFlagsAndTimes)
 
 TEST_F(Repositories, AnAgedResourceIsFoundAndBroughtBackWhole)
 {
-  fs::create_directories(mount("old") + "/s/sub");
-  std::ofstream(mount("old") + "/s/sub/file") << "text";
-  fs::create_directories(mount("two") + "/.s.moving/half"); // of an interrupted move
+  fs::create_directories(mount("old/s/sub"));
+  std::ofstream(mount("old/s/sub/file")) << "text";
+  fs::create_directories(mount("two/.s.moving/half")); // of an interrupted move
   utimbuf times{1000, 2000};
   int status = 0;
-  EXPECT_EQ(locate("meta", "s", status), mount("old") + "/s");
+  EXPECT_EQ(locate("meta", "s", status), mount("old/s"));
   EXPECT_EQ(taken(HANDLER(getLocation_)("meta", "s", &status, false, true, true, false, nullptr)), "");
   EXPECT_EQ(status, kMissing);
   HANDLER(setTimeProperties_)("meta", "s", &times, nullptr);
   HANDLER(setDirty_)("meta", "s", true, nullptr);
-  std::ofstream(mount("one") + "/.overloaded") << "";
-  EXPECT_EQ(taken(HANDLER(unAge_)("meta", "s", nullptr)), mount("two") + "/s");
-  EXPECT_EQ(taken(HANDLER(unAge_)("meta", "s", nullptr)), mount("two") + "/s");
+  std::ofstream(mount("one/.overloaded")) << "";
+  for (int round = 0; round < 2; ++round)
+    EXPECT_EQ(taken(HANDLER(unAge_)("meta", "s", nullptr)), mount("two/s"));
   EXPECT_EQ(taken(HANDLER(unAge_)("meta", "absent", nullptr)), "");
   EXPECT_TRUE(fs::is_empty(mount("old")));
-  EXPECT_EQ(fs::file_size(mount("two") + "/s/sub/file"), 4U);
-  EXPECT_FALSE(fs::exists(mount("two") + "/s/half"));
+  EXPECT_EQ(fs::file_size(mount("two/s/sub/file")), 4U);
+  EXPECT_FALSE(fs::exists(mount("two/s/half")));
   EXPECT_TRUE(HANDLER(isDirty_)("meta", "s", nullptr));
   EXPECT_TRUE(HANDLER(getTimeProperties_)("meta", "s", &times, nullptr));
   EXPECT_EQ(times.modtime, 2000);
@@ -329,14 +279,14 @@ TEST_F(Repositories, ListingsHoldOneKindInByteOrder)
 
 TEST_F(Repositories, MountsOfPaths)
 {
-  fs::create_directories(mount("two") + "/s");
+  fs::create_directories(mount("two/s"));
   configure("meta=" + mount("one") + ":" + mount("two") + ":" + mount("two/s"));
   const auto mountOf = [&](const std::string& path)
   { return taken(HANDLER(getMountFromPath_)("meta", path.c_str(), nullptr)); };
-  EXPECT_EQ(mountOf(mount("one") + "/x/y"), mount("one"));
+  EXPECT_EQ(mountOf(mount("one/x/y")), mount("one"));
   EXPECT_EQ(mountOf(mount("two/s/t")), mount("two/s")) << "the innermost";
   EXPECT_EQ(mountOf(mount("one") + "more/x"), "");
-  EXPECT_EQ(mountOf(mount("one") + "/../x"), "");
+  EXPECT_EQ(mountOf(mount("one/../x")), "");
   EXPECT_EQ(mountOf("one"), "");
   EXPECT_EQ(taken(HANDLER(getMountPathForDirectory_)("meta", "s", nullptr)), mount("two"));
   EXPECT_EQ(taken(HANDLER(getMountPathForDirectory_)("meta", "absent", nullptr)), "");
@@ -354,12 +304,7 @@ TEST_F(Repositories, MountsOfPaths)
 class RecordingLibrary : public testing::Test
 {
 protected:
-  std::string calls() const
-  {
-    std::ostringstream text;
-    text << std::ifstream(file).rdbuf();
-    return text.str();
-  }
+  std::string calls() const { return contents(file); }
   const TempDir folder;
   const std::string file = folder.path() / "calls";
   const Environment environment{{{"REPOSITORYHANDLER_HOME", ANNOMEND_RECORDING_HOME}, {"RECORDED_CALLS", file}}};
@@ -435,28 +380,24 @@ TEST_F(RecordingLibrary, ThePlainFormPassesTheConstantsAndNamesWhatIsLacking)
 
 TEST(PlainForm, NoLibraryIsAFailureAndOneLine)
 {
-  const std::string home(1000, 'h');
-  const struct
+  const std::string library = "/lib/RepositoryHandler.so: ", open = "cannot open shared object file: ";
+  const std::string longHome = "/" + std::string(1000, 'h');
+  const std::pair<std::optional<std::string>, std::string> rows[] = {
+      {std::nullopt, "/dev/null" + library + open + "Not a directory"},
+      {"", "/dev/null" + library + open + "Not a directory"},
+      {"/absent", "/absent" + library + open + "No such file or directory"},
+      {longHome, longHome + library + "File name too long"}};
+  for (const auto& [home, error] : rows)
   {
-    std::optional<std::string> home;
-    std::string error;
-  } rows[] = {
-      {std::nullopt, "/dev/null/lib/RepositoryHandler.so: cannot open shared object file: Not a directory"},
-      {"", "/dev/null/lib/RepositoryHandler.so: cannot open shared object file: Not a directory"},
-      {"/absent", "/absent/lib/RepositoryHandler.so: cannot open shared object file: No such file or directory"},
-      {"/" + home, "/" + home + "/lib/RepositoryHandler.so: File name too long"}};
-  for (const auto& row : rows)
-  {
-    const ScopedEnvironment environment("REPOSITORYHANDLER_HOME", row.home);
+    const ScopedEnvironment environment("REPOSITORYHANDLER_HOME", home);
     const LogFile log;
     std::list<std::string> locations;
     EXPECT_EQ(getLocations("r", "s", locations, false, false, nullptr), -1);
     int status = 0;
     EXPECT_EQ(createDirectory("r", "s", &status, nullptr, false, true, nullptr), nullptr);
-    const std::string line = "error IMRepositoryHandlerIface: dlopen error: " + row.error + "\n";
-    std::string lines = line;
-    lines += "info IMRepositoryHandlerIface: called createDirectory with repository=r subDir=s shouldLock=true\n";
-    EXPECT_EQ(log.lines(), lines += line);
+    std::string lines = "error IMRepositoryHandlerIface: dlopen error: " + error + "\n";
+    lines += std::string("info IMRepositoryHandlerIface: called ") + kCreateDirectoryArguments + "true\n" + lines;
+    EXPECT_EQ(log.lines(), lines);
   }
 }
 
@@ -478,9 +419,7 @@ TEST_F(RecordingLibrary, TheClassFormKeepsWhatItHasResolved)
                                "info IMRepositoryHandlerIface: error: not called " + kCreateDirectoryArguments +
                                "true\n");
   }
-  std::string listed;
-  std::getline(std::ifstream(processList), listed);
-  EXPECT_NE(listed.find("PID"), std::string::npos) << listed;
+  EXPECT_NE(contents(processList).find("PID"), std::string::npos);
   fs::remove(processList);
   {
     const LogFile log;

@@ -1,3 +1,4 @@
+#include "Environment.h"
 #include "LogFile.h"
 #include "TempDir.h"
 
@@ -9,11 +10,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <memory>
-#include <string>
 
 using namespace tarn::utils;
 using tarn::imutils::SelfRec;
@@ -21,23 +19,15 @@ using tarn::imutils::SelfRec;
 namespace
 {
 
-struct StatusRow
-{
-  const char* name;
-  int value;
-  bool success;
-};
-
 TEST(Status, NamesAndVerdicts)
 {
-  const StatusRow rows[] = {{"OK", 0, true},      {"OK_NEW", 1, true},        {"OK_COPIED", 2, true},
-                            {"OK_TEMP", 3, true}, {"MISSING", 4, false},      {"REPOSITORY_ERROR", 5, false},
-                            {"ERROR", 6, false},  {"UNRECOGNIZED", 7, false}, {"UNRECOGNIZED", 9, false}};
-  for (const StatusRow& row : rows)
+  const char* const names[] = {"OK",    "OK_NEW",       "OK_COPIED",   "OK_TEMP", "MISSING", "REPOSITORY_ERROR",
+                               "ERROR", "UNRECOGNIZED", "UNRECOGNIZED"};
+  for (int value = 0; value < 9; ++value)
   {
-    const Status status(static_cast<StatusEnum>(row.value));
-    EXPECT_EQ(static_cast<std::string>(status), row.name);
-    EXPECT_EQ(static_cast<bool>(status), row.success) << row.name;
+    const Status status(static_cast<StatusEnum>(value));
+    EXPECT_EQ(static_cast<std::string>(status), names[value]);
+    EXPECT_EQ(static_cast<bool>(status), value < 4) << names[value];
   }
 }
 
@@ -67,63 +57,53 @@ TEST(Loggers, ThePlatformLogGetsTheModeForFormattedTextAndDebugForFixedText)
   EXPECT_EQ(log.lines(), "error MetaMgr: code -4\ndebug MetaMgr: fixed\n");
 }
 
-struct RecordRow
+std::string shown(const SelfRec& record)
 {
-  const char* oddity;
-  const char* text;
-  unsigned int limit;
-  bool database, objectTable, origin, replica;
-};
-
-class HostRecord : public testing::TestWithParam<RecordRow>
-{
-};
-
-TEST_P(HostRecord, IsReadFromItsFile)
-{
-  const TempDir folder;
-  setenv("CONF", folder.path().c_str(), 1);
-  std::ofstream(folder.path() / "self.rec") << GetParam().text;
-  SelfRec record;
-  record.check();
-  EXPECT_EQ(record.sqlTimeLimit, GetParam().limit);
-  EXPECT_EQ(record.processModeDatabase, GetParam().database);
-  EXPECT_EQ(record.hasObjectTable, GetParam().objectTable);
-  EXPECT_EQ(record.origin, GetParam().origin);
-  EXPECT_EQ(record.replica, GetParam().replica);
+  return std::to_string(record.sqlTimeLimit) + (record.processModeDatabase ? " database" : "") +
+         (record.hasObjectTable ? " objects" : "") + (record.origin ? " origin" : "") +
+         (record.replica ? " replica" : "");
 }
 
-const RecordRow kRecords[] = {
-    {"Empty", "", 0, false, true, false, false},
-    {"AllSet", "SQLTimeLimit = 30\nProcessMode=\"dataBase\"\nNoObjectTable=YES\nOrigin=Yes\nReplica=yes\n", 30, true,
-     false, true, true},
-    {"LimitZero", "SQLTimeLimit=0\n", 0, false, true, false, false},
-    {"LimitNoNumber", "SQLTimeLimit=soon\n", 0, false, true, false, false},
-    {"LimitNegative", "SQLTimeLimit=-1\n", 0, false, true, false, false},
-    {"LimitBeyond32Bits", "SQLTimeLimit=4294967296\n", 0, false, true, false, false},
-    {"LimitLargest", "SQLTimeLimit=4294967295\n", 4294967295U, false, true, false, false},
-    {"OtherMode", "ProcessMode=Store\nNoObjectTable=no\nOrigin=no\nReplica=1\n", 0, false, true, false, false},
-    {"EmptyValues", "NoObjectTable=\nOrigin=\n", 0, false, true, false, false},
-};
+TEST(HostRecord, IsReadFromItsFile)
+{
+  const std::pair<const char*, const char*> rows[] = {
+      {"", "0 objects"},
+      {"SQLTimeLimit = 30\nProcessMode=\"dataBase\"\nNoObjectTable=YES\n", "30 database"},
+      {"Origin=Yes\n", "0 objects origin"},
+      {"Replica=yes\n", "0 objects replica"},
+      {"SQLTimeLimit=soon\n", "0 objects"},
+      {"SQLTimeLimit=-1\n", "0 objects"},
+      {"SQLTimeLimit=4294967296\n", "0 objects"},
+      {"SQLTimeLimit=4294967295\n", "4294967295 objects"},
+      {"ProcessMode=Store\nNoObjectTable=no\nOrigin=no\nReplica=1\n", "0 objects"},
+      {"NoObjectTable=\nOrigin=\n", "0 objects"},
+  };
+  for (const auto& [text, expected] : rows)
+  {
+    const TempDir folder;
+    const ScopedEnvironment conf("CONF", folder.path());
+    std::ofstream(folder / "self.rec") << text;
+    SelfRec record;
+    record.check();
+    EXPECT_EQ(shown(record), expected) << text;
+  }
+}
 
-INSTANTIATE_TEST_SUITE_P(Rows, HostRecord, testing::ValuesIn(kRecords),
-                         [](const auto& row) { return row.param.oddity; });
-
-TEST(HostRecordOfTheProcess, FollowsItsFile)
+TEST(HostRecord, OfTheProcessFollowsItsFile)
 {
   const TempDir folder;
-  setenv("CONF", folder.path().c_str(), 1);
-  EXPECT_TRUE(SelfRec::Instance()->hasObjectTable);
-  std::ofstream(folder.path() / "self.rec") << "NoObjectTable=yes\nSQLTimeLimit=7\n";
-  EXPECT_FALSE(SelfRec::Instance()->hasObjectTable);
-  std::ofstream(folder.path() / "self.rec") << "Origin=yes\nSQLTimeLimit=none\n";
-  SelfRec* const record = SelfRec::Instance();
-  EXPECT_TRUE(record->origin);
-  EXPECT_FALSE(record->hasObjectTable) << "what the file no longer says stays";
-  EXPECT_EQ(record->sqlTimeLimit, 7U);
-  std::filesystem::remove(folder.path() / "self.rec");
-  EXPECT_TRUE(SelfRec::Instance()->hasObjectTable);
-  EXPECT_EQ(record->sqlTimeLimit, 0U);
+  const ScopedEnvironment conf("CONF", folder.path());
+  EXPECT_EQ(shown(*SelfRec::Instance()), "0 objects");
+  std::ofstream(folder / "self.rec") << "NoObjectTable=yes
+SQLTimeLimit=7
+";
+  EXPECT_EQ(shown(*SelfRec::Instance()), "7");
+  std::ofstream(folder / "self.rec") << "Origin=yes
+SQLTimeLimit=none
+";
+  EXPECT_EQ(shown(*SelfRec::Instance()), "7 origin") << "what the file no longer says stays";
+  std::filesystem::remove(folder / "self.rec");
+  EXPECT_EQ(shown(*SelfRec::Instance()), "0 objects");
 }
 
 } // namespace

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "Files.h"
 #include "TempDir.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
 #include <sstream>
 #include <string>
 
@@ -13,12 +13,12 @@
 class LogFile
 {
 public:
-  LogFile() : start(file().size()) {}
+  LogFile() : start(contents(path()).size()) {}
 
   /// The lines, each "level name: message", without their time.
   std::string lines() const
   {
-    std::istringstream text(file().substr(start));
+    std::istringstream text(contents(path()).substr(start));
     std::string result;
     for (std::string line; std::getline(text, line);)
       result.append(line, std::min(kTimeWidth, line.size())).push_back('\n');
@@ -28,12 +28,6 @@ public:
 private:
   static constexpr std::size_t kTimeWidth = 24; // "2024-01-31 23:59:59.999 "
 
-  static std::string file()
-  {
-    std::ostringstream text;
-    text << std::ifstream(path()).rdbuf();
-    return text.str();
-  }
   static const std::string& path()
   {
     static const TempDir folder;

@@ -1,28 +1,19 @@
 #include "MariaDbServer.h"
 
+#include "Files.h"
+#include "Processes.h"
+
 #include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
-#include <sstream>
 #include <thread>
 
 namespace
 {
 
 using Arguments = std::vector<std::string>;
-
-std::string textOf(const std::string& path)
-{
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
 
 /// Starts a program with `input` as its standard input and its output added to `log`.
 pid_t spawn(const Arguments& arguments, int input, const std::string& log)
@@ -31,31 +22,35 @@ pid_t spawn(const Arguments& arguments, int input, const std::string& log)
   for (const std::string& argument : arguments)
     argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
-  const pid_t child = fork();
-  if (child != 0)
-    return child;
-  const int output = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-  dup2(input, STDIN_FILENO);
-  dup2(output, STDOUT_FILENO);
-  dup2(output, STDERR_FILENO);
-  execvp(argv[0], argv.data());
-  _exit(127);
-}
-
-void runToEnd(const Arguments& arguments, const std::string& log)
-{
-  int status = 0;
-  waitpid(spawn(arguments, STDIN_FILENO, log), &status, 0);
-  if (status != 0)
-    throw std::runtime_error(arguments.front() + " failed: " + textOf(log));
+  const auto become = [&]
+  {
+    const int output = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    dup2(input, STDIN_FILENO);
+    dup2(output, STDOUT_FILENO);
+    dup2(output, STDERR_FILENO);
+    execvp(argv[0], argv.data());
+    return 127;
+  };
+  return inChild(become);
 }
 
 /// Runs the server, a new one for each line of its standard input, until that ends, which it does with the process that
 /// holds the other end of the pipe, however that ends; then takes the folder away. Arguments: the folder, the server's
-/// command.
-constexpr char kKeeper[] = R"(trap '' INT TERM HUP; folder=$1; shift; "$@" </dev/null &
-                              while read -r; do kill -KILL $!; wait $!; "$@" </dev/null & done
-                              kill -KILL $!; wait $!; rm -rf "$folder")";
+/// options.
+constexpr char kKeeper[] = R"(
+trap '' INT TERM HUP
+folder=$1; shift
+common=(--no-defaults "--datadir=$folder/data")
+if [ "$EUID" = 0 ]; then chown mysql: "$folder"; common+=(--user=mysql); fi
+mariadb-install-db "${common[@]}" --auth-root-authentication-method=normal --skip-test-db --skip-name-resolve </dev/null ||
+  echo '[ERROR] there is no data'
+serve() {
+  mariadbd "${common[@]}" "--socket=$folder/s" "--pid-file=$folder/pid" --skip-networking --innodb-buffer-pool-size=32M \
+    --innodb-log-file-size=8M --character-set-server=utf8mb4 "$@" </dev/null &
+}
+serve "$@"
+while read -r; do kill -KILL $!; wait $!; serve "$@"; done
+kill -KILL $!; wait $!; rm -rf "$folder")";
 
 std::string makeFolder()
 {
@@ -69,76 +64,42 @@ std::string makeFolder()
 
 MariaDbServer::MariaDbServer(const Arguments& options) : directory(makeFolder())
 {
-  try
-  {
-    start(options);
-  }
-  catch (...)
-  {
-    kill();
-    std::filesystem::remove_all(directory);
-    throw;
-  }
+  Arguments command{"bash", "-c", kKeeper, "bash", directory};
+  command.insert(command.end(), options.begin(), options.end());
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0)
+    throw std::runtime_error("cannot make a pipe");
+  leash = ends[1];
+  keeper = spawn(command, ends[0], directory + "/log");
+  close(ends[0]);
+  waitUntilReady();
 }
 
 MariaDbServer::~MariaDbServer()
 {
   kill();
-  std::error_code ignored;
-  std::filesystem::remove_all(directory, ignored);
 }
 
-void MariaDbServer::start(const Arguments& options)
+MariaDbServer& MariaDbServer::shared()
 {
-  Arguments user;
-  if (geteuid() == 0)
-  {
-    user = {"--user=mysql"};
-    runToEnd({"chown", "mysql:", directory}, directory + "/log");
-  }
-  const std::string data = "--datadir=" + directory + "/data";
-  Arguments install{"mariadb-install-db", "--no-defaults",      data, "--auth-root-authentication-method=normal",
-                    "--skip-test-db",     "--skip-name-resolve"};
-  install.insert(install.end(), user.begin(), user.end());
-  runToEnd(install, directory + "/log");
-
-  Arguments server{"bash",
-                   "-c",
-                   kKeeper,
-                   "bash",
-                   directory,
-                   "mariadbd",
-                   "--no-defaults",
-                   data,
-                   "--socket=" + socket(),
-                   "--pid-file=" + directory + "/pid",
-                   "--skip-networking",
-                   "--innodb-buffer-pool-size=32M",
-                   "--innodb-log-file-size=8M",
-                   "--character-set-server=utf8mb4"};
-  server.insert(server.end(), user.begin(), user.end());
-  server.insert(server.end(), options.begin(), options.end());
-  int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0)
-    throw std::runtime_error("cannot make a pipe");
-  leash = ends[1];
-  keeper = spawn(server, ends[0], directory + "/log");
-  close(ends[0]);
-  waitUntilReady();
+  static MariaDbServer instance;
+  return instance;
 }
 
-void MariaDbServer::waitUntilReady() const
+void MariaDbServer::waitUntilReady()
 {
-  for (int attempt = 0; attempt < 600; ++attempt)
+  for (int attempt = 0; attempt < 1200; ++attempt)
   {
-    const std::string log = textOf(directory + "/log");
+    const std::string log = contents(directory + "/log");
     if (log.find("ready for connections") != std::string::npos)
       return;
     if (log.find("[ERROR]") != std::string::npos)
       break;
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
-  throw std::runtime_error("the server did not start: " + textOf(directory + "/log"));
+  const std::string log = contents(directory + "/log");
+  kill();
+  throw std::runtime_error("the server did not start: " + log);
 }
 
 std::string MariaDbServer::createDatabase()
@@ -150,7 +111,10 @@ std::string MariaDbServer::createDatabase()
 
 void MariaDbServer::run(const std::string& sql) const
 {
-  runToEnd({"mariadb", "--no-defaults", "--user=root", "--socket=" + socket(), "-e", sql}, directory + "/client.log");
+  const std::string log = directory + "/client.log";
+  const Arguments client{"mariadb", "--no-defaults", "--user=root", "--socket=" + socket(), "-e", sql};
+  if (statusOf(spawn(client, STDIN_FILENO, log)) != 0)
+    throw std::runtime_error(sql + " failed: " + contents(log));
 }
 
 void MariaDbServer::restart()

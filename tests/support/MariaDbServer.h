@@ -15,6 +15,8 @@ public:
   /// `options` go to the server's command line.
   explicit MariaDbServer(const std::vector<std::string>& options = {});
   ~MariaDbServer();
+  /// The one that the tests of a program share.
+  static MariaDbServer& shared();
   MariaDbServer(const MariaDbServer&) = delete;
   MariaDbServer& operator=(const MariaDbServer&) = delete;
 
@@ -31,8 +33,7 @@ public:
   std::string socket() const { return directory + "/s"; }
 
 private:
-  void start(const std::vector<std::string>& options);
-  void waitUntilReady() const;
+  void waitUntilReady();
 
   std::string directory;
   pid_t keeper = -1; ///< the process that ends the server when the pipe `leash` is closed

@@ -24,6 +24,7 @@ public:
   TempDir& operator=(const TempDir&) = delete;
 
   std::filesystem::path path() const { return folder; }
+  std::string operator/(const std::string& name) const { return folder + "/" + name; }
 
 private:
   std::string folder;
