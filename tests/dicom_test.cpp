@@ -1,3 +1,4 @@
+#include "Files.h"
 #include "LogFile.h"
 #include "TempDir.h"
 
@@ -15,14 +16,8 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <memory>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -40,18 +35,6 @@ const E_TransferSyntax kSyntaxes[] = {EXS_LittleEndianImplicit, EXS_LittleEndian
 const DcmTag kLast(0xF215, 0x1094, EVR_OB); // after everything else in the files of these tests
 
 [[maybe_unused]] const bool kQuiet = (redirectToolkitLog(), true);
-
-std::string bytesOf(const fs::path& path)
-{
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
-
-void put(const fs::path& path, const std::string& bytes)
-{
-  std::ofstream(path, std::ios::binary) << bytes;
-}
 
 /// A state with a nested sequence and a last element of `length` bytes.
 std::unique_ptr<DcmFileFormat> makeState(std::size_t length)
@@ -74,31 +57,21 @@ std::unique_ptr<DcmFileFormat> makeState(std::size_t length)
 /// As read from a file: with a transfer syntax of its own.
 std::unique_ptr<DcmFileFormat> readState(std::size_t length)
 {
-  const TempDir dir;
-  const fs::path path = dir.path() / "state";
-  auto file = std::make_unique<DcmFileFormat>();
-  if (makeState(length)->saveFile(path.c_str(), EXS_LittleEndianExplicit).bad() || loadFile(*file, path).bad() ||
-      file->loadAllDataIntoMemory().bad())
-    throw std::runtime_error("no state");
+  auto file = makeState(length);
+  file->getDataset()->updateOriginalXfer();
   return file;
 }
 
-std::string lastValue(DcmFileFormat& file)
-{
-  DcmElement* element = nullptr;
-  std::string bytes;
-  if (file.getDataset()->findAndGetElement(kLast, element).bad() || readBytes(*element, bytes).bad())
-    return "(none)";
-  return bytes;
-}
-
 /// What loading `path` says, and the last value.
-std::string load(const fs::path& path, std::string& value)
+std::string load(const fs::path& path)
 {
   DcmFileFormat file;
+  DcmElement* element = nullptr;
+  std::string bytes;
   const OFCondition status = loadFile(file, path);
-  value = lastValue(file);
-  return status.text();
+  if (file.getDataset()->findAndGetElement(kLast, element).bad() || readBytes(*element, bytes).bad())
+    bytes = "(none)";
+  return status.text() + (" " + bytes);
 }
 
 TEST(FileWriter, WritesWhatTheToolkitWrites)
@@ -106,7 +79,7 @@ TEST(FileWriter, WritesWhatTheToolkitWrites)
   const TempDir dir;
   const fs::path input = dir.path() / "input", ours = dir.path() / "ours", theirs = dir.path() / "theirs";
   for (const E_TransferSyntax syntax : kSyntaxes)
-    for (const std::size_t length : {0U, 1U, 65535U, 65536U, 65537U, 1U << 20U})
+    for (const std::size_t length : {0U, 1U, 65536U, 65537U, 1U << 20U})
     {
       SCOPED_TRACE(DcmXfer(syntax).getXferName() + " "s + std::to_string(length));
       ASSERT_TRUE(makeState(length)->saveFile(input.c_str(), syntax).good());
@@ -114,10 +87,8 @@ TEST(FileWriter, WritesWhatTheToolkitWrites)
       ASSERT_TRUE(loadFile(file, input).good());
       ASSERT_STREQ(saveFile(file, ours).text(), "Normal");
       ASSERT_TRUE(file.saveFile(theirs.c_str()).good());
-      EXPECT_EQ(bytesOf(ours) == bytesOf(theirs), true);
-      std::string value;
-      EXPECT_EQ(load(ours, value), "Normal");
-      EXPECT_EQ(value, std::string(length, 'v') + (length % 2 ? "\0"s : ""s));
+      EXPECT_TRUE(bytesOf(ours) == bytesOf(theirs));
+      EXPECT_TRUE(load(ours) == "Normal " + std::string(length, 'v') + (length % 2 ? "\0"s : ""s));
     }
 }
 
@@ -245,13 +216,12 @@ TEST(FileWriter, ReplacesAFileAndKeepsItsPlace)
   const fs::path target = existing({dir.path()}, 0640), link = dir.path() / "link",
                  longest = dir.path() / std::string(255, 'n');
   fs::create_symlink("target", link);
-  std::string value;
   ASSERT_STREQ(saveFile(*readState(10), link).text(), "Normal");
   ASSERT_STREQ(saveFile(*readState(10), longest).text(), "Normal");
   EXPECT_TRUE(fs::is_symlink(link));
   EXPECT_EQ(static_cast<int>(fs::status(target).permissions()), 0640);
   EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), {}), 3) << inventory(dir.path());
-  EXPECT_EQ(load(target, value) + value, "Normalvvvvvvvvvv");
+  EXPECT_EQ(load(target), "Normal vvvvvvvvvv");
 }
 
 TEST(FileWriter, SavesOverTheFileWhoseValuesAreNotReadYet)
@@ -262,9 +232,7 @@ TEST(FileWriter, SavesOverTheFileWhoseValuesAreNotReadYet)
   DcmFileFormat file;
   ASSERT_TRUE(loadFile(file, path).good());
   ASSERT_STREQ(saveFile(file, path).text(), "Normal");
-  std::string value;
-  EXPECT_EQ(load(path, value), "Normal");
-  EXPECT_EQ(value, std::string(5000, 'v'));
+  EXPECT_TRUE(load(path) == "Normal " + std::string(5000, 'v'));
 }
 
 std::string number(Uint32 value)
@@ -323,7 +291,6 @@ TEST(FileReader, Refusals)
   constexpr E_TransferSyntax kExplicit = EXS_LittleEndianExplicit, kDeflated = EXS_DeflatedLittleEndianExplicit;
   const char* const deep = "Sequences are nested too deeply";
   const char* const ended = "I/O suspension or premature end of stream";
-  const std::string huge = "\x15\xf2\x94\x10OB\0\0\xfe\xff\xff\xff"s + "abcd";
   const struct
   {
     const char* odd;
@@ -331,16 +298,11 @@ TEST(FileReader, Refusals)
     const char* message;
   } rows[] = {
       {"20,000 levels, undefined length", withHeader(kExplicit, nested(20000, false)), deep},
-      {"20,000 levels, defined length", withHeader(kExplicit, nested(20000, true)), deep},
-      {"20,000 levels, deflated", withHeader(kDeflated, deflated(nested(20000, false))), deep},
-      {"20,000 levels, defined, deflated", withHeader(kDeflated, deflated(nested(20000, true))), deep},
-      {"300 levels", withHeader(kExplicit, nested(300, false)), "Normal"},
-      {"300 levels, deflated", withHeader(kDeflated, deflated(nested(300, true))), "Normal"},
-      {"4 GB in a few bytes", withHeader(kExplicit, huge), ended},
-      {"4 GB in a few bytes, implicit",
-       withHeader(EXS_LittleEndianImplicit, "\x15\xf2\x94\x10\xfe\xff\xff\xff"
-                                            "abcd"),
-       ended},
+      {"20,000 levels, deflated, defined length", withHeader(kDeflated, deflated(nested(20000, true))), deep},
+      {"300 levels", withHeader(kExplicit, nested(300, true)), "Normal"},
+      {"300 levels, deflated", withHeader(kDeflated, deflated(nested(300, false))), "Normal"},
+      {"4 GB in a few bytes", withHeader(kExplicit, "\x15\xf2\x94\x10OB\0\0\xfe\xff\xff\xff"s + "abcd"), ended},
+      {"4 GB, implicit", withHeader(EXS_LittleEndianImplicit, "\x15\xf2\x94\x10\xfe\xff\xff\xff" + "abcd"s), ended},
       {"garbage", std::string(5000, '\xA7'), ended},
       {"1000 zero bytes", std::string(1000, '\0'), "Normal"},
       {"empty", "", "End of stream"},
@@ -384,14 +346,12 @@ TEST(FileReader, ATruncatedFileNeverHasItsLastValue)
   {
     ASSERT_TRUE(makeState(6)->saveFile(path.c_str(), syntax).good());
     const std::string whole = bytesOf(path);
-    std::string value;
-    EXPECT_EQ(load(path, value) + value, "Normalvvvvvv");
-    // The header is the same in all but its transfer syntax.
-    for (std::size_t length = syntax == kSyntaxes[0] ? 0 : 300; length < whole.size(); ++length)
+    EXPECT_EQ(load(path), "Normal vvvvvv");
+    const bool every = syntax == EXS_LittleEndianExplicit; // the others begin alike
+    for (std::size_t length = every ? 0 : 300; length < whole.size(); length += every ? 1 : 3)
     {
       put(path, whole.substr(0, length));
-      const std::string status = load(path, value);
-      EXPECT_FALSE(status == "Normal" && value == "vvvvvv" && syntax != EXS_DeflatedLittleEndianExplicit) << length;
+      EXPECT_TRUE(load(path) != "Normal vvvvvv" || syntax == EXS_DeflatedLittleEndianExplicit) << length;
     }
   }
 }
@@ -471,30 +431,26 @@ TEST(DictionaryDeathTest, IsCompiledInAndFilesComeOverIt)
   put(small, "(0011,0101)\tUS\tOwnName\t1\tOwn\n");
   put(garbage, "no\tdictionary\n\x01\x02(\n");
   put(folder + "/empty", "");
-  const std::string failed = "Data dictionary ";
+  const auto unread = [](const std::string& path, const std::string& why)
+  { return "Data dictionary " + path + " could not be read: " + why; };
+  const std::string standard = "|PatientName|Unknown Tag & Data|", own = "|PatientName|OwnName|";
   const struct
   {
-    const char* odd;
     std::string paths;
     int status;
     std::string said;
   } rows[] = {
-      {"unset", "(unset)", 0, "|PatientName|Unknown Tag & Data|"},
-      {"empty", "", 0, "|PatientName|Unknown Tag & Data|"},
-      {"small", small, 0, "|PatientName|OwnName|"},
-      {"empty file, empty entry", folder + "/empty::" + small, 0, "|PatientName|OwnName|"},
-      {"missing", none, 1,
-       failed + none + " could not be read: No such file or directory|PatientName|Unknown Tag & Data|"},
-      {"the second missing", small + ":" + none, 1,
-       failed + none + " could not be read: No such file or directory|PatientName|OwnName|"},
-      {"garbage", garbage, 1,
-       failed + garbage + " could not be read: it is not a data dictionary|PatientName|Unknown Tag & Data|"},
-      {"directory", folder, 1, failed + folder + " could not be read: Is a directory|PatientName|Unknown Tag & Data|"},
+      {"(unset)", 0, standard},
+      {"", 0, standard},
+      {folder + "/empty::" + small, 0, own},
+      {small + ":" + none, 1, unread(none, "No such file or directory") + own},
+      {garbage, 1, unread(garbage, "it is not a data dictionary") + standard},
+      {folder, 1, unread(folder, "Is a directory") + standard},
   };
   for (const auto& row : rows)
     EXPECT_EXIT(tellDictionary(row.paths == "(unset)" ? nullptr : row.paths.c_str()),
                 testing::ExitedWithCode(row.status), testing::Eq(row.said))
-        << row.odd;
+        << row.paths;
   fs::remove_all(folder);
 }
 
@@ -502,10 +458,7 @@ std::string described(const DcmDictEntry* entry)
 {
   std::ostringstream text;
   if (entry)
-    text << entry->getKey() << entry->getUpperKey() << entry->getVR().getVRName() << ' ' << entry->getVMMin() << '-'
-         << entry->getVMMax() << ' ' << entry->getTagName() << ' ' << entry->getStandardVersion() << ' '
-         << entry->getGroupRangeRestriction() << entry->getElementRangeRestriction() << ' '
-         << (entry->getPrivateCreator() ? entry->getPrivateCreator() : "");
+    text << *entry << entry->getGroupRangeRestriction() << entry->getElementRangeRestriction();
   return text.str();
 }
 
@@ -517,11 +470,7 @@ std::string described(const DcmDictEntry* entry)
   bool same = setUpDictionary(error);
   DcmDataDictionary& ours = dcmDataDict.wrlock();
   const auto compare = [&](const DcmDictEntry* expected, const DcmDictEntry* got)
-  {
-    same = same && described(expected) == described(got);
-    if (described(expected) != described(got))
-      std::cerr << described(expected) << " is " << described(got) << '\n';
-  };
+  { same = same && described(expected) == described(got); };
   for (auto entry = text.normalBegin(); entry != text.normalEnd(); ++entry)
     compare(*entry, ours.findEntry((*entry)->getKey(), (*entry)->getPrivateCreator()));
   auto got = ours.repeatingBegin();
