@@ -1,7 +1,6 @@
 #include "StateFixture.h"
 #include "ToolkitFault.h"
 
-#include "Console.h"
 #include "ObjectInfo.h"
 #include "ValidPresentationState.h"
 #include "angle.h"
@@ -74,9 +73,7 @@ protected:
 struct Written
 {
   const char* name;
-  std::string line;
-  std::string graphics;
-  std::string texts;
+  std::string line, graphics, texts;
 };
 
 TEST_F(AnnotationTest, SimpleFormsAndTextsReadBack)
@@ -84,82 +81,45 @@ TEST_F(AnnotationTest, SimpleFormsAndTextsReadBack)
   const std::string shown = " 1 red 10 20 1 1 0 0 100 100 0|";
   const std::string hidden = " 1 red 10 20 1 0 0 0 100 100 0|";
   const std::string letter = text("a", "100\\100", "96\\90", "104\\110", "CENTER");
-  const std::string square = polyline(5, "10\\20\\15\\20\\15\\25\\10\\25\\10\\20");
-  const std::string low = "-2.14748365e+09"; // the ends of 32 bits as floats
-  const std::string high = "2.14748365e+09";
+  const std::string ruled = polyline(2, "10\\20\\30\\40"), angled = polyline(3, "10\\10\\30\\30\\50\\10");
+  const std::string low = "-2.14748365e+09", high = "2.14748365e+09"; // the ends of 32 bits as floats
   const std::string longest(512, 'a');
+  // The sample states show the usual ones.
   const Written rows[] = {
-      {"a ruler", "ruler_x" + shown + "30 40 12.3+mm 1", polyline(2, "10\\20\\30\\40"),
-       text("12.3 mm", "100\\100", "72\\90", "128\\110", "CENTER")},
-      {"a ruler without value", "ruler_x" + hidden + "30 40 a 1", polyline(2, "10\\20\\30\\40"), ""},
-      {"nine common fields", "ruler_x 1 red 10 20 1 1 0 0 100|30 40 a 0", polyline(2, "10\\20\\30\\40"),
+      {"a ruler without value", "ruler_x" + hidden + "30 40 a 1", ruled, ""},
+      {"nine common fields", "ruler_x 1 red 10 20 1 1 0 0 100|30 40 a 0", ruled,
        text("a", "100\\0", "96\\-10", "104\\10", "CENTER")},
       {"a colour of 17 letters", "ruler_x 1 abcdefghijklmnop7 20 1 1 0 0 100 100 0|30 40 a 0",
        polyline(2, "7\\20\\30\\40"), letter},
-      {"a bar in the label", "ruler_x" + shown + "30 40 a|b 0", polyline(2, "10\\20\\30\\40"),
-       text("a|b", "100\\100", "88\\90", "112\\110", "CENTER")},
-      {"a label of 512 and a number at once", "ruler_x" + shown + "30 40 " + longest + "1",
-       polyline(2, "10\\20\\30\\40"), text(longest, "100\\100", "-1948\\90", "2148\\110", "CENTER")},
-      {"an angle that extends", "angle_x 1 red 30 30 1 1 0 0 100 100 0|10 10 50 10 45+deg ex",
-       polyline(3, "10\\10\\30\\30\\50\\10") + dashed("30\\30\\10\\50"),
-       text("45 deg", "100\\100", "76\\90", "124\\110", "CENTER")},
-      {"another mode", "angle_x 1 red 30 30 1 1 0 0 100 100 0|10 10 50 10 a EX", polyline(3, "10\\10\\30\\30\\50\\10"),
-       letter},
+      {"a label of 512 and a number at once", "ruler_x" + shown + "30 40 " + longest + "1", ruled,
+       text(longest, "100\\100", "-1948\\90", "2148\\110", "CENTER")},
+      {"another mode", "angle_x 1 red 30 30 1 1 0 0 100 100 0|10 10 50 10 a EX", angled, letter},
       {"an angle at the ends", "angle_x 1 red -2147483648 0 1 0 0 0 0|2147483647 1 2147483647 1 a ex",
        polyline(3, high + "\\1\\" + low + "\\0\\" + high + "\\1") + dashed(low + "\\0\\" + low + "\\-1"), ""},
-      {"midpoints toward zero", "cobangle_x 1 red 0 0 1 0 0 0 100 100 0|10 10 -3 -3 20 30 a 0 0 0 ex",
-       polyline(2, "0\\0\\-3\\-3") + polyline(2, "10\\10\\20\\30") + dashed("-1\\-1\\15\\20") +
-           dashed("10\\10\\0\\-10"),
-       ""},
       {"a Cobb label tied to both lines, ten fields", "cobangle_x" + shown + "0 0 30 40 8 6 a 0 0 ex",
-       polyline(2, "10\\20\\30\\40") + polyline(2, "0\\0\\8\\6") + dashed("20\\30\\100\\100") +
-           dashed("4\\3\\100\\100"),
-       letter},
+       ruled + polyline(2, "0\\0\\8\\6") + dashed("20\\30\\100\\100") + dashed("4\\3\\100\\100"), letter},
       {"a midpoint that wraps", "cobangle_x 1 red 2147483647 0 1 0 0 0 0|0 0 2147483647 0 0 0 a",
        polyline(2, high + "\\0\\" + high + "\\0") + polyline(2, "0\\0\\0\\0") + dashed("-1\\0\\0\\0"), ""},
-      {"an oval of a negative size", "oval_x 7 red 100 100 1 1 0 0 100 100 0|-20 10 a",
-       ellipse("120\\100\\80\\100\\100\\110\\100\\90", "7"), letter},
-      {"a negative index", "oval_x -1 red 100 100 1 0 0 0 0|20 -10 a 2",
-       ellipse("120\\100\\80\\100\\100\\110\\100\\90", "4294967295"), ""},
       {"a quarter turn", "skewoval_x 7 red 100 100 1 1 0 0 100 100 0|20 10 a 90 1",
        ellipse("100\\120\\100\\80\\90\\100\\110\\100", "7"), letter},
-      {"no turn", "skewoval_x 7 red 100 100 1 0 0 0 0|20 10 a 0", ellipse("120\\100\\80\\100\\100\\110\\100\\90", "7"),
-       ""},
       {"single precision before the sine", "skewoval_x 7 red 0 0 1 0 0 0 0|1000 1000 a 0.1",
        ellipse("999.998474\\1.74532843\\-999.998474\\-1.74532843\\-1.74530172\\999.998474\\1.74530172\\-999.998474",
                "7"),
        ""},
-      {"measured values do not show", "houns_x 7 red 100 100 1 0 0 0 0|20 10 a -800.5 30 1",
-       ellipse("120\\100\\80\\100\\100\\110\\100\\90", "7"), ""},
-      {"a turned region", "skewhouns_x 7 red 136 120 1 0 0 0 0|32 16 a 12.5 3.25 33.3 1",
-       ellipse("162.745834\\137.568726\\109.254166\\102.431274\\127.215637\\133.372925\\144.784363\\106.627083", "7"),
-       ""},
+      {"measured values do not show", "houns_x -1 red 100 100 1 0 0 0 0|20 10 a -800.5 30 1",
+       ellipse("120\\100\\80\\100\\100\\110\\100\\90", "4294967295"), ""},
       {"the size without absolute value", "oval_x 7 red 2147483647 0 1 0 0 0 0|-2147483648 0 a",
        ellipse("0\\0\\4.2949673e+09\\0\\" + high + "\\0\\" + high + "\\0", "7"), ""},
-      {"an outline", "free_x" + shown + "3 0 0 10 0 10 10 a", polyline(4, "0\\0\\10\\0\\10\\10\\0\\0"), letter},
-      {"one vertex", "free_x" + hidden + "1 4 5 a", polyline(2, "4\\5\\4\\5"), ""},
       {"missing numbers are zero", "free_x" + shown + "3 5 6 a", polyline(4, "5\\6\\0\\0\\0\\0\\5\\6"), letter},
       {"a missing row is zero", "free_x" + shown + "3 5 6 8 a", polyline(4, "5\\6\\8\\0\\0\\0\\5\\6"), letter},
-      {"an arrow", "freepointer_x 1 red 0 0 1 1 0 0 0|30 40",
-       polyline(2, "0\\0\\30\\40") + polyline(3, "11\\2\\0\\0\\-2\\11"), ""},
       {"an arrow straight down", "freepointer_x 1 red 100 100 1 1 0 0 0|100 140",
        polyline(2, "100\\100\\100\\140") + polyline(3, "108\\108\\100\\100\\92\\108"), ""},
-      {"an arrow of no length", "freepointer_x" + shown + "10 20", polyline(2, "10\\20\\10\\20"), ""},
       {"an arrow across 32 bits", "freepointer_x 1 red -2147483648 0 1 1 0 0 0|2147483647 0",
        polyline(2, low + "\\0\\" + high + "\\0") + polyline(3, high + "\\8\\" + low + "\\0\\" + high + "\\-8"), ""},
-      {"a free text, shown always", "text_x" + hidden + "0 Hello+World", "",
-       text("Hello World", "10\\20", "10\\20", "98\\40", "LEFT")},
-      {"a longer label is cut", "text_x" + hidden + "0 " + longest + "b", "",
+      {"a longer label is cut, shown always", "text_x" + hidden + "0 " + longest + "b", "",
        text(longest, "10\\20", "10\\20", "4106\\40", "LEFT")},
-      {"three lines, one empty", "text_x" + hidden + "0 a%0a%0abcd%0A", "",
+      {"a line feed at the end", "text_x" + hidden + "0 a%0a%0abcd%0A", "",
        text("a\n\nbcd\n", "10\\20", "10\\20", "34\\80", "LEFT")},
-      {"a label 20 pixels away", "spinelabel_x" + shown + "0 0 30 20 L1 0", square,
-       text("L1", "30\\20", "30\\20", "46\\40", "LEFT")},
-      {"a label 21 pixels away", "spinelabel_x" + shown + "0 0 31 20 L1 0", square + dashed("39\\30\\13\\23"),
-       text("L1", "31\\20", "31\\20", "47\\40", "LEFT")},
-      {"a label below its square", "spinelabel_x" + shown + "0 0 10 50 L1 0", square + dashed("18\\60\\13\\23"),
-       text("L1", "15\\50", "15\\50", "31\\70", "LEFT")},
-      {"a label not shown", "spinelabel_x" + hidden + "0 0 90 90 L1 0", square, ""},
       {"a square at the end", "spinelabel_x 1 red 2147483647 0 1 0 0 0 0|0 0 0 0 a 0",
        polyline(5, high + "\\0\\" + low + "\\0\\" + low + "\\5\\" + high + "\\5\\" + high + "\\0"), ""},
   };
@@ -183,8 +143,8 @@ struct Compound
 {
   const char* name;
   Make kind;
-  std::string line;
-  std::string expected; ///< after the instance ID; nothing for kinds without a compound form
+  std::string params;
+  std::string expected; ///< nothing for kinds without a compound form
   const char* laterId;  ///< what graphics carry that are added afterwards
 };
 
@@ -192,44 +152,40 @@ TEST_F(AnnotationTest, CompoundFormsReadBack)
 {
   const std::string common = "x 3 red 10 20 1 1 0 0 100 100 0|";
   const std::string id = " CompoundGraphicInstanceID:UL=3";
+  const auto graphic = [](int count, const std::string& points, const std::string& rest)
+  {
+    return "CompoundGraphicSequence{GraphicDimensions:US=2 NumberOfGraphicPoints:US=" + std::to_string(count) +
+           " GraphicData:FL=" + points + " GraphicType:CS=" + rest + " CompoundGraphicUnits:CS=PIXEL}";
+  };
+  const std::string ticks = " TickAlignment:CS=CENTER ShowTickLabel:CS=N TickLabelAlignment:CS=BOTTOM";
+  const std::string turn = " RotationAngle:FD=-30.100000381469727 RotationPoint:FL=10\\20";
+  const std::string box = "5\\14\\15\\26", oval = "ELLIPSE GraphicFilled:CS=N" + id;
   const Compound rows[] = {
-      {"a ruler", make<Ruler>, common + "30 40 a 1",
-       "2 NumberOfGraphicPoints:US=2 GraphicData:FL=10\\20\\30\\40 GraphicType:CS=RULER" + id +
-           " TickAlignment:CS=CENTER ShowTickLabel:CS=N TickLabelAlignment:CS=BOTTOM",
-       ""},
-      {"a range line", make<Ruler>, common + "30 40 a 0",
-       "2 NumberOfGraphicPoints:US=2 GraphicData:FL=10\\20\\30\\40 GraphicType:CS=RANGELINE" + id, ""},
-      {"an angle without its extension", make<Angle>, common + "1 2 3 4 a ex",
-       "2 NumberOfGraphicPoints:US=4 GraphicData:FL=10\\20\\1\\2\\10\\20\\3\\4 GraphicType:CS=MULTILINE" + id,
-       id.c_str()},
-      {"an arrow from tail to tip", make<Pointer>, common + "30 40",
-       "2 NumberOfGraphicPoints:US=2 GraphicData:FL=30\\40\\10\\20 GraphicType:CS=ARROW" + id, id.c_str()},
-      {"an oval's box", make<HounsField>, common + "-5 6 a",
-       "2 NumberOfGraphicPoints:US=2 GraphicData:FL=5\\14\\15\\26 GraphicType:CS=ELLIPSE GraphicFilled:CS=N" + id,
-       id.c_str()},
-      {"an oval's turn", make<SkewOval>, common + "5 6 a -30.1",
-       "2 NumberOfGraphicPoints:US=2 GraphicData:FL=5\\14\\15\\26 GraphicType:CS=ELLIPSE GraphicFilled:CS=N" + id +
-           " RotationAngle:FD=-30.100000381469727 RotationPoint:FL=10\\20",
-       id.c_str()},
-      {"a Cobb angle", make<CobbAngle>, common + "1 2 3 4 5 6 a", "", ""},
-      {"an outline", make<FreeHand>, common + "1 2 3 a", "", ""},
-      {"a text", make<Text>, common + "0 a", "", nullptr},
-      {"a spine label", make<SpineLabel>, common + "0 0 1 2 a 0", "", ""},
+      {"a ruler", make<Ruler>, "30 40 a 1", graphic(2, "10\\20\\30\\40", "RULER" + id + ticks), ""},
+      {"a range line", make<Ruler>, "30 40 a 0", graphic(2, "10\\20\\30\\40", "RANGELINE" + id), ""},
+      {"an angle without its extension", make<Angle>, "1 2 3 4 a ex",
+       graphic(4, "10\\20\\1\\2\\10\\20\\3\\4", "MULTILINE" + id), id.c_str()},
+      {"an arrow from tail to tip", make<Pointer>, "30 40", graphic(2, "30\\40\\10\\20", "ARROW" + id), id.c_str()},
+      {"an oval's box", make<Oval>, "-5 6 a", graphic(2, box, oval), id.c_str()},
+      {"a region's box", make<HounsField>, "-5 6 a", graphic(2, box, oval), id.c_str()},
+      {"an oval's turn", make<SkewOval>, "5 6 a -30.1", graphic(2, box, oval + turn), id.c_str()},
+      {"a region's turn", make<SkewHounsField>, "5 6 a 1 2 -30.1", graphic(2, box, oval + turn), id.c_str()},
+      {"a Cobb angle", make<CobbAngle>, "1 2 3 4 5 6 a", "", ""},
+      {"an outline", make<FreeHand>, "1 2 3 a", "", ""},
+      {"a text", make<Text>, "0 a", "", nullptr},
+      {"a spine label", make<SpineLabel>, "0 0 1 2 a 0", "", ""},
   };
   for (const Compound& row : rows)
   {
     SCOPED_TRACE(row.name);
     const auto target = opened();
     const auto annotation = row.kind(target.get());
-    ASSERT_TRUE(annotation->process(row.line) && annotation->createCompound() && annotation->createSimple());
+    ASSERT_TRUE(annotation->process(common + row.params) && annotation->createCompound() && annotation->createSimple());
     ASSERT_TRUE(target->save(prefix));
     const auto file = output("PR.1.9");
     DcmItem* item = nullptr;
     ASSERT_TRUE(file->getDataset()->findAndGetSequenceItem(DCM_GraphicAnnotationSequence, item).good());
-    std::string expected = row.expected.empty() ? "" : "CompoundGraphicSequence{GraphicDimensions:US=" + row.expected;
-    if (!expected.empty())
-      expected += " CompoundGraphicUnits:CS=PIXEL}";
-    EXPECT_EQ(expected, describe(*item, {DCM_CompoundGraphicSequence}));
+    EXPECT_EQ(row.expected, describe(*item, {DCM_CompoundGraphicSequence}));
     DcmItem* last = nullptr;
     ASSERT_EQ(row.laterId != nullptr, item->findAndGetSequenceItem(DCM_GraphicObjectSequence, last, -1).good());
     if (last)
@@ -243,63 +199,63 @@ TEST_F(AnnotationTest, CompoundFormsReadBack)
 struct Refusal
 {
   Make kind;
-  std::string line;
-  const char* message;
+  std::string line, message;
 };
 
 TEST_F(AnnotationTest, RefusesWithOneLine)
 {
   const std::string c = "x 1 red 10 20 1 1 0 0 100 100 0|"; // followed by the parameters of the kind
   const std::string longest(513, 'a');
+  const auto common = [](int count)
+  { return "Invalid number of common annotation arguments for x: " + std::to_string(count); };
+  const auto specific = [](int count)
+  { return "Invalid number of annotation specific arguments for x: " + std::to_string(count); };
+  const auto vertices = [](const char* count)
+  { return "Incorrect number of vertices in a x annotation failed: " + std::string(count); };
+  const std::string parsing = "Parsing ", range = " a x annotation failed: Numerical result out of range";
+  const std::string noLabel = "Parsing label from a x annotation failed";
   const Refusal rows[] = {
       {make<Ruler>, "ruler_x", "Invalid annotation line, contains no space: ruler_x"},
       {make<Ruler>, "ruler|x 1 red", "Invalid annotation line, contains no pipe: ruler|x 1 red"},
       {make<Ruler>, "a\tb\x01 c", "Invalid annotation line, contains no pipe: a?b? c"},
-      {make<Ruler>, "x 1 red 10 20 1 1 0 0|30 40 a 1", "Invalid number of common annotation arguments for x: 8"},
-      {make<Text>, "x |0 a", "Invalid number of common annotation arguments for x: -1"},
-      {make<Text>, "x red|0 a", "Invalid number of common annotation arguments for x: 0"},
-      {make<Ruler>, c + "30 40 a", "Invalid number of annotation specific arguments for x: 3"},
-      {make<Ruler>, c + "30 40 " + longest, "Invalid number of annotation specific arguments for x: 3"},
-      {make<Ruler>, c, "Invalid number of annotation specific arguments for x: -1"},
-      {make<Angle>, c + "1 2 3 4", "Invalid number of annotation specific arguments for x: 4"},
-      {make<CobbAngle>, c + "1 2 3 4 5 6", "Invalid number of annotation specific arguments for x: 6"},
-      {make<Oval>, c + "1 2", "Invalid number of annotation specific arguments for x: 2"},
-      {make<SkewOval>, c + "   ", "Invalid number of annotation specific arguments for x: -1"},
-      {make<HounsField>, c + "a", "Invalid number of annotation specific arguments for x: 0"},
-      {make<SkewHounsField>, c + "1 b", "Invalid number of annotation specific arguments for x: 1"},
-      {make<Pointer>, c + "1", "Invalid number of annotation specific arguments for x: 1"},
-      {make<Text>, c + "1", "Invalid number of annotation specific arguments for x: 1"},
-      {make<SpineLabel>, c + "1 2 3 4 a", "Invalid number of annotation specific arguments for x: 5"},
-      {make<FreeHand>, c + "99999999999999999999 1 2 a",
-       "Parsing number of vertices in a x annotation failed: Numerical result out of range"},
-      {make<FreeHand>, c + "2147483648 1 2 a",
-       "Parsing number of vertices in a x annotation failed: Numerical result out of range"},
-      {make<FreeHand>, c + "0 a", "Incorrect number of vertices in a x annotation failed: 0"},
-      {make<FreeHand>, c + "a", "Incorrect number of vertices in a x annotation failed: 0"},
-      {make<FreeHand>, c + "-2147483648 a", "Incorrect number of vertices in a x annotation failed: -2147483648"},
-      {make<FreeHand>, c + "65535 1 2 a", "Incorrect number of vertices in a x annotation failed: 65535"},
-      {make<FreeHand>, c + "1 2147483648 2 a",
-       "Parsing X coordinate from a x annotation failed: Numerical result out of range"},
-      {make<FreeHand>, c + "1 1 -2147483649 a",
-       "Parsing Y coordinate from a x annotation failed: Numerical result out of range"},
-      {make<FreeHand>, c + "1 1 2", "Parsing label from a x annotation failed"},
-      {make<FreeHand>, c + "65534 1 2" + std::string(4000000, ' '), "Parsing label from a x annotation failed"},
+      {make<Ruler>, "x 1 red 10 20 1 1 0 0|30 40 a 1", common(8)},
+      {make<Text>, "x |0 a", common(-1)},
+      {make<Text>, "x red|0 a", common(0)},
+      {make<Ruler>, c + "30 40 a", specific(3)},
+      {make<Ruler>, c + "30 40 " + longest, specific(3)},
+      {make<Ruler>, c, specific(-1)},
+      {make<Angle>, c + "1 2 3 4", specific(4)},
+      {make<CobbAngle>, c + "1 2 3 4 5 6", specific(6)},
+      {make<Oval>, c + "1 2", specific(2)},
+      {make<SkewOval>, c + "   ", specific(-1)},
+      {make<HounsField>, c + "a", specific(0)},
+      {make<SkewHounsField>, c + "1 b", specific(1)},
+      {make<Pointer>, c + "1", specific(1)},
+      {make<Text>, c + "1", specific(1)},
+      {make<SpineLabel>, c + "1 2 3 4 a", specific(5)},
+      {make<FreeHand>, c + "2147483648 1 2 a", parsing + "number of vertices in" + range},
+      {make<FreeHand>, c + "99999999999999999999 1 2 a", parsing + "number of vertices in" + range},
+      {make<FreeHand>, c + "a", vertices("0")},
+      {make<FreeHand>, c + "-2147483648 a", vertices("-2147483648")},
+      {make<FreeHand>, c + "65535 1 2 a", vertices("65535")},
+      {make<FreeHand>, c + "1 2147483648 2 a", parsing + "X coordinate from" + range},
+      {make<FreeHand>, c + "1 1 -2147483649 a", parsing + "Y coordinate from" + range},
+      {make<FreeHand>, c + "1 1 2", noLabel},
+      {make<FreeHand>, c + "65534 1 2" + std::string(4000000, ' '), noLabel},
   };
   for (const Refusal& row : rows)
   {
     SCOPED_TRACE(row.line.substr(0, 80));
-    std::ostringstream error;
-    const tarn::ConsoleScope console(error, error);
+    const Capture said;
     const auto target = opened();
     EXPECT_FALSE(row.kind(target.get())->process(row.line));
-    EXPECT_EQ(std::string(row.message) + "\n", error.str());
+    EXPECT_EQ(row.message + "\n", said.error.str());
     EXPECT_EQ("GraphicLayer:CS=ANNLAYER1", describe(*target->annotationItem));
   }
-  std::ostringstream error;
-  const tarn::ConsoleScope console(error, error);
+  const Capture said;
   EXPECT_FALSE(Ruler(nullptr).process(c + "30 40 a 1"));
   EXPECT_TRUE(FreeHand(nullptr).createSimple()) << "nothing was parsed, nothing is drawn";
-  EXPECT_EQ("There is no Presentation State object to update\n", error.str());
+  EXPECT_EQ("There is no Presentation State object to update\n", said.error.str());
 }
 
 TEST_F(AnnotationTest, TheLargestOutlineIsWritten)
@@ -325,28 +281,28 @@ void expectMessages(const Fault (&rows)[count], const std::function<bool()>& run
 {
   for (const Fault& row : rows)
   {
-    std::ostringstream error;
-    const tarn::ConsoleScope console(error, error);
+    const Capture said;
     const ToolkitFault fault(row.where, row.tag);
     EXPECT_FALSE(run());
-    EXPECT_EQ(std::string(row.message) + "Illegal call, perhaps wrong parameters\n", error.str());
+    EXPECT_EQ(std::string(row.message) + "Illegal call, perhaps wrong parameters\n", said.error.str());
   }
 }
 
 TEST_F(AnnotationTest, NamesTheElementThatCouldNotBeWritten)
 {
-  const auto in = ToolkitFault::inserting;
-  const auto fill = ToolkitFault::filling;
+  const auto in = ToolkitFault::inserting, fill = ToolkitFault::filling;
+  const Fault shapes[] = {{in, DCM_GraphicDimensions, "Graphic Dimensions could not be created: "},
+                          {in, DCM_NumberOfGraphicPoints, "Number of Graphic Points could not be created: "},
+                          {fill, DCM_GraphicData, "Graphic Data value could not be inserted: "},
+                          {in, DCM_GraphicData, "Graphic Data could not be inserted: "},
+                          {in, DCM_GraphicType, "Graphic Type could not be created: "},
+                          {in, DCM_CompoundGraphicInstanceID, "Compound Graphic Instance ID could not be created: "}};
   const std::string common = "x 3 red 10 20 1 1 0 0 100 100 0|";
+  const auto oval = [&] { return Oval(opened().get()).process(common + "5 6 a"); };
   const Fault graphics[] = {{in, DCM_GraphicObjectSequence, "Graphic Object Sequence item could not be created: "},
-                            {in, DCM_GraphicAnnotationUnits, "Graphic Annotation Units could not be created: "},
-                            {in, DCM_GraphicDimensions, "Graphic Dimensions could not be created: "},
-                            {in, DCM_NumberOfGraphicPoints, "Number of Graphic Points could not be created: "},
-                            {fill, DCM_GraphicData, "Graphic Data value could not be inserted: "},
-                            {in, DCM_GraphicData, "Graphic Data could not be inserted: "},
-                            {in, DCM_GraphicType, "Graphic Type could not be created: "},
-                            {in, DCM_CompoundGraphicInstanceID, "Compound Graphic Instance ID could not be created: "}};
-  expectMessages(graphics, [&] { return Oval(opened().get()).process(common + "5 6 a"); });
+                            {in, DCM_GraphicAnnotationUnits, "Graphic Annotation Units could not be created: "}};
+  expectMessages(graphics, oval);
+  expectMessages(shapes, oval);
 
   const Fault texts[] = {
       {in, DCM_TextObjectSequence, "Text Object Sequence item could not be created: "},
@@ -366,13 +322,7 @@ TEST_F(AnnotationTest, NamesTheElementThatCouldNotBeWritten)
   expectMessages(texts, [&] { return Text(opened().get()).process(common + "0 a"); });
 
   const Fault compounds[] = {{in, DCM_CompoundGraphicSequence, "Compound Graphic Sequence item could not be created: "},
-                             {in, DCM_CompoundGraphicInstanceID, "Compound Graphic Instance ID could not be created: "},
-                             {in, DCM_CompoundGraphicUnits, "Compound Graphic Units could not be created: "},
-                             {in, DCM_GraphicDimensions, "Graphic Dimensions could not be created: "},
-                             {in, DCM_NumberOfGraphicPoints, "Number of Graphic Points could not be created: "},
-                             {fill, DCM_GraphicData, "Graphic Data value could not be inserted: "},
-                             {in, DCM_GraphicData, "Graphic Data could not be inserted: "},
-                             {in, DCM_GraphicType, "Graphic Type could not be created: "}};
+                             {in, DCM_CompoundGraphicUnits, "Compound Graphic Units could not be created: "}};
   const auto compoundOf = [&](Make kind, const std::string& params)
   {
     return [this, kind, params]
@@ -384,7 +334,10 @@ TEST_F(AnnotationTest, NamesTheElementThatCouldNotBeWritten)
     };
   };
   for (const Make kind : {make<Ruler>, make<Angle>, make<Pointer>, make<SkewOval>})
+  {
     expectMessages(compounds, compoundOf(kind, "1 2 3 4 5"));
+    expectMessages(shapes, compoundOf(kind, "1 2 3 4 5"));
+  }
   const Fault ticks[] = {{in, DCM_TickAlignment, "Tick Alignment could not be created: "},
                          {in, DCM_TickLabelAlignment, "Tick Label Alignment could not be created: "},
                          {in, DCM_ShowTickLabel, "Show Tick Label could not be created: "}};
@@ -405,11 +358,10 @@ TEST_F(AnnotationTest, AHelperLineThatFailsChangesNothing)
                         {ToolkitFault::inserting, DCM_LinePattern, ""}};
   for (const Fault& row : rows)
   {
-    std::ostringstream error;
-    const tarn::ConsoleScope console(error, error);
+    const Capture said;
     const ToolkitFault fault(row.where, row.tag);
     EXPECT_TRUE(Angle(opened().get()).process("x 3 red 10 20 1 1 0 0 100 100 0|1 2 3 4 a ex"));
-    EXPECT_EQ(row.message, error.str());
+    EXPECT_EQ(row.message, said.error.str());
   }
 }
 
@@ -419,10 +371,9 @@ TEST_F(AnnotationTest, ASequenceWithATextVrIsNoNullItem)
   auto* impostor = new DcmLongText(DcmTag(DCM_GraphicObjectSequence, EVR_LT));
   impostor->putString("text");
   ASSERT_TRUE(target->annotationItem->insert(impostor).good());
-  std::ostringstream error;
-  const tarn::ConsoleScope console(error, error);
+  const Capture said;
   EXPECT_FALSE(Pointer(target.get()).process("x 3 red 10 20 1 1 0 0 100 100 0|1 2"));
-  EXPECT_EQ("Graphic Object Sequence item could not be created: Invalid VR\n", error.str());
+  EXPECT_EQ("Graphic Object Sequence item could not be created: Invalid VR\n", said.error.str());
 }
 
 TEST_F(AnnotationTest, DebugPrintsWhatWasParsed)
@@ -453,20 +404,17 @@ TEST_F(AnnotationTest, DebugPrintsWhatWasParsed)
   const auto target = opened(true);
   for (const Row& row : rows)
   {
-    std::ostringstream out;
-    const tarn::ConsoleScope console(out, out);
+    const Capture said;
     EXPECT_TRUE(row.kind(target.get())->parseSpecific("x", row.params));
-    EXPECT_EQ(row.expected, out.str());
+    EXPECT_EQ(row.expected, said.out.str());
   }
-  std::ostringstream out;
-  std::ostringstream error;
-  const tarn::ConsoleScope console(out, error);
+  const Capture said;
   EXPECT_FALSE(Ruler(target.get()).process("ruler_x 1 red 2 3 1 0 4 5 6 7 8|bad|"));
   EXPECT_EQ("Annotation Type: [ruler_x]\nCommon Parameters: [1 red 2 3 1 0 4 5 6 7 8]\nSpecific Parameters: [bad|]\n"
             "Annotation Common arguments: 11\n Index: 1\n Color: red\n Show Index: true\n Show Value: false\n"
             " Base X: 2\n Base Y: 3\n Index Anchor X: 4\n Index Anchor Y: 5\n Value Anchor X: 6\n Value Anchor Y: 7\n"
             " Orientation: 8\n",
-            out.str());
+            said.out.str());
 }
 
 } // namespace

@@ -1,15 +1,12 @@
 #include "StateFixture.h"
 
-#include "Console.h"
 #include "DicomFile.h"
 #include "command.h"
 
 #include <algorithm>
-#include <fstream>
-#include <sstream>
+#include <cstdlib>
 
 #include <sys/wait.h>
-#include <unistd.h>
 
 using namespace impsconverter;
 
@@ -36,12 +33,7 @@ const std::string kUsage =
     "\n"
     "Converts annotations stored in QX private tags in a Presentation State file to DICOM compliant format\n";
 
-std::string contents(const std::filesystem::path& path)
-{
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
+const std::string kFound = "File X.1.2.4 was not found in the database - checking referenced series sequence\n";
 
 class CommandTest : public StateFixture
 {
@@ -68,11 +60,9 @@ protected:
       argv.push_back(argument.data());
     }
     argv.push_back(nullptr);
-    std::ostringstream out;
-    std::ostringstream error;
-    const tarn::ConsoleScope console(out, error);
+    const Capture said;
     status = runCommand(static_cast<int>(arguments.size()), argv.data());
-    return {status == 0, error.str(), out.str()};
+    return {status == 0, said.error.str(), said.out.str()};
   }
 
   /// Runs the program through the shell, in the folder of the test; its exit status.
@@ -80,15 +70,7 @@ protected:
   {
     const std::string script =
         "cd " + folder.path().string() + " && P=" + ANNOMEND_PROGRAM + " && set -o pipefail && " + command;
-    const char* const argv[] = {"bash", "-c", script.c_str(), nullptr};
-    const pid_t child = fork();
-    if (child == 0)
-    {
-      execvp(argv[0], const_cast<char* const*>(argv));
-      _exit(127);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
+    const int status = std::system(("bash -c '" + script + "'").c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
 
@@ -102,7 +84,6 @@ protected:
 
 TEST_F(CommandTest, ReadsItsOptions)
 {
-  const std::string found = "File X.1.2.4 was not found in the database - checking referenced series sequence\n";
   const std::string missing = "Missing argument: Presentation State file\n";
   const auto unknown = [](const std::string& option) { return "Unrecognized option: '-" + option + "'\n" + kUsage; };
   struct Row
@@ -118,13 +99,9 @@ TEST_F(CommandTest, ReadsItsOptions)
       {{"in.dcm"}, 1, missing, {}},
       {{"-f", ""}, 1, missing, {}},
       {{"-N", "-f", "@/in.dcm", "-f", ""}, 1, missing, {}},
-      {{"--", "-f", "@/in.dcm"}, 1, missing, {}},
-      {{"-h"}, 1, kUsage, {}},
       {{"-hf", "@/in.dcm"}, 1, kUsage, {}},
-      {{"-N", "-f", "@/in.dcm", "-o", "@/", "-h"}, 1, kUsage, {}},
       {{"-h", "-z"}, 1, kUsage, {}},
       {{"-z", "-h"}, 1, unknown("z"), {}},
-      {{"-Nqf", "@/in.dcm"}, 1, unknown("q"), {}},
       {{"-:"}, 1, unknown(":"), {}},
       {{"--help"}, 1, unknown("-"), {}},
       {{"-N", "-f"}, 1, unknown("f"), {}},
@@ -132,20 +109,17 @@ TEST_F(CommandTest, ReadsItsOptions)
       {{"-\n"}, 1, unknown("?"), {}},
       {{"-N", "-f", "@/bad.dcm", "-o", "@/"}, 1, "Plugin State contains no figure\nPSConverter returned error\n", {}},
       {{"-N", "-f", "@/absent"}, 0, "@/absent could not be loaded: No such file or directory\n", {}},
-      {{"-N", "-f", "@/in.dcm", "-o", "@/"}, 0, found, {pr}},
-      {{"-No@/", "-f@/in.dcm"}, 0, found, {pr}},
-      {{"-N", "-f", "@/in.dcm", "-o", "@/pre"}, 0, found, {"pre" + pr}},
-      {{"-f", "@/bad.dcm", "-o", "/nowhere/", "operand", "-f", "@/in.dcm", "-N", "-o", "@/", "-i"}, 0, found, {pr}},
-      {{"-Nx", "-f", "@/in.dcm", "-o", "@/copy-"}, 0, found, {"copy-" + pr}},
-      {{"-Nix", "-f", "@/in.dcm", "-o", "@/copy-"}, 0, found, {"copy-" + pr, "copy-in.dcm"}},
+      {{"-N", "-f", "@/in.dcm", "-o", "@/"}, 0, kFound, {pr}},
+      {{"-No@/", "-f@/in.dcm"}, 0, kFound, {pr}},
+      {{"-N", "-f", "@/in.dcm", "-o", "@/pre"}, 0, kFound, {"pre" + pr}},
+      {{"-f", "@/bad.dcm", "-o", "/nowhere/", "operand", "-f", "@/in.dcm", "-N", "-o", "@/", "-i"}, 0, kFound, {pr}},
+      {{"-Nx", "-f", "@/in.dcm", "-o", "@/copy-"}, 0, kFound, {"copy-" + pr}},
+      {{"-Nix", "-f", "@/in.dcm", "-o", "@/copy-"}, 0, kFound, {"copy-" + pr, "copy-in.dcm"}},
   };
   const std::vector<std::string> before = namesIn(folder.path());
   for (const Row& row : rows)
   {
-    std::string name;
-    for (const std::string& argument : row.arguments)
-      name += argument + " ";
-    SCOPED_TRACE(name);
+    SCOPED_TRACE(testing::PrintToString(row.arguments));
     int status = -1;
     const Outcome outcome = run(row.arguments, status);
     EXPECT_EQ(row.status, status);
@@ -171,14 +145,13 @@ TEST_F(CommandTest, TheProgramEndsWithAStatus)
     int status;
     std::string error;
   };
-  const std::string found = "File X.1.2.4 was not found in the database - checking referenced series sequence\n";
   const Row rows[] = {
-      {"a conversion into the working directory", "$P -N -f in.dcm 2>error && " + pr, 0, found},
+      {"a conversion into the working directory", "$P -N -f in.dcm 2>error && " + pr, 0, kFound},
       {"a failure", "$P -N -f bad.dcm 2>error", 1, "Plugin State contains no figure\nPSConverter returned error\n"},
       {"no database", "TARN_DB_URL=sqlite:/absent/db $P -N -f in.dcm 2>error", 1, "annomend: cannot open database "},
       {"no file, no database needed", "TARN_DB_URL=x $P -N 2>error", 1, "Missing argument: Presentation State file\n"},
-      {"all streams closed", "$P -N -d -f in.dcm <&- >&- 2>&- && " + pr, 0, found},
-      {"a reader that went away", "$P -N -d -f in.dcm 2>error | true && " + pr, 0, found},
+      {"all streams closed", "$P -N -d -f in.dcm <&- >&- 2>&- && " + pr, 0, kFound},
+      {"a reader that went away", "$P -N -d -f in.dcm 2>error | true && " + pr, 0, kFound},
       {"damage is said once", "head -c 400 in.dcm >cut.dcm; $P -N -f cut.dcm 2>error", 0,
        "cut.dcm could not be loaded: "},
       {"a data dictionary that is none", "DCMDICTPATH=/absent $P -N -f in.dcm 2>error", 1, "Data dictionary /absent "},

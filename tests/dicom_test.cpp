@@ -1,3 +1,4 @@
+#include "Files.h"
 #include "LogFile.h"
 #include "TempDir.h"
 
@@ -15,14 +16,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <functional>
 #include <memory>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -41,19 +35,7 @@ const DcmTag kLast(0xF215, 0x1094, EVR_OB); // after everything else in the file
 
 [[maybe_unused]] const bool kQuiet = (redirectToolkitLog(), true);
 
-std::string bytesOf(const fs::path& path)
-{
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
-
-void put(const fs::path& path, const std::string& bytes)
-{
-  std::ofstream(path, std::ios::binary) << bytes;
-}
-
-/// A state with a nested sequence and a last element of `length` bytes.
+/// A state, as if read from a file, with a nested sequence and a last element of `length` bytes.
 std::unique_ptr<DcmFileFormat> makeState(std::size_t length)
 {
   auto file = std::make_unique<DcmFileFormat>();
@@ -68,37 +50,20 @@ std::unique_ptr<DcmFileFormat> makeState(std::size_t length)
   dataset.putAndInsertString(DcmTag(0xF215, 0x0010, EVR_LO), "X");
   const std::vector<Uint8> value(length, 'v');
   dataset.putAndInsertUint8Array(kLast, value.data(), value.size());
+  dataset.updateOriginalXfer();
   return file;
-}
-
-/// As read from a file: with a transfer syntax of its own.
-std::unique_ptr<DcmFileFormat> readState(std::size_t length)
-{
-  const TempDir dir;
-  const fs::path path = dir.path() / "state";
-  auto file = std::make_unique<DcmFileFormat>();
-  if (makeState(length)->saveFile(path.c_str(), EXS_LittleEndianExplicit).bad() || loadFile(*file, path).bad() ||
-      file->loadAllDataIntoMemory().bad())
-    throw std::runtime_error("no state");
-  return file;
-}
-
-std::string lastValue(DcmFileFormat& file)
-{
-  DcmElement* element = nullptr;
-  std::string bytes;
-  if (file.getDataset()->findAndGetElement(kLast, element).bad() || readBytes(*element, bytes).bad())
-    return "(none)";
-  return bytes;
 }
 
 /// What loading `path` says, and the last value.
-std::string load(const fs::path& path, std::string& value)
+std::string load(const fs::path& path)
 {
   DcmFileFormat file;
+  DcmElement* element = nullptr;
+  std::string bytes;
   const OFCondition status = loadFile(file, path);
-  value = lastValue(file);
-  return status.text();
+  if (file.getDataset()->findAndGetElement(kLast, element).bad() || readBytes(*element, bytes).bad())
+    bytes = "(none)";
+  return status.text() + (" " + bytes);
 }
 
 TEST(FileWriter, WritesWhatTheToolkitWrites)
@@ -106,7 +71,7 @@ TEST(FileWriter, WritesWhatTheToolkitWrites)
   const TempDir dir;
   const fs::path input = dir.path() / "input", ours = dir.path() / "ours", theirs = dir.path() / "theirs";
   for (const E_TransferSyntax syntax : kSyntaxes)
-    for (const std::size_t length : {0U, 1U, 65535U, 65536U, 65537U, 1U << 20U})
+    for (const std::size_t length : {0U, 1U, 65536U, 65537U, 1U << 20U})
     {
       SCOPED_TRACE(DcmXfer(syntax).getXferName() + " "s + std::to_string(length));
       ASSERT_TRUE(makeState(length)->saveFile(input.c_str(), syntax).good());
@@ -114,25 +79,10 @@ TEST(FileWriter, WritesWhatTheToolkitWrites)
       ASSERT_TRUE(loadFile(file, input).good());
       ASSERT_STREQ(saveFile(file, ours).text(), "Normal");
       ASSERT_TRUE(file.saveFile(theirs.c_str()).good());
-      EXPECT_EQ(bytesOf(ours) == bytesOf(theirs), true);
-      std::string value;
-      EXPECT_EQ(load(ours, value), "Normal");
-      EXPECT_EQ(value, std::string(length, 'v') + (length % 2 ? "\0"s : ""s));
+      EXPECT_TRUE(contents(ours) == contents(theirs));
+      EXPECT_TRUE(load(ours) == "Normal " + std::string(length, 'v') + (length % 2 ? "\0"s : ""s));
     }
 }
-
-struct Place
-{
-  fs::path dir;
-  fs::path target = dir / "target";
-};
-
-struct Refusal
-{
-  const char* odd;
-  std::function<fs::path(const Place&)> prepare; // gives the path to save under
-  const char* message;
-};
 
 /// Every file below `dir` with its bytes, every other thing with its type.
 std::string inventory(const fs::path& dir)
@@ -140,101 +90,65 @@ std::string inventory(const fs::path& dir)
   std::string list;
   for (const auto& entry : fs::recursive_directory_iterator(dir))
     list += entry.path().string() + ' ' + std::to_string(static_cast<int>(entry.symlink_status().type())) +
-            (entry.is_regular_file() ? bytesOf(entry.path()) : "") + '\n';
+            (entry.is_regular_file() ? contents(entry.path()) : "") + '\n';
   return list;
 }
 
-/// Not root as long as it lives: permission bits hold then.
-class Unprivileged
-{
-public:
-  Unprivileged() : previous(geteuid())
-  {
-    if (previous == 0 && seteuid(65534) != 0)
-      throw std::runtime_error("cannot become another user");
-  }
-  ~Unprivileged() { EXPECT_EQ(seteuid(previous), 0); }
-  Unprivileged(const Unprivileged&) = delete;
-  Unprivileged& operator=(const Unprivileged&) = delete;
-
-private:
-  uid_t previous;
-};
-
-/// A disk with `bytes` left for a file.
-class Quota
-{
-public:
-  explicit Quota(rlim_t bytes) : handler(std::signal(SIGXFSZ, SIG_IGN))
-  {
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit limit{bytes, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~Quota()
-  {
-    setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handler);
-  }
-  Quota(const Quota&) = delete;
-  Quota& operator=(const Quota&) = delete;
-
-private:
-  void (*handler)(int);
-  rlimit before{};
-};
-
-fs::path existing(const Place& place, mode_t mode = 0666)
-{
-  put(place.target, "before");
-  chmod(place.target.c_str(), mode);
-  return place.target;
-}
-
-const Refusal kRefusals[] = {
-    {"missing directory", [](const Place& p) { return p.dir / "none/target"; }, "No such file or directory"},
-    {"a file for a directory", [](const Place& p) { return existing(p) / "target"; }, "Not a directory"},
-    {"a directory", [](const Place& p) { return fs::create_directory(p.target), p.target; }, "Is a directory"},
-    {"a FIFO", [](const Place& p) { return mkfifo(p.target.c_str(), 0666), p.target; }, "Not a regular file"},
-    {"a device", [](const Place&) { return fs::path("/dev/null"); }, "Not a regular file"},
-    {"name of 256 bytes", [](const Place& p) { return p.dir / std::string(256, 'n'); }, "File name too long"},
-    {"read-only file", [](const Place& p) { return existing(p, 0444); }, "Permission denied"},
-    {"read-only directory", [](const Place& p) { return existing(p), chmod(p.dir.c_str(), 0555), p.target; },
-     "Permission denied"},
-};
-
 TEST(FileWriter, RefusalsLeaveWhatWasThere)
 {
-  for (const Refusal& row : kRefusals)
-  {
-    SCOPED_TRACE(row.odd);
-    const TempDir dir;
-    chmod(dir.path().c_str(), 0777);
-    const fs::path target = row.prepare({dir.path()});
-    const std::string before = inventory(dir.path());
-    {
-      const auto state = readState(100);
-      const Unprivileged user;
-      EXPECT_STREQ(saveFile(*state, target).text(), row.message);
-    }
-    EXPECT_EQ(inventory(dir.path()), before);
-  }
+  const TempDir dir;
+  const fs::path folder = dir.path(), file = folder / "file", closed = folder / "closed", fifo = folder / "fifo";
+  fs::create_directory(closed);
+  for (const fs::path& path : {file, closed / "file"})
+    put(path, "before");
+  mkfifo(fifo.c_str(), 0666);
+  const std::pair<fs::path, const char*> rows[] = {
+      {folder / "none/target", "No such file or directory"},
+      {file / "target", "Not a directory"},
+      {closed, "Is a directory"},
+      {fifo, "Not a regular file"},
+      {"/dev/null", "Not a regular file"},
+      {folder / std::string(256, 'n'), "File name too long"},
+      {file, "Permission denied"},
+      {closed / "file", "Permission denied"},
+  };
+  chmod(file.c_str(), 0444);
+  chmod(closed.c_str(), 0555);
+  chmod(folder.c_str(), 0777);
+  const std::string before = inventory(folder);
+  const auto state = makeState(100);
+  const uid_t user = geteuid();
+  ASSERT_EQ(user == 0 ? seteuid(65534) : 0, 0) << "permission bits do not hold for root";
+  for (const auto& [path, message] : rows)
+    EXPECT_STREQ(saveFile(*state, path).text(), message) << path;
+  ASSERT_EQ(seteuid(user), 0);
+  EXPECT_EQ(inventory(folder), before);
+  chmod(closed.c_str(), 0755);
+}
+
+/// What saving says where `bytes` are left for a file.
+std::string saveWithQuota(DcmFileFormat& file, const fs::path& path, rlim_t bytes)
+{
+  rlimit before{};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const rlimit quota{bytes, before.rlim_max};
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &quota);
+  const OFCondition status = saveFile(file, path);
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, handler);
+  return status.text();
 }
 
 TEST(FileWriter, AFullDiskIsNoticedAndKeepsWhatWasThere)
 {
-  for (const bool exists : {false, true})
+  const TempDir dir;
+  put(dir.path() / "file", "before");
+  const std::string before = inventory(dir.path());
+  for (const char* name : {"file", "new"})
     for (const std::size_t length : {100U, 1U << 20U}) // at the first write, in the midst
     {
-      const TempDir dir;
-      if (exists)
-        existing({dir.path()});
-      const std::string before = inventory(dir.path());
-      {
-        const auto state = readState(length);
-        const Quota quota(length);
-        EXPECT_STREQ(saveFile(*state, dir.path() / "target").text(), "File too large");
-      }
+      EXPECT_EQ(saveWithQuota(*makeState(length), dir.path() / name, length), "File too large");
       EXPECT_EQ(inventory(dir.path()), before);
     }
 }
@@ -242,16 +156,17 @@ TEST(FileWriter, AFullDiskIsNoticedAndKeepsWhatWasThere)
 TEST(FileWriter, ReplacesAFileAndKeepsItsPlace)
 {
   const TempDir dir;
-  const fs::path target = existing({dir.path()}, 0640), link = dir.path() / "link",
+  const fs::path target = dir.path() / "target", link = dir.path() / "link",
                  longest = dir.path() / std::string(255, 'n');
+  put(target, "before");
+  chmod(target.c_str(), 0640);
   fs::create_symlink("target", link);
-  std::string value;
-  ASSERT_STREQ(saveFile(*readState(10), link).text(), "Normal");
-  ASSERT_STREQ(saveFile(*readState(10), longest).text(), "Normal");
+  ASSERT_STREQ(saveFile(*makeState(10), link).text(), "Normal");
+  ASSERT_STREQ(saveFile(*makeState(10), longest).text(), "Normal");
   EXPECT_TRUE(fs::is_symlink(link));
   EXPECT_EQ(static_cast<int>(fs::status(target).permissions()), 0640);
   EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), {}), 3) << inventory(dir.path());
-  EXPECT_EQ(load(target, value) + value, "Normalvvvvvvvvvv");
+  EXPECT_EQ(load(target), "Normal vvvvvvvvvv");
 }
 
 TEST(FileWriter, SavesOverTheFileWhoseValuesAreNotReadYet)
@@ -262,9 +177,7 @@ TEST(FileWriter, SavesOverTheFileWhoseValuesAreNotReadYet)
   DcmFileFormat file;
   ASSERT_TRUE(loadFile(file, path).good());
   ASSERT_STREQ(saveFile(file, path).text(), "Normal");
-  std::string value;
-  EXPECT_EQ(load(path, value), "Normal");
-  EXPECT_EQ(value, std::string(5000, 'v'));
+  EXPECT_TRUE(load(path) == "Normal " + std::string(5000, 'v'));
 }
 
 std::string number(Uint32 value)
@@ -287,22 +200,16 @@ std::string nested(std::size_t levels, bool defined)
 
 std::string deflated(const std::string& plain)
 {
-  std::vector<char> buffer(1U << 16U);
+  std::vector<char> buffer(plain.size() + 1000);
   DcmOutputBufferStream stream(buffer.data(), static_cast<offile_off_t>(buffer.size()));
   stream.installCompressionFilter(ESC_zlib);
-  std::string packed;
-  const auto drain = [&]
-  {
-    void* bytes = nullptr;
-    offile_off_t length = 0;
-    stream.flushBuffer(bytes, length);
-    packed.append(static_cast<const char*>(bytes), static_cast<std::size_t>(length));
-  };
-  for (std::size_t done = 0; done < plain.size(); drain())
+  for (std::size_t done = 0; done < plain.size();)
     done += static_cast<std::size_t>(stream.write(&plain[done], static_cast<offile_off_t>(plain.size() - done)));
-  for (; !stream.isFlushed(); drain())
-    stream.flush();
-  return packed;
+  stream.flush();
+  void* bytes = nullptr;
+  offile_off_t length = 0;
+  stream.flushBuffer(bytes, length);
+  return {static_cast<const char*>(bytes), static_cast<std::size_t>(length)};
 }
 
 /// A file of that transfer syntax up to its dataset, and `dataset`.
@@ -315,7 +222,7 @@ std::string withHeader(E_TransferSyntax syntax, const std::string& dataset)
   state->validateMetaInfo(syntax);
   const Uint32 length = meta->getLength(META_HEADER_DEFAULT_TRANSFERSYNTAX, EET_ExplicitLength);
   state->saveFile(path.c_str(), syntax);
-  return bytesOf(path).substr(0, 132 + length) + dataset;
+  return contents(path).substr(0, 132 + length) + dataset;
 }
 
 TEST(FileReader, Refusals)
@@ -323,7 +230,6 @@ TEST(FileReader, Refusals)
   constexpr E_TransferSyntax kExplicit = EXS_LittleEndianExplicit, kDeflated = EXS_DeflatedLittleEndianExplicit;
   const char* const deep = "Sequences are nested too deeply";
   const char* const ended = "I/O suspension or premature end of stream";
-  const std::string huge = "\x15\xf2\x94\x10OB\0\0\xfe\xff\xff\xff"s + "abcd";
   const struct
   {
     const char* odd;
@@ -331,16 +237,11 @@ TEST(FileReader, Refusals)
     const char* message;
   } rows[] = {
       {"20,000 levels, undefined length", withHeader(kExplicit, nested(20000, false)), deep},
-      {"20,000 levels, defined length", withHeader(kExplicit, nested(20000, true)), deep},
-      {"20,000 levels, deflated", withHeader(kDeflated, deflated(nested(20000, false))), deep},
-      {"20,000 levels, defined, deflated", withHeader(kDeflated, deflated(nested(20000, true))), deep},
-      {"300 levels", withHeader(kExplicit, nested(300, false)), "Normal"},
-      {"300 levels, deflated", withHeader(kDeflated, deflated(nested(300, true))), "Normal"},
-      {"4 GB in a few bytes", withHeader(kExplicit, huge), ended},
-      {"4 GB in a few bytes, implicit",
-       withHeader(EXS_LittleEndianImplicit, "\x15\xf2\x94\x10\xfe\xff\xff\xff"
-                                            "abcd"),
-       ended},
+      {"20,000 levels, deflated, defined length", withHeader(kDeflated, deflated(nested(20000, true))), deep},
+      {"300 levels", withHeader(kExplicit, nested(300, true)), "Normal"},
+      {"300 levels, deflated", withHeader(kDeflated, deflated(nested(300, false))), "Normal"},
+      {"4 GB in a few bytes", withHeader(kExplicit, "\x15\xf2\x94\x10OB\0\0\xfe\xff\xff\xff"s + "abcd"), ended},
+      {"4 GB, implicit", withHeader(EXS_LittleEndianImplicit, "\x15\xf2\x94\x10\xfe\xff\xff\xff" + "abcd"s), ended},
       {"garbage", std::string(5000, '\xA7'), ended},
       {"1000 zero bytes", std::string(1000, '\0'), "Normal"},
       {"empty", "", "End of stream"},
@@ -370,10 +271,9 @@ TEST(FileReader, NoRegularFile)
   const TempDir dir;
   const fs::path fifo = dir.path() / "fifo";
   mkfifo(fifo.c_str(), 0666);
-  DcmFileFormat file;
-  EXPECT_STREQ(loadFile(file, fifo).text(), "Not a regular file");
-  EXPECT_STREQ(loadFile(file, dir.path()).text(), "Not a regular file");
-  EXPECT_STREQ(loadFile(file, dir.path() / "none").text(), "No such file or directory");
+  EXPECT_EQ(load(fifo), "Not a regular file (none)");
+  EXPECT_EQ(load(dir.path()), "Not a regular file (none)");
+  EXPECT_EQ(load(dir.path() / "none"), "No such file or directory (none)");
 }
 
 TEST(FileReader, ATruncatedFileNeverHasItsLastValue)
@@ -383,15 +283,13 @@ TEST(FileReader, ATruncatedFileNeverHasItsLastValue)
   for (const E_TransferSyntax syntax : kSyntaxes)
   {
     ASSERT_TRUE(makeState(6)->saveFile(path.c_str(), syntax).good());
-    const std::string whole = bytesOf(path);
-    std::string value;
-    EXPECT_EQ(load(path, value) + value, "Normalvvvvvv");
-    // The header is the same in all but its transfer syntax.
-    for (std::size_t length = syntax == kSyntaxes[0] ? 0 : 300; length < whole.size(); ++length)
+    const std::string whole = contents(path);
+    EXPECT_EQ(load(path), "Normal vvvvvv");
+    const bool every = syntax == EXS_LittleEndianExplicit; // the others begin alike
+    for (std::size_t length = every ? 0 : 300; length < whole.size(); length += every ? 1 : 5)
     {
       put(path, whole.substr(0, length));
-      const std::string status = load(path, value);
-      EXPECT_FALSE(status == "Normal" && value == "vvvvvv" && syntax != EXS_DeflatedLittleEndianExplicit) << length;
+      EXPECT_TRUE(load(path) != "Normal vvvvvv" || syntax == EXS_DeflatedLittleEndianExplicit) << length;
     }
   }
 }
@@ -471,30 +369,26 @@ TEST(DictionaryDeathTest, IsCompiledInAndFilesComeOverIt)
   put(small, "(0011,0101)\tUS\tOwnName\t1\tOwn\n");
   put(garbage, "no\tdictionary\n\x01\x02(\n");
   put(folder + "/empty", "");
-  const std::string failed = "Data dictionary ";
+  const auto unread = [](const std::string& path, const std::string& why)
+  { return "Data dictionary " + path + " could not be read: " + why; };
+  const std::string standard = "|PatientName|Unknown Tag & Data|", own = "|PatientName|OwnName|";
   const struct
   {
-    const char* odd;
     std::string paths;
     int status;
     std::string said;
   } rows[] = {
-      {"unset", "(unset)", 0, "|PatientName|Unknown Tag & Data|"},
-      {"empty", "", 0, "|PatientName|Unknown Tag & Data|"},
-      {"small", small, 0, "|PatientName|OwnName|"},
-      {"empty file, empty entry", folder + "/empty::" + small, 0, "|PatientName|OwnName|"},
-      {"missing", none, 1,
-       failed + none + " could not be read: No such file or directory|PatientName|Unknown Tag & Data|"},
-      {"the second missing", small + ":" + none, 1,
-       failed + none + " could not be read: No such file or directory|PatientName|OwnName|"},
-      {"garbage", garbage, 1,
-       failed + garbage + " could not be read: it is not a data dictionary|PatientName|Unknown Tag & Data|"},
-      {"directory", folder, 1, failed + folder + " could not be read: Is a directory|PatientName|Unknown Tag & Data|"},
+      {"(unset)", 0, standard},
+      {"", 0, standard},
+      {folder + "/empty::" + small, 0, own},
+      {small + ":" + none, 1, unread(none, "No such file or directory") + own},
+      {garbage, 1, unread(garbage, "it is not a data dictionary") + standard},
+      {folder, 1, unread(folder, "Is a directory") + standard},
   };
   for (const auto& row : rows)
     EXPECT_EXIT(tellDictionary(row.paths == "(unset)" ? nullptr : row.paths.c_str()),
                 testing::ExitedWithCode(row.status), testing::Eq(row.said))
-        << row.odd;
+        << row.paths;
   fs::remove_all(folder);
 }
 
@@ -502,10 +396,7 @@ std::string described(const DcmDictEntry* entry)
 {
   std::ostringstream text;
   if (entry)
-    text << entry->getKey() << entry->getUpperKey() << entry->getVR().getVRName() << ' ' << entry->getVMMin() << '-'
-         << entry->getVMMax() << ' ' << entry->getTagName() << ' ' << entry->getStandardVersion() << ' '
-         << entry->getGroupRangeRestriction() << entry->getElementRangeRestriction() << ' '
-         << (entry->getPrivateCreator() ? entry->getPrivateCreator() : "");
+    text << *entry << entry->getGroupRangeRestriction() << entry->getElementRangeRestriction();
   return text.str();
 }
 
@@ -517,11 +408,7 @@ std::string described(const DcmDictEntry* entry)
   bool same = setUpDictionary(error);
   DcmDataDictionary& ours = dcmDataDict.wrlock();
   const auto compare = [&](const DcmDictEntry* expected, const DcmDictEntry* got)
-  {
-    same = same && described(expected) == described(got);
-    if (described(expected) != described(got))
-      std::cerr << described(expected) << " is " << described(got) << '\n';
-  };
+  { same = same && described(expected) == described(got); };
   for (auto entry = text.normalBegin(); entry != text.normalEnd(); ++entry)
     compare(*entry, ours.findEntry((*entry)->getKey(), (*entry)->getPrivateCreator()));
   auto got = ours.repeatingBegin();

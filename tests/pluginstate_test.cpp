@@ -1,9 +1,6 @@
 #include "StateFixture.h"
 
-#include "Console.h"
 #include "PSConverter.h"
-
-#include <functional>
 
 using namespace impsconverter;
 
@@ -26,34 +23,36 @@ TEST_F(PluginStateTest, RefusesWithOneLineALevel)
     std::size_t saved = 0;
   };
   const auto line = [](const std::string& text) { return figureOf({text}); };
+  const auto count = [](const char* kind, int arguments)
+  { return "Invalid number of arguments for '" + std::string(kind) + "': " + std::to_string(arguments) + "\n"; };
+  const std::string none = "Plugin State contains no figure\n", shortOne = "Figure is too short\n";
+  const std::string prefixed = "Figure starts with an invalid prefix\n";
+  const std::string slash = "Invalid ID in figure - contains no slash ('/')\n" + kFigureFailed;
+  const std::string underscore = "Invalid ID in figure - contains no underscore ('_')\n" + kFigureFailed;
   const Row rows[] = {
-      {"empty", "", "Plugin State contains no figure\n"},
-      {"a label alone", "label", "Plugin State contains no figure\n"},
-      {"the figure behind a NUL", std::string("label\0\\ID+1/2_3", 15), "Plugin State contains no figure\n"},
-      {"a backslash at the end", "label\\", "Figure is too short\n"},
-      {"a backslash at the end of a figure", "label\\ID+1.2/CT.1.2.3_1\\", "Figure is too short\n", 1},
-      {"two backslashes", "label\\\\ID+1/2_3", "Figure is too short\n"},
-      {"two characters", "label\\ID", "Figure is too short\n"},
-      {"small letters", "label\\id+1/2_3", "Figure starts with an invalid prefix\n"},
-      {"the blank as an escape", "label\\ID%201/2_3", "Figure starts with an invalid prefix\n"},
-      {"no slash", "label\\ID+12_3", "Invalid ID in figure - contains no slash ('/')\n" + kFigureFailed},
-      {"no underscore", "label\\ID+1/23", "Invalid ID in figure - contains no underscore ('_')\n" + kFigureFailed},
-      {"an underscore before the slash", "label\\ID+1_2/3",
-       "Invalid ID in figure - contains no underscore ('_')\n" + kFigureFailed},
-      {"a second ID without slash", "label\\ID+1.2/CT.1.2.3_1%0AID+1",
-       "Invalid ID in figure - contains no slash ('/')\n" + kFigureFailed, 1},
-      {"light of three", line("light 1 2 3"), "Invalid number of arguments for 'light': 3\n" + kFigureFailed},
-      {"light of none", line("light "), "Invalid number of arguments for 'light': -1\n" + kFigureFailed},
-      {"light of words", line("light a b"), "Invalid number of arguments for 'light': 0\n" + kFigureFailed},
-      {"sized of three", line("sized 1 2 3"), "Invalid number of arguments for 'sized': 3\n" + kFigureFailed},
-      {"pixel of one", line("pixel 1,5 2"), "Invalid number of arguments for 'pixel': 1\n" + kFigureFailed},
-      {"clip of four", line("clip 2 0 0 5"), "Invalid number of arguments for 'pixel': 4\n" + kFigureFailed},
+      {"empty", "", none},
+      {"a label alone", "label", none},
+      {"the figure behind a NUL", std::string("label\0\\ID+1/2_3", 15), none},
+      {"a backslash at the end", "label\\", shortOne},
+      {"a backslash at the end of a figure", "label\\ID+1.2/CT.1.2.3_1\\", shortOne, 1},
+      {"two backslashes", "label\\\\ID+1/2_3", shortOne},
+      {"two characters", "label\\ID", shortOne},
+      {"small letters", "label\\id+1/2_3", prefixed},
+      {"the blank as an escape", "label\\ID%201/2_3", prefixed},
+      {"no slash", "label\\ID+12_3", slash},
+      {"no underscore", "label\\ID+1/23", underscore},
+      {"an underscore before the slash", "label\\ID+1_2/3", underscore},
+      {"a second ID without slash", "label\\ID+1.2/CT.1.2.3_1%0AID+1", slash, 1},
+      {"light of three", line("light 1 2 3"), count("light", 3) + kFigureFailed},
+      {"light of none", line("light "), count("light", -1) + kFigureFailed},
+      {"light of words", line("light a b"), count("light", 0) + kFigureFailed},
+      {"sized of three", line("sized 1 2 3"), count("sized", 3) + kFigureFailed},
+      {"pixel of one", line("pixel 1,5 2"), count("pixel", 1) + kFigureFailed},
+      {"clip of four", line("clip 2 0 0 5"), count("pixel", 4) + kFigureFailed},
       {"orientation 8", line("sized 1 1 0 8"), "Invalid image orientation: 8\n" + kFigureFailed},
       {"orientation -1", line("sized 1 1 0 -1"), "Invalid image orientation: -1\n" + kFigureFailed},
-      {"a failing annotation", line("oval_x 1|2"),
-       "Invalid number of common annotation arguments for oval_x: 1\n" + kFigureFailed},
       {"a failing line of a dropped object", "l\\ID+1.2/CT.9_1%0Alight+1",
-       kNowhere + "Invalid number of arguments for 'light': 1\n" + kFigureFailed},
+       kNowhere + count("light", 1) + kFigureFailed},
   };
   for (const Row& row : rows)
   {
@@ -74,67 +73,38 @@ TEST_F(PluginStateTest, ViewLinesReadBack)
     std::vector<std::string> lines;
     std::string area; ///< items of the displayed area
     std::string rest;
-    std::string error;
+    std::string error = "";
   };
   const std::string upright = "ImageHorizontalFlip:CS=N ImageRotation:US=0";
-  const auto area = [](const std::string& mode, const std::string& more = "")
+  const auto area = [](const std::string& mode, const std::string& corner = "512\\256")
   {
-    return "DisplayedAreaTopLeftHandCorner:SL=1\\1 DisplayedAreaBottomRightHandCorner:SL=512\\256 "
-           "PresentationSizeMode:CS=" +
-           mode + more;
+    return "DisplayedAreaTopLeftHandCorner:SL=1\\1 DisplayedAreaBottomRightHandCorner:SL=" + corner +
+           " PresentationSizeMode:CS=" + mode;
   };
-  const auto turned = [](int degrees, char flip)
-  { return std::string("ImageHorizontalFlip:CS=") + flip + " ImageRotation:US=" + std::to_string(degrees); };
+  const std::string fit = area("SCALE TO FIT"), ratio = " PresentationPixelMagnificationRatio:FL=2.5";
   const std::string twice = "Displayed Area Top Left Hand Corner element could not be inserted to Displayed Area "
                             "Selection Item: Doubled tag\n";
+  // The sample states show the rest: the other orientations and the usual lines.
   const Row rows[] = {
-      {"no line", {}, "", "", ""},
-      {"size mode 0", {"sized 512 256 0 0"}, area("MAGNIFY"), upright, ""},
-      {"size mode 1", {"sized 512 256 1 0"}, area("SCALE TO FIT"), upright, ""},
-      {"size mode 2", {"sized 512 256 2 0"}, area("TRUE SIZE"), upright, ""},
-      {"size mode 3", {"sized 512 256 3 0"}, area("SCALE TO FIT"), upright, ""},
-      {"size mode -7", {"sized 512 256 -7 0 and more"}, area("SCALE TO FIT"), upright, ""},
-      {"orientation 1", {"sized 512 256 1 1"}, area("SCALE TO FIT"), turned(90, 'N'), ""},
-      {"orientation 2", {"sized 512 256 1 2"}, area("SCALE TO FIT"), turned(180, 'N'), ""},
-      {"orientation 3", {"sized 512 256 1 3"}, area("SCALE TO FIT"), turned(270, 'N'), ""},
-      {"orientation 4", {"sized 512 256 1 4"}, area("SCALE TO FIT"), turned(0, 'Y'), ""},
-      {"orientation 5", {"sized 512 256 1 5"}, area("SCALE TO FIT"), turned(90, 'Y'), ""},
-      {"orientation 6", {"sized 512 256 1 6"}, area("SCALE TO FIT"), turned(180, 'Y'), ""},
-      {"orientation 7", {"sized 512 256 1 7"}, area("SCALE TO FIT"), turned(270, 'Y'), ""},
-      {"sized twice", {"sized 512 256 1 0", "sized 9 9 0 1"}, area("MAGNIFY"), turned(90, 'N'), twice},
-      {"sizes at the ends",
-       {"sized -2147483648 2147483647 1 0"},
-       "DisplayedAreaTopLeftHandCorner:SL=1\\1 DisplayedAreaBottomRightHandCorner:SL=-2147483648\\2147483647 "
-       "PresentationSizeMode:CS=SCALE TO FIT",
-       upright,
-       ""},
-      {"clip of five",
-       {"sized 512 256 0 0", "clip 2 0 0 5 6"},
-       area("MAGNIFY", " PresentationPixelMagnificationRatio:FL=2"),
-       upright,
-       ""},
-      {"clip of six",
-       {"sized 512 256 2 0", "clip 2.5 0 0 5 6 3"},
-       area("TRUE SIZE", " PresentationPixelMagnificationRatio:FL=2.5"),
-       upright,
-       ""},
-      {"clip before sized", {"clip 2 0 0 5 6", "sized 512 256 0 0"}, area("MAGNIFY"), upright, ""},
-      {"pixel twice", {"pixel 1.5 0.25", "pixel 0.75 1e-3"}, "PresentationPixelSpacing:DS=0.75\\0.001", "", ""},
-      {"light",
-       {"light 400 -40 0 1"},
-       "",
-       "SoftcopyVOILUTSequence{WindowCenter:DS=-40 WindowWidth:DS=400} PresentationLUTShape:CS=IDENTITY",
-       ""},
+      {"no line", {}, "", ""},
+      {"size mode 3", {"sized 512 256 3 0"}, fit, upright},
+      {"size mode -7", {"sized 512 256 -7 0 and more"}, fit, upright},
+      {"orientation 5", {"sized 512 256 1 5"}, fit, "ImageHorizontalFlip:CS=Y ImageRotation:US=90"},
+      {"sized twice",
+       {"sized 512 256 1 0", "sized 9 9 0 1"},
+       area("MAGNIFY"),
+       "ImageHorizontalFlip:CS=N ImageRotation:US=90",
+       twice},
+      {"the ends", {"sized -2147483648 2147483647 1 0"}, area("SCALE TO FIT", "-2147483648\\2147483647"), upright},
+      {"clip of five", {"sized 512 256 0 0", "clip 2.5 0 0 5 6"}, area("MAGNIFY") + ratio, upright},
+      {"clip of six", {"sized 512 256 2 0", "clip 2.5 0 0 5 6 3"}, area("TRUE SIZE") + ratio, upright},
+      {"clip before sized", {"clip 2 0 0 5 6", "sized 512 256 0 0"}, area("MAGNIFY"), upright},
+      {"pixel twice", {"pixel 1.5 0.25", "pixel 0.75 1e-3"}, "PresentationPixelSpacing:DS=0.75\\0.001", ""},
       {"light inverted",
        {"light -2147483648 1 -1 0"},
        "",
-       "SoftcopyVOILUTSequence{WindowCenter:DS=1 WindowWidth:DS=-2147483648} PresentationLUTShape:CS=INVERSE",
-       ""},
-      {"lines that are none",
-       {"", " light 1", "Light 1", "light", "lights 1", "ruler_x", "oval_xx 1", "\xff"},
-       "",
-       "",
-       ""},
+       "SoftcopyVOILUTSequence{WindowCenter:DS=1 WindowWidth:DS=-2147483648} PresentationLUTShape:CS=INVERSE"},
+      {"lines that are none", {"", " light 1", "Light 1", "light", "lights 1", "ruler_x", "oval_xx 1", "\xff"}, "", ""},
   };
   for (const Row& row : rows)
   {
@@ -237,14 +207,12 @@ TEST_F(PluginStateTest, ALineWithoutOutputObjectIsRefused)
   };
   for (const auto& [line, trace] : rows)
   {
-    std::ostringstream out;
-    std::ostringstream error;
-    const tarn::ConsoleScope console(out, error);
+    const Capture said;
     PSConverter converter(*db, inputPath, prefix, 0, true);
     EXPECT_FALSE(converter.parseFigure(line));
-    EXPECT_EQ(open, error.str());
+    EXPECT_EQ(open, said.error.str());
     EXPECT_EQ(" -------- Figure ----------- \n" + std::string(line) + "\n ------ End Figure --------- \n" + trace,
-              out.str());
+              said.out.str());
   }
 }
 

@@ -1,14 +1,31 @@
 #pragma once
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 /// What a file holds; empty where there is none.
-inline std::string contents(const std::filesystem::path& file)
+inline std::string contents(const std::filesystem::path& path)
 {
   std::ostringstream text;
-  text << std::ifstream(file).rdbuf();
+  text << std::ifstream(path, std::ios::binary).rdbuf();
   return text.str();
+}
+
+inline void put(const std::filesystem::path& path, const std::string& bytes)
+{
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+/// What lies in a folder, hidden files too, in byte order.
+inline std::vector<std::string> namesIn(const std::filesystem::path& folder)
+{
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder))
+    names.push_back(entry.path().filename());
+  std::sort(names.begin(), names.end());
+  return names;
 }

@@ -1,42 +1,32 @@
 #include "StateFixture.h"
-#include "QueryBindings.h"
 
-#include "Console.h"
 #include "DicomFile.h"
 #include "PSCache.h"
 #include "PSConverter.h"
 #include "PluginState.h"
+#include "QueryBindings.h"
 
 #include <dcmtk/oflog/oflog.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <sstream>
-
-namespace fs = std::filesystem;
 
 namespace
 {
 
-/// Fills the object table.
-class ObjectRows : private tarn::db::PSCache
+/// Runs one statement on a database.
+class Statement : private tarn::db::PSCache
 {
 public:
-  explicit ObjectRows(tarn::db::DBConnectorSql& db) : PSCache(db)
+  Statement(tarn::db::DBConnectorSql& db, const char* sql) : PSCache(db), query([sql] { return sql; }, 0, 0)
   {
-    registerQuery(insert);
+    registerQuery(query);
     init();
-    const auto bindings = insert.mkBindings();
-    executeUpdate(insert, *bindings, true);
+    executeUpdate(query, *query.mkBindings(), true);
   }
 
 private:
-  tarn::db::PsQuery insert{[]
-                           {
-                             return std::string("INSERT INTO objects VALUES ('1.2', 'CT.1.2.3', "
-                                                "'1.2.840.10008.5.1.4.1.1.2', '1.2.3', '1.2.30', 512, 256, 1)");
-                           },
-                           0, 0};
+  tarn::db::PsQuery query;
 };
 
 template <class Value>
@@ -88,20 +78,17 @@ std::string describe(DcmItem& item, const std::vector<DcmTagKey>& only)
   return text;
 }
 
-std::vector<std::string> namesIn(const fs::path& folder)
-{
-  std::vector<std::string> names;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder))
-    names.push_back(entry.path().filename());
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
 StateFixture::StateFixture()
 {
   OFLog::configure(OFLogger::OFF_LOG_LEVEL); // what the toolkit says of damaged files
-  ObjectRows rows(*db);
-  fs::create_directory(folder.path() / "out");
+  execute(
+      "INSERT INTO objects VALUES ('1.2', 'CT.1.2.3', '1.2.840.10008.5.1.4.1.1.2', '1.2.3', '1.2.30', 512, 256, 1)");
+  std::filesystem::create_directory(folder.path() / "out");
+}
+
+void StateFixture::execute(const char* sql)
+{
+  Statement(*db, sql);
 }
 
 std::string StateFixture::figureOf(const std::vector<std::string>& lines)
@@ -113,10 +100,8 @@ std::string StateFixture::figureOf(const std::vector<std::string>& lines)
 
 void StateFixture::putPluginState(DcmItem& dataset, const std::string& text, DcmEVR vr)
 {
-  DcmTag tag(0xF215, 0x1094, "PB group A");
-  tag.setVR(DcmVR(vr));
   DcmElement* element = nullptr;
-  samples::require(DcmItem::newDicomElementWithVR(element, tag), "new element");
+  samples::require(DcmItem::newDicomElementWithVR(element, DcmTag(kPluginState, DcmVR(vr))), "new element");
   if (element->isaString())
     element->putString(text.data(), static_cast<Uint32>(text.size()));
   else
@@ -144,14 +129,9 @@ std::unique_ptr<DcmFileFormat> StateFixture::state(const std::string& pluginStat
 
 Outcome StateFixture::convertPath(const std::string& path, unsigned long flags, bool debug)
 {
-  std::ostringstream out;
-  std::ostringstream error;
-  const tarn::ConsoleScope console(out, error);
-  Outcome outcome;
-  outcome.good = impsconverter::PSConverter(*db, path, prefix, flags, debug).convert(false);
-  outcome.error = error.str();
-  outcome.out = out.str();
-  return outcome;
+  const Capture said;
+  const bool good = impsconverter::PSConverter(*db, path, prefix, flags, debug).convert(false);
+  return {good, said.error.str(), said.out.str()};
 }
 
 Outcome StateFixture::convert(DcmFileFormat& file, unsigned long flags, bool debug)

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "Capture.h"
 #include "DBConnectorSql.h"
 #include "Environment.h"
+#include "Files.h"
 #include "TempDir.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -25,8 +27,7 @@ struct Outcome
 /// "Name{item}{item}"; numbers of FL and FD with all their digits.
 std::string describe(DcmItem& item, const std::vector<DcmTagKey>& only = {});
 
-/// The files of a folder, hidden ones too, in byte order.
-std::vector<std::string> namesIn(const std::filesystem::path& folder);
+const DcmTagKey kPluginState(0xF215, 0x1094);
 
 /// Presentation states that are built in memory and converted from a file, with a database in memory. That database
 /// knows the image CT.1.2.3 (512 x 256) of the study 1.2; the state's own references know 1.2.4 too.
@@ -37,6 +38,9 @@ protected:
   static constexpr char kFirstName[] = "PR.1.2.826.0.1.7770001.2.11.7.1.123.45";
 
   StateFixture();
+
+  /// Runs a statement on the database.
+  void execute(const char* sql);
 
   /// A plug-in state of one figure on the image of the database: its ID line and `lines`.
   static std::string figureOf(const std::vector<std::string>& lines);
@@ -50,7 +54,6 @@ protected:
 
   /// Reads a file of the output folder.
   std::unique_ptr<DcmFileFormat> output(const std::string& name = kFirstName) const;
-  /// What an output says of the tags.
   std::string describeOutput(const std::vector<DcmTagKey>& tags, const std::string& name = kFirstName) const;
   std::vector<std::string> outputNames() const { return namesIn(folder.path() / "out"); }
 
