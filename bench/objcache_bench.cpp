@@ -59,7 +59,7 @@ void import(benchmark::State& state)
     if (manager.importFromMetaFile("1.2", study.path(), missing) != 0)
       state.SkipWithError("the import failed");
     state.PauseTiming();
-    ArchiveAdmin(*study.db).deleteObjectRows("1.2");
+    ArchiveAdmin(*study.db).registerStudy("1.2", static_cast<int>(state.range(1)), false);
     state.ResumeTiming();
   }
   state.SetItemsProcessed(state.iterations() * state.range(1));

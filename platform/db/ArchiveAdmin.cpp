@@ -148,11 +148,6 @@ void ArchiveAdmin::clearError(const std::string& studyUid)
   transaction.commit();
 }
 
-void ArchiveAdmin::deleteObjectRows(const std::string& studyUid)
-{
-  changeStudy(dropObjects, studyUid);
-}
-
 void ArchiveAdmin::removeStudy(const std::string& studyUid)
 {
   Transaction transaction(db);

@@ -46,8 +46,6 @@ public:
   void putStudy(const std::string& studyUid, int objectCount, bool metaRequired);
   /// Drops the entry of the study and its "ocerror" references: the next run imports again.
   void clearError(const std::string& studyUid);
-  /// Drops the object rows of the study, not its entry.
-  void deleteObjectRows(const std::string& studyUid);
   /// Drops the study from every table, with references of every name.
   void removeStudy(const std::string& studyUid);
 
