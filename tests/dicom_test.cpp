@@ -230,12 +230,7 @@ TEST(FileReader, Refusals)
   constexpr E_TransferSyntax kExplicit = EXS_LittleEndianExplicit, kDeflated = EXS_DeflatedLittleEndianExplicit;
   const char* const deep = "Sequences are nested too deeply";
   const char* const ended = "I/O suspension or premature end of stream";
-  const struct
-  {
-    const char* odd;
-    std::string bytes;
-    const char* message;
-  } rows[] = {
+  const std::tuple<const char*, std::string, const char*> rows[] = {
       {"20,000 levels, undefined length", withHeader(kExplicit, nested(20000, false)), deep},
       {"20,000 levels, deflated, defined length", withHeader(kDeflated, deflated(nested(20000, true))), deep},
       {"300 levels", withHeader(kExplicit, nested(300, true)), "Normal"},
@@ -248,18 +243,18 @@ TEST(FileReader, Refusals)
   };
   const TempDir dir;
   const fs::path path = dir.path() / "file";
-  for (const auto& row : rows)
+  for (const auto& [odd, bytes, message] : rows)
   {
-    SCOPED_TRACE(row.odd);
-    put(path, row.bytes);
+    SCOPED_TRACE(odd);
+    put(path, bytes);
     rusage before{}, after{};
     getrusage(RUSAGE_SELF, &before);
     DcmFileFormat file;
-    EXPECT_STREQ(loadFile(file, path).text(), row.message);
+    EXPECT_STREQ(loadFile(file, path).text(), message);
     DcmFileFormat copy(file.getDataset());
     getrusage(RUSAGE_SELF, &after);
     EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 300000) << "kilobytes of memory";
-    if (row.message == "Normal"s && file.getDataset()->card() > 0)
+    if (message == "Normal"s && file.getDataset()->card() > 0)
     {
       EXPECT_STREQ(saveFile(copy, dir.path() / "copy").text(), "Normal");
     }
@@ -296,11 +291,7 @@ TEST(FileReader, ATruncatedFileNeverHasItsLastValue)
 
 TEST(ElementText, ValuesThatServeAsKeys)
 {
-  const struct
-  {
-    const char *odd, *vr;
-    std::string bytes, text, uid;
-  } rows[] = {
+  const std::tuple<const char*, const char*, std::string, std::string, std::string> rows[] = {
       {"NUL pad", "UI", "1.2\0"s, "1.2", "1.2"},
       {"blank pad", "LO", "1.2 ", "1.2", "1.2"},
       {"just one pad goes", "UN", "1.2 \0 "s, "1.2 \0"s, "1.2 \0"s},
@@ -310,23 +301,22 @@ TEST(ElementText, ValuesThatServeAsKeys)
       {"a sequence", "SQ", "\xfe\xff\0\xe0\0\0\0\0"s, "(Invalid VR)", "(Invalid VR)"},
   };
   const TempDir dir;
-  for (const auto& row : rows)
+  for (const auto& [odd, vr, bytes, text, uid] : rows)
   {
-    const std::string length = number(static_cast<Uint32>(row.bytes.size()));
-    const bool isLong = row.vr == "UN"s || row.vr == "SQ"s;
-    put(dir.path() / "f",
-        withHeader(EXS_LittleEndianExplicit,
-                   "\x08\0\x18\0"s + row.vr + (isLong ? "\0\0"s + length : length.substr(0, 2)) + row.bytes));
+    const std::string length = number(static_cast<Uint32>(bytes.size()));
+    const bool isLong = vr == "UN"s || vr == "SQ"s;
+    put(dir.path() / "f", withHeader(EXS_LittleEndianExplicit,
+                                     "\x08\0\x18\0"s + vr + (isLong ? "\0\0"s + length : length.substr(0, 2)) + bytes));
     DcmFileFormat file;
-    ASSERT_STREQ(loadFile(file, dir.path() / "f").text(), "Normal") << row.odd;
+    ASSERT_STREQ(loadFile(file, dir.path() / "f").text(), "Normal") << odd;
     const auto outcome = [&](auto read)
     {
       std::string value = "stale";
       const OFCondition status = read(*file.getDataset(), DCM_SOPInstanceUID, value);
       return status.good() ? value : value + '(' + status.text() + ')';
     };
-    EXPECT_EQ(outcome(readText), row.text) << row.odd;
-    EXPECT_EQ(outcome(readUid), row.uid) << row.odd;
+    EXPECT_EQ(outcome(readText), text) << odd;
+    EXPECT_EQ(outcome(readUid), uid) << odd;
   }
   std::string value;
   EXPECT_STREQ(readUid(*makeState(0)->getDataset(), DCM_StudyInstanceUID, value).text(), "Tag not found");
@@ -372,12 +362,7 @@ TEST(DictionaryDeathTest, IsCompiledInAndFilesComeOverIt)
   const auto unread = [](const std::string& path, const std::string& why)
   { return "Data dictionary " + path + " could not be read: " + why; };
   const std::string standard = "|PatientName|Unknown Tag & Data|", own = "|PatientName|OwnName|";
-  const struct
-  {
-    std::string paths;
-    int status;
-    std::string said;
-  } rows[] = {
+  const std::tuple<std::string, int, std::string> rows[] = {
       {"(unset)", 0, standard},
       {"", 0, standard},
       {folder + "/empty::" + small, 0, own},
@@ -385,10 +370,10 @@ TEST(DictionaryDeathTest, IsCompiledInAndFilesComeOverIt)
       {garbage, 1, unread(garbage, "it is not a data dictionary") + standard},
       {folder, 1, unread(folder, "Is a directory") + standard},
   };
-  for (const auto& row : rows)
-    EXPECT_EXIT(tellDictionary(row.paths == "(unset)" ? nullptr : row.paths.c_str()),
-                testing::ExitedWithCode(row.status), testing::Eq(row.said))
-        << row.paths;
+  for (const auto& [paths, status, said] : rows)
+    EXPECT_EXIT(tellDictionary(paths == "(unset)" ? nullptr : paths.c_str()), testing::ExitedWithCode(status),
+                testing::Eq(said))
+        << paths;
   fs::remove_all(folder);
 }
 
