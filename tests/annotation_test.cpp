@@ -13,6 +13,7 @@
 #include "text.h"
 
 #include <functional>
+#include <tuple>
 
 using namespace impsconverter;
 

@@ -13,6 +13,7 @@
 #include <chrono>
 #include <sstream>
 #include <thread>
+#include <tuple>
 
 using namespace tarn::imutils;
 using namespace std::string_literals;

@@ -9,6 +9,7 @@
 #include <functional>
 #include <locale>
 #include <random>
+#include <tuple>
 
 using namespace impsconverter;
 namespace fs = std::filesystem;

@@ -2,6 +2,8 @@
 
 #include "PSConverter.h"
 
+#include <tuple>
+
 using namespace impsconverter;
 
 namespace

@@ -9,6 +9,7 @@
 
 #include <climits>
 #include <functional>
+#include <tuple>
 
 using namespace impsconverter;
 
