@@ -13,6 +13,7 @@
 #include "text.h"
 
 #include <functional>
+#include <tuple>
 
 using namespace impsconverter;
 
@@ -70,12 +71,6 @@ protected:
   }
 };
 
-struct Written
-{
-  const char* name;
-  std::string line, graphics, texts;
-};
-
 TEST_F(AnnotationTest, SimpleFormsAndTextsReadBack)
 {
   const std::string shown = " 1 red 10 20 1 1 0 0 100 100 0|";
@@ -85,7 +80,7 @@ TEST_F(AnnotationTest, SimpleFormsAndTextsReadBack)
   const std::string low = "-2.14748365e+09", high = "2.14748365e+09"; // the ends of 32 bits as floats
   const std::string longest(512, 'a');
   // The sample states show the usual ones.
-  const Written rows[] = {
+  const std::tuple<const char*, std::string, std::string, std::string> rows[] = {
       {"a ruler without value", "ruler_x" + hidden + "30 40 a 1", ruled, ""},
       {"nine common fields", "ruler_x 1 red 10 20 1 1 0 0 100|30 40 a 0", ruled,
        text("a", "100\\0", "96\\-10", "104\\10", "CENTER")},
@@ -123,30 +118,21 @@ TEST_F(AnnotationTest, SimpleFormsAndTextsReadBack)
       {"a square at the end", "spinelabel_x 1 red 2147483647 0 1 0 0 0 0|0 0 0 0 a 0",
        polyline(5, high + "\\0\\" + low + "\\0\\" + low + "\\5\\" + high + "\\5\\" + high + "\\0"), ""},
   };
-  for (const Written& row : rows)
+  for (const auto& [name, line, graphics, texts] : rows)
   {
-    SCOPED_TRACE(row.name);
-    const Outcome outcome = convert(figureOf({row.line}));
+    SCOPED_TRACE(name);
+    const Outcome outcome = convert(figureOf({line}));
     EXPECT_TRUE(outcome.good);
     EXPECT_EQ("", outcome.error);
     EXPECT_EQ("", outcome.out);
     EXPECT_EQ("GraphicLayerSequence{GraphicLayer:CS=ANNLAYER1 GraphicLayerOrder:IS=1}",
               describeOutput({DCM_GraphicLayerSequence}));
     EXPECT_EQ("GraphicAnnotationSequence{GraphicLayer:CS=ANNLAYER1" +
-                  (row.texts.empty() ? "" : " TextObjectSequence" + row.texts) +
-                  (row.graphics.empty() ? "" : " GraphicObjectSequence" + row.graphics) + "}",
+                  (texts.empty() ? "" : " TextObjectSequence" + texts) +
+                  (graphics.empty() ? "" : " GraphicObjectSequence" + graphics) + "}",
               describeOutput({DCM_GraphicAnnotationSequence}));
   }
 }
-
-struct Compound
-{
-  const char* name;
-  Make kind;
-  std::string params;
-  std::string expected; ///< nothing for kinds without a compound form
-  const char* laterId;  ///< what graphics carry that are added afterwards
-};
 
 TEST_F(AnnotationTest, CompoundFormsReadBack)
 {
@@ -160,7 +146,9 @@ TEST_F(AnnotationTest, CompoundFormsReadBack)
   const std::string ticks = " TickAlignment:CS=CENTER ShowTickLabel:CS=N TickLabelAlignment:CS=BOTTOM";
   const std::string turn = " RotationAngle:FD=-30.100000381469727 RotationPoint:FL=10\\20";
   const std::string box = "5\\14\\15\\26", oval = "ELLIPSE GraphicFilled:CS=N" + id;
-  const Compound rows[] = {
+  // expected: nothing for kinds without a compound form
+  // laterId: what graphics carry that are added afterwards
+  const std::tuple<const char*, Make, std::string, std::string, const char*> rows[] = {
       {"a ruler", make<Ruler>, "30 40 a 1", graphic(2, "10\\20\\30\\40", "RULER" + id + ticks), ""},
       {"a range line", make<Ruler>, "30 40 a 0", graphic(2, "10\\20\\30\\40", "RANGELINE" + id), ""},
       {"an angle without its extension", make<Angle>, "1 2 3 4 a ex",
@@ -175,32 +163,26 @@ TEST_F(AnnotationTest, CompoundFormsReadBack)
       {"a text", make<Text>, "0 a", "", nullptr},
       {"a spine label", make<SpineLabel>, "0 0 1 2 a 0", "", ""},
   };
-  for (const Compound& row : rows)
+  for (const auto& [name, kind, params, expected, laterId] : rows)
   {
-    SCOPED_TRACE(row.name);
+    SCOPED_TRACE(name);
     const auto target = opened();
-    const auto annotation = row.kind(target.get());
-    ASSERT_TRUE(annotation->process(common + row.params) && annotation->createCompound() && annotation->createSimple());
+    const auto annotation = kind(target.get());
+    ASSERT_TRUE(annotation->process(common + params) && annotation->createCompound() && annotation->createSimple());
     ASSERT_TRUE(target->save(prefix));
     const auto file = output("PR.1.9");
     DcmItem* item = nullptr;
     ASSERT_TRUE(file->getDataset()->findAndGetSequenceItem(DCM_GraphicAnnotationSequence, item).good());
-    EXPECT_EQ(row.expected, describe(*item, {DCM_CompoundGraphicSequence}));
+    EXPECT_EQ(expected, describe(*item, {DCM_CompoundGraphicSequence}));
     DcmItem* last = nullptr;
-    ASSERT_EQ(row.laterId != nullptr, item->findAndGetSequenceItem(DCM_GraphicObjectSequence, last, -1).good());
+    ASSERT_EQ(laterId != nullptr, item->findAndGetSequenceItem(DCM_GraphicObjectSequence, last, -1).good());
     if (last)
     {
-      const std::string laterId = describe(*last, {DCM_CompoundGraphicInstanceID});
-      EXPECT_EQ(row.laterId, laterId.empty() ? "" : " " + laterId);
+      const std::string later = describe(*last, {DCM_CompoundGraphicInstanceID});
+      EXPECT_EQ(laterId, later.empty() ? "" : " " + later);
     }
   }
 }
-
-struct Refusal
-{
-  Make kind;
-  std::string line, message;
-};
 
 TEST_F(AnnotationTest, RefusesWithOneLine)
 {
@@ -214,7 +196,7 @@ TEST_F(AnnotationTest, RefusesWithOneLine)
   { return "Incorrect number of vertices in a x annotation failed: " + std::string(count); };
   const std::string parsing = "Parsing ", range = " a x annotation failed: Numerical result out of range";
   const std::string noLabel = "Parsing label from a x annotation failed";
-  const Refusal rows[] = {
+  const std::tuple<Make, std::string, std::string> rows[] = {
       {make<Ruler>, "ruler_x", "Invalid annotation line, contains no space: ruler_x"},
       {make<Ruler>, "ruler|x 1 red", "Invalid annotation line, contains no pipe: ruler|x 1 red"},
       {make<Ruler>, "a\tb\x01 c", "Invalid annotation line, contains no pipe: a?b? c"},
@@ -243,13 +225,13 @@ TEST_F(AnnotationTest, RefusesWithOneLine)
       {make<FreeHand>, c + "1 1 2", noLabel},
       {make<FreeHand>, c + "65534 1 2" + std::string(4000000, ' '), noLabel},
   };
-  for (const Refusal& row : rows)
+  for (const auto& [kind, line, message] : rows)
   {
-    SCOPED_TRACE(row.line.substr(0, 80));
+    SCOPED_TRACE(line.substr(0, 80));
     const Capture said;
     const auto target = opened();
-    EXPECT_FALSE(row.kind(target.get())->process(row.line));
-    EXPECT_EQ(row.message + "\n", said.error.str());
+    EXPECT_FALSE(kind(target.get())->process(line));
+    EXPECT_EQ(message + "\n", said.error.str());
     EXPECT_EQ("GraphicLayer:CS=ANNLAYER1", describe(*target->annotationItem));
   }
   const Capture said;
@@ -351,17 +333,18 @@ TEST_F(AnnotationTest, NamesTheElementThatCouldNotBeWritten)
 
 TEST_F(AnnotationTest, AHelperLineThatFailsChangesNothing)
 {
-  const Fault rows[] = {{ToolkitFault::inserting, DCM_PatternOnColorCIELabValue,
-                         "CIELab Color could not be inserted: Illegal call, perhaps wrong parameters\n"},
-                        {ToolkitFault::inserting, DCM_LineStyleSequence, ""},
-                        {ToolkitFault::inserting, DCM_PatternOnOpacity, ""},
-                        {ToolkitFault::inserting, DCM_LinePattern, ""}};
-  for (const Fault& row : rows)
+  const std::tuple<ToolkitFault::Where, DcmTagKey, const char*> rows[] = {
+      {ToolkitFault::inserting, DCM_PatternOnColorCIELabValue,
+       "CIELab Color could not be inserted: Illegal call, perhaps wrong parameters\n"},
+      {ToolkitFault::inserting, DCM_LineStyleSequence, ""},
+      {ToolkitFault::inserting, DCM_PatternOnOpacity, ""},
+      {ToolkitFault::inserting, DCM_LinePattern, ""}};
+  for (const auto& [where, tag, message] : rows)
   {
     const Capture said;
-    const ToolkitFault fault(row.where, row.tag);
+    const ToolkitFault fault(where, tag);
     EXPECT_TRUE(Angle(opened().get()).process("x 3 red 10 20 1 1 0 0 100 100 0|1 2 3 4 a ex"));
-    EXPECT_EQ(row.message, said.error.str());
+    EXPECT_EQ(message, said.error.str());
   }
 }
 
@@ -378,13 +361,7 @@ TEST_F(AnnotationTest, ASequenceWithATextVrIsNoNullItem)
 
 TEST_F(AnnotationTest, DebugPrintsWhatWasParsed)
 {
-  struct Row
-  {
-    Make kind;
-    const char* params;
-    const char* expected;
-  };
-  const Row rows[] = {
+  const std::tuple<Make, const char*, const char*> rows[] = {
       {make<Ruler>, "1 2 a+b 2", "Ruler arguments: 4\n End X: 1\n End Y: 2\n Label: a b\n Show Tick Marks: true\n"},
       {make<Angle>, "1 2 3 4 a",
        "Angle arguments: 5\n Ray 1 X: 1\n Ray 1 Y: 2\n Ray 2 X: 3\n Ray 2 Y: 4\n Label: a\n Mode: \n"},
@@ -402,11 +379,11 @@ TEST_F(AnnotationTest, DebugPrintsWhatWasParsed)
       {make<SpineLabel>, "1 2 3 4 a 5", "SpineLabel arguments: 6\n Label: a\n"},
   };
   const auto target = opened(true);
-  for (const Row& row : rows)
+  for (const auto& [kind, params, expected] : rows)
   {
     const Capture said;
-    EXPECT_TRUE(row.kind(target.get())->parseSpecific("x", row.params));
-    EXPECT_EQ(row.expected, said.out.str());
+    EXPECT_TRUE(kind(target.get())->parseSpecific("x", params));
+    EXPECT_EQ(expected, said.out.str());
   }
   const Capture said;
   EXPECT_FALSE(Ruler(target.get()).process("ruler_x 1 red 2 3 1 0 4 5 6 7 8|bad|"));

@@ -13,6 +13,7 @@
 #include <chrono>
 #include <sstream>
 #include <thread>
+#include <tuple>
 
 using namespace tarn::imutils;
 using namespace std::string_literals;
@@ -46,10 +47,7 @@ TEST(Console, ScopesNestAndBelongToTheirThread)
 
 TEST(UrlDecode, BothForms)
 {
-  const struct
-  {
-    std::string text, plugin, meta;
-  } rows[] = {
+  const std::tuple<std::string, std::string, std::string> rows[] = {
       {"a%20b+c", "a b c", "a b c"},
       {"%2541", "%41", "%41"}, // a decoded percent sign is not decoded again
       {"%c3%C9", "\xc3\xc9", "\xc3\xc9"},
@@ -61,12 +59,12 @@ TEST(UrlDecode, BothForms)
       {"%-1x", "%-1x", "\0x"s}, // a sign is no digit
       {"a%00b", "a", "a\0b"s},
   };
-  for (const auto& row : rows)
+  for (const auto& [text, plugin, meta] : rows)
   {
-    std::string text = row.text;
-    im::URLDecode(text);
-    EXPECT_EQ(text, row.plugin) << row.text;
-    EXPECT_EQ(im::urlDecode(row.text), row.meta) << row.text;
+    std::string decoded = text;
+    im::URLDecode(decoded);
+    EXPECT_EQ(decoded, plugin) << text;
+    EXPECT_EQ(im::urlDecode(text), meta) << text;
   }
 }
 

@@ -9,6 +9,7 @@
 #include <functional>
 #include <locale>
 #include <random>
+#include <tuple>
 
 using namespace impsconverter;
 namespace fs = std::filesystem;
@@ -27,12 +28,6 @@ void remove(DcmItem& dataset, const DcmTagKey& tag)
 
 TEST_F(ConvertTest, ChecksTheInputInOrder)
 {
-  struct Row
-  {
-    const char* name;
-    std::function<void(DcmDataset&)> harm; ///< the harm of the rows below is done too
-    std::string error;
-  };
   const std::string missing = "Original Presentation State object does not contain ";
   const std::string foreign = "SOP Instance UID of the original Presentation State object was not issued by QX: ";
   const std::string noState = "Object is not a Grayscale Softcopy Presentation State: ";
@@ -41,7 +36,8 @@ TEST_F(ConvertTest, ChecksTheInputInOrder)
     return [tag, value](DcmDataset& dataset) { samples::putTexts(dataset, {{tag, value}}); };
   };
   const auto drop = [](const DcmTagKey& tag) { return [tag](DcmDataset& dataset) { remove(dataset, tag); }; };
-  const Row rows[] = {
+  // A row's harm and that of the rows below are done.
+  const std::tuple<const char*, std::function<void(DcmDataset&)>, std::string> rows[] = {
       {"no plug-in state", drop(kPluginState),
        "DataSet does not contain private presentation state data: Tag not found\n"},
       {"no study", drop(DCM_StudyInstanceUID), missing + "Study Instance UID: Tag not found\n"},
@@ -77,14 +73,15 @@ TEST_F(ConvertTest, ChecksTheInputInOrder)
   };
   for (std::size_t row = 0; row < std::size(rows); ++row)
   {
-    SCOPED_TRACE(rows[row].name);
+    const auto& [name, harm, error] = rows[row];
+    SCOPED_TRACE(name);
     const auto file = state(kOneId);
     for (std::size_t later = std::size(rows) - 1; later > row; --later)
-      rows[later].harm(*file->getDataset());
-    rows[row].harm(*file->getDataset());
+      std::get<1>(rows[later])(*file->getDataset());
+    harm(*file->getDataset());
     const Outcome outcome = convert(*file, PSC_includeOriginal);
     EXPECT_FALSE(outcome.good);
-    EXPECT_EQ(rows[row].error, outcome.error);
+    EXPECT_EQ(error, outcome.error);
     EXPECT_EQ(std::vector<std::string>{}, outputNames());
   }
 }
@@ -114,12 +111,7 @@ TEST_F(ConvertTest, AcceptsWhatOnlyBeginsRight)
 {
   const std::string root = "1.2.826.0.1.7770001.2.11.", gsps = "1.2.840.10008.5.1.4.1.1.11.1";
   const std::string ones(38, '1');
-  const struct
-  {
-    const char* name;
-    DcmEVR vr;
-    std::string uid, classUid, outputUid;
-  } rows[] = {
+  const std::tuple<const char*, DcmEVR, std::string, std::string, std::string> rows[] = {
       {"UN", EVR_UN, kUid, gsps, root + "7.1.123.45"},
       {"LT", EVR_LT, kUid, gsps, root + "7.1.123.45"},
       {"digits behind the root", EVR_OB, root + "45.1", gsps, root + "7.15.1"},
@@ -127,16 +119,16 @@ TEST_F(ConvertTest, AcceptsWhatOnlyBeginsRight)
       {"a longer class", EVR_UT, kUid, gsps + "2", root + "7.1.123.45"},
       {"a UID cut at 64", EVR_OB, root + "4" + ones, gsps, root + "7.1" + ones.substr(2)},
   };
-  for (const auto& row : rows)
+  for (const auto& [name, vr, uid, classUid, outputUid] : rows)
   {
-    SCOPED_TRACE(row.name);
-    const auto file = state(kOneId, row.vr);
-    samples::putTexts(*file->getDataset(), {{DCM_SOPInstanceUID, row.uid}, {DCM_SOPClassUID, row.classUid}});
+    SCOPED_TRACE(name);
+    const auto file = state(kOneId, vr);
+    samples::putTexts(*file->getDataset(), {{DCM_SOPInstanceUID, uid}, {DCM_SOPClassUID, classUid}});
     EXPECT_EQ("", convert(*file).error);
-    const std::string name = "PR." + row.outputUid;
-    ASSERT_EQ(std::vector<std::string>{name}, outputNames());
-    EXPECT_EQ("SOPInstanceUID:UI=" + row.outputUid, describeOutput({DCM_SOPInstanceUID, kPluginState}, name));
-    fs::remove(prefix + name);
+    const std::string made = "PR." + outputUid;
+    ASSERT_EQ(std::vector<std::string>{made}, outputNames());
+    EXPECT_EQ("SOPInstanceUID:UI=" + outputUid, describeOutput({DCM_SOPInstanceUID, kPluginState}, made));
+    fs::remove(prefix + made);
   }
 }
 
@@ -184,28 +176,28 @@ TEST_F(ConvertTest, TheCopyIsFixedOnRequest)
        "Could not get SOP class UID for X.9 referenced in annotations - excluding from output\n"},
       {"an area of its own", 3, kOneId, frame + "9\\9" + mode + "1\\1", "", corner},
   };
-  for (const Row& row : rows)
+  for (const auto& [name, flags, text, area, shape, error] : rows)
   {
-    SCOPED_TRACE(row.name);
-    const auto file = state(row.text);
-    samples::putTexts(*file->getDataset(), {{DCM_ContentDescription, "text"}, {DCM_PresentationLUTShape, row.shape}});
-    if (!*row.shape)
+    SCOPED_TRACE(name);
+    const auto file = state(text);
+    samples::putTexts(*file->getDataset(), {{DCM_ContentDescription, "text"}, {DCM_PresentationLUTShape, shape}});
+    if (!*shape)
       remove(*file->getDataset(), DCM_PresentationLUTShape);
-    if (!row.error.empty() && row.error == corner)
+    if (error == corner)
     {
-      DcmItem& area = samples::appendItem(*file->getDataset(), DCM_DisplayedAreaSelectionSequence);
+      DcmItem& item = samples::appendItem(*file->getDataset(), DCM_DisplayedAreaSelectionSequence);
       auto* ownCorner = new DcmSignedLong(DcmTag(DCM_DisplayedAreaTopLeftHandCorner));
       const Sint32 nine[] = {9, 9};
       ownCorner->putSint32Array(nine, 2);
-      area.insert(ownCorner);
+      item.insert(ownCorner);
     }
-    const Outcome outcome = convert(*file, row.flags);
+    const Outcome outcome = convert(*file, flags);
     EXPECT_TRUE(outcome.good);
-    EXPECT_EQ(row.error, outcome.error);
-    std::string expected = row.area == "-" ? "" : "DisplayedAreaSelectionSequence{" + row.area + "} ";
+    EXPECT_EQ(error, outcome.error);
+    std::string expected = area == "-" ? "" : "DisplayedAreaSelectionSequence{" + area + "} ";
     expected += "ContentDescription:LO=";
-    if (row.flags & PSC_fixOriginal)
-      expected += " PresentationLUTShape:CS=" + std::string(*row.shape ? row.shape : "IDENTITY");
+    if (flags & PSC_fixOriginal)
+      expected += " PresentationLUTShape:CS=" + std::string(*shape ? shape : "IDENTITY");
     EXPECT_EQ(expected,
               describeOutput({DCM_DisplayedAreaSelectionSequence, DCM_ContentDescription, DCM_PresentationLUTShape},
                              "in.dcm"));

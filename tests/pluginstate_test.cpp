@@ -2,6 +2,8 @@
 
 #include "PSConverter.h"
 
+#include <tuple>
+
 using namespace impsconverter;
 
 namespace
@@ -142,15 +144,9 @@ TEST_F(PluginStateTest, DecodesFigureAndLabel)
 
 TEST_F(PluginStateTest, EachIdLineIsAnOutput)
 {
-  struct Row
-  {
-    const char* name;
-    std::string text;
-    std::vector<const char*> frames; ///< of the outputs, in order; null for a number without output
-    std::string error;
-  };
   const std::string id = "ID+1.2/CT.1.2.3_";
-  const Row rows[] = {
+  // frames: of the outputs, in order; null for a number without output
+  const std::tuple<const char*, std::string, std::vector<const char*>, std::string> rows[] = {
       {"three in one figure", "l\\" + id + "1%0A" + id + "2%0A" + id + "3", {"1", "2", "3"}, ""},
       {"three figures", "l\\" + id + "1\\" + id + "2\\" + id + "3", {"1", "2", "3"}, ""},
       {"a dropped one uses up its number",
@@ -174,24 +170,24 @@ TEST_F(PluginStateTest, EachIdLineIsAnOutput)
        "File X.1.2.4 was not found in the database - checking referenced series sequence\n"},
       {"an empty frame", "l\\" + id, {""}, ""},
   };
-  for (const Row& row : rows)
+  for (const auto& [name, text, frames, error] : rows)
   {
-    SCOPED_TRACE(row.name);
-    const Outcome outcome = convert(row.text);
+    SCOPED_TRACE(name);
+    const Outcome outcome = convert(text);
     EXPECT_TRUE(outcome.good);
-    EXPECT_EQ(row.error, outcome.error);
+    EXPECT_EQ(error, outcome.error);
     std::vector<std::string> names;
-    for (std::size_t i = 0; i < row.frames.size(); ++i)
-      if (row.frames[i])
+    for (std::size_t i = 0; i < frames.size(); ++i)
+      if (frames[i])
       {
         names.push_back("PR.1.2.826.0.1.7770001.2.11.7." + std::to_string(i + 1) + ".123.45");
         EXPECT_NE(std::string::npos, describeOutput({DCM_ReferencedSeriesSequence}, names.back())
-                                         .find("ReferencedFrameNumber:IS=" + std::string(row.frames[i]) + "}"));
+                                         .find("ReferencedFrameNumber:IS=" + std::string(frames[i]) + "}"));
         EXPECT_EQ("InstanceNumber:IS=" + std::to_string(18501 + i), describeOutput({DCM_InstanceNumber}, names.back()));
       }
     EXPECT_EQ(names, outputNames());
-    for (const std::string& name : names)
-      std::filesystem::remove(prefix + name);
+    for (const std::string& made : names)
+      std::filesystem::remove(prefix + made);
   }
 }
 

@@ -247,18 +247,16 @@ TEST(PBItem, WritesUnderItsCreator)
   EXPECT_EQ(canonic.getElement() * 0x10000U + foreign.getElement(), 0x11941294U);
   EXPECT_TRUE(item.isObjectOurPrivateElement(DcmLongText(DcmTag(PBItem::kGroup, 0x11FF))));
   EXPECT_FALSE(item.isObjectOurPrivateElement(DcmLongText(DcmTag(PBItem::kGroup, 0x10FF))));
-  const struct
+  const auto kinds = [](Uint16 group)
   {
-    Uint16 group, element;
-    bool creator, key;
-  } tags[] = {{0xF215, 0x0F, false, false},  {0xF215, 0x10, true, false},    {0xF215, 0xFF, true, false},
-              {0xF215, 0x100, false, false}, {0xF215, 0x0FFF, false, false}, {0xF215, 0x1000, false, true},
-              {0xF217, 0x10, false, false},  {0xF217, 0x1000, false, false}};
-  for (const auto& row : tags)
-  {
-    EXPECT_EQ(PBItem::isOurPrivateCreator(DcmTag(row.group, row.element)), row.creator) << hex(row.element);
-    EXPECT_EQ(PBItem::isOurPrivateTagKey(DcmTagKey(row.group, row.element)), row.key) << hex(row.element);
-  }
+    std::string text; // a letter each: Creator, Key, neither
+    for (const Uint16 element : std::vector<Uint16>{0x0F, 0x10, 0xFF, 0x100, 0x0FFF, 0x1000})
+      text += PBItem::isOurPrivateCreator(DcmTag(group, element))     ? 'C'
+              : PBItem::isOurPrivateTagKey(DcmTagKey(group, element)) ? 'K'
+                                                                      : 'n';
+    return text;
+  };
+  EXPECT_EQ(kinds(0xF215) + kinds(0xF217), "nCCnnKnnnnnn");
   dataset.putAndInsertString(DCM_PatientName, "A");
   item.nukePrivateTags();
   EXPECT_EQ(listed(dataset), "");

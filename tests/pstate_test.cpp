@@ -9,6 +9,7 @@
 
 #include <climits>
 #include <functional>
+#include <tuple>
 
 using namespace impsconverter;
 
@@ -82,12 +83,7 @@ TEST_F(PStateTest, SettersBeforeTheReferencesFail)
 
 TEST_F(PStateTest, AnElementOfTheInputThatIsNoSequence)
 {
-  const struct
-  {
-    DcmTagKey tag;
-    Call call;
-    std::string message;
-  } rows[] = {
+  const std::tuple<DcmTagKey, Call, std::string> rows[] = {
       {kArea, reference, "No new item could be created in Displayed Area Selection Sequence: Invalid VR\n"},
       {DCM_SoftcopyVOILUTSequence, kLevel, "Softcopy VOI LUT Sequence item could not created: Invalid VR\n"},
       {DCM_GraphicLayerSequence, kLayer, "Graphic Layer Sequence item could not be created: Invalid VR\n"},
@@ -95,15 +91,15 @@ TEST_F(PStateTest, AnElementOfTheInputThatIsNoSequence)
       {DCM_ReferencedSeriesSequence, reference, ""}, // replaced
       {DCM_SourceImageSequence, kClean, ""},         // removed
   };
-  for (const auto& row : rows)
+  for (const auto& [tag, call, message] : rows)
   {
     input.findAndDeleteElement(DCM_ReferencedSeriesSequence);
-    insertInput(row.tag, EVR_LT, "text");
+    insertInput(tag, EVR_LT, "text");
     const Capture said;
-    const auto state = row.tag == kArea ? opened() : referring();
-    EXPECT_EQ(row.call(*state), row.message.empty()) << row.message;
-    EXPECT_EQ(said.error.str(), row.message);
-    input.findAndDeleteElement(row.tag);
+    const auto state = tag == kArea ? opened() : referring();
+    EXPECT_EQ(call(*state), message.empty()) << message;
+    EXPECT_EQ(said.error.str(), message);
+    input.findAndDeleteElement(tag);
   }
 }
 
@@ -112,12 +108,7 @@ TEST_F(PStateTest, NamesTheElementThatCouldNotBeWritten)
   const std::string area = " could not be inserted to Displayed Area Selection Item: ";
   const std::string image = " could not be inserted to Referenced Image Sequence: ";
   const std::string lut = " could not be inserted to Softcopy VOI LUT Sequence item: ";
-  const struct
-  {
-    DcmTagKey tag;
-    Call call;
-    std::string message;
-  } rows[] = {
+  const std::tuple<DcmTagKey, Call, std::string> rows[] = {
       {DCM_ImageRotation, kTurn, "Image Rotation could not be set: "},
       {DCM_ImageHorizontalFlip, kTurn, "Image Horizontal Flip could not be set: "},
       {DCM_PresentationSizeMode, kMagnify, "Presentation Size Mode" + area},
@@ -134,14 +125,14 @@ TEST_F(PStateTest, NamesTheElementThatCouldNotBeWritten)
       {DCM_GraphicLayerOrder, kLayer, "Graphic Layer Order could not be created: "},
       {DCM_InstanceNumber, kClean, "Instance Number 18505 could not be inserted to dataset: "},
   };
-  for (const auto& row : rows)
+  for (const auto& [tag, call, message] : rows)
   {
     const Capture said;
     const auto state = referring();
     EXPECT_TRUE(kMagnify(*state));
-    const ToolkitFault fault(ToolkitFault::inserting, row.tag);
-    EXPECT_FALSE(row.call(*state));
-    EXPECT_EQ(said.error.str(), row.message + "Illegal call, perhaps wrong parameters\n");
+    const ToolkitFault fault(ToolkitFault::inserting, tag);
+    EXPECT_FALSE(call(*state));
+    EXPECT_EQ(said.error.str(), message + "Illegal call, perhaps wrong parameters\n");
   }
 }
 
@@ -196,45 +187,38 @@ TEST_F(PStateTest, OrientationArrangesTheCornersOfTheClip)
 
 TEST_F(PStateTest, SizeModeZoomSpacingAndWindow)
 {
-  const std::string ratio = " PresentationPixelMagnificationRatio:FL=2";
-  const struct
-  {
-    int mode;
-    std::string text, ratio;
-  } rows[] = {{0, "SCALE TO FIT", ""}, {1, "MAGNIFY", ratio}, {3, "TRUE SIZE", ratio}, {7, "SCALE TO FIT", ""}};
-  for (const auto& row : rows)
+  const std::string doubled = " PresentationPixelMagnificationRatio:FL=2";
+  const std::tuple<int, std::string, std::string> rows[] = {
+      {0, "SCALE TO FIT", ""}, {1, "MAGNIFY", doubled}, {3, "TRUE SIZE", doubled}, {7, "SCALE TO FIT", ""}};
+  for (const auto& [mode, text, ratio] : rows)
   {
     const auto state = referring();
-    EXPECT_TRUE(state->setSizeMode(static_cast<SIZE_MODE>(row.mode)) && state->setZoom(2, 3));
+    EXPECT_TRUE(state->setSizeMode(static_cast<SIZE_MODE>(mode)) && state->setZoom(2, 3));
     EXPECT_TRUE(kSpacing(*state) && state->setPixelSpacing(1e-7, 1.0 / 3));
-    EXPECT_TRUE(kLevel(*state) && state->setWindowLevel(400, -40, row.mode == 1));
+    EXPECT_TRUE(kLevel(*state) && state->setWindowLevel(400, -40, mode == 1));
     EXPECT_EQ(saved(*state, {kArea, DCM_SoftcopyVOILUTSequence, DCM_PresentationLUTShape}),
               "SoftcopyVOILUTSequence{WindowCenter:DS=-40 WindowWidth:DS=400} "
               "DisplayedAreaSelectionSequence{PresentationSizeMode:CS=" +
-                  row.text + " PresentationPixelSpacing:DS=1e-07\\0.333333" + row.ratio +
-                  "} PresentationLUTShape:CS=" + (row.mode == 1 ? "INVERSE" : "IDENTITY"));
+                  text + " PresentationPixelSpacing:DS=1e-07\\0.333333" + ratio +
+                  "} PresentationLUTShape:CS=" + (mode == 1 ? "INVERSE" : "IDENTITY"));
   }
 }
 
 TEST_F(PStateTest, CleaningMakesAnInstanceNumber)
 {
-  const struct
+  const std::tuple<const char*, DcmEVR, const char*, const char*> rows[] = {
+      {"empty", EVR_IS, "", "33305"},
+      {"ordinary", EVR_IS, "2", "7405"},
+      {"text after it", EVR_IS, "12abc", "44405"},
+      {"negative", EVR_IS, "-3", "-11095"},
+      {"no number", EVR_IS, "abc", "33305"},
+      {"largest", EVR_IS, "2147483647", "-3695"},
+      {"beyond 32 bits", EVR_IS, "9999999999", "-1143258735"},
+      {"no number's VR", EVR_LO, "2", "33305"}};
+  for (const auto& [odd, vr, value, expected] : rows)
   {
-    const char* odd;
-    DcmEVR vr;
-    const char *value, *expected;
-  } rows[] = {{"empty", EVR_IS, "", "33305"},
-              {"ordinary", EVR_IS, "2", "7405"},
-              {"text after it", EVR_IS, "12abc", "44405"},
-              {"negative", EVR_IS, "-3", "-11095"},
-              {"no number", EVR_IS, "abc", "33305"},
-              {"largest", EVR_IS, "2147483647", "-3695"},
-              {"beyond 32 bits", EVR_IS, "9999999999", "-1143258735"},
-              {"no number's VR", EVR_LO, "2", "33305"}};
-  for (const auto& row : rows)
-  {
-    insertInput(DCM_InstanceNumber, row.vr, row.value);
-    EXPECT_EQ(saved(*opened(), {DCM_InstanceNumber}), "InstanceNumber:IS=" + std::string(row.expected)) << row.odd;
+    insertInput(DCM_InstanceNumber, vr, value);
+    EXPECT_EQ(saved(*opened(), {DCM_InstanceNumber}), "InstanceNumber:IS=" + std::string(expected)) << odd;
   }
   input.findAndDeleteElement(DCM_InstanceNumber);
   EXPECT_EQ(saved(*opened(), {DCM_InstanceNumber}), "InstanceNumber:IS=33305") << "missing";
@@ -339,14 +323,11 @@ TEST_F(PStateTest, ObjectInfoCollects)
 
 TEST(ObjectInfo, ToInt)
 {
-  const struct
-  {
-    const char* text;
-    int expected; // the fallback is 7
-  } rows[] = {{nullptr, 7},  {"", 7},     {"0", 7},  {"65536", 7}, {"131072", 7}, {"65537", 65537},
-              {"12abc", 12}, {" -5", -5}, {"+3", 3}, {"abc", 7},   {"010", 10}};
-  for (const auto& row : rows)
-    EXPECT_EQ(ObjectInfo::toInt(row.text, 7), row.expected) << (row.text ? row.text : "null");
+  const std::tuple<const char*, int> rows[] = {{nullptr, 7},  {"", 7},          {"0", 7},      {"65536", 7},
+                                               {"131072", 7}, {"65537", 65537}, {"12abc", 12}, {" -5", -5},
+                                               {"+3", 3},     {"abc", 7},       {"010", 10}};
+  for (const auto& [text, expected] : rows)
+    EXPECT_EQ(ObjectInfo::toInt(text, 7), expected) << (text ? text : "null");
 }
 
 } // namespace
