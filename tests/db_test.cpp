@@ -174,32 +174,32 @@ TEST_P(Database, TakesTheSameNumbers)
 
 TEST_P(Database, BindsEveryType)
 {
-  constexpr auto kUnsigned = SignedFlag::Unsigned;
+  constexpr auto kSigned = SignedFlag::Signed, kUnsigned = SignedFlag::Unsigned;
   const std::uint64_t bits = 0x8000000080008080; // negative as a number of each width
   const unsigned long three = 3;
   const bool yes = true;
   const struct
   {
     enum_field_types type;
+    SignedFlag sign;
     const void* buffer;
     const char* result;
-    SignedFlag sign = SignedFlag::Signed;
     const unsigned long* length = nullptr;
     const bool* isNull = nullptr;
   } cases[] = {
-      {MYSQL_TYPE_TINY, &bits, "-128"},
-      {MYSQL_TYPE_TINY, &bits, "128", kUnsigned},
-      {MYSQL_TYPE_SHORT, &bits, "-32640"},
-      {MYSQL_TYPE_SHORT, &bits, "32896", kUnsigned},
-      {MYSQL_TYPE_LONG, &bits, "-2147450752"},
-      {MYSQL_TYPE_LONG, &bits, "2147516544", kUnsigned},
-      {MYSQL_TYPE_LONGLONG, &bits, "-9223372034707259264"},
-      {MYSQL_TYPE_LONGLONG, &bits, "the number 9223372039002292352 is too large to be bound", kUnsigned},
-      {MYSQL_TYPE_VAR_STRING, "abcdef", "abcdef"},
-      {MYSQL_TYPE_BLOB, "abcdef", "abc", kUnsigned, &three},
-      {MYSQL_TYPE_STRING, "abcdef", "NULL", kUnsigned, nullptr, &yes},
-      {MYSQL_TYPE_NULL, nullptr, "NULL"},
-      {MYSQL_TYPE_DATETIME, "x", "values of the type code 12 cannot be bound"},
+      {MYSQL_TYPE_TINY, kSigned, &bits, "-128"},
+      {MYSQL_TYPE_TINY, kUnsigned, &bits, "128"},
+      {MYSQL_TYPE_SHORT, kSigned, &bits, "-32640"},
+      {MYSQL_TYPE_SHORT, kUnsigned, &bits, "32896"},
+      {MYSQL_TYPE_LONG, kSigned, &bits, "-2147450752"},
+      {MYSQL_TYPE_LONG, kUnsigned, &bits, "2147516544"},
+      {MYSQL_TYPE_LONGLONG, kSigned, &bits, "-9223372034707259264"},
+      {MYSQL_TYPE_LONGLONG, kUnsigned, &bits, "the number 9223372039002292352 is too large to be bound"},
+      {MYSQL_TYPE_VAR_STRING, kSigned, "abcdef", "abcdef"},
+      {MYSQL_TYPE_BLOB, kUnsigned, "abcdef", "abc", &three},
+      {MYSQL_TYPE_STRING, kUnsigned, "abcdef", "NULL", nullptr, &yes},
+      {MYSQL_TYPE_NULL, kSigned, nullptr, "NULL"},
+      {MYSQL_TYPE_DATETIME, kSigned, "x", "values of the type code 12 cannot be bound"},
   };
   for (const auto& row : cases)
   {
@@ -507,6 +507,11 @@ std::string opened(const Environment::Variables& variables)
   return refusal([] { DBConnector::createConnector(); });
 }
 
+std::string cannotOpen(const std::string& url, const std::string& reason)
+{
+  return std::string("cannot open database ").append(url).append(": ").append(reason);
+}
+
 TEST(DatabaseUrl, RefusalsNameTheUrlWithoutItsPassword)
 {
   const TempDir folder;
@@ -538,7 +543,7 @@ TEST(DatabaseUrl, RefusalsNameTheUrlWithoutItsPassword)
   for (const auto& [reason, urls] : cases)
     for (const std::string& url : urls)
       EXPECT_EQ(opened({{"TARN_DB_URL", std::regex_replace(url, mark, "$1")}}),
-                "cannot open database " + std::regex_replace(url, mark, "$2") + ": " + reason);
+                cannotOpen(std::regex_replace(url, mark, "$2"), reason));
   EXPECT_EQ(refusal([] { DBConnector::createConnector(1); }), "there is no connection 1");
   EXPECT_FALSE(std::filesystem::exists(folder / "missing"));
 }
@@ -578,10 +583,10 @@ TEST(DatabaseUrl, EncryptsOrRefusesWithACertificateOfTheAuthority)
   for (const std::string name : {"server", "stranger"})
   {
     const std::string key = folder / name + ".key";
-    const std::string command = "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -subj "
-                                "/CN=localhost -out " +
-                                folder / name + ".pem -keyout " + key + " 2>/dev/null && chmod 644 " + key;
-    ASSERT_EQ(std::system(command.c_str()), 0);
+    std::ostringstream command;
+    command << "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -subj /CN=localhost -out "
+            << folder / name << ".pem -keyout " << key << " 2>/dev/null && chmod 644 " << key;
+    ASSERT_EQ(std::system(command.str().c_str()), 0);
   }
   MariaDbServer encrypting({"--ssl-cert=" + folder / "server.pem", "--ssl-key=" + folder / "server.key"});
   const std::string name = encrypting.createDatabase();
@@ -594,8 +599,7 @@ TEST(DatabaseUrl, EncryptsOrRefusesWithACertificateOfTheAuthority)
       {MariaDbServer::shared().createDatabase() + "&ssl-ca=" + folder / "server.pem",
        "SSL is required, but the server does not support it"}};
   for (const auto& [url, reason] : unsafe)
-    EXPECT_EQ(opened({{"TARN_DB_URL", url}}),
-              "cannot open database " + url + ": cannot connect: TLS/SSL error: " + reason);
+    EXPECT_EQ(opened({{"TARN_DB_URL", url}}), cannotOpen(url, "cannot connect: TLS/SSL error: " + reason));
 }
 
 TEST(DefaultDatabase, IsMadeOnFirstUseByManyAtOnce)

@@ -68,9 +68,9 @@ struct Look
   std::string files;
   std::string asked; // c: create, t: use what is parked, s: check the store state
   StatusEnum status;
-  std::string log = "";
+  std::string log{};
   std::string variable = "UNUSED"; // to be unset, or NAME=value
-  std::string metaFiles = "";      // in the meta directory afterwards
+  std::string metaFiles{};         // in the meta directory afterwards
 };
 
 constexpr StatusEnum kUnusable = STATUS_REPOSITORY_ERROR;

@@ -163,38 +163,38 @@ struct Refused
 {
   const char* odd;
   int code;
+  int count;
   std::string text;
-  int count = 2;
   Environment::Variables variables = {};
 };
 
 const Refused kRefused[] = {
-    {"no object table", -1, kGood, 2, {{"OBJECTTBL", std::nullopt}}},
-    {"no object-cache table", -2, kGood, 2, {{"QXOBJCACHETBL", ""}}},
-    {"unknown meta repository", -3, kGood, 2, {{"REPOSITORY_META", "unknown"}}},
-    {"empty file", -5, ""},
-    {"empty first line", -6, "\n3\n"},
-    {"first line no number", -6, "x\n"},
-    {"first line negative", -6, "-1\n"},
-    {"first line beyond 32 bits", -6, "4294967296\n"},
-    {"one line", -7, "0\n"},
-    {"no columns", -8, "0\n0\n"},
-    {"column count no number", -8, "0\nFNAME\n"},
-    {"two lines", -9, "0\n3\n"},
-    {"two names for three", -10, "0\n3\nSTUDYUID\tFNAME\n"},
-    {"four names for three", -10, "0\n3\nSTUDYUID\tFNAME\tA\tB\n"},
-    {"a huge count", -10, "0\n2147483647\nSTUDYUID\tFNAME\n"},
-    {"no names", -10, "0\n1\n\n"},
-    {"an empty last name", -10, "0\n3\nSTUDYUID\tFNAME\t\n"},
-    {"no row of studies", -11, kGood, -1},
-    {"key in small letters", -20, "0\n2\nSTUDYUID\tfname\ns\tCT.1\n", 1},
-    {"no rows, two expected", -21, kHeader},
-    {"a row too many", -21, kGood, 1},
-    {"a row twice", -21, kHeader + "s\tCT.1\t1\ns\tCT.1\t2\n"},
-    {"a field missing", -23, kBad},
-    {"a field too many", -23, kHeader + "s\tCT.1\t1\t1\n", 1},
-    {"its own end marker", -23, kHeader + "s\tCT.1\t<<EOL>>\t<<EOL>>\n", 1},
-    {"an empty line", -23, kGood + "\n"},
+    {"no object table", -1, 2, kGood, {{"OBJECTTBL", std::nullopt}}},
+    {"no object-cache table", -2, 2, kGood, {{"QXOBJCACHETBL", ""}}},
+    {"unknown meta repository", -3, 2, kGood, {{"REPOSITORY_META", "unknown"}}},
+    {"empty file", -5, 2, ""},
+    {"empty first line", -6, 2, "\n3\n"},
+    {"first line no number", -6, 2, "x\n"},
+    {"first line negative", -6, 2, "-1\n"},
+    {"first line beyond 32 bits", -6, 2, "4294967296\n"},
+    {"one line", -7, 2, "0\n"},
+    {"no columns", -8, 2, "0\n0\n"},
+    {"column count no number", -8, 2, "0\nFNAME\n"},
+    {"two lines", -9, 2, "0\n3\n"},
+    {"two names for three", -10, 2, "0\n3\nSTUDYUID\tFNAME\n"},
+    {"four names for three", -10, 2, "0\n3\nSTUDYUID\tFNAME\tA\tB\n"},
+    {"a huge count", -10, 2, "0\n2147483647\nSTUDYUID\tFNAME\n"},
+    {"no names", -10, 2, "0\n1\n\n"},
+    {"an empty last name", -10, 2, "0\n3\nSTUDYUID\tFNAME\t\n"},
+    {"no row of studies", -11, -1, kGood},
+    {"key in small letters", -20, 1, "0\n2\nSTUDYUID\tfname\ns\tCT.1\n"},
+    {"no rows, two expected", -21, 2, kHeader},
+    {"a row too many", -21, 1, kGood},
+    {"a row twice", -21, 2, kHeader + "s\tCT.1\t1\ns\tCT.1\t2\n"},
+    {"a field missing", -23, 2, kBad},
+    {"a field too many", -23, 1, kHeader + "s\tCT.1\t1\t1\n"},
+    {"its own end marker", -23, 1, kHeader + "s\tCT.1\t<<EOL>>\t<<EOL>>\n"},
+    {"an empty line", -23, 2, kGood + "\n"},
 };
 
 TEST_P(ObjCache, RefusedFilesWriteNothingAndGiveTheirCode)
@@ -207,7 +207,8 @@ TEST_P(ObjCache, RefusedFilesWriteNothingAndGiveTheirCode)
     const LogFile log;
     EXPECT_EQ(touch(), kErrorStatus);
     const std::string code = std::to_string(row.code) + "\n";
-    std::string lines = "ObjCacheMgr ERROR importing object table for s: " + code + kErrorStatus + "\n";
+    std::string lines = "ObjCacheMgr ERROR importing object table for s: ";
+    lines += code + kErrorStatus + "\n";
     if (row.code <= -3 && row.code != -11 && row.code != -21) // the file itself is bad
       lines += "Collecting objects for s from objmeta for adding error references failed: " + code;
     EXPECT_EQ(errorLines(log), lines);
@@ -409,32 +410,32 @@ struct State
   const char* entry; // STATUS,ERROR
   std::string text;  // of the meta file; none where it is empty
   int before;
+  int references; // 0: none, 1: of the study alone, 2: of its objects too
   std::string message;
   Lines entryAfter;
-  int references; // 0: none, 1: of the study alone, 2: of its objects too
 };
 
 const std::string kUnmap = "The Object Cache entry is marked for unmap for s";
 const State kStates[] = {
-    {"absent, import", "", kGood, kPlain, "", {"0,0"}, 0},
-    {"absent, import fails", "", kBad, kPlain, kErrorStatus, {"2,1"}, 2},
-    {"absent, import fails, forced", "", kBad, kReferenced, kErrorStatus, {"2,1"}, 2},
-    {"absent, missing, no check", "", "", kRequired | kNoCheck, "", {}, 0},
-    {"absent, missing, not required", "", "", kPlain, "", {"0,0"}, 0},
-    {"absent, missing, required", "", "", kRequired, kErrorStatus, {"2,1"}, 1},
-    {"valid", "0,0", kBad, kRequired, "", {"0,0"}, 0},
-    {"valid with the flag", "0,1", kBad, kPlain, "", {"0,1"}, 0},
-    {"unmap", "1,0", kGood, kPlain, kUnmap, {"1,0"}, 2},
-    {"unmap with the flag, forced", "1,1", kGood, kReferenced, kUnmap, {"1,1"}, 2},
-    {"error", "2,1", kGood, kPlain, kErrorStatus, {"2,1"}, 2},
-    {"error, referenced", "2,1", kGood, kReferenced, kErrorStatus, {"2,1"}, 1},
-    {"error without the flag", "2,0", kGood, kPlain, "", {"0,0"}, 0},
-    {"flag alone", "3,1", kGood, kReferenced, kErrorStatus, {"3,1"}, 1},
-    {"to be mapped", "3,0", kGood, kPlain, "", {"0,0"}, 0},
-    {"to be mapped, fails", "3,0", kBad, kPlain, kErrorStatus, {"2,1"}, 2},
-    {"to be mapped, fails, referenced", "-1,0", kBad, kReferenced, kErrorStatus, {"2,1"}, 1},
-    {"to be mapped, missing, no check", "3,0", "", kNoCheck, "", {"3,0"}, 0},
-    {"to be mapped, missing, required", "3,0", "", kRequired, kErrorStatus, {"2,1"}, 1},
+    {"absent, import", "", kGood, kPlain, 0, "", {"0,0"}},
+    {"absent, import fails", "", kBad, kPlain, 2, kErrorStatus, {"2,1"}},
+    {"absent, import fails, forced", "", kBad, kReferenced, 2, kErrorStatus, {"2,1"}},
+    {"absent, missing, no check", "", "", kRequired | kNoCheck, 0, "", {}},
+    {"absent, missing, not required", "", "", kPlain, 0, "", {"0,0"}},
+    {"absent, missing, required", "", "", kRequired, 1, kErrorStatus, {"2,1"}},
+    {"valid", "0,0", kBad, kRequired, 0, "", {"0,0"}},
+    {"valid with the flag", "0,1", kBad, kPlain, 0, "", {"0,1"}},
+    {"unmap", "1,0", kGood, kPlain, 2, kUnmap, {"1,0"}},
+    {"unmap with the flag, forced", "1,1", kGood, kReferenced, 2, kUnmap, {"1,1"}},
+    {"error", "2,1", kGood, kPlain, 2, kErrorStatus, {"2,1"}},
+    {"error, referenced", "2,1", kGood, kReferenced, 1, kErrorStatus, {"2,1"}},
+    {"error without the flag", "2,0", kGood, kPlain, 0, "", {"0,0"}},
+    {"flag alone", "3,1", kGood, kReferenced, 1, kErrorStatus, {"3,1"}},
+    {"to be mapped", "3,0", kGood, kPlain, 0, "", {"0,0"}},
+    {"to be mapped, fails", "3,0", kBad, kPlain, 2, kErrorStatus, {"2,1"}},
+    {"to be mapped, fails, referenced", "-1,0", kBad, kReferenced, 1, kErrorStatus, {"2,1"}},
+    {"to be mapped, missing, no check", "3,0", "", kNoCheck, 0, "", {"3,0"}},
+    {"to be mapped, missing, required", "3,0", "", kRequired, 1, kErrorStatus, {"2,1"}},
 };
 
 TEST_P(ObjCache, StatesOfTheEntry)

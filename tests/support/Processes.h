@@ -32,6 +32,7 @@ int succeeding(int count, Work work)
   if (pipe(gate) != 0)
     return -1;
   std::vector<pid_t> children;
+  children.reserve(static_cast<std::size_t>(count));
   for (int number = 0; number < count; ++number)
     children.push_back(inChild(
         [&]
