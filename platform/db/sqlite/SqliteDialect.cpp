@@ -25,11 +25,12 @@ std::string lowerCase(std::string text)
   return text;
 }
 
+/// Looks at `INSERT INTO table(columns) VALUES ...`; a statement without a column list names none twice.
 void refuseDoubledColumns(const std::string& sql)
 {
   const auto open = sql.find('(');
-  const auto close = sql.find(')');
-  if (!startsWith(sql, "INSERT INTO ") || open > close || close == std::string::npos)
+  const auto close = sql.find(") VALUES ");
+  if (!startsWith(sql, "INSERT INTO ") || close == std::string::npos || open > close)
     return;
   std::istringstream columns(sql.substr(open + 1, close - open - 1));
   std::set<std::string> seen;
