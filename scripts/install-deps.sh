@@ -8,7 +8,7 @@ packages=(
   build-essential cmake ninja-build pkg-config ccache git ca-certificates
   libdcmtk-dev dcmtk libmariadb-dev libsqlite3-dev libspdlog-dev libfmt-dev libcli11-dev
   # tests and benchmarks
-  libgtest-dev libbenchmark-dev mariadb-server mariadb-client procps openssl
+  libgtest-dev libgmock-dev libbenchmark-dev mariadb-server mariadb-client procps openssl
   # independent readers of what the converter writes
   dicom3tools python3 python3-pydicom python3-numpy
   # second compiler, fuzzing, style
