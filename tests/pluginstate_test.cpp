@@ -75,7 +75,7 @@ TEST_F(PluginStateTest, ViewLinesReadBack)
     std::vector<std::string> lines;
     std::string area; ///< items of the displayed area
     std::string rest;
-    std::string error = "";
+    std::string error{};
   };
   const std::string upright = "ImageHorizontalFlip:CS=N ImageRotation:US=0";
   const auto area = [](const std::string& mode, const std::string& corner = "512\\256")
