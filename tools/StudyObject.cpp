@@ -9,6 +9,7 @@
 #include <charconv>
 #include <cstring>
 #include <fstream>
+#include <limits>
 
 namespace tarn::tools
 {
@@ -128,7 +129,9 @@ StudyObject readStudyObject(const std::string& path)
   if (!beginsLikeDicom(startOf(path)))
     throw NoObject("no DICOM file");
   DcmFileFormat file;
-  if (const OFCondition status = dicom::loadFile(file, path); status.bad())
+  dicom::ReadLimits limits = dicom::ReadLimits::fromEnvironment();
+  limits.fileBytes = std::numeric_limits<std::uint64_t>::max(); // pixel data stay in their file
+  if (const OFCondition status = dicom::loadFile(file, path, limits); status.bad())
     throw UnusableObject(status.text());
   if (isDirectoryOfMedia(file))
     throw NoObject("a DICOMDIR");

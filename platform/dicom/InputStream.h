@@ -1,0 +1,77 @@
+#pragma once
+
+#include "InputFile.h"
+#include "ReadLimits.h"
+
+#include <dcmtk/dcmdata/dcistrma.h>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace tarn::dicom
+{
+
+/// Gives the toolkit's parser the bytes of a file, a block at a time.
+class FileProducer : public DcmProducer
+{
+public:
+  FileProducer(std::shared_ptr<const InputFile> file, offile_off_t offset);
+
+  OFBool good() const override { return condition.good(); }
+  OFCondition status() const override { return condition; }
+  OFBool eos() override { return position >= file->size(); }
+  offile_off_t avail() override { return file->size() - position; }
+  offile_off_t read(void* buffer, offile_off_t length) override;
+  offile_off_t skip(offile_off_t length) override;
+  void putback(offile_off_t length) override { position -= length; }
+
+  const std::shared_ptr<const InputFile>& source() const { return file; }
+
+private:
+  bool isInBlock() const;
+  offile_off_t copyFromBlock(char* to, offile_off_t length);
+  offile_off_t readPast(char* to, offile_off_t length);
+
+  std::shared_ptr<const InputFile> file;
+  offile_off_t position;
+  std::vector<char> block;     ///< what is read ahead
+  offile_off_t blockStart = 0; ///< its place in the file
+  OFCondition condition;
+};
+
+/// The stream that a file is parsed from. It ends, with a status that says why, where the file would cost more than
+/// `limits` allow or nest more deeply than the stack allows.
+class InputStream : public DcmInputStream
+{
+public:
+  InputStream(std::shared_ptr<const InputFile> file, const ReadLimits& limits);
+
+  /// What ended the stream: a refusal, or a failure to read. The parser may not have noticed.
+  OFCondition trouble() const;
+
+  OFBool good() const override { return status().good(); }
+  OFCondition status() const override { return refusal.bad() ? refusal : DcmInputStream::status(); }
+  OFBool eos() override { return refusal.bad() || DcmInputStream::eos(); }
+  offile_off_t avail() override { return refusal.bad() ? 0 : DcmInputStream::avail(); }
+  offile_off_t read(void* buffer, offile_off_t length) override;
+  offile_off_t skip(offile_off_t length) override;
+  void mark() override;
+  OFCondition installCompressionFilter(E_StreamCompression type) override;
+  /// Makes streams for values that are read later; null where the data set is deflated.
+  DcmInputStreamFactory* newFactory() const override;
+
+private:
+  offile_off_t allowed(offile_off_t length) const;
+  offile_off_t counted(offile_off_t got);
+  void refuse(const OFCondition& reason);
+
+  FileProducer producer;
+  const ReadLimits limits;
+  const std::uintptr_t stackBase;
+  std::uint64_t elements = 0;
+  offile_off_t inflatedFrom = -1; ///< where the deflated part begins, -1 without one
+  OFCondition refusal;
+};
+
+} // namespace tarn::dicom
