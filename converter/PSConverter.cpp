@@ -50,15 +50,20 @@ std::string baseName(const std::string& path)
   return path.substr(start, end - start + 1);
 }
 
-bool isSameFile(const std::string& first, const std::string& second)
+/// Whether `path` itself, not what it may link to, is the input file or the link that leads there.
+bool isInput(const std::string& path, const std::string& inputFile)
 {
-  struct stat a
+  struct stat there
   {
   };
-  struct stat b
+  const auto isThere = [&](auto look)
   {
+    struct stat input
+    {
+    };
+    return look(inputFile.c_str(), &input) == 0 && there.st_dev == input.st_dev && there.st_ino == input.st_ino;
   };
-  return stat(first.c_str(), &a) == 0 && stat(second.c_str(), &b) == 0 && a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+  return lstat(path.c_str(), &there) == 0 && (isThere(stat) || isThere(lstat));
 }
 
 /// Keeps an element out of its item while it lives.
@@ -315,7 +320,7 @@ bool PSConverter::nameIsFree(const std::string& outputName, bool mayBeInput)
   const char* reason = nullptr;
   if (!usedNames.insert(outputName).second)
     reason = "the name was already used in this run";
-  else if (!outputList && !mayBeInput && isSameFile(outputPrefix + outputName, inputFile))
+  else if (!outputList && !mayBeInput && isInput(outputPrefix + outputName, inputFile))
     reason = "it would replace the input file";
   if (reason)
     tarn::report("Presentation State file ", outputName, " could not be saved: ", reason);

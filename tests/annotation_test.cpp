@@ -199,7 +199,7 @@ TEST_F(AnnotationTest, RefusesWithOneLine)
   const std::tuple<Make, std::string, std::string> rows[] = {
       {make<Ruler>, "ruler_x", "Invalid annotation line, contains no space: ruler_x"},
       {make<Ruler>, "ruler|x 1 red", "Invalid annotation line, contains no pipe: ruler|x 1 red"},
-      {make<Ruler>, "a\tb\x01 c", "Invalid annotation line, contains no pipe: a?b? c"},
+      {make<Ruler>, "a\tb\x01 c", "Invalid annotation line, contains no pipe: a\\x09b\\x01 c"},
       {make<Ruler>, "x 1 red 10 20 1 1 0 0|30 40 a 1", common(8)},
       {make<Text>, "x |0 a", common(-1)},
       {make<Text>, "x red|0 a", common(0)},

@@ -106,7 +106,7 @@ TEST_F(CommandTest, ReadsItsOptions)
       {{"--help"}, 1, unknown("-"), {}},
       {{"-N", "-f"}, 1, unknown("f"), {}},
       {{"-f", "@/in.dcm", "-o"}, 1, unknown("o"), {}},
-      {{"-\n"}, 1, unknown("?"), {}},
+      {{"-\n"}, 1, unknown("\\x0A"), {}},
       {{"-N", "-f", "@/bad.dcm", "-o", "@/"}, 1, "Plugin State contains no figure\nPSConverter returned error\n", {}},
       {{"-N", "-f", "@/absent"}, 0, "@/absent could not be loaded: No such file or directory\n", {}},
       {{"-N", "-f", "@/in.dcm", "-o", "@/"}, 0, kFound, {pr}},

@@ -35,11 +35,11 @@ TEST(Console, ScopesNestAndBelongToTheirThread)
           tarn::report("other");
         })
         .join();
-    tarn::report("forged\nline\x7f\x1b");
+    tarn::report("forged\nline\x1b\x7f");
   }
   tarn::report("after");
   tarn::trace("flag ", true);
-  EXPECT_EQ(innerError.str(), "n 7\nforged?line??\n");
+  EXPECT_EQ(innerError.str(), "n 7\nforged\\x0Aline\\x1B\\x7F\n");
   EXPECT_EQ(otherError.str(), "other\n");
   EXPECT_EQ(outerError.str(), "after\n");
   EXPECT_EQ(out.str(), "flag true\n");

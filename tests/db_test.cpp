@@ -380,7 +380,7 @@ TEST_P(Database, RefusesHostileTableNames)
   {
     const ScopedEnvironment objects("OBJECTTBL", name);
     const auto other = open();
-    const std::string expected = "the name '" + (name == "a\nb" ? "a?b" : name) + "' is no identifier";
+    const std::string expected = "the name '" + (name == "a\nb" ? "a\\x0Ab" : name) + "' is no identifier";
     ObjectRecord record;
     std::list<std::string> files;
     EXPECT_EQ(refusal([&] { (void)other->objects().findObject("1", "f", record); }), expected);
@@ -531,7 +531,7 @@ TEST(DatabaseUrl, RefusalsNameTheUrlWithoutItsPassword)
       {"a parameter is none of socket, ssl-ca and defaults-group",
        {"mysql://u@h/d?<password=secret|...>", "mysql://u@h/d?socket=/s&<pw=secret|...>"}},
       {"a parameter has no value", {"mysql://u@h/d?socket="}},
-      {"cannot connect: Unknown server host 'h' (-2)", {"mysql://u@h/d<\n|?>"}},
+      {"cannot connect: Unknown server host 'h' (-2)", {"mysql://u@h/d<\n|\\x0A>"}},
       {"cannot connect: Can't connect to local server through socket '/nowhere/s' (2)",
        {"mysql://u<:secret|>@localhost/d?socket=/nowhere/s"}},
       {"it names no file", {"sqlite:"}},

@@ -98,16 +98,14 @@ std::string inventory(const fs::path& dir)
 TEST(FileWriter, RefusalsLeaveWhatWasThere)
 {
   const TempDir dir;
-  const fs::path folder = dir.path(), file = folder / "file", closed = folder / "closed", fifo = folder / "fifo";
+  const fs::path folder = dir.path(), file = folder / "file", closed = folder / "closed";
   fs::create_directory(closed);
   for (const fs::path& path : {file, closed / "file"})
     put(path, "before");
-  mkfifo(fifo.c_str(), 0666);
   const std::pair<fs::path, const char*> rows[] = {
       {folder / "none/target", "No such file or directory"},
       {file / "target", "Not a directory"},
       {closed, "Is a directory"},
-      {fifo, "Not a regular file"},
       {"/dev/null", "Not a regular file"},
       {folder / std::string(256, 'n'), "File name too long"},
       {file, "Permission denied"},
@@ -154,20 +152,27 @@ TEST(FileWriter, AFullDiskIsNoticedAndKeepsWhatWasThere)
     }
 }
 
-TEST(FileWriter, ReplacesAFileAndKeepsItsPlace)
+TEST(FileWriter, ReplacesWhatStandsThere)
 {
   const TempDir dir;
-  const fs::path target = dir.path() / "target", link = dir.path() / "link",
+  const fs::path linked = dir.path() / "linked", file = dir.path() / "file", link = dir.path() / "link",
+                 dangling = dir.path() / "dangling", fifo = dir.path() / "fifo",
                  longest = dir.path() / std::string(255, 'n');
-  put(target, "before");
-  chmod(target.c_str(), 0640);
-  fs::create_symlink("target", link);
-  ASSERT_STREQ(saveFile(*makeState(10), link).text(), "Normal");
-  ASSERT_STREQ(saveFile(*makeState(10), longest).text(), "Normal");
-  EXPECT_TRUE(fs::is_symlink(link));
-  EXPECT_EQ(static_cast<int>(fs::status(target).permissions()), 0640);
-  EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), {}), 3) << inventory(dir.path());
-  EXPECT_EQ(load(target), "Normal vvvvvvvvvv");
+  for (const fs::path& path : {linked, file})
+    put(path, "before");
+  chmod(file.c_str(), 0640);
+  fs::create_symlink("linked", link);
+  fs::create_symlink("nowhere", dangling);
+  mkfifo(fifo.c_str(), 0666);
+  for (const fs::path& target : {file, link, dangling, fifo, longest})
+  {
+    EXPECT_STREQ(saveFile(*makeState(10), target).text(), "Normal") << target;
+    EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(target))) << target;
+    EXPECT_EQ(load(target), "Normal vvvvvvvvvv") << target;
+  }
+  EXPECT_EQ(contents(linked), "before");
+  EXPECT_EQ(static_cast<int>(fs::status(file).permissions()), 0640);
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), {}), 6) << inventory(dir.path());
 }
 
 TEST(FileWriter, SavesOverTheFileWhoseValuesAreNotReadYet)
@@ -332,7 +337,7 @@ TEST(ToolkitLog, GoesToTheLogger)
   DCMDATA_WARN("odd");
   DCMDATA_INFO("not of interest");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-  EXPECT_EQ(log.lines(), "error DCMTK: broken?line\ninfo DCMTK: odd\n");
+  EXPECT_EQ(log.lines(), "error DCMTK: broken\\x0Aline\ninfo DCMTK: odd\n");
 }
 
 /// Ends the process with what setUpDictionary does where DCMDICTPATH is `paths` (null: unset): its error, and what the

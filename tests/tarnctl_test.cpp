@@ -176,7 +176,7 @@ const std::string kNoServer =
 const std::string kInMemory = "the database would be in memory and end with this command (set TARN_DB_URL)";
 const Refusal kRefusals[] = {
     {"NoCommand", "", 2, "A command is required"},
-    {"UnknownCommand", "x\033", 2, "The following argument was not expected: x?"},
+    {"UnknownCommand", "x\033", 2, "The following argument was not expected: x\\x1B"},
     {"UnknownOption", "init --force", 2, "The following argument was not expected: --force"},
     {"NoStudy", "clear-error", 2, "STUDY is required"},
     {"NoFolder", "add-study", 2, "DIR is required"},

@@ -1,6 +1,5 @@
 #include "Console.h"
 
-#include <algorithm>
 #include <iostream>
 
 namespace tarn
@@ -42,10 +41,17 @@ ConsoleScope::~ConsoleScope()
   currentError = previousError;
 }
 
-std::string printable(std::string text)
+std::string printable(const std::string& text)
 {
-  std::replace_if(text.begin(), text.end(), isControl, '?');
-  return text;
+  constexpr char kHex[] = "0123456789ABCDEF";
+  std::string shown;
+  shown.reserve(text.size());
+  for (const char c : text)
+    if (isControl(c))
+      shown.append("\\x").append(1, kHex[static_cast<unsigned char>(c) >> 4U]).append(1, kHex[c & 0xF]);
+    else
+      shown += c;
+  return shown;
 }
 
 void reportLine(const std::string& line)

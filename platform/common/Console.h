@@ -27,8 +27,8 @@ private:
   std::ostream* previousError;
 };
 
-/// `text` with every control character as '?': what comes out of a file never forges a second line.
-std::string printable(std::string text);
+/// `text` with every control character as `\xNN` in hexadecimal: what comes out of a file never forges a second line.
+std::string printable(const std::string& text);
 
 /// The parts as one text, flags as the words true and false; whatever locale and format flags its process or its
 /// streams chose.

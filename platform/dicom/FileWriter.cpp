@@ -10,9 +10,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 namespace tarn::dicom
@@ -27,28 +25,23 @@ OFCondition systemFailure()
   return failure(std::strerror(errno));
 }
 
-/// The path that a write to `path` reaches, and what stands there.
+/// What stands where a file is to go.
 struct Target
 {
-  explicit Target(const std::string& wanted) : path(wanted), exists(stat(wanted.c_str(), &status) == 0)
+  explicit Target(const std::string& path) : exists(lstat(path.c_str(), &status) == 0) {}
+
+  bool isFile() const { return exists && S_ISREG(status.st_mode); }
+
+  /// The rename that replaces it asks neither for its permissions nor for its kind. It refuses directories; a FIFO or a
+  /// symbolic link that somebody put there is neither waited for nor followed.
+  OFCondition checkReplaceable(const std::string& path) const
   {
-    const std::unique_ptr<char, decltype(&std::free)> real(exists ? realpath(wanted.c_str(), nullptr) : nullptr,
-                                                           &std::free);
-    if (real)
-      path = real.get();
+    if (isFile())
+      return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 ? EC_Normal : systemFailure();
+    const bool isDevice = exists && (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode) || S_ISSOCK(status.st_mode));
+    return isDevice ? failure("Not a regular file") : EC_Normal;
   }
 
-  /// A rename asks neither for the permissions of what it replaces nor for its kind.
-  OFCondition checkReplaceable() const
-  {
-    if (!exists || S_ISDIR(status.st_mode)) // the rename refuses a directory
-      return EC_Normal;
-    if (!S_ISREG(status.st_mode))
-      return failure("Not a regular file");
-    return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 ? EC_Normal : systemFailure();
-  }
-
-  std::string path;
   struct stat status
   {
   };
@@ -58,7 +51,7 @@ struct Target
 /// A file that takes the place of another is on the disk before it does.
 bool secureFor(const Target& target, const PartFile& part)
 {
-  return !target.exists || (part.setMode(target.status.st_mode & 07777U) && part.sync());
+  return !target.isFile() || (part.setMode(target.status.st_mode & 07777U) && part.sync());
 }
 
 OFCondition drain(DcmOutputBufferStream& stream, const PartFile& part)
@@ -98,10 +91,10 @@ OFCondition encode(DcmFileFormat& file, const PartFile& part)
 OFCondition saveFile(DcmFileFormat& file, const std::string& path)
 {
   const Target target(path);
-  OFCondition status = target.checkReplaceable();
+  OFCondition status = target.checkReplaceable(path);
   if (status.bad())
     return status;
-  PartFile part(target.path);
+  PartFile part(path);
   if (!part.good())
     return systemFailure();
   status = encode(file, part);
