@@ -204,6 +204,23 @@ std::string nested(std::size_t levels, bool defined)
   return bytes;
 }
 
+/// `count` empty elements of ascending or descending tags.
+std::string elements(std::size_t count, bool ascending, bool bigEndian = false)
+{
+  std::string bytes;
+  for (std::size_t i = 0; i < count; ++i)
+  {
+    const auto tag = static_cast<Uint32>(0x00200000 + 2 * (ascending ? i : count - i));
+    const auto word = [&](Uint32 value)
+    {
+      const char low = static_cast<char>(value & 0xFF), high = static_cast<char>((value >> 8U) & 0xFF);
+      return bigEndian ? std::string{high, low} : std::string{low, high};
+    };
+    bytes += word(tag >> 16U) + word(tag & 0xFFFF) + "LO\0\0"s;
+  }
+  return bytes;
+}
+
 std::string deflated(const std::string& plain)
 {
   std::vector<char> buffer(plain.size() + 1000);
@@ -235,6 +252,7 @@ TEST(FileReader, Refusals)
 {
   constexpr E_TransferSyntax kExplicit = EXS_LittleEndianExplicit, kDeflated = EXS_DeflatedLittleEndianExplicit;
   const char* const deep = "Sequences are nested too deeply";
+  const char* const disorder = "Elements are too far from ascending order";
   const char* const ended = "I/O suspension or premature end of stream";
   const std::tuple<const char*, std::string, const char*> rows[] = {
       {"20,000 levels, undefined length", withHeader(kExplicit, nested(20000, false)), deep},
@@ -243,6 +261,11 @@ TEST(FileReader, Refusals)
       {"300 levels, deflated", withHeader(kDeflated, deflated(nested(300, false))), "Normal"},
       {"4 GB in a few bytes", withHeader(kExplicit, "\x15\xf2\x94\x10OB\0\0\xfe\xff\xff\xff"s + "abcd"), ended},
       {"4 GB, implicit", withHeader(EXS_LittleEndianImplicit, "\x15\xf2\x94\x10\xfe\xff\xff\xff" + "abcd"s), ended},
+      {"descending tags", withHeader(kExplicit, elements(50000, false)), disorder},
+      {"descending tags, big endian", withHeader(EXS_BigEndianExplicit, elements(50000, false, true)), disorder},
+      {"descending tags, deflated", withHeader(kDeflated, deflated(elements(50000, false))), disorder},
+      {"low tags behind high ones", withHeader(kExplicit, "\x15\xf2\x01\x10LO\0\0"s + elements(5000, true)), "Normal"},
+      {"ascending tags, big endian", withHeader(EXS_BigEndianExplicit, elements(50000, true, true)), "Normal"},
       {"garbage", std::string(5000, '\xA7'), ended},
       {"1000 zero bytes", std::string(1000, '\0'), "Normal"},
       {"empty", "", "End of stream"},
@@ -265,6 +288,29 @@ TEST(FileReader, Refusals)
       EXPECT_STREQ(saveFile(copy, dir.path() / "copy").text(), "Normal");
     }
   }
+}
+
+TEST(FileReader, Limits)
+{
+  const TempDir dir;
+  const fs::path path = dir.path() / "file";
+  const std::string plain = withHeader(EXS_LittleEndianExplicit, elements(100, true));
+  const std::string packed = withHeader(EXS_DeflatedLittleEndianExplicit, deflated(elements(100, true)));
+  const auto loaded = [&](const std::string& bytes, ReadLimits limits)
+  {
+    put(path, bytes);
+    DcmFileFormat file;
+    return std::string(loadFile(file, path, limits).text());
+  };
+  const std::uint64_t size = plain.size(), ample = 1U << 20U;
+  EXPECT_EQ(loaded(plain, {size, 1, 200}), "Normal");
+  EXPECT_EQ(loaded(plain, {size - 1, 1, 200}), "The file has " + std::to_string(size) +
+                                                   " bytes, and TARN_MAX_FILE_BYTES allows " +
+                                                   std::to_string(size - 1));
+  EXPECT_EQ(loaded(plain, {size, 1, 100}), "The file holds more elements than the 100 of TARN_MAX_ELEMENTS");
+  EXPECT_EQ(loaded(packed, {ample, 800, 200}), "Normal");
+  EXPECT_EQ(loaded(packed, {ample, 799, 200}),
+            "The data set inflates to more than the 799 bytes of TARN_MAX_INFLATED_BYTES");
 }
 
 TEST(FileReader, NoRegularFile)

@@ -26,7 +26,7 @@ OFCondition loadFile(DcmFileFormat& file, const std::string& path, const ReadLim
     status = file.clear();
   if (status.bad())
     return status;
-  InputStream stream(source, limits);
+  InputStream stream(source, limits, *file.getDataset());
   file.transferInit();
   status = file.read(stream, EXS_Unknown, EGL_noChange, kMaxReadLength);
   file.transferEnd();

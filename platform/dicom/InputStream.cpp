@@ -3,8 +3,6 @@
 #include "Console.h"
 #include "ElementText.h"
 
-#include <sys/resource.h>
-
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -17,26 +15,10 @@ namespace
 
 constexpr offile_off_t kBlock = 65536;
 
-/// Stack that reading may use, in bytes: some hundred levels of nesting, an eighth of the usual stack. Copying,
-/// writing and destroying what was read recurse as deeply.
-constexpr std::uintptr_t kStackBudget = 1U << 20U;
-constexpr std::uintptr_t kStackShare = 8;
-
 // Not the address of a local variable: that may lie on a heap of the address sanitizer.
-[[gnu::always_inline]] inline std::uintptr_t stackHere()
+[[gnu::always_inline]] inline std::uintptr_t frameHere()
 {
   return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-}
-
-std::uintptr_t stackBudget()
-{
-  static const std::uintptr_t budget = []
-  {
-    rlimit stack{};
-    const bool bounded = getrlimit(RLIMIT_STACK, &stack) == 0 && stack.rlim_cur != RLIM_INFINITY;
-    return bounded ? std::min<std::uintptr_t>(kStackBudget, stack.rlim_cur / kStackShare) : kStackBudget;
-  }();
-  return budget;
 }
 
 /// Reads, from its own place in a file, a value that was passed over while parsing.
@@ -126,38 +108,37 @@ offile_off_t FileProducer::skip(offile_off_t length)
   return skipped;
 }
 
-InputStream::InputStream(std::shared_ptr<const InputFile> file, const ReadLimits& readLimits)
-  : DcmInputStream(&producer), producer(std::move(file), 0), limits(readLimits), stackBase(stackHere())
+InputStream::InputStream(std::shared_ptr<const InputFile> file, const ReadLimits& readLimits, const DcmDataset& dataset)
+  : DcmInputStream(&producer), producer(std::move(file), 0), limits(readLimits), guard(readLimits, dataset, frameHere())
 {
   const offile_off_t size = producer.source()->size();
   if (static_cast<std::uint64_t>(size) > limits.fileBytes)
-    refuse(failure(joined("The file has ", size, " bytes, and TARN_MAX_FILE_BYTES allows ", limits.fileBytes)));
+    tooLarge = failure(joined("The file has ", size, " bytes, and TARN_MAX_FILE_BYTES allows ", limits.fileBytes));
 }
 
 OFCondition InputStream::trouble() const
 {
-  return refusal.bad() ? refusal : producer.status();
+  return refused().bad() ? refused() : producer.status();
 }
 
-/// The parser calls itself for each nested sequence and reads from here in each: how deep its frame lies below the one
-/// that made the stream is the stack that the nesting has used.
 offile_off_t InputStream::read(void* buffer, offile_off_t length)
 {
-  if (const std::uintptr_t here = stackHere(); here < stackBase && stackBase - here > stackBudget())
-    refuse(failure("Sequences are nested too deeply"));
-  return counted(DcmInputStream::read(buffer, allowed(length)));
+  const offile_off_t got = DcmInputStream::read(buffer, allowed(length));
+  checkInflated();
+  guard.onRead(frameHere(), buffer, got);
+  return got;
 }
 
 offile_off_t InputStream::skip(offile_off_t length)
 {
-  return counted(DcmInputStream::skip(allowed(length)));
+  const offile_off_t got = DcmInputStream::skip(allowed(length));
+  checkInflated();
+  return got;
 }
 
-/// The parser marks its place before each element and item, since it may have to return to it.
 void InputStream::mark()
 {
-  if (++elements > limits.elements)
-    refuse(failure(joined("The file holds more elements than the ", limits.elements, " of TARN_MAX_ELEMENTS")));
+  guard.onMark(frameHere());
   DcmInputStream::mark();
 }
 
@@ -175,7 +156,7 @@ DcmInputStreamFactory* InputStream::newFactory() const
 /// How much of `length` bytes may be given out: one more than the limit on inflated bytes shows that it was passed.
 offile_off_t InputStream::allowed(offile_off_t length) const
 {
-  if (refusal.bad())
+  if (refused().bad())
     return 0;
   if (inflatedFrom < 0)
     return length;
@@ -185,19 +166,11 @@ offile_off_t InputStream::allowed(offile_off_t length) const
   return std::min(length, static_cast<offile_off_t>(std::min(left, kMost - 1) + 1));
 }
 
-offile_off_t InputStream::counted(offile_off_t got)
+void InputStream::checkInflated()
 {
   if (inflatedFrom >= 0 && static_cast<std::uint64_t>(tell() - inflatedFrom) > limits.inflatedBytes)
-    refuse(failure(
-        joined("The data set inflates to more than the ", limits.inflatedBytes, " bytes of TARN_MAX_INFLATED_BYTES")));
-  return got;
-}
-
-/// The first reason stands.
-void InputStream::refuse(const OFCondition& reason)
-{
-  if (refusal.good())
-    refusal = reason;
+    tooLarge = failure(
+        joined("The data set inflates to more than the ", limits.inflatedBytes, " bytes of TARN_MAX_INFLATED_BYTES"));
 }
 
 } // namespace tarn::dicom

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "InputFile.h"
+#include "ParseGuard.h"
 #include "ReadLimits.h"
 
 #include <dcmtk/dcmdata/dcistrma.h>
 
-#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -41,19 +41,20 @@ private:
 };
 
 /// The stream that a file is parsed from. It ends, with a status that says why, where the file would cost more than
-/// `limits` allow or nest more deeply than the stack allows.
+/// `limits` or a ParseGuard allow.
 class InputStream : public DcmInputStream
 {
 public:
-  InputStream(std::shared_ptr<const InputFile> file, const ReadLimits& limits);
+  /// `dataset` is the one that is being read; it is borrowed.
+  InputStream(std::shared_ptr<const InputFile> file, const ReadLimits& limits, const DcmDataset& dataset);
 
   /// What ended the stream: a refusal, or a failure to read. The parser may not have noticed.
   OFCondition trouble() const;
 
   OFBool good() const override { return status().good(); }
-  OFCondition status() const override { return refusal.bad() ? refusal : DcmInputStream::status(); }
-  OFBool eos() override { return refusal.bad() || DcmInputStream::eos(); }
-  offile_off_t avail() override { return refusal.bad() ? 0 : DcmInputStream::avail(); }
+  OFCondition status() const override { return refused().bad() ? refused() : DcmInputStream::status(); }
+  OFBool eos() override { return refused().bad() || DcmInputStream::eos(); }
+  offile_off_t avail() override { return refused().bad() ? 0 : DcmInputStream::avail(); }
   offile_off_t read(void* buffer, offile_off_t length) override;
   offile_off_t skip(offile_off_t length) override;
   void mark() override;
@@ -62,16 +63,15 @@ public:
   DcmInputStreamFactory* newFactory() const override;
 
 private:
+  const OFCondition& refused() const { return tooLarge.bad() ? tooLarge : guard.verdict(); }
   offile_off_t allowed(offile_off_t length) const;
-  offile_off_t counted(offile_off_t got);
-  void refuse(const OFCondition& reason);
+  void checkInflated();
 
   FileProducer producer;
   const ReadLimits limits;
-  const std::uintptr_t stackBase;
-  std::uint64_t elements = 0;
+  ParseGuard guard;
   offile_off_t inflatedFrom = -1; ///< where the deflated part begins, -1 without one
-  OFCondition refusal;
+  OFCondition tooLarge;
 };
 
 } // namespace tarn::dicom

@@ -8,12 +8,17 @@
 #include <dcmtk/oflog/oflog.h>
 #include <dcmtk/oflog/spi/logevent.h>
 
+#include <cstdint>
+
 namespace tarn::dicom
 {
 namespace
 {
 
 namespace log4cplus = dcmtk::log4cplus;
+
+/// A damaged file can make the toolkit warn of each of a million elements.
+constexpr std::uint64_t kMostLines = 1000;
 
 class LoggerAppender : public log4cplus::Appender
 {
@@ -24,7 +29,11 @@ public:
 protected:
   void append(const log4cplus::spi::InternalLoggingEvent& event) override
   {
-    if (event.getLogLevel() >= OFLogger::ERROR_LOG_LEVEL)
+    if (++lines > kMostLines)
+      return;
+    if (lines == kMostLines)
+      logger.errorLog("The toolkit has more to say than is logged");
+    else if (event.getLogLevel() >= OFLogger::ERROR_LOG_LEVEL)
       logger.errorLog("%s", event.getMessage().c_str());
     else
       logger.infoLog("%s", event.getMessage().c_str());
@@ -32,6 +41,7 @@ protected:
 
 private:
   imutils::IMLogger logger{"DCMTK"};
+  std::uint64_t lines = 0;
 };
 
 } // namespace
