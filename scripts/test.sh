@@ -20,6 +20,10 @@ cmake --build --preset release -- --quiet
 step "Sample archive, judged by other readers"
 scripts/check-outputs.sh build/release
 
+step "Hostile files"
+/usr/bin/python3 tests/corpus/check_hostile.py build/release
+/usr/bin/python3 tests/corpus/check_hostile.py build/asan
+
 step "Installed library"
 scripts/check-package.sh build/release
 
