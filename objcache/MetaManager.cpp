@@ -42,17 +42,16 @@ bool isMissing(int status)
   return (status & kMissing) != 0;
 }
 
+/// Both throw where the system does not tell: what cannot be looked at is not taken for missing.
 bool isThere(const fs::path& path)
 {
-  std::error_code ignored;
-  return fs::exists(fs::symlink_status(path, ignored));
+  return fs::exists(fs::symlink_status(path));
 }
 
 /// Links are not followed: what they lead to is no part of the repository.
 bool isRegularFile(const fs::path& path)
 {
-  std::error_code ignored;
-  return fs::is_regular_file(fs::symlink_status(path, ignored));
+  return fs::is_regular_file(fs::symlink_status(path));
 }
 
 bool isLegacy(const fs::path& directory)
@@ -144,8 +143,21 @@ Status MetaManager::getMeta(const std::string& study, bool create, bool useTemp,
     return logger->log0("Missing environment variable: REPOSITORY_META"), STATUS_ERROR;
   if (tempMetaRepository.empty())
     return logger->log0("Missing environment variable: REPOSITORY_TEMPMETA"), STATUS_ERROR;
+  try
+  {
+    MetaConn conn(db);
+    return findMeta(study, create, useTemp, metaDir, conn, checkStoreState);
+  }
+  catch (const fs::filesystem_error& failure)
+  {
+    logger->logV("MetaManager::getMeta() looking for the meta of %s failed: %s", study.c_str(), failure.what());
+    return STATUS_ERROR;
+  }
+}
 
-  MetaConn conn(db);
+Status MetaManager::findMeta(const std::string& study, bool create, bool useTemp, std::string& metaDir, MetaConn& conn,
+                             bool checkStoreState) const
+{
   int status = 0;
   const auto found = locate(metaRepository, study, status, conn);
   if (!found && !isMissing(status))

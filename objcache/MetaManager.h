@@ -33,7 +33,8 @@ public:
   /// `metaDir` gets the study's meta directory. STATUS_OK: it exists, or was filled from the legacy layout just now
   /// (looked for with `checkStoreState` when there is no directory or no store state in it); STATUS_OK_NEW: `create`
   /// made it; STATUS_OK_TEMP: without `create`, `useTemp` found one in the temporary repository; STATUS_MISSING,
-  /// STATUS_REPOSITORY_ERROR, and STATUS_ERROR for a missing variable or a legacy state that could not be copied.
+  /// STATUS_REPOSITORY_ERROR, and STATUS_ERROR for a missing variable, a directory that cannot be looked at, or a
+  /// legacy state that could not be copied.
   [[nodiscard]] Status getMeta(const std::string& study, bool create, bool useTemp, std::string& metaDir,
                                db::DBConnector* db, bool checkStoreState) const;
 
@@ -70,6 +71,8 @@ private:
                                     const MetaConn& conn) const;
   std::optional<std::string> createDirectory(const std::string& repository, const std::string& study, int& status,
                                              bool& existed, const MetaConn& conn) const;
+  Status findMeta(const std::string& study, bool create, bool useTemp, std::string& metaDir, MetaConn& conn,
+                  bool checkStoreState) const;
   Status createMeta(const std::string& study, std::string& metaDir, MetaConn& conn) const;
   Status findTemp(const std::string& study, std::string& metaDir, const MetaConn& conn) const;
   void fillFromLegacy(const std::filesystem::path& legacy, const std::filesystem::path& target, MetaConn& conn) const;

@@ -360,6 +360,9 @@ void ObjCacheMgr::getRepoObjects(const std::string& studyOrDirName, std::list<st
     for (fs::directory_iterator entry(location, error); !error && entry != fs::directory_iterator();
          entry.increment(error))
       files.insert(entry->path().filename().string());
+    if (error)
+      logger.errorLog("Collecting objects for %s from %s for adding error references failed: %s",
+                      studyOrDirName.c_str(), location.c_str(), error.message().c_str());
   }
 }
 

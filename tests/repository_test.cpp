@@ -189,6 +189,14 @@ TEST_F(Repositories, RemovalTakesAllOfIt)
   EXPECT_TRUE(fs::exists(mount("two/kept")));
 }
 
+TEST_F(Repositories, AConfigurationThatCannotBeReadIsNotAnEmptyOne)
+{
+  fs::remove(home.path() / "etc/repositories.conf");
+  EXPECT_EQ(HANDLER(checkResourceStatus_)("meta", "s", nullptr), kUnknownRepository);
+  fs::create_directory(home.path() / "etc/repositories.conf");
+  EXPECT_EQ(HANDLER(checkResourceStatus_)("meta", "s", nullptr), kMountUnreachable);
+}
+
 TEST_F(Repositories, ALockKeepsOtherProcessesOut)
 {
   fs::create_directory(mount("two/s"));
@@ -209,6 +217,20 @@ TEST_F(Repositories, ALockKeepsOtherProcessesOut)
   EXPECT_EQ(unlock(), 0);
   std::ofstream(mount("one/.s.lock")) << "elsewhere 1\n";
   EXPECT_EQ(lock(), 0) << "a process of another host may live";
+  fs::remove(mount("one/.s.lock"));
+  fs::create_directory(mount("one/.s.lock"));
+  EXPECT_EQ(lock(), 0) << "what cannot be read may be another's lock";
+  EXPECT_EQ(remove(), kFailed);
+}
+
+TEST_F(Repositories, AnAgedResourceThatIsLockedElsewhereStays)
+{
+  fs::create_directory(mount("old/s"));
+  std::ofstream(mount("one/.s.lock")) << "elsewhere 1\n";
+  EXPECT_EQ(taken(HANDLER(unAge_)("meta", "s", nullptr)), "");
+  EXPECT_TRUE(fs::exists(mount("old/s")));
+  EXPECT_TRUE(fs::exists(mount("one/.s.lock")));
+  EXPECT_FALSE(fs::exists(mount("one/s")) || fs::exists(mount("two/s")));
 }
 
 TEST_F(Repositories, DirtyFlagsAndTimes)

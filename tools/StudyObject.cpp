@@ -44,6 +44,8 @@ std::string startOf(const std::string& path)
     throw UnusableObject(std::strerror(errno));
   std::string start(132, '\0');
   file.read(start.data(), static_cast<std::streamsize>(start.size()));
+  if (file.bad())
+    throw UnusableObject(std::strerror(errno));
   start.resize(static_cast<std::size_t>(file.gcount()));
   return start;
 }

@@ -1,6 +1,11 @@
 #include "Config.h"
 
-#include <fstream>
+#include "IMException.h"
+#include "fileContent.h"
+
+#include <cerrno>
+#include <sstream>
+#include <system_error>
 #include <utility>
 
 namespace tarn::imutils
@@ -14,13 +19,22 @@ bool Config::Version::operator==(const Version& other) const
          changed.tv_sec == other.changed.tv_sec && changed.tv_nsec == other.changed.tv_nsec;
 }
 
+IMException Config::unreadable(const std::string& reason) const
+{
+  return IMException(file + " cannot be read: " + reason);
+}
+
 Config::Version Config::currentVersion() const
 {
   struct stat status
   {
   };
   if (stat(file.c_str(), &status) != 0)
-    return {};
+  {
+    if (errno == ENOENT || errno == ENOTDIR)
+      return {};
+    throw unreadable(std::generic_category().message(errno));
+  }
   return {status.st_dev, status.st_ino, status.st_size, status.st_mtim};
 }
 
@@ -39,8 +53,15 @@ void Config::check()
 
 void Config::load()
 {
-  std::ifstream text(file);
-  properties.read(text);
+  try
+  {
+    std::istringstream text(fileContent(file).value_or(""));
+    properties.read(text);
+  }
+  catch (const IMException& failure)
+  {
+    throw unreadable(failure.what());
+  }
 }
 
 void Config::reset()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "IMException.h"
 #include "IMProperties.h"
 
 #include <sys/stat.h>
@@ -11,7 +12,7 @@ namespace tarn::imutils
 {
 
 /// A configuration record over a properties file (see IMProperties), reloaded when the file changed.
-/// A file that does not exist, or cannot be read, is an empty one. Not thread-safe.
+/// A file that does not exist is an empty one. Not thread-safe.
 class Config
 {
 public:
@@ -21,6 +22,7 @@ public:
   Config& operator=(const Config&) = delete;
 
   /// Loads on the first call; later reloads when the file's time, size or identity changed, and resets when it went.
+  /// Throws IMException when the file cannot be read; the next call tries again.
   void check();
 
   std::optional<std::string> getProperty(const std::string& key) const { return properties.getProperty(key); }
@@ -42,6 +44,7 @@ private:
     bool operator==(const Version& other) const;
   };
   Version currentVersion() const;
+  IMException unreadable(const std::string& reason) const;
 
   std::string file;
   IMProperties properties;

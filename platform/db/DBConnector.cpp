@@ -7,13 +7,14 @@
 #include "MysqlSession.h"
 #include "SqlSession.h"
 #include "SqliteSession.h"
+#include "IMException.h"
 #include "environmentValue.h"
+#include "fileContent.h"
 
 #include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -39,11 +40,16 @@ std::optional<std::string> passwordFromFile()
   const std::string path = environmentValue("TARN_DB_PASSWORD_FILE");
   if (path.empty())
     return std::nullopt;
-  std::ifstream file(path);
-  std::string password;
-  if (!file || !std::getline(file, password))
-    throw DBException("the file that TARN_DB_PASSWORD_FILE names cannot be read, or is empty");
-  return password;
+  try
+  {
+    if (const std::string content = fileContent(path).value_or(""); !content.empty())
+      return content.substr(0, content.find('\n'));
+  }
+  catch (const imutils::IMException&)
+  {
+    // Its reason is one of those that the message gives.
+  }
+  throw DBException("the file that TARN_DB_PASSWORD_FILE names cannot be read, or is empty");
 }
 
 std::unique_ptr<SqlSession> openServer(const std::string& url)

@@ -3,12 +3,13 @@
 #include "Refusal.h"
 
 #include "IMProperties.h"
+#include "IMException.h"
 #include "environmentValue.h"
+#include "fileContent.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include <sys/statvfs.h>
@@ -23,12 +24,19 @@ namespace fs = std::filesystem;
 imutils::IMProperties configuration()
 {
   imutils::IMProperties properties;
-  if (const std::string home = environmentValue("REPOSITORYHANDLER_HOME"); !home.empty())
+  const std::string home = environmentValue("REPOSITORYHANDLER_HOME");
+  if (home.empty())
+    return properties;
+  try
   {
-    std::ifstream file(home + "/etc/repositories.conf");
-    properties.read(file);
+    std::istringstream text(fileContent(home + "/etc/repositories.conf").value_or(""));
+    properties.read(text);
+    return properties;
   }
-  return properties;
+  catch (const imutils::IMException&)
+  {
+    throw Refusal{kMountUnreachable};
+  }
 }
 
 std::string normal(const std::string& path)

@@ -47,7 +47,10 @@ bool exists(const std::string& path)
   struct stat status
   {
   };
-  return lstat(path.c_str(), &status) == 0;
+  const bool found = lstat(path.c_str(), &status) == 0;
+  if (!found && errno != ENOENT)
+    throw Refusal{kMountUnreachable};
+  return found;
 }
 
 /// Links are not followed: one that stands under a resource's name would lead out of the repository.
@@ -70,7 +73,8 @@ bool isThere(const Location& location)
 
 void touchFile(const std::string& path)
 {
-  std::ofstream(path, std::ios::app);
+  if (!std::ofstream(path, std::ios::app))
+    throw Refusal{kFailed};
 }
 
 void copyTimes(const std::string& from, const std::string& to)
@@ -260,8 +264,8 @@ void Repository::move(const Location& from, const Location& to) const
   fs::remove_all(moving);
   fs::copy(from.path(), moving, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
   copyTimes(from.path(), moving);
-  requireDone(std::rename(moving.c_str(), to.path().c_str()));
   to.setDirty(from.isDirty());
+  requireDone(std::rename(moving.c_str(), to.path().c_str()));
   removeAt(from, true);
 }
 

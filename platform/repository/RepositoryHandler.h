@@ -39,7 +39,7 @@ enum HandlerStatus : int
   kUnknownRepository = 2, ///< no mounts are known for the name
   kMissing = 4,           ///< all mounts were searched, and it is in none
   kNameRefused = 8,       ///< no name for a resource
-  kMountUnreachable = 16, ///< a mount that would have to be searched is no readable directory
+  kMountUnreachable = 16, ///< a mount that would have to be searched, or the configuration, cannot be read
   kLocated = 32,
   kLocked = 64,    ///< another process holds the resource's lock
   kExisting = 128, ///< it was to be new

@@ -2,10 +2,14 @@
 
 #include "Refusal.h"
 
+#include "IMException.h"
+#include "fileContent.h"
+
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <fstream>
+#include <sstream>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -21,6 +25,19 @@ std::string hostName()
   std::array<char, 256> name{};
   gethostname(name.data(), name.size() - 1);
   return name.data();
+}
+
+/// What the lock file says; nothing when there is none. One that cannot be read may be another's.
+std::string contentOf(const std::string& file)
+{
+  try
+  {
+    return fileContent(file).value_or("");
+  }
+  catch (const imutils::IMException&)
+  {
+    throw Refusal{kFailed};
+  }
 }
 
 bool hasEnded(pid_t process)
@@ -49,7 +66,7 @@ MountLock::~MountLock()
 
 ResourceLock::Owner ResourceLock::owner() const
 {
-  std::ifstream text(file);
+  std::istringstream text(contentOf(file));
   std::string host;
   pid_t process = 0;
   if (!(text >> host >> process)) // no file, or its writer died before it was complete

@@ -33,7 +33,7 @@ public:
     kThisProcess,
     kOther
   };
-  /// A process of this host that has ended owns nothing.
+  /// A process of this host that has ended owns nothing. Throws Refusal when the file cannot be read.
   Owner owner() const;
   /// True when it was free and is this process's now.
   bool take() const;
