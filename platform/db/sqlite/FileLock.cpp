@@ -65,9 +65,10 @@ bool FileLock::isCurrent() const
 std::unique_ptr<FileLock> FileLock::tryLock(const std::string& path, const std::string& model)
 {
   const int descriptor = open(path.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
-  if (descriptor < 0 && errno == EACCES && access(path.c_str(), F_OK) == 0)
+  const int openError = descriptor < 0 ? errno : 0;
+  if (openError == EACCES && access(path.c_str(), F_OK) == 0)
     return nullptr; // whoever made it is about to give it its rights, or keeps it
-  check(descriptor < 0 ? errno : 0, path);
+  check(openError, path);
   takeRights(descriptor, model);
   std::unique_ptr<FileLock> lock(new FileLock(descriptor, path));
   const int error = flock(descriptor, LOCK_EX | LOCK_NB) == 0 ? 0 : errno;

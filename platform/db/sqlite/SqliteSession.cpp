@@ -61,14 +61,25 @@ private:
   SqliteConnection connection;
 };
 
-/// The system's reason, which the library does not tell.
-std::string reasonNotToOpen(const std::string& path)
+/// Where a call of the system failed, the library's text does not tell why.
+std::string reason(int code, sqlite3* connection)
+{
+  if (!connection)
+    return "out of memory";
+  const std::string text = printable(sqlite3_errmsg(connection));
+  const int primary = code & 0xFF;
+  const int error = primary == SQLITE_CANTOPEN || primary == SQLITE_IOERR ? sqlite3_system_errno(connection) : 0;
+  return error == 0 ? text : text + " (" + std::generic_category().message(error) + ")";
+}
+
+/// What keeps the file from being opened; the library may have tried others since. 0 when nothing does now.
+int errorOfOpening(const std::string& path)
 {
   const int descriptor = ::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK);
   if (descriptor < 0)
-    return std::generic_category().message(errno);
+    return errno;
   ::close(descriptor);
-  return "it cannot be used as a database";
+  return 0;
 }
 
 SqliteConnection openFile(const std::string& path, bool create)
@@ -77,8 +88,8 @@ SqliteConnection openFile(const std::string& path, bool create)
   sqlite3* opened = nullptr;
   const int code = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
   SqliteConnection connection(opened);
-  if (code == SQLITE_CANTOPEN)
-    throw DBException("cannot open the file: " + reasonNotToOpen(path));
+  if (const int error = code == SQLITE_CANTOPEN ? errorOfOpening(path) : 0; error != 0)
+    throw DBException("cannot open the file: " + std::generic_category().message(error));
   checkSqlite(code, "cannot open the file", opened);
   return connection;
 }
@@ -102,7 +113,7 @@ void enterWalMode(sqlite3* connection)
 void checkSqlite(int code, const char* what, sqlite3* connection)
 {
   if (code != SQLITE_OK)
-    throw DBException(std::string(what) + ": " + printable(connection ? sqlite3_errmsg(connection) : "out of memory"));
+    throw DBException(std::string(what) + ": " + reason(code, connection));
 }
 
 std::unique_ptr<SqlSession> openSqlite(const std::string& path, bool create)
