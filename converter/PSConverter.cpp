@@ -12,7 +12,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <vector>
 
@@ -50,20 +52,26 @@ std::string baseName(const std::string& path)
   return path.substr(start, end - start + 1);
 }
 
-/// Whether `path` itself, not what it may link to, is the input file or the link that leads there.
-bool isInput(const std::string& path, const std::string& inputFile)
+/// Why nothing may take the place of `path`: it is itself, not what it may link to, the input file or the link that
+/// leads there, or the system does not tell. Null when there is no reason.
+const char* reasonToKeep(const std::string& path, const std::string& inputFile)
 {
   struct stat there
   {
   };
-  const auto isThere = [&](auto look)
+  if (lstat(path.c_str(), &there) != 0)
+    return errno == ENOENT ? nullptr : std::strerror(errno);
+  for (const auto look : {stat, lstat})
   {
     struct stat input
     {
     };
-    return look(inputFile.c_str(), &input) == 0 && there.st_dev == input.st_dev && there.st_ino == input.st_ino;
-  };
-  return lstat(path.c_str(), &there) == 0 && (isThere(stat) || isThere(lstat));
+    if (look(inputFile.c_str(), &input) != 0 && errno != ENOENT)
+      return std::strerror(errno);
+    if (there.st_dev == input.st_dev && there.st_ino == input.st_ino)
+      return "it would replace the input file";
+  }
+  return nullptr;
 }
 
 /// Keeps an element out of its item while it lives.
@@ -320,8 +328,8 @@ bool PSConverter::nameIsFree(const std::string& outputName, bool mayBeInput)
   const char* reason = nullptr;
   if (!usedNames.insert(outputName).second)
     reason = "the name was already used in this run";
-  else if (!outputList && !mayBeInput && isInput(outputPrefix + outputName, inputFile))
-    reason = "it would replace the input file";
+  else if (!outputList && !mayBeInput)
+    reason = reasonToKeep(outputPrefix + outputName, inputFile);
   if (reason)
     tarn::report("Presentation State file ", outputName, " could not be saved: ", reason);
   return !reason;

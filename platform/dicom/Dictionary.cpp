@@ -15,6 +15,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <string_view>
 
 namespace tarn::dicom
 {
@@ -56,6 +57,17 @@ private:
   int fd;
 };
 
+/// The path under which the toolkit opens a file of ours.
+std::string pathOf(const Descriptor& file)
+{
+  return "/proc/self/fd/" + std::to_string(file.get());
+}
+
+bool writeAll(int to, std::string_view text)
+{
+  return write(to, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}
+
 /// Copies `from` into `to` with every result checked; false leaves the reason in errno.
 bool copyAll(int from, int to)
 {
@@ -65,23 +77,32 @@ bool copyAll(int from, int to)
     const ssize_t got = read(from, block.data(), block.size());
     if (got == 0)
       return true;
-    if (got < 0 || write(to, block.data(), static_cast<std::size_t>(got)) != got)
+    if (got < 0 || !writeAll(to, {block.data(), static_cast<std::size_t>(got)}))
       return false;
   }
 }
 
 /// The toolkit does not notice a read that fails in the midst of a dictionary: the file is read here, with every
-/// result checked, and handed on from memory.
-bool addFile(DcmDataDictionary& dictionary, const std::string& path, std::string& error)
+/// result checked, and handed on from memory, and an attribute of a creator of its own at the end, `number` in the list
+/// of files, shows that the toolkit came that far.
+bool addFile(DcmDataDictionary& dictionary, const std::string& path, int number, std::string& error)
 {
+  const std::string creator = "END OF DICTIONARY " + std::to_string(number);
+  const std::string end = "\n(0009,\"" + creator + "\",01)\tLO\tEndOfDictionary\t1\tPrivateTag\n";
   const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   const Descriptor memory(memfd_create("dictionary", MFD_CLOEXEC));
-  if (!file || !memory || !copyAll(file.get(), memory.get()))
+  if (!file || !memory || !copyAll(file.get(), memory.get()) || !writeAll(memory.get(), end))
   {
     error = "Data dictionary " + path + " could not be read: " + std::strerror(errno);
     return false;
   }
-  if (!dictionary.loadDictionary(("/proc/self/fd/" + std::to_string(memory.get())).c_str()))
+  const bool loaded = dictionary.loadDictionary(pathOf(memory).c_str());
+  if (!dictionary.findEntry(DcmTagKey(0x0009, 0x0001), creator.c_str()))
+  {
+    error = "Data dictionary " + path + " could not be read: the toolkit did not read it to its end";
+    return false;
+  }
+  if (!loaded)
   {
     error = "Data dictionary " + path + " could not be read: it is not a data dictionary";
     return false;
@@ -92,17 +113,20 @@ bool addFile(DcmDataDictionary& dictionary, const std::string& path, std::string
 bool addFiles(DcmDataDictionary& dictionary, const std::string& paths, std::string& error)
 {
   std::istringstream list(paths);
+  int number = 0;
   for (std::string path; std::getline(list, path, ':');)
-    if (!path.empty() && !addFile(dictionary, path, error))
+    if (!path.empty() && !addFile(dictionary, path, ++number, error))
       return false;
   return true;
 }
 
 /// The toolkit reads its text dictionary when its dictionary is first touched, from a default path where the variable
-/// is empty: it is given an empty file.
+/// is empty: it is given a file with nothing but a comment. (Of an empty one it would look at a line that it never
+/// read.)
 DcmDataDictionary& lockUnread(const std::string& paths, bool wasSet)
 {
-  setenv(kPathVariable, "/dev/null", 1);
+  const Descriptor memory(memfd_create("dictionary", MFD_CLOEXEC));
+  setenv(kPathVariable, memory && writeAll(memory.get(), "#\n") ? pathOf(memory).c_str() : "/dev/null/none", 1);
   DcmDataDictionary& dictionary = dcmDataDict.wrlock();
   if (wasSet)
     setenv(kPathVariable, paths.c_str(), 1);

@@ -28,7 +28,10 @@ OFCondition systemFailure()
 /// What stands where a file is to go.
 struct Target
 {
-  explicit Target(const std::string& path) : exists(lstat(path.c_str(), &status) == 0) {}
+  explicit Target(const std::string& path)
+    : exists(lstat(path.c_str(), &status) == 0), condition(exists || errno == ENOENT ? EC_Normal : systemFailure())
+  {
+  }
 
   bool isFile() const { return exists && S_ISREG(status.st_mode); }
 
@@ -36,6 +39,8 @@ struct Target
   /// symbolic link that somebody put there is neither waited for nor followed.
   OFCondition checkReplaceable(const std::string& path) const
   {
+    if (condition.bad())
+      return condition;
     if (isFile())
       return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 ? EC_Normal : systemFailure();
     const bool isDevice = exists && (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode) || S_ISSOCK(status.st_mode));
@@ -46,6 +51,7 @@ struct Target
   {
   };
   bool exists;
+  OFCondition condition;
 };
 
 /// A file that takes the place of another is on the disk before it does.
