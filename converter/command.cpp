@@ -102,7 +102,10 @@ int runCommand(int argc, char** argv)
   }
   const std::unique_ptr<tarn::db::DBConnector> db = tarn::db::DBConnector::createConnector(0);
   PSConverter converter(*db, options.inputFile, options.outputPrefix, options.flags, options.debug);
-  if (converter.convert(options.touchObjectCache))
+  const bool converted = converter.convert(options.touchObjectCache);
+  if (options.debug && !tarn::consoleOut().flush())
+    tarn::report("Standard output cannot be written");
+  if (converted)
     return 0;
   tarn::report("PSConverter returned error");
   return kFailure;

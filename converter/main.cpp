@@ -5,7 +5,10 @@
 
 int main(int argc, char** argv)
 {
-  tarn::setUpProcess("annomend");
-  tarn::dicom::redirectToolkitLog();
-  return impsconverter::runCommand(argc, argv);
+  return tarn::runProcess("annomend",
+                          [&]
+                          {
+                            tarn::dicom::redirectToolkitLog();
+                            return impsconverter::runCommand(argc, argv);
+                          });
 }

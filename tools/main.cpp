@@ -5,7 +5,10 @@
 
 int main(int argc, char** argv)
 {
-  tarn::setUpProcess("tarnctl");
-  tarn::dicom::redirectToolkitLog();
-  return tarn::tools::runTarnctl(argc, argv);
+  return tarn::runProcess("tarnctl",
+                          [&]
+                          {
+                            tarn::dicom::redirectToolkitLog();
+                            return tarn::tools::runTarnctl(argc, argv);
+                          });
 }

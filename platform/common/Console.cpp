@@ -54,9 +54,12 @@ std::string printable(const std::string& text)
   return shown;
 }
 
+/// The whole line is one write, and one that failed does not silence those after it.
 void reportLine(const std::string& line)
 {
-  consoleError() << printable(line) << std::endl;
+  std::ostream& stream = consoleError();
+  stream.clear();
+  stream << printable(line) + '\n' << std::flush;
 }
 
 } // namespace tarn

@@ -36,6 +36,7 @@ template <class... Parts>
 std::string joined(const Parts&... parts)
 {
   std::ostringstream text;
+  text.exceptions(std::ios::badbit); // out of memory: no part of a text is taken for the whole
   text.imbue(std::locale::classic());
   text << std::boolalpha;
   (text << ... << parts);

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <functional>
+
 namespace tarn
 {
 
-/// What a program sets up before anything else: the standard streams exist, a write to a closed pipe or over the file
-/// size limit is an error rather than an end, and an exception that nothing catches becomes one line on standard error,
-/// `program: text`, and status 1. `program` is a literal.
-void setUpProcess(const char* program);
+/// A whole program: gives what `run` returns. Before it, the standard streams exist, and a write to a closed pipe or
+/// over the file size limit is an error rather than an end. An exception that leaves `run` becomes one line on standard
+/// error, `program: text`, and status 1, also where there is no memory left. `program` is a literal.
+int runProcess(const char* program, const std::function<int()>& run);
 
 } // namespace tarn
