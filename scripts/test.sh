@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every check: the tests under the sanitizers, the sample archive judged by
-# independent readers, the same bytes from both compilers, a minute of fuzzing, formatting and lint.
+# independent readers, system calls that fail, the same bytes from both compilers, a minute of fuzzing, formatting and
+# lint.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -23,6 +24,10 @@ scripts/check-outputs.sh build/release
 step "Hostile files"
 /usr/bin/python3 tests/corpus/check_hostile.py build/release
 /usr/bin/python3 tests/corpus/check_hostile.py build/asan
+
+step "Every system call fails once, no leak"
+scripts/check-faults.sh build/release
+scripts/check-leaks.sh build/release
 
 step "Installed library"
 scripts/check-package.sh build/release

@@ -1,0 +1,263 @@
+"""check_faults.py ARCHIVE [-v]: makes each system call of whole conversions fail once, and judges every run.
+
+ARCHIVE is a new sample archive whose programs and variables are in the environment (scripts/check-faults.sh). Calls
+fail by strace's injection, which also reaches those of the standard library, SQLite and the dynamic loader. Those
+before main() are left alone. -v shows what the converter says to each failure.
+"""
+
+import collections
+import concurrent.futures
+import contextlib
+import os
+import pathlib
+import re
+import shutil
+import sqlite3
+import subprocess
+import sys
+import tempfile
+
+import pydicom
+
+STUDY = "1.2.826.0.1.7770001.2.11.1.20"
+STATE = "several-images.dcm"
+SECONDS = 60  # of one run; more is a hang
+VERBOSE = "-v" in sys.argv
+
+# What each call can fail with. One that stands in neither table ends the check: somebody is to say which it is.
+ERRORS = {
+    "openat": ["EACCES", "EMFILE"], "read": ["EIO"], "pread64": ["EIO"], "lseek": ["EIO"],
+    "write": ["ENOSPC", "EIO"], "writev": ["ENOSPC"], "pwrite64": ["ENOSPC"], "close": ["EIO"],
+    "copy_file_range": ["EIO"], "sendfile": ["ENOSPC"], "fsync": ["EIO"], "fdatasync": ["EIO"],
+    "ftruncate": ["ENOSPC"], "rename": ["EACCES"], "unlink": ["EACCES"], "unlinkat": ["EACCES"], "rmdir": ["EACCES"],
+    "mkdir": ["ENOSPC"], "newfstatat": ["EIO"], "getdents64": ["EIO"], "access": ["EACCES"],
+    "faccessat2": ["EACCES"], "readlink": ["EIO"], "getcwd": ["ENOENT"], "fchmod": ["EPERM"], "fchown": ["EPERM"],
+    "flock": ["ENOLCK"], "fcntl": ["EIO", "EACCES"], "memfd_create": ["EMFILE"], "brk": ["ENOMEM"],
+    "mmap": ["ENOMEM"], "mprotect": ["ENOMEM"], "prlimit64": ["EPERM"],
+}
+CANNOT_FAIL = {"clock_nanosleep", "exit_group", "fadvise64", "futex", "geteuid", "getpid", "getrandom", "ioctl",
+               "munmap", "rt_sigaction", "uname"}
+OUTCOMES = {"brk": "retval=0"}  # it answers with where the heap ends, never with an error
+REMOVALS = {"unlink", "unlinkat", "rmdir"}
+
+# The lines after which status 0 with outputs missing is right: any of them, or the copy alone.
+EXCUSE = re.compile(f"could not be loaded: |^Checking/re-mapping object cache failed for study {STUDY}: ", re.M)
+COPY_EXCUSE = f"Presentation State file {STATE} could not be saved: "
+LINE = re.compile(r"[!-~]([ -~]*[!-~])?")
+NO_REASON = re.compile(r"(:|\b(Success|Normal|not an error|unknown .*))$")
+
+Run = collections.namedtuple("Run", "status said shown files rows")
+Fault = collections.namedtuple("Fault", "call name injection limit", defaults=((), None))
+
+
+def tree(folder):
+    return {str(path.relative_to(folder)): (path.stat().st_mode, path.read_bytes()) for path in folder.rglob("*")
+            if path.is_file() and path.relative_to(folder).parts[0] != "home"}
+
+
+def object_rows(folder):
+    with tempfile.TemporaryDirectory() as aside:
+        for file in folder.glob("archive.db*"):
+            shutil.copy(file, aside)
+        with contextlib.closing(sqlite3.connect(f"{aside}/archive.db")) as database:
+            return database.execute("SELECT * FROM objects ORDER BY 1, 2").fetchall()
+
+
+def faults_of(calls):
+    """Each call from the first one of main() on, its errors in turn; each moment from which memory is all used.
+
+    Only locks are given back without fail: the system refuses that of no whole lock.
+    """
+    counts = collections.Counter()
+    started = False
+    for line in calls:
+        call = re.sub(r"^\d+ +|[^a-z0-9_].*", "", line)
+        counts[call] += 1
+        started = started or '"/dev/null", O_RDWR' in line
+        if not started or not call or call in CANNOT_FAIL or "F_UNLCK" in line:
+            continue
+        if call not in ERRORS:
+            sys.exit(f"nobody has said how {call} can fail: {line}")
+        error = ERRORS[call][counts[call] % len(ERRORS[call])]
+        what = OUTCOMES.get(call, f"error={error}")
+        yield Fault(call, f"{call} {counts[call]} {error}",
+                    ["--seccomp-bpf", "-e", f"trace={call}", "-e", f"inject={call}:{what}:when={counts[call]}"])
+        if call in ("brk", "mmap"):
+            rest = {request: counts[request] + (request != call) for request in ("brk", "mmap")}
+            yield Fault(call, f"no memory from {call} {counts[call]} on",
+                        ["--seccomp-bpf", "-e", "trace=brk,mmap",
+                         f"-einject=brk:{OUTCOMES['brk']}:when={rest['brk']}+",
+                         f"-einject=mmap:error=ENOMEM:when={rest['mmap']}+"])
+
+
+class Scenario:
+    """One conversion. Every run of it has a copy of the archive in the folder `base`."""
+
+    def __init__(self, name, base, *options, **variables):
+        self.name, self.base, self.options, self.variables = name, base, options, variables
+        with self.copy() as folder:
+            self.before = tree(folder)
+            self.clean, self.calls = self.traced(folder)
+        self.outputs = [file for file in self.clean.files if file.startswith("out/") and file != "out/foreign"]
+        if self.clean.status != 0 or len(self.outputs) != 5:
+            sys.exit(f"{name}: the clean run gives {self.clean.status}, {self.outputs}, {self.clean.said}")
+
+    @contextlib.contextmanager
+    def copy(self):
+        with tempfile.TemporaryDirectory(dir=self.base.parent) as parent:
+            folder = pathlib.Path(shutil.copytree(self.base, f"{parent}/archive"))
+            (folder / "home/etc/repositories.conf").write_text(
+                "".join(f"{name} = {folder}/{name}\n" for name in ("images", "meta", "tempmeta")))
+            (folder / "home/lib").symlink_to(f"{os.environ['REPOSITORYHANDLER_HOME']}/lib")
+            yield folder
+
+    def environment(self, folder):
+        ours = dict(TARN_DB_URL=f"sqlite:{folder}/archive.db", REPOSITORYHANDLER_HOME=f"{folder}/home",
+                    REPOSITORY_DICOM_DATA="images", REPOSITORY_META="meta", REPOSITORY_TEMPMETA="tempmeta",
+                    CONF=str(folder), TARN_LOG=f"file:{folder}/archive.log")
+        return {**os.environ, **ours, **self.variables}
+
+    def run(self, folder, tracer=()):
+        command = [*tracer, shutil.which("annomend"), *self.options, "-i", "-x", "-f", folder / "states" / STATE,
+                   "-o", f"{folder}/out/"]
+        done = subprocess.run(command, env=self.environment(folder), capture_output=True, timeout=SECONDS, check=False,
+                              cwd=folder)
+        return Run(done.returncode, done.stderr.decode("latin-1"),
+                   done.stdout.replace(bytes(folder), b""), tree(folder), object_rows(folder))
+
+    def traced(self, folder, options=()):
+        log = folder.parent / "calls"
+        result = self.run(folder, ["strace", "-f", "-qq", "-o", log, *options, "--"])
+        return result, log.read_text(encoding="latin-1").splitlines()
+
+    def judge(self, fault):
+        """What was wrong in the run with this fault and in the one after it, and the run."""
+        with self.copy() as folder:
+            if fault.limit is not None:
+                run = self.run(folder, ["prlimit", f"--fsize={fault.limit}"])
+            else:
+                try:
+                    run, calls = self.traced(folder, fault.injection)
+                except subprocess.TimeoutExpired:
+                    return ["it hangs"], Run(None, "", b"", {}, [])
+                # Where the heap starts is random: the last request for memory may not be made.
+                if fault.call not in ("brk", "mmap") and not any("(INJECTED)" in call for call in calls):
+                    return ["the call was not reached"], run
+            problems = list(self.problems_of(run, fault.call))
+            return problems + [f"afterwards {problem}" for problem in self.problems_afterwards(folder)], run
+
+    def problems_of(self, run, call):
+        *lines, rest = run.said.split("\n")
+        known = self.clean.said.split("\n")
+        news = [line for line in lines if line not in known]
+        missing = [file for file in self.outputs if run.files.get(file) != self.clean.files[file]]
+        if run.status not in (0, 1):
+            yield f"status {run.status}"
+        if rest:
+            yield f"the line {rest!r} without an end"
+        yield from (f"the line {line!r}" for line in lines if not LINE.fullmatch(line) or NO_REASON.search(line))
+        if run.said != self.clean.said and not news and call != "write":
+            yield "lines are missing"
+        yield from self.file_problems(run.files, call in REMOVALS)
+        if (missing or run.status or run.shown != self.clean.shown) and not news:
+            yield f"silent, status {run.status}, missing: {missing}"
+        if missing and run.status == 0 and not EXCUSE.search(run.said):
+            if missing != [f"out/{STATE}"] or COPY_EXCUSE not in run.said:
+                yield f"status 0, missing: {missing}"
+        if not missing and run.shown == self.clean.shown and (run.status or news):
+            yield f"status {run.status} although nothing is missing"
+
+    def file_problems(self, files, may_stay):
+        """Each file is as it was or as the clean run leaves it, but for the database and the log."""
+        for name in sorted({*files, *self.before}):
+            mine = (self.before.get(name), self.clean.files.get(name))
+            if name.startswith("archive.") or files.get(name) in mine:
+                continue
+            if name not in files or any(mine):
+                yield f"{name} " + ("has other bytes" if name in files else "is lost")
+            elif not may_stay:
+                yield f"{name} is left behind"
+
+    def problems_afterwards(self, folder):
+        run = self.run(folder)
+        if "The Object Cache entry is in error status" in run.said:
+            subprocess.run(["tarnctl", "clear-error", STUDY], env=self.environment(folder), capture_output=True,
+                           check=True)
+            run = self.run(folder)
+        if (run.status, run.said, run.shown) != (self.clean.status, self.clean.said, self.clean.shown):
+            yield f"status {run.status}, {run.said!r}"
+        yield from (f"{name} differs" for name, content in self.clean.files.items()
+                    if not name.startswith("archive.") and run.files.get(name) != content)
+        if run.rows != self.clean.rows:
+            yield "the object table differs"
+
+
+def variant(base, name, change):
+    folder = pathlib.Path(shutil.copytree(base, base.parent / name))
+    change(folder)
+    return folder
+
+
+def prepared(folder):
+    """A plug-in state of 9 KB, which is read when it is asked for; images without pixels; somebody else's file."""
+    file = folder / "states" / STATE
+    state = pydicom.dcmread(file)
+    state[0xF215, 0x1094].value += "".join(
+        f"%0Aruler_x+{number}+yellow+60+118+0+1+60+118+80+90+0%7C100+118+50.0%2Bmm+1" for number in range(100))
+    state.save_as(file)
+    for image in (folder / "images" / STUDY).iterdir():
+        image.write_bytes(b"")
+    (folder / "home/etc").mkdir(parents=True)
+    (folder / "out").mkdir()
+    (folder / "out/foreign").write_text("foreign")
+
+
+def main():
+    archive = pathlib.Path(sys.argv[1])
+    fresh = variant(archive, "fresh", prepared)
+
+    def to_take_over(folder):
+        (folder / "meta" / STUDY / "objectdb.meta").rename(folder / "images" / STUDY / "objectdb.meta")
+        shutil.rmtree(folder / "meta" / STUDY)
+
+    plain = Scenario("-N", fresh, "-N")
+
+    def with_dictionary(folder):
+        """Its last line, behind several blocks, changes what is written."""
+        text = "".join(
+            f"(0011,\"FILLING\",{number:02x})\tLO\tFilling{number}\t1\tPrivateTag\n" for number in range(250))
+        (folder / "a.dic").write_text(text + "(2050,0020)\tLO\tPresentationLUTShape\t1\tDICOM\n")
+
+    def with_older_outputs(folder):
+        for file in plain.outputs:
+            (folder / file).write_text("older")
+            (folder / file).chmod(0o604)
+
+    scenarios = [Scenario("-N over older outputs", variant(fresh, "older", with_older_outputs), "-N"),
+                 Scenario("with an import", fresh),
+                 Scenario("with a meta file to take over", variant(fresh, "legacy", to_take_over))]
+    dictionary = Scenario("-N with a dictionary", variant(fresh, "dictionary", with_dictionary), "-N",
+                          DCMDICTPATH="a.dic")
+    before_database = next(number for number, call in enumerate(dictionary.calls) if "archive.db" in call)
+    work = [(dictionary, fault) for fault in faults_of(dictionary.calls[:before_database])]
+    work += [(scenario, fault) for scenario in scenarios for fault in faults_of(scenario.calls)]
+    longest = max(len(plain.clean.files[file][1]) for file in plain.outputs)
+    full = Scenario("on a full disk", fresh, "-N", TARN_DB_URL="sqlite::memory:")
+    work += [(full, Fault("limit", f"files of {size} bytes at most", limit=size))
+             for size in range(0, longest, longest // 30)]
+
+    counts = collections.Counter()
+    failed = 0
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        for (scenario, fault), (problems, run) in zip(work, pool.map(lambda each: each[0].judge(each[1]), work)):
+            counts[scenario.name] += 1
+            failed += bool(problems)
+            if problems or VERBOSE:
+                print(f"{scenario.name}: {fault.name}: status {run.status}, {run.said!r}", *problems, sep="\n    ")
+    for name, count in counts.items():
+        print(f"{name}: {count} failures")
+    sys.exit(f"{failed} of them went wrong" if failed else 0)
+
+
+if __name__ == "__main__":
+    main()
