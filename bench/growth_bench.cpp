@@ -1,0 +1,228 @@
+// How the time of a conversion grows from 1,000 to 16,000 ID lines (an output object each) and annotations of one image
+// (one output object in all), for the command and in memory, and how much memory an output costs the command.
+//
+//     growth_bench [ROUNDS]
+//
+// Each round measures every size once, in processes of their own, so that all sizes see the same machine. The figure of
+// a size is the median of the rounds less that of one unit; a ratio of 1.00 is linear.
+#include "BenchStates.h"
+#include "Processes.h"
+#include "ScopedEnvironment.h"
+#include "TempDir.h"
+
+#include "Console.h"
+#include "DBConnectorSql.h"
+#include "Dictionary.h"
+#include "FileReader.h"
+#include "PSConverter.h"
+#include "SqlSession.h"
+#include "Transaction.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <iterator>
+#include <list>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+constexpr int kSizes[] = {1, 1000, 16000};
+constexpr char kStudy[] = "1.2.3.4";
+
+double now()
+{
+  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+/// Waits for a process; the peak of its resident set in bytes. Throws when its exit status is another.
+double peakOf(pid_t child, int expectedStatus = 0)
+{
+  int status = 0;
+  rusage usage{};
+  wait4(child, &status, 0, &usage);
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != expectedStatus)
+    throw std::runtime_error("a measured process failed");
+  return static_cast<double>(usage.ru_maxrss) * 1024.0;
+}
+
+/// An input in the file `path`, of which `outputs` objects are made, and one as large, `refused`, of which none is.
+/// This process stays small: what it holds counts as memory of those that it starts.
+struct Input
+{
+  Input(const TempDir& folder, const std::string& name, int units,
+        const std::function<std::vector<samples::Figure>(int)>& makeFigures)
+    : path(folder / (name + std::to_string(units))), refused(path + ".refused")
+  {
+    std::vector<samples::Figure> figures = makeFigures(units);
+    outputs = figures.size();
+    peakOf(inChild(
+        [&]
+        {
+          const auto images = static_cast<int>(outputs);
+          registerImages(images);
+          save(*bench::makeInput(figures, images), path);
+          figures.insert(figures.begin(), {"no figure"});
+          save(*bench::makeInput(figures, images), refused);
+          return 0;
+        }));
+  }
+
+  static void registerImages(int images)
+  {
+    const auto db = tarn::db::DBConnectorSql::open(tarn::db::Missing::refuse);
+    tarn::db::Transaction transaction(*db);
+    for (int image = 0; image < images; ++image)
+      db->session().execute("INSERT OR IGNORE INTO objects VALUES('" + std::string(kStudy) + "','" +
+                            bench::imageName(image) + "','" UID_CTImageStorage "','" + bench::kImageRoot +
+                            std::to_string(image) + "','1.2.3',512,512,1)");
+    transaction.commit();
+  }
+
+  static void save(DcmFileFormat& file, const std::string& name)
+  {
+    file.getDataset()->putAndInsertString(DCM_StudyInstanceUID, kStudy);
+    if (file.saveFile(name.c_str(), EXS_LittleEndianExplicit).bad())
+      throw std::runtime_error("cannot write " + name);
+  }
+
+  std::string path;
+  std::string refused;
+  std::size_t outputs = 0;
+};
+
+/// What the command takes, its outputs written to a new folder.
+struct CommandRun
+{
+  explicit CommandRun(const Input& input, bool isRefused = false)
+  {
+    const TempDir folder;
+    const double start = now();
+    peakBytes = peakOf(inChild([&] { return become(isRefused ? input.refused : input.path, folder / ""); }),
+                       isRefused ? 1 : 0);
+    milliseconds = now() - start;
+    const fs::directory_iterator files(folder.path());
+    if (static_cast<std::size_t>(std::distance(begin(files), end(files))) != (isRefused ? 0 : input.outputs))
+      throw std::runtime_error("the command wrote another number of files");
+  }
+
+  static int become(const std::string& input, const std::string& prefix)
+  {
+    static const std::string program = fs::read_symlink("/proc/self/exe").parent_path() / "annomend";
+    dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
+    return execl(program.c_str(), "annomend", "-N", "-f", input.c_str(), "-o", prefix.c_str(), nullptr);
+  }
+
+  double milliseconds;
+  double peakBytes;
+};
+
+/// Milliseconds of a conversion in memory and of dropping its outputs, in a process that did a small one before.
+double timeInMemory(const Input& input, const Input& small)
+{
+  static auto* const answer = static_cast<double*>(
+      mmap(nullptr, sizeof(double), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  peakOf(inChild(
+      [&]
+      {
+        std::string error;
+        const auto db = tarn::db::DBConnector::createConnector();
+        const auto convert = [&](const Input& from)
+        {
+          DcmFileFormat file;
+          std::ostringstream messages;
+          const tarn::ConsoleScope kept(messages, messages);
+          std::list<DcmFileFormat*> outputs;
+          bool good = tarn::dicom::loadFile(file, from.path).good();
+          const double start = now();
+          good = impsconverter::PSConverter(*db, &file, &outputs, 0, false).convert(false) && good;
+          good = good && outputs.size() == from.outputs;
+          for (DcmFileFormat* output : outputs)
+            delete output;
+          *answer = now() - start;
+          return good;
+        };
+        return tarn::dicom::setUpDictionary(error) && convert(small) && convert(input) ? 0 : 1;
+      }));
+  return *answer;
+}
+
+double median(std::vector<double> values)
+{
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+/// A quantity over the sizes of one kind of input.
+struct Series
+{
+  const char* name;
+  std::function<double(const Input&)> measure;
+  std::vector<double> samples[std::size(kSizes)];
+
+  double middle(std::size_t size) const { return median(samples[size]); }
+};
+
+void measure(const char* unit, const std::vector<Input>& inputs, int rounds)
+{
+  Series command{"command", [](const Input& input) { return CommandRun(input).milliseconds; }, {}};
+  Series memory{"in memory", [&](const Input& input) { return timeInMemory(input, inputs.front()); }, {}};
+  Series peak{"peak", [](const Input& input) { return CommandRun(input).peakBytes; }, {}};
+  Series loaded{"loaded", [](const Input& input) { return CommandRun(input, true).peakBytes; }, {}};
+  for (int round = 0; round < rounds; ++round)
+    for (Series* series : {&command, &memory, &peak, &loaded})
+      for (std::size_t size = 0; size < inputs.size(); ++size)
+        if (round < 3 || series == &command || series == &memory)
+          series->samples[size].push_back(series->measure(inputs[size]));
+  for (const Series* series : {&command, &memory})
+  {
+    const double few = (series->middle(1) - series->middle(0)) / (kSizes[1] - kSizes[0]);
+    const double many = (series->middle(2) - series->middle(0)) / (kSizes[2] - kSizes[0]);
+    std::printf("%-9s  %-11s  %8.2f ms  %9.2f ms  %9.2f ms  %8.2f us  %8.2f us  %5.2f\n", series->name, unit,
+                series->middle(0), series->middle(1), series->middle(2), few * 1000, many * 1000, many / few);
+  }
+  const auto beyond = [&](std::size_t size) { return peak.middle(size) - loaded.middle(size); };
+  std::printf("           peak memory %.2f / %.2f MB, beyond the loaded input %.0f / %.0f KB: %.1f bytes a %s\n",
+              peak.middle(1) / 1e6, peak.middle(2) / 1e6, beyond(1) / 1e3, beyond(2) / 1e3,
+              (beyond(2) - beyond(1)) / (kSizes[2] - kSizes[1]), unit);
+}
+
+std::vector<Input> makeInputs(const TempDir& folder, const char* unit,
+                              const std::function<std::vector<samples::Figure>(int)>& makeFigures)
+{
+  std::vector<Input> inputs;
+  for (const int size : kSizes)
+    inputs.emplace_back(folder, unit, size, makeFigures);
+  return inputs;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+  const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 21;
+  const TempDir folder;
+  const ScopedEnvironment log("TARN_LOG", "none");
+  const ScopedEnvironment state("XDG_STATE_HOME", folder.path().string()); // an embedded database of its own
+  const ScopedEnvironment database("TARN_DB_URL", std::nullopt);
+  peakOf(inChild([] { return tarn::db::DBConnectorSql::open(tarn::db::Missing::create) ? 0 : 1; }));
+  std::printf("%d rounds     unit           1 unit       1,000 units  16,000 units  each of 1,000  of 16,000  ratio\n",
+              rounds);
+  measure("ID line", makeInputs(folder, "ID line", bench::imagesWithOneAnnotation), rounds);
+  measure("annotation", makeInputs(folder, "annotation", bench::annotationsOfOneImage), rounds);
+  return 0;
+}
