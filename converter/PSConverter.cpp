@@ -28,6 +28,7 @@ constexpr char kInputRoot[] = "1.2.826.0.1.7770001.2.11.4";
 constexpr std::size_t kInputRootLength = sizeof kInputRoot - 1;
 constexpr char kOutputFormat[] = "1.2.826.0.1.7770001.2.11.7.%d%s";
 constexpr std::size_t kUidLength = 64;
+constexpr std::size_t kCutNameLength = sizeof "PR." - 1 + kUidLength;
 
 constexpr char kNoPluginState[] = "DataSet does not contain private presentation state data: ";
 constexpr char kPresentationStateClass[] = "1.2.840.10008.5.1.4.1.1.11.1";
@@ -323,10 +324,16 @@ bool PSConverter::finishOutput()
   return true;
 }
 
+/// Outputs differ by their number, unless a long UID was cut; the copy has the input's name, whatever that is.
+bool PSConverter::mayRecur(const std::string& outputName) const
+{
+  return outputName.size() >= kCutNameLength || outputName == baseName(inputFile);
+}
+
 bool PSConverter::nameIsFree(const std::string& outputName, bool mayBeInput)
 {
   const char* reason = nullptr;
-  if (!usedNames.insert(outputName).second)
+  if (mayRecur(outputName) && !usedNames.insert(outputName).second)
     reason = "the name was already used in this run";
   else if (!outputList && !mayBeInput)
     reason = reasonToKeep(outputPrefix + outputName, inputFile);

@@ -4,6 +4,7 @@
 #include "IMLogger.h"
 #include "PresentationState.h"
 #include "ReferencedImages.h"
+#include "StudyObjects.h"
 #include "ValidPresentationState.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -96,6 +97,7 @@ private:
   void openOutput();
   bool lookUpImage(ObjectInfo& object);
   bool finishOutput();
+  bool mayRecur(const std::string& outputName) const;
   bool nameIsFree(const std::string& outputName, bool mayBeInput);
   bool hasOutput() const;
 
@@ -118,8 +120,9 @@ private:
   /// What every output starts from: the input without what an output replaces or never keeps, so that a large plug-in
   /// state or reference list is not copied into each.
   std::unique_ptr<DcmDataset> outputTemplate;
+  std::optional<StudyObjects> studyObjects;
   std::optional<ReferencedImages> referencedImages;
-  std::set<std::string> usedNames; ///< of the outputs of this run
+  std::set<std::string> usedNames; ///< of this run, as far as one may come again
 };
 
 } // namespace impsconverter

@@ -205,7 +205,9 @@ bool PSConverter::lookUpImage(ObjectInfo& object)
 {
   if (!referencedImages)
     referencedImages.emplace(referencedSeries);
-  const int found = object.collect(db, *referencedImages);
+  if (!studyObjects)
+    studyObjects.emplace(db, studyUid);
+  const int found = object.collect(*studyObjects, *referencedImages);
   if (found == ObjectInfo::kDatabaseFailure)
   {
     tarn::report("An error occurred while getting SOP class UID for figure ", object.objectName);

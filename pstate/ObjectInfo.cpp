@@ -5,6 +5,7 @@
 #include "ElementText.h"
 #include "ObjectAccessor.h"
 #include "ReferencedImages.h"
+#include "StudyObjects.h"
 
 #include <cstdlib>
 #include <cstddef>
@@ -26,16 +27,18 @@ ObjectInfo::ObjectInfo(const std::string& study, const std::string& name) : stud
 
 int ObjectInfo::collect(tarn::db::DBConnector& db, DcmSequenceOfItems* referencedSeries)
 {
-  return collect(db, ReferencedImages(referencedSeries));
+  StudyObjects objects(db, studyKey);
+  ReferencedImages references(referencedSeries);
+  return collect(objects, references);
 }
 
-int ObjectInfo::collect(tarn::db::DBConnector& db, const ReferencedImages& references)
+int ObjectInfo::collect(StudyObjects& objects, ReferencedImages& references)
 try
 {
-  tarn::db::ObjectRecord record;
-  if (!db.objects().findObject(studyKey, objectName, record))
+  const tarn::db::ObjectRecord* record = objects.find(objectName);
+  if (!record)
     return collectFromReferences(references);
-  copyRecord(record);
+  copyRecord(*record);
   return kInDatabase;
 }
 catch (const tarn::db::DBException& exception)
@@ -57,7 +60,7 @@ void ObjectInfo::copyRecord(const tarn::db::ObjectRecord& record)
   frames = atLeastOne(record.frames);
 }
 
-int ObjectInfo::collectFromReferences(const ReferencedImages& references)
+int ObjectInfo::collectFromReferences(ReferencedImages& references)
 {
   tarn::report("File ", objectName, " was not found in the database - checking referenced series sequence");
   const std::size_t point = objectName.find('.');

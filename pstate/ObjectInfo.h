@@ -16,6 +16,7 @@ namespace impsconverter
 {
 
 class ReferencedImages;
+class StudyObjects;
 
 /// The image that a presentation state refers to.
 class ObjectInfo
@@ -38,8 +39,8 @@ public:
   /// (0008,1115) of the presentation state, which may be null. Messages go to the console; UIDs that cannot be found
   /// stay empty.
   [[nodiscard]] int collect(tarn::db::DBConnector& db, DcmSequenceOfItems* referencedSeries);
-  /// The same with a sequence that was indexed before.
-  [[nodiscard]] int collect(tarn::db::DBConnector& db, const ReferencedImages& references);
+  /// The same with rows that may have been asked for before, and a sequence that was indexed before.
+  [[nodiscard]] int collect(StudyObjects& objects, ReferencedImages& references);
 
   /// A decimal number, trailing text ignored; `fallback` for a null text and where the low 16 bits of the number are
   /// zero.
@@ -56,7 +57,7 @@ public:
 
 private:
   void copyRecord(const tarn::db::ObjectRecord& record);
-  int collectFromReferences(const ReferencedImages& references);
+  int collectFromReferences(ReferencedImages& references);
 };
 
 } // namespace impsconverter

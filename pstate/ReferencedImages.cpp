@@ -17,12 +17,6 @@ void forEachItem(DcmSequenceOfItems& sequence, Visit visit)
 
 } // namespace
 
-ReferencedImages::ReferencedImages(DcmSequenceOfItems* referencedSeries)
-{
-  if (referencedSeries)
-    forEachItem(*referencedSeries, [this](DcmItem& series) { addSeries(series); });
-}
-
 void ReferencedImages::addSeries(DcmItem& series)
 {
   DcmSequenceOfItems* images = nullptr;
@@ -37,8 +31,11 @@ void ReferencedImages::addSeries(DcmItem& series)
               });
 }
 
-const ReferencedImages::Reference* ReferencedImages::find(const std::string& sopInstanceUid) const
+const ReferencedImages::Reference* ReferencedImages::find(const std::string& sopInstanceUid)
 {
+  if (unread)
+    forEachItem(*unread, [this](DcmItem& series) { addSeries(series); });
+  unread = nullptr;
   const auto found = references.find(sopInstanceUid);
   return found == references.end() ? nullptr : &found->second;
 }
