@@ -1,6 +1,7 @@
 #include "ObjMetaInsert.h"
 
 #include "Console.h"
+#include "DeferredSync.h"
 #include "SqlIdentifier.h"
 #include "QueryBindings.h"
 #include "TmpPSCache.h"
@@ -56,6 +57,7 @@ ObjMetaInsert::ObjMetaInsert(DBConnectorSql& connector, const std::string& table
 
 ImportCode ObjMetaInsert::run()
 {
+  const DeferredSync untilEntryIsWritten(db);
   const std::size_t fitting = std::max<std::size_t>(1, kMostValues / meta.columns.size());
   Position next = meta.rows.begin();
   for (std::size_t left = meta.rowCount; left > 0;)

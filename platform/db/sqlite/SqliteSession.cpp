@@ -41,6 +41,12 @@ public:
   }
   /// Takes the right to write at once: a transaction that asks for it later fails where another writer came between.
   void begin() override { execute("BEGIN IMMEDIATE"); }
+  /// In WAL mode NORMAL leaves the log unsynced at a commit, and the next commit in FULL syncs the whole of it.
+  void deferSync(bool deferred) noexcept override
+  {
+    sqlite3_exec(connection.get(), deferred ? "PRAGMA synchronous=NORMAL" : "PRAGMA synchronous=FULL", nullptr, nullptr,
+                 nullptr);
+  }
   std::unique_ptr<GlobalLock> tryLock(const std::string& name) override
   {
     if (isInMemory())
