@@ -1,6 +1,10 @@
+#include "MariaDbServer.h"
 #include "StateFixture.h"
 
+#include "ArchiveAdmin.h"
 #include "DicomFile.h"
+#include "QueryBindings.h"
+#include "SqlSession.h"
 #include "command.h"
 
 #include <algorithm>
@@ -9,6 +13,9 @@
 #include <sys/wait.h>
 
 using namespace impsconverter;
+using tarn::db::PSCache;
+using tarn::db::PsQuery;
+using tarn::db::QueryBindings;
 
 namespace
 {
@@ -34,6 +41,58 @@ const std::string kUsage =
     "Converts annotations stored in QX private tags in a Presentation State file to DICOM compliant format\n";
 
 const std::string kFound = "File X.1.2.4 was not found in the database - checking referenced series sequence\n";
+
+/// What the libraries of the databases and the prepared statements were asked for.
+struct Asked
+{
+  int connections = 0, statements = 0, lookUps = 0;
+};
+Asked asked;
+
+} // namespace
+
+extern "C"
+{
+  // NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
+  int __real_sqlite3_open_v2(const char*, void**, int, const char*);
+  int __wrap_sqlite3_open_v2(const char* file, void** opened, int flags, const char* system)
+  {
+    ++asked.connections;
+    return __real_sqlite3_open_v2(file, opened, flags, system);
+  }
+  int __real_sqlite3_prepare_v3(void*, const char*, int, unsigned, void**, const char**);
+  int __wrap_sqlite3_prepare_v3(void* db, const char* sql, int size, unsigned flags, void** made, const char** rest)
+  {
+    ++asked.statements;
+    return __real_sqlite3_prepare_v3(db, sql, size, flags, made, rest);
+  }
+  MYSQL* __real_mysql_real_connect(MYSQL*, const char*, const char*, const char*, const char*, unsigned, const char*,
+                                   unsigned long);
+  MYSQL* __wrap_mysql_real_connect(MYSQL* connection, const char* host, const char* user, const char* password,
+                                   const char* database, unsigned port, const char* socket, unsigned long flags)
+  {
+    ++asked.connections;
+    return __real_mysql_real_connect(connection, host, user, password, database, port, socket, flags);
+  }
+  int __real_mysql_stmt_prepare(MYSQL_STMT*, const char*, unsigned long);
+  int __wrap_mysql_stmt_prepare(MYSQL_STMT* made, const char* sql, unsigned long size)
+  {
+    ++asked.statements;
+    return __real_mysql_stmt_prepare(made, sql, size);
+  }
+  bool __real__ZN4tarn2db7PSCache8fetchRowERKNS0_7PsQueryERNS0_13QueryBindingsE(PSCache*, const PsQuery&,
+                                                                                QueryBindings&);
+  bool __wrap__ZN4tarn2db7PSCache8fetchRowERKNS0_7PsQueryERNS0_13QueryBindingsE(PSCache* cache, const PsQuery& query,
+                                                                                QueryBindings& bindings)
+  {
+    ++asked.lookUps;
+    return __real__ZN4tarn2db7PSCache8fetchRowERKNS0_7PsQueryERNS0_13QueryBindingsE(cache, query, bindings);
+  }
+  // NOLINTEND(bugprone-reserved-identifier)
+}
+
+namespace
+{
 
 class CommandTest : public StateFixture
 {
@@ -132,6 +191,31 @@ TEST_F(CommandTest, ReadsItsOptions)
     for (const std::string& file : row.files)
       if (file != "in.dcm")
         std::filesystem::remove(folder.path() / file);
+  }
+}
+
+TEST_F(CommandTest, OneConnectionOneStatementOneLookUpAnObject)
+{
+  const std::string missing = "Could not get SOP class UID for X.9 referenced in annotations - excluding from output\n";
+  const std::string sought = "File X.9 was not found in the database - checking referenced series sequence\n" + missing;
+  put("many.dcm", "label\\ID+/CT.1.2.3_1\\ID+/X.9_1\\ID+/CT.1.2.3_2%0AID+/X.1.2.4_1\\ID+/X.9_1\\ID+/X.1.2.4_1");
+  for (const std::string& database : {"sqlite:" + folder / "db", MariaDbServer::shared().createDatabase()})
+  {
+    SCOPED_TRACE(database);
+    const ScopedEnvironment variable("TARN_DB_URL", database);
+    {
+      const auto archive = tarn::db::DBConnectorSql::open(tarn::db::Missing::create);
+      tarn::db::ArchiveAdmin(*archive).createSchema();
+      archive->session().execute("INSERT INTO objects VALUES ('1.2','CT.1.2.3','8.1','1.2.3','9.1',1,1,1)");
+    }
+    asked = {};
+    int status = -1;
+    const Outcome outcome = run({"-N", "-f", "@/many.dcm", "-o", "@/out/"}, status);
+    EXPECT_EQ(sought + kFound + sought + kFound, outcome.error) << "each time its lines";
+    EXPECT_EQ(4U, outputNames().size());
+    EXPECT_EQ(1, asked.connections);
+    EXPECT_EQ(1, asked.statements);
+    EXPECT_EQ(3, asked.lookUps);
   }
 }
 

@@ -148,6 +148,16 @@ TEST_F(ConvertTest, TheSameNameTwiceIsAFailedSave)
                 "parsePluginState returns false (parseFigure)\n",
             outcome.error);
   EXPECT_EQ(10U, outputNames().size());
+
+  fs::remove_all(prefix);
+  fs::create_directory(prefix);
+  inputPath = folder / kFirstName;
+  const Outcome copied = convert(kOneId, PSC_includeOriginal);
+  EXPECT_TRUE(copied.good);
+  EXPECT_EQ("Presentation State file " + std::string(kFirstName) +
+                " could not be saved: the name was already used in this run\n",
+            copied.error);
+  EXPECT_NE("", describeOutput({DCM_GraphicAnnotationSequence, DCM_InstanceNumber}));
 }
 
 TEST_F(ConvertTest, TheCopyIsFixedOnRequest)

@@ -2,7 +2,9 @@
 #include "ToolkitFault.h"
 
 #include "DicomFile.h"
+#include "DBException.h"
 #include "ObjectInfo.h"
+#include "StudyObjects.h"
 #include "ValidPresentationState.h"
 
 #include <gmock/gmock.h>
@@ -319,6 +321,28 @@ TEST_F(PStateTest, ObjectInfoCollects)
   const Capture said;
   EXPECT_EQ(ObjectInfo("S", "CT.1.1").collect(*db, sequence), 0);
   EXPECT_THAT(said.error.str(), testing::MatchesRegex("Database problem: [^\n]*no such table: objects[^\n]*\n"));
+}
+
+TEST_F(PStateTest, AnObjectIsAskedForOnce)
+{
+  StudyObjects objects(*db, "1.2");
+  const auto columns = [&](const std::string& name)
+  {
+    const auto* row = objects.find(name);
+    return row ? row->columns : -1;
+  };
+  execute("ALTER TABLE objects RENAME TO aside");
+  EXPECT_THROW(columns("CT.1.2.3"), tarn::db::DBException);
+  execute("ALTER TABLE aside RENAME TO objects");
+  EXPECT_EQ(columns("CT.1.2.3"), 512) << "a failure is not remembered";
+  EXPECT_EQ(columns("CT.1.2.4"), -1);
+  execute("UPDATE objects SET FNAME='CT.1.2.4'");
+  EXPECT_EQ(columns("CT.1.2.3"), 512);
+  EXPECT_EQ(columns("CT.1.2.4"), -1);
+  EXPECT_EQ(StudyObjects(*db, "1.2").find("CT.1.2.4")->columns, 512) << "another run asks anew";
+  for (std::size_t other = 0; other < StudyObjects::kMostRemembered; ++other)
+    EXPECT_EQ(columns(std::to_string(other)), -1);
+  EXPECT_EQ(columns("CT.1.2.3"), -1) << "what is remembered is bounded";
 }
 
 TEST(ObjectInfo, ToInt)
