@@ -35,9 +35,8 @@ inline std::string rulerLine(int number)
 /// A presentation state that refers to `images` images and annotates them by `figures`.
 inline std::unique_ptr<DcmFileFormat> makeInput(std::vector<samples::Figure> figures, int images)
 {
-  const std::unique_ptr<DcmDataset> dataset =
-      samples::makeState({"bench", 1, "bench", samples::Layout::canonic, EVR_OB, EXS_LittleEndianExplicit,
-                          std::move(figures)});
+  const std::unique_ptr<DcmDataset> dataset = samples::makeState(
+      {"bench", 1, "bench", samples::Layout::canonic, EVR_OB, EXS_LittleEndianExplicit, std::move(figures)});
   DcmItem* series = nullptr;
   dataset->findOrCreateSequenceItem(DCM_ReferencedSeriesSequence, series, 0);
   for (int image = 0; image < images; ++image)

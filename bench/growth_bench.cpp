@@ -3,8 +3,9 @@
 //
 //     growth_bench [ROUNDS]
 //
-// Each round measures every size once, in processes of their own, so that all sizes see the same machine. The figure of
-// a size is the median of the rounds less that of one unit; a ratio of 1.00 is linear.
+// Each round measures every size once, in processes of their own, so that all sizes see the same machine. Time is that
+// of the processor, the system's part included: what else runs shows less in it. The figure of a size is the median of
+// the rounds less that of one unit; a ratio of 1.00 is linear. Files go to the folder of temporary files (TMPDIR).
 #include "BenchStates.h"
 #include "Processes.h"
 #include "ScopedEnvironment.h"
@@ -21,9 +22,9 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <time.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -43,20 +44,26 @@ namespace fs = std::filesystem;
 constexpr int kSizes[] = {1, 1000, 16000};
 constexpr char kStudy[] = "1.2.3.4";
 
-double now()
+struct Cost
 {
-  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch()).count();
+  double milliseconds;
+  double peakBytes; ///< of the resident set
+};
+
+double milliseconds(const timeval& time)
+{
+  return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
 }
 
-/// Waits for a process; the peak of its resident set in bytes. Throws when its exit status is another.
-double peakOf(pid_t child, int expectedStatus = 0)
+/// Waits for a process. Throws when its exit status is another.
+Cost costOf(pid_t child, int expectedStatus = 0)
 {
   int status = 0;
   rusage usage{};
   wait4(child, &status, 0, &usage);
   if (!WIFEXITED(status) || WEXITSTATUS(status) != expectedStatus)
     throw std::runtime_error("a measured process failed");
-  return static_cast<double>(usage.ru_maxrss) * 1024.0;
+  return {milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime), static_cast<double>(usage.ru_maxrss) * 1024.0};
 }
 
 /// An input in the file `path`, of which `outputs` objects are made, and one as large, `refused`, of which none is.
@@ -69,7 +76,7 @@ struct Input
   {
     std::vector<samples::Figure> figures = makeFigures(units);
     outputs = figures.size();
-    peakOf(inChild(
+    costOf(inChild(
         [&]
         {
           const auto images = static_cast<int>(outputs);
@@ -104,38 +111,38 @@ struct Input
   std::size_t outputs = 0;
 };
 
-/// What the command takes, its outputs written to a new folder.
-struct CommandRun
+int becomeCommand(const std::string& input, const std::string& prefix)
 {
-  explicit CommandRun(const Input& input, bool isRefused = false)
-  {
-    const TempDir folder;
-    const double start = now();
-    peakBytes = peakOf(inChild([&] { return become(isRefused ? input.refused : input.path, folder / ""); }),
-                       isRefused ? 1 : 0);
-    milliseconds = now() - start;
-    const fs::directory_iterator files(folder.path());
-    if (static_cast<std::size_t>(std::distance(begin(files), end(files))) != (isRefused ? 0 : input.outputs))
-      throw std::runtime_error("the command wrote another number of files");
-  }
+  static const std::string program = fs::read_symlink("/proc/self/exe").parent_path() / "annomend";
+  dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
+  return execl(program.c_str(), "annomend", "-N", "-f", input.c_str(), "-o", prefix.c_str(), nullptr);
+}
 
-  static int become(const std::string& input, const std::string& prefix)
-  {
-    static const std::string program = fs::read_symlink("/proc/self/exe").parent_path() / "annomend";
-    dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
-    return execl(program.c_str(), "annomend", "-N", "-f", input.c_str(), "-o", prefix.c_str(), nullptr);
-  }
+/// The command, its outputs written to a new folder.
+Cost runCommand(const Input& input, bool isRefused = false)
+{
+  const TempDir folder;
+  const Cost cost = costOf(inChild([&] { return becomeCommand(isRefused ? input.refused : input.path, folder / ""); }),
+                           isRefused ? 1 : 0);
+  const fs::directory_iterator files(folder.path());
+  if (static_cast<std::size_t>(std::distance(begin(files), end(files))) != (isRefused ? 0 : input.outputs))
+    throw std::runtime_error("the command wrote another number of files");
+  return cost;
+}
 
-  double milliseconds;
-  double peakBytes;
-};
+double processorTime()
+{
+  timespec time{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+  return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+}
 
 /// Milliseconds of a conversion in memory and of dropping its outputs, in a process that did a small one before.
 double timeInMemory(const Input& input, const Input& small)
 {
-  static auto* const answer = static_cast<double*>(
-      mmap(nullptr, sizeof(double), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-  peakOf(inChild(
+  static auto* const answer =
+      static_cast<double*>(mmap(nullptr, sizeof(double), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  costOf(inChild(
       [&]
       {
         std::string error;
@@ -147,12 +154,12 @@ double timeInMemory(const Input& input, const Input& small)
           const tarn::ConsoleScope kept(messages, messages);
           std::list<DcmFileFormat*> outputs;
           bool good = tarn::dicom::loadFile(file, from.path).good();
-          const double start = now();
+          const double start = processorTime();
           good = impsconverter::PSConverter(*db, &file, &outputs, 0, false).convert(false) && good;
           good = good && outputs.size() == from.outputs;
           for (DcmFileFormat* output : outputs)
             delete output;
-          *answer = now() - start;
+          *answer = processorTime() - start;
           return good;
         };
         return tarn::dicom::setUpDictionary(error) && convert(small) && convert(input) ? 0 : 1;
@@ -179,10 +186,10 @@ struct Series
 
 void measure(const char* unit, const std::vector<Input>& inputs, int rounds)
 {
-  Series command{"command", [](const Input& input) { return CommandRun(input).milliseconds; }, {}};
+  Series command{"command", [](const Input& input) { return runCommand(input).milliseconds; }, {}};
   Series memory{"in memory", [&](const Input& input) { return timeInMemory(input, inputs.front()); }, {}};
-  Series peak{"peak", [](const Input& input) { return CommandRun(input).peakBytes; }, {}};
-  Series loaded{"loaded", [](const Input& input) { return CommandRun(input, true).peakBytes; }, {}};
+  Series peak{"peak", [](const Input& input) { return runCommand(input).peakBytes; }, {}};
+  Series loaded{"loaded", [](const Input& input) { return runCommand(input, true).peakBytes; }, {}};
   for (int round = 0; round < rounds; ++round)
     for (Series* series : {&command, &memory, &peak, &loaded})
       for (std::size_t size = 0; size < inputs.size(); ++size)
@@ -219,7 +226,7 @@ int main(int argc, char** argv)
   const ScopedEnvironment log("TARN_LOG", "none");
   const ScopedEnvironment state("XDG_STATE_HOME", folder.path().string()); // an embedded database of its own
   const ScopedEnvironment database("TARN_DB_URL", std::nullopt);
-  peakOf(inChild([] { return tarn::db::DBConnectorSql::open(tarn::db::Missing::create) ? 0 : 1; }));
+  costOf(inChild([] { return tarn::db::DBConnectorSql::open(tarn::db::Missing::create) ? 0 : 1; }));
   std::printf("%d rounds     unit           1 unit       1,000 units  16,000 units  each of 1,000  of 16,000  ratio\n",
               rounds);
   measure("ID line", makeInputs(folder, "ID line", bench::imagesWithOneAnnotation), rounds);

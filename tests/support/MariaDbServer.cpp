@@ -40,7 +40,7 @@ pid_t spawn(const Arguments& arguments, int input, const std::string& log)
 constexpr char kKeeper[] = R"(
 trap '' INT TERM HUP
 folder=$1; shift
-common=(--no-defaults "--datadir=$folder/data")
+common=(--no-defaults "--datadir=$folder/data" "--tmpdir=$folder")
 if [ "$EUID" = 0 ]; then chown mysql: "$folder"; common+=(--user=mysql); fi
 mariadb-install-db "${common[@]}" --auth-root-authentication-method=normal --skip-test-db --skip-name-resolve </dev/null ||
   echo '[ERROR] there is no data'
