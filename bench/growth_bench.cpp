@@ -22,11 +22,11 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
-#include <time.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <functional>
 #include <iterator>
@@ -81,10 +81,9 @@ struct Input
         {
           const auto images = static_cast<int>(outputs);
           registerImages(images);
-          save(*bench::makeInput(figures, images), path);
+          const bool saved = save(*bench::makeInput(figures, images), path);
           figures.insert(figures.begin(), {"no figure"});
-          save(*bench::makeInput(figures, images), refused);
-          return 0;
+          return saved && save(*bench::makeInput(figures, images), refused) ? 0 : 1;
         }));
   }
 
@@ -99,11 +98,10 @@ struct Input
     transaction.commit();
   }
 
-  static void save(DcmFileFormat& file, const std::string& name)
+  static bool save(DcmFileFormat& file, const std::string& name)
   {
     file.getDataset()->putAndInsertString(DCM_StudyInstanceUID, kStudy);
-    if (file.saveFile(name.c_str(), EXS_LittleEndianExplicit).bad())
-      throw std::runtime_error("cannot write " + name);
+    return file.saveFile(name.c_str(), EXS_LittleEndianExplicit).good();
   }
 
   std::string path;
@@ -217,11 +215,8 @@ std::vector<Input> makeInputs(const TempDir& folder, const char* unit,
   return inputs;
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+void measureAll(int rounds)
 {
-  const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 21;
   const TempDir folder;
   const ScopedEnvironment log("TARN_LOG", "none");
   const ScopedEnvironment state("XDG_STATE_HOME", folder.path().string()); // an embedded database of its own
@@ -231,5 +226,20 @@ int main(int argc, char** argv)
               rounds);
   measure("ID line", makeInputs(folder, "ID line", bench::imagesWithOneAnnotation), rounds);
   measure("annotation", makeInputs(folder, "annotation", bench::annotationsOfOneImage), rounds);
-  return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+  try
+  {
+    measureAll(argc > 1 ? std::max(1, std::atoi(argv[1])) : 21);
+    return 0;
+  }
+  catch (const std::exception& failure)
+  {
+    std::fprintf(stderr, "%s\n", failure.what());
+    return 1;
+  }
 }
