@@ -11,14 +11,14 @@
 
 #include <cerrno>
 #include <cstring>
-#include <vector>
+#include <memory>
 
 namespace tarn::dicom
 {
 namespace
 {
 
-constexpr std::size_t kBlock = 65536;
+constexpr offile_off_t kBlock = 65536;
 
 OFCondition systemFailure()
 {
@@ -70,8 +70,8 @@ OFCondition drain(DcmOutputBufferStream& stream, const PartFile& part)
 
 OFCondition encode(DcmFileFormat& file, const PartFile& part)
 {
-  std::vector<char> buffer(kBlock);
-  DcmOutputBufferStream stream(buffer.data(), static_cast<offile_off_t>(buffer.size()));
+  const std::unique_ptr<char[]> buffer(new char[kBlock]); // not cleared for each file
+  DcmOutputBufferStream stream(buffer.get(), kBlock);
   DcmWriteCache cache;
   file.transferInit();
   OFCondition status = EC_StreamNotifyClient;
