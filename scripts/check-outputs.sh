@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # check-outputs.sh BUILD: converts the sample states with the programs of the folder BUILD and has the outputs judged
-# by readers that are not ours: values by pydicom against a typed table, conformance by dcmpschk and dciodvfy.
+# by readers that are not ours: values by pydicom against a typed table and against docs/conformance.md, conformance by
+# dcmpschk and dciodvfy.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -13,6 +14,8 @@ make_sample_archive "$work/archive"
 convert_samples "$work/archive" "$work/out"
 
 /usr/bin/python3 tests/readback/check_samples.py "$work/out"
+convert_samples "$work/archive" "$work/copies" -i -x
+/usr/bin/python3 tests/readback/check_conformance.py docs/conformance.md "$work/archive/states" "$work/out" "$work/copies"
 
 # What dciodvfy always remarks on a faithful conversion: the viewer knows frames of single-frame images, dashed lines
 # without thickness or shadow, exchanged corners for rotations, and a magnification ratio in true size.

@@ -25,14 +25,15 @@ make_sample_archive() {
   tarnctl add-study "$archive"/images/*
 }
 
-# convert_samples ARCHIVE OUT: each state into a folder of its name; the converter's messages go to OUT.log.
+# convert_samples ARCHIVE OUT [OPTION...]: each state into a folder of its name; the converter's messages go to OUT.log.
 convert_samples() {
   local archive=$1 out=$2 state name
+  shift 2
   rm -rf "$out"
   : >"$out.log"
   for state in "$archive"/states/*.dcm; do
     name=$(basename "$state" .dcm)
     mkdir -p "$out/$name"
-    annomend -f "$state" -o "$out/$name/" 2>>"$out.log" || { cat "$out.log" >&2; return 1; }
+    annomend "$@" -f "$state" -o "$out/$name/" 2>>"$out.log" || { cat "$out.log" >&2; return 1; }
   done
 }
