@@ -10,11 +10,12 @@ namespace impsconverter
 class DicomCieLab
 {
 public:
-  /// Red, green and blue, as the toolkit's conversion takes them.
+  /// Red, green and blue go to the toolkit's conversion unchanged. That takes components of 0 to 1: of larger ones, as
+  /// the helper lines pass on a scale to 255, the result exceeds 65535.
   DicomCieLab(double r, double g, double b);
 
-  /// Puts the colour into `item` as a US element of three values, each rounded and cut to 16 bits. A failure is
-  /// reported and returned.
+  /// Puts the colour into `item` as a US element of three values L, a, b, each rounded and reduced to its low 16 bits.
+  /// A failure is reported and returned, an element that is there already (EC_DoubledTag) included.
   OFCondition addTo(DcmItem* item, const DcmTagKey& tag) const;
 
   double L = 0.0;

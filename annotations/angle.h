@@ -18,12 +18,12 @@ public:
   bool createText() override;
 
 private:
-  int ray1X = 0;
+  int ray1X = 0; ///< far ends of the rays, image pixels
   int ray1Y = 0;
   int ray2X = 0;
   int ray2Y = 0;
   std::string label;
-  std::string mode;
+  std::string mode; ///< "ex" or anything else
 };
 
 } // namespace impsconverter

@@ -21,14 +21,14 @@ public:
 private:
   void addHelperLines();
 
-  int endX = 0; ///< far end of the first line, which starts at the base point
+  int endX = 0; ///< far end of the first line, which starts at the base point; image pixels like all of them
   int endY = 0;
   int rayBaseX = 0; ///< the second line
   int rayBaseY = 0;
   int rayEndX = 0;
   int rayEndY = 0;
   std::string label;
-  std::string mode;
+  std::string mode; ///< "ex" or anything else
 };
 
 } // namespace impsconverter

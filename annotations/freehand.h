@@ -5,8 +5,8 @@
 namespace impsconverter
 {
 
-/// A closed outline through any number of vertices. Becomes one POLYLINE, whose last point repeats the first, and a
-/// text object.
+/// A closed outline through 1 to 65534 vertices. Becomes one POLYLINE, whose last point repeats the first, and a
+/// text object. Refuses coordinates beyond 32 bits; where a number is missing, it and all that follow are 0.
 class FreeHand : public Annotation
 {
 public:

@@ -20,7 +20,7 @@ public:
 private:
   bool addHead();
 
-  int endX = 0; ///< the tail
+  int endX = 0; ///< the tail, image pixels
   int endY = 0;
 };
 

@@ -20,9 +20,9 @@ public:
 private:
   std::vector<Float32> ends() const;
 
-  int endX = 0;
+  int endX = 0; ///< far end, image pixels
   int endY = 0;
-  bool showTickMarks = false;
+  bool showTickMarks = false; ///< of the compound graphic alone
   std::string label;
 };
 

@@ -5,7 +5,8 @@
 namespace impsconverter
 {
 
-/// A small square at the base point and a label that may stand away from it, and is then tied to it by a dashed line.
+/// A square of 5 x 5 image pixels, its top left corner at the base point, and a label that may stand away from it, and
+/// is then tied to it by a dashed line. Becomes POLYLINEs and a text object.
 class SpineLabel : public Annotation
 {
 public:
@@ -21,7 +22,7 @@ private:
   void addTie();
 
   std::string label;
-  int textX = 0; ///< top left corner of the label
+  int textX = 0; ///< top left corner of the label, image pixels
   int textY = 0;
 };
 

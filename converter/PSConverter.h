@@ -105,14 +105,14 @@ private:
   std::string studyUid;
   std::string inputFile;
   DcmSequenceOfItems* referencedSeries = nullptr;
-  int figureCounter = 0;
+  int figureCounter = 0; ///< of ID lines, over all figures
   std::string sopInstanceUid;
   std::unique_ptr<ValidPresentationState> output;
   std::list<DcmFileFormat*>* outputList = nullptr;
   unsigned long flags;
-  Uint16 largestColumns = 1;
+  Uint16 largestColumns = 1; ///< pixels, of all images that the object table knows
   Uint16 largestRows = 1;
-  double pixelSpacingX = 0.0;
+  double pixelSpacingX = 0.0; ///< millimetres, of the first pixel line that says more than two zeros
   double pixelSpacingY = 0.0;
   std::string outputPrefix;
   tarn::imutils::IMLogger logger{"PSConverter"};

@@ -15,8 +15,9 @@ extern const OFConditionConst EC_PBPrivateTagProblem;
 /// (F215,00ss), elements in (F215,ssKK), where KK is the element's short key. The legacy layout sits in the fixed
 /// blocks BA and DA; it is moved into the canonic block when the block is first calculated.
 ///
-/// Element conditions are the toolkit's; nothing is thrown. The key map of legacy elements is built by the first
-/// PBItem of the process.
+/// A block in a slot behind a free one is not found: the first slot that is free or ours counts. Element conditions are
+/// the toolkit's, or EC_PBPrivateTagProblem where the item has no block; nothing is thrown. The key map of legacy
+/// elements is built by the first PBItem of the process.
 class PBItem
 {
 public:
@@ -39,8 +40,9 @@ public:
   bool isOldBlockOurs(int blockByte);
 
   /// Finds the element of a short key in the item; with `searchIntoSub` then in the items of its sequences, first
-  /// success first. `element` stays owned by its item.
+  /// success first. `element` stays owned by its item. What is found may have no value.
   OFCondition findAndGetPBElement(unsigned short key, DcmElement*& element, bool searchIntoSub);
+  /// The toolkit's findAndGet of the same name: `value` is null for an element without a value, and points into it.
   OFCondition findAndGetPBString(unsigned short key, const char*& value);
   OFCondition findAndGetPBSequence(unsigned short key, DcmSequenceOfItems*& sequence);
   OFCondition findAndGetPBSequenceItem(unsigned short key, DcmItem*& found, signed long number = 0);

@@ -16,5 +16,6 @@ bool handleCanonicAndOldPrivateTags(DcmItem& item);
 /// block of `item`; other tags stay. False when the item has no room for the block.
 bool checkAndUpdateCanonicPrivateTag(DcmItem& item, DcmTag& tag);
 
-/// handlePrivateTags on a DICOM file, in place: the file is replaced only when the new one is complete.
+/// handlePrivateTags on a DICOM file, in place: the file is replaced only when the new one is complete, in its own
+/// transfer syntax. The condition is that of loading or saving, or EC_PBPrivateTagProblem.
 OFCondition convertFilePrivateTags(const std::string& path);

@@ -12,7 +12,7 @@ namespace impsconverter
 
 /// A run of "put an element, check, report" on one item. The first step that fails writes its message and the
 /// toolkit's text as one line and turns the steps after it into no-ops; what was written before stays. An element
-/// already there is replaced, but by `insertNew`. A step without a message fails silently.
+/// already there is replaced, except by `newPair`. A step without a message fails silently.
 class ElementWriter
 {
 public:

@@ -23,7 +23,8 @@ public:
   /// Removes Source Image Sequence and the plug-in state, and gives the object its own Instance Number.
   bool clean() override;
 
-  /// Makes the object refer to one image of one series, and adds a displayed-area item.
+  /// Makes the object refer to one image of one series (PS3.3 C.11.11), and adds a displayed-area item behind those
+  /// that the input has.
   bool setImageReferences(const ObjectInfo& object, const std::string& frames) override;
   bool setOrientation(int rotation, bool flip) override;
   bool setSizeMode(SIZE_MODE mode) override;
@@ -32,10 +33,11 @@ public:
   bool setZoom(double zoomX, double zoomY) override;
   /// Writes the displayed area, its corners arranged as the last orientation asks for. A second time fails.
   bool setClip(int x, int y, int width, int height) override;
+  /// Writes Presentation LUT Shape, and the window into the first item of the Softcopy VOI LUT Sequence (PS3.3 C.11.8).
   bool setWindowLevel(int window, int level, bool inverted) override;
 
-  /// Makes the graphic layer, and puts `annotationItem` into the dataset; once done it does nothing. To be called
-  /// before an annotation writes.
+  /// Makes the graphic layer (PS3.3 C.10.7; the first one that the input has is renamed), and puts `annotationItem`
+  /// into the dataset; once done it does nothing. To be called before an annotation writes.
   [[nodiscard]] bool checkAndCreateAnnotationLayer();
 
   /// The object is written; false for one whose image could not be found.
