@@ -1,6 +1,7 @@
 #include "PartFile.h"
 
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdio>
 #include <utility>
@@ -14,10 +15,19 @@ namespace tarn
 namespace
 {
 
-/// The name is shortened where it would be longer than a file system takes.
-std::string pathBeside(const std::string& target)
+constexpr int kNamesTried = 16;
+
+/// What stands under the usual name belongs to a process of the same number on another host, or was left by one that
+/// was killed: it is not ours to remove.
+std::string processSuffix(bool usual)
 {
-  const std::string suffix = "." + std::to_string(getpid()) + ".part";
+  const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+  return "." + std::to_string(getpid()) + (usual ? "" : "-" + std::to_string(now)) + ".part";
+}
+
+/// The name is shortened where it would be longer than a file system takes.
+std::string pathBeside(const std::string& target, const std::string& suffix)
+{
   const std::size_t slash = target.rfind('/');
   const std::size_t start = slash == std::string::npos ? 0 : slash + 1;
   const std::string name = target.substr(start).substr(0, NAME_MAX - suffix.size() - 1);
@@ -26,17 +36,21 @@ std::string pathBeside(const std::string& target)
 
 } // namespace
 
-PartFile::PartFile(const std::string& targetPath) : target(targetPath), partPath(pathBeside(targetPath))
+PartFile::PartFile(const std::string& targetPath) : target(targetPath)
 {
-  unlink(partPath.c_str()); // left by a process of the same number that was killed
-  fd = open(partPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  for (int tried = 0; fd < 0 && tried < kNamesTried && (tried == 0 || errno == EEXIST); ++tried)
+  {
+    partPath = pathBeside(target, processSuffix(tried == 0));
+    fd = open(partPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  }
+  mustGo = fd >= 0;
 }
 
 PartFile::~PartFile()
 {
   if (fd >= 0)
     close(fd);
-  if (!kept)
+  if (mustGo)
     unlink(partPath.c_str());
 }
 
@@ -68,7 +82,8 @@ bool PartFile::sync() const
 bool PartFile::keep()
 {
   const bool closed = close(std::exchange(fd, -1)) == 0;
-  kept = closed && std::rename(partPath.c_str(), target.c_str()) == 0;
+  const bool kept = closed && std::rename(partPath.c_str(), target.c_str()) == 0;
+  mustGo = mustGo && !kept;
   return kept;
 }
 

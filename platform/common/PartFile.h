@@ -8,8 +8,8 @@
 namespace tarn
 {
 
-/// A file that is being written beside the one that it is to become, as `.NAME.PID.part`; removed again unless it was
-/// kept. What fails leaves its reason in errno.
+/// A file that is being written beside the one that it is to become, as `.NAME.PID.part`, or `.NAME.PID-NUMBER.part`
+/// where that is taken; removed again unless it was kept. What fails leaves its reason in errno.
 class PartFile
 {
 public:
@@ -33,7 +33,7 @@ private:
   std::string target;
   std::string partPath;
   int fd = -1;
-  bool kept = false;
+  bool mustGo = false; // what was made here and is no longer of use
 };
 
 /// Returns when the names in `folder` are on the disk as they are now.
