@@ -9,7 +9,7 @@ packages=(
   libdcmtk-dev dcmtk libmariadb-dev libsqlite3-dev libspdlog-dev libfmt-dev libcli11-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev mariadb-server mariadb-client procps openssl
-  # system calls that fail, leaks
+  # system calls that fail, runs that are killed, leaks
   strace valgrind
   # independent readers of what the converter writes
   dicom3tools python3 python3-pydicom python3-numpy

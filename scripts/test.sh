@@ -35,6 +35,9 @@ scripts/check-package.sh build/release
 step "The same bytes from every compiler"
 scripts/check-determinism.sh build/release
 
+step "Killed runs and servers"
+/usr/bin/python3 tests/killed/check_killed.py build/release
+
 step "Fuzzing"
 scripts/fuzz.sh "${FUZZ_SECONDS:-60}"
 
