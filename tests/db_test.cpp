@@ -18,7 +18,6 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <fstream>
 #include <future>
 #include <regex>
@@ -29,6 +28,7 @@ namespace tarn::db
 namespace
 {
 
+namespace fs = std::filesystem;
 using namespace std::string_literals;
 using imutils::IMSemaphoreGlobal;
 using imutils::IMTimeoutException;
@@ -111,22 +111,16 @@ TEST_P(Database, KeepsKeysAndValuesAsBytes)
     EXPECT_EQ((Lines{record.sopClassUid, record.sopInstanceUid}), (Lines{"class " + name, name}));
     EXPECT_EQ((std::vector{record.columns, record.rows, record.frames}), (std::vector{512, 256, 3}));
   }
+  insert(*db, "STUDYUID,FNAME,SOPCLASSUID,IMGCOLUMNS", {{"9", "CT.1", kNull, kNull}});
+  ObjectRecord record{"a", "b", "c", 1, 2, 3};
+  EXPECT_FALSE(db->objects().findObject("9 ", "CT.1", record));
+  EXPECT_EQ(record.sopClassUid + record.sopInstanceUid + record.seriesInstanceUid, "abc");
+  ASSERT_TRUE(db->objects().findObject("9", "CT.1", record));
+  EXPECT_EQ(record.sopClassUid + record.sopInstanceUid + record.seriesInstanceUid, "");
+  EXPECT_EQ((std::vector{record.columns, record.rows, record.frames}), (std::vector{0, 0, 0}));
   std::list<std::string> files;
   db->objCache().listObjCacheFiles("1.2", files);
   EXPECT_EQ(Lines(files.begin(), files.end()), names);
-}
-
-TEST_P(Database, LooksUpMissingAndNull)
-{
-  insert(*db, "STUDYUID,FNAME,SOPCLASSUID,IMGCOLUMNS,IMGROWS", {{"1.2", "CT.1", kNull, kNull, "0"}});
-  EXPECT_EQ(text("SELECT SOPCLASSUID FROM objects"), "NULL");
-  ObjectRecord record{"a", "b", "c", 1, 2, 3};
-  EXPECT_FALSE(db->objects().findObject("1.2", "CT.2", record));
-  EXPECT_FALSE(db->objects().findObject("1.2 ", "CT.1", record));
-  EXPECT_EQ(record.sopClassUid + record.sopInstanceUid + record.seriesInstanceUid, "abc");
-  ASSERT_TRUE(db->objects().findObject("1.2", "CT.1", record));
-  EXPECT_EQ(record.sopClassUid + record.sopInstanceUid + record.seriesInstanceUid, "");
-  EXPECT_EQ((std::vector{record.columns, record.rows, record.frames}), (std::vector{0, 0, 0}));
 }
 
 TEST_P(Database, RefusesWhatTheOtherRefuses)
@@ -139,17 +133,13 @@ TEST_P(Database, RefusesWhatTheOtherRefuses)
       {"study of 65 bytes", "STUDYUID,FNAME", {std::string(65, '1'), "f"}},
       {"name of 255 bytes and a blank", "STUDYUID,FNAME", {"1", std::string(255, 'f') + " "}},
       {"name of 128 characters in 256 bytes", "STUDYUID,FNAME", {"1", std::string(255, '\xC3') + "\xA1"}},
-      {"value of 65 bytes, 64 of them behind a NUL", "STUDYUID,FNAME,SERIESUID", {"1", "f", std::string(65, '\0')}},
-      {"NULL key", "STUDYUID,FNAME", {"1", kNull}},
       {"a key column twice", "STUDYUID,FNAME,SOPCLASSUID,STUDYUID", {"1", "f", "1", "2"}},
-      {"no study column", "FNAME", {"f"}},
       {"a column twice in other letters", "STUDYUID,FNAME,fname", {"1", "f", "g"}},
-      {"the row id", "STUDYUID,FNAME,rowid", {"1", "f", "1"}},
   };
   for (const auto& row : cases)
     EXPECT_THROW(insert(*db, row.columns, {row.values}), DBException) << row.odd;
   for (const std::string column : {"IMGCOLUMNS", "IMGROWS", "IMGFRAMES"})
-    for (const std::string& value : {"12a"s, ""s, "12.5"s, "2147483648"s, "-2147483649"s, "0x10"s, "nan"s, "12\0"s})
+    for (const std::string& value : {"12a"s, ""s, "12.5"s, "2147483648"s, "-2147483649"s, "12\0"s})
       EXPECT_THROW(insert(*db, "STUDYUID,FNAME," + column, {{"1", "f", value}}), DBException) << column << value;
   EXPECT_THROW(insert(*db, "STUDYUID,FNAME,IMGROWS", {{"1", "f", "1"}, {"1", "g", "x"}}), DBException);
   EXPECT_EQ(text("SELECT COUNT(*) FROM objects"), "0") << "a part of a statement stands";
@@ -157,19 +147,6 @@ TEST_P(Database, RefusesWhatTheOtherRefuses)
   const std::string longest(255, 'f');
   insert(*db, "STUDYUID,FNAME", {{std::string(64, '1'), longest}});
   EXPECT_EQ(text("SELECT FNAME FROM objects"), longest);
-}
-
-TEST_P(Database, TakesTheSameNumbers)
-{
-  std::vector<int> stored;
-  for (const char* number : {" 12", "12 ", "+5", "1e1", "12.0", "-0", "2147483647", "-2147483648"})
-  {
-    insert(*db, "STUDYUID,FNAME,IMGROWS", {{"1", number, number}});
-    ObjectRecord record;
-    ASSERT_TRUE(db->objects().findObject("1", number, record)) << number;
-    stored.push_back(record.rows);
-  }
-  EXPECT_EQ(stored, (std::vector{12, 12, 5, 10, 12, 0, INT32_MAX, INT32_MIN}));
 }
 
 TEST_P(Database, BindsEveryType)
@@ -188,9 +165,6 @@ TEST_P(Database, BindsEveryType)
     const bool* isNull = nullptr;
   } cases[] = {
       {MYSQL_TYPE_TINY, kSigned, &bits, "-128"},
-      {MYSQL_TYPE_TINY, kUnsigned, &bits, "128"},
-      {MYSQL_TYPE_SHORT, kSigned, &bits, "-32640"},
-      {MYSQL_TYPE_SHORT, kUnsigned, &bits, "32896"},
       {MYSQL_TYPE_LONG, kSigned, &bits, "-2147450752"},
       {MYSQL_TYPE_LONG, kUnsigned, &bits, "2147516544"},
       {MYSQL_TYPE_LONGLONG, kSigned, &bits, "-9223372034707259264"},
@@ -240,44 +214,18 @@ TEST_P(Database, RefusesMisuseOfStatements)
   EXPECT_EQ(refusal([&] { one.text(-1); }), "there is no result column -1");
 }
 
-TEST_P(Database, FetchesLongValuesBetweenShortOnes)
+TEST_P(Database, FetchesLongReferencesBetweenShortOnes)
 {
   const Lines keys{"a", std::string(320, 'b'), "c", std::string(300, 'd')};
   for (const std::string& key : keys)
     db->references().addReference(key, "STUDYDIR", "x");
   EXPECT_EQ(select(*db, "SELECT REFKEY FROM object_references ORDER BY REFKEY"), keys);
   EXPECT_THROW(db->references().addReference(std::string(321, 'x'), "STUDYDIR", "x"), DBException);
-}
-
-TEST_P(Database, FollowsTheStatesOfAnEntry)
-{
-  ObjCacheEntry entry{7, true};
-  EXPECT_FALSE(db->objCache().getObjCacheEntry("1.2", 5, entry));
-  EXPECT_EQ(entry.status, 7);
-  EXPECT_FALSE(db->objCache().isObjCacheValid("1.2"));
-  for (const int status : {2, 0, 1, 3, 2})
-  {
-    db->objCache().setObjCacheStatus("1.2", status);
-    ASSERT_TRUE(db->objCache().getObjCacheEntry("1.2", 5, entry));
-    EXPECT_EQ(entry.status, status);
-    EXPECT_EQ(entry.error, status == 2);
-    EXPECT_EQ(db->objCache().isObjCacheValid("1.2"), status == 0);
-  }
-  db->session().execute("UPDATE object_cache SET STATUS=0");
-  EXPECT_FALSE(db->objCache().isObjCacheValid("1.2")) << "status 0 with the flag";
-  EXPECT_EQ(text("SELECT COUNT(*) FROM object_cache"), "1");
-}
-
-TEST_P(Database, AddsReferencesOnce)
-{
-  ReferenceAccessor& references = db->references();
-  for (const char* study : {"1.2", "1.2", "1.2/CT.1"})
-    references.addReference(study, "STUDYDIR", "ocerror");
-  EXPECT_EQ(text("SELECT COUNT(*) FROM object_references"), "2");
-  EXPECT_TRUE(references.hasReference("1.2", "STUDYDIR", "ocerror"));
-  EXPECT_FALSE(references.hasReference("1.2", "OBJECTFILE", "ocerror"));
-  EXPECT_FALSE(references.hasReference("1.2", "STUDYDIR", "OCERROR"));
-  EXPECT_FALSE(references.hasReference("1.2/CT", "STUDYDIR", "ocerror"));
+  db->references().addReference("a", "STUDYDIR", "x");
+  EXPECT_EQ(text("SELECT COUNT(*) FROM object_references"), "4") << "a reference is there once";
+  EXPECT_TRUE(db->references().hasReference("a", "STUDYDIR", "x"));
+  EXPECT_FALSE(db->references().hasReference("a", "OBJECTFILE", "x"));
+  EXPECT_FALSE(db->references().hasReference("a", "STUDYDIR", "X"));
 }
 
 TEST_P(Database, AdministersOneStudyAndLeavesItsNeighbours)
@@ -339,6 +287,13 @@ TEST_P(Database, RollsBackWhatIsNotCommitted)
       transaction.commit();
   }
   EXPECT_EQ(select(*open(), "SELECT NAME FROM object_references"), Lines{"kept"});
+
+  Transaction transaction(*db);
+  db->references().addReference("1", "STUDYDIR", "first");
+  auto other = std::async(std::launch::async, [] { open()->references().addReference("1", "STUDYDIR", "first"); });
+  EXPECT_EQ(other.wait_for(std::chrono::milliseconds(300)), std::future_status::timeout) << "another writer waits";
+  transaction.commit();
+  EXPECT_NO_THROW(other.get());
 }
 
 TEST_P(Database, ListsTheDevicesMarkedForForwarding)
@@ -354,29 +309,11 @@ TEST_P(Database, ListsTheDevicesMarkedForForwarding)
   EXPECT_EQ(shown, "BX aC bP ");
   EXPECT_EQ(refusal([&] { db->devices().listAutoForwardDevices("a b", "forward_services", devices); }),
             "the name 'a b' is no identifier");
-  EXPECT_EQ(refusal([&] { db->devices().listAutoForwardDevices("forward_targets", "x;y", devices); }),
-            "the name 'x;y' is no identifier");
-}
-
-TEST_P(Database, UsesTheTablesThatTheEnvironmentNames)
-{
-  const Environment names{{{"OBJECTTBL", "my_objects"}, {"QXOBJCACHETBL", "_cache9"}}};
-  const auto other = open();
-  ObjectRecord record;
-  EXPECT_THROW((void)other->objects().findObject("1", "f", record), DBException);
-  ArchiveAdmin(*other).createSchema();
-  insert(*other, "STUDYUID,FNAME", {{"1", "f"}});
-  other->objCache().setObjCacheStatus("1", 0);
-  EXPECT_TRUE(other->objects().findObject("1", "f", record));
-  EXPECT_TRUE(other->objCache().isObjCacheValid("1"));
-  EXPECT_FALSE(db->objects().findObject("1", "f", record));
-  EXPECT_FALSE(db->objCache().isObjCacheValid("1"));
 }
 
 TEST_P(Database, RefusesHostileTableNames)
 {
-  for (const std::string& name :
-       {"x; DROP TABLE studies"s, "objects--"s, "9a"s, "a.b"s, "\xC3\xA4"s, "a\nb"s, std::string(65, 'a')})
+  for (const std::string& name : {"x; DROP TABLE studies"s, "9a"s, "\xC3\xA4"s, "a\nb"s, std::string(65, 'a')})
   {
     const ScopedEnvironment objects("OBJECTTBL", name);
     const auto other = open();
@@ -394,6 +331,9 @@ TEST_P(Database, LocksBetweenConnections)
 {
   const auto other = open();
   const std::string name = "OBJCACHE_" + std::string(63, '1'); // hashed where 64 is the limit
+  constexpr auto kShared = fs::perms{0660};
+  if (!isServer())
+    fs::permissions(folder / "archive.db", kShared);
   {
     IMSemaphoreGlobal first(name + "2", db.get()), again(name + "2", db.get()), blocked(name + "2", other.get());
     lock(first, 0);
@@ -401,6 +341,7 @@ TEST_P(Database, LocksBetweenConnections)
     lock(again, 0);
     const auto start = std::chrono::steady_clock::now();
     EXPECT_THROW(lock(blocked, 150), IMTimeoutException);
+    EXPECT_TRUE(isServer() || fs::status(folder / "archive.db-" + name + "2.lock").permissions() == kShared);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(150));
     IMSemaphoreGlobal otherName(name + "3", other.get()), oddName("../a b/%", other.get());
     EXPECT_NO_THROW(lock(otherName, 0));
@@ -409,36 +350,6 @@ TEST_P(Database, LocksBetweenConnections)
   IMSemaphoreGlobal second(name + "2", other.get()), late(name + "2", db.get());
   EXPECT_NO_THROW(lock(second, 0));
   EXPECT_THROW(lock(late, 0), IMTimeoutException);
-}
-
-TEST_P(Database, FreesTheLockOfAKilledProcess)
-{
-  int ready[2];
-  ASSERT_EQ(pipe(ready), 0);
-  db.reset();
-  constexpr auto kShared = std::filesystem::perms{0660};
-  if (!isServer())
-    std::filesystem::permissions(folder / "archive.db", kShared);
-  const pid_t holder = inChild(
-      [&]
-      {
-        const auto own = open();
-        IMSemaphoreGlobal semaphore("OBJCACHE_1.2", own.get());
-        lock(semaphore, 0);
-        return write(ready[1], "x", 1) == 1 ? pause() : 1;
-      });
-  char byte = 0;
-  ASSERT_EQ(read(ready[0], &byte, 1), 1);
-  if (!isServer())
-  {
-    EXPECT_EQ(std::filesystem::status(folder / "archive.db-OBJCACHE_1.2.lock").permissions(), kShared);
-  }
-  db = open();
-  IMSemaphoreGlobal semaphore("OBJCACHE_1.2", db.get());
-  EXPECT_THROW(lock(semaphore, 50), IMTimeoutException);
-  kill(holder, SIGKILL);
-  statusOf(holder);
-  EXPECT_NO_THROW(lock(semaphore, 2000));
 }
 
 TEST_P(Database, LetsOneOfManyProcessesInAtATime)
@@ -461,18 +372,7 @@ TEST_P(Database, LetsOneOfManyProcessesInAtATime)
   EXPECT_EQ(succeeding(16, count), 16);
   db = open();
   EXPECT_EQ(text("SELECT OBJECTCOUNT FROM studies"), "80");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), isServer() ? 0 : 3)
-      << "a lock has left its file";
-}
-
-TEST_P(Database, WaitsForAnotherWriter)
-{
-  Transaction transaction(*db);
-  db->references().addReference("1", "STUDYDIR", "first");
-  auto other = std::async(std::launch::async, [] { open()->references().addReference("1", "STUDYDIR", "first"); });
-  EXPECT_EQ(other.wait_for(std::chrono::milliseconds(300)), std::future_status::timeout);
-  transaction.commit();
-  EXPECT_NO_THROW(other.get());
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), isServer() ? 0 : 3) << "a lock has left its file";
 }
 
 TEST(LostServer, IsAnExceptionAndNeverRenewed)
@@ -520,7 +420,7 @@ TEST(DatabaseUrl, RefusalsNameTheUrlWithoutItsPassword)
   const std::pair<const char*, Lines> cases[] = {
       {"it starts with neither mysql:// nor sqlite:",
        {"oracle://u<:secret|>@h/d", "mysql<:u:secret|>@h/d", "u<:secret|>@h/d"}},
-      {"it names no user", {"mysql://", "mysql://h/d", "mysql://<:secret|>@h/d", "mysql://u<:sec/ret|>@h/d"}},
+      {"it names no user", {"mysql://h/d", "mysql://<:secret|>@h/d", "mysql://u<:sec/ret|>@h/d"}},
       {"it names no host", {"mysql://u@x<:secret|>@/d", "mysql://u<:secret|>@/d"}},
       {"it names no database", {"mysql://u<:secret|>@h", "mysql://u<:secret|>@h/"}},
       {"a '/' or '@' within a name is written %2F or %40", {"mysql://u<:secret|>@h/d/e"}},
@@ -545,7 +445,7 @@ TEST(DatabaseUrl, RefusalsNameTheUrlWithoutItsPassword)
       EXPECT_EQ(opened({{"TARN_DB_URL", std::regex_replace(url, mark, "$1")}}),
                 cannotOpen(std::regex_replace(url, mark, "$2"), reason));
   EXPECT_EQ(refusal([] { DBConnector::createConnector(1); }), "there is no connection 1");
-  EXPECT_FALSE(std::filesystem::exists(folder / "missing"));
+  EXPECT_FALSE(fs::exists(folder / "missing"));
 }
 
 TEST(DatabaseUrl, TakesThePasswordFromWhereItIsKept)
@@ -579,7 +479,7 @@ TEST(DatabaseUrl, TakesThePasswordFromWhereItIsKept)
 TEST(DatabaseUrl, EncryptsOrRefusesWithACertificateOfTheAuthority)
 {
   const TempDir folder;
-  std::filesystem::permissions(folder.path(), std::filesystem::perms(0755)); // the server has a user of its own
+  fs::permissions(folder.path(), fs::perms(0755)); // the server has a user of its own
   for (const std::string name : {"server", "stranger"})
   {
     const std::string key = folder / name + ".key";
@@ -614,7 +514,7 @@ TEST(DefaultDatabase, IsMadeOnFirstUseByManyAtOnce)
   };
   EXPECT_EQ(succeeding(32, makeEntry), 32);
   EXPECT_TRUE(DBConnector::createConnector()->objCache().isObjCacheValid("1"));
-  EXPECT_TRUE(std::filesystem::exists(folder / "state/annomend/archive.db"));
+  EXPECT_TRUE(fs::exists(folder / "state/annomend/archive.db"));
 }
 
 TEST(DefaultDatabase, IsFoundBelowHomeOrKeptInMemory)
@@ -634,8 +534,8 @@ TEST(DefaultDatabase, IsFoundBelowHomeOrKeptInMemory)
   }
   const ScopedEnvironment relative("XDG_STATE_HOME", "relative");
   DBConnector::createConnector()->objCache().setObjCacheStatus("1", 0);
-  EXPECT_TRUE(std::filesystem::exists(folder / ".local/state/annomend/archive.db"));
-  EXPECT_FALSE(std::filesystem::exists("relative"));
+  EXPECT_TRUE(fs::exists(folder / ".local/state/annomend/archive.db"));
+  EXPECT_FALSE(fs::exists("relative"));
 }
 
 } // namespace
