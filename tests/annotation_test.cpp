@@ -240,16 +240,6 @@ TEST_F(AnnotationTest, RefusesWithOneLine)
   EXPECT_EQ("There is no Presentation State object to update\n", said.error.str());
 }
 
-TEST_F(AnnotationTest, TheLargestOutlineIsWritten)
-{
-  std::string line = "free_x 1 red 10 20 1 0 0 0 100 100 0|65534";
-  for (int vertex = 0; vertex < 65534; ++vertex)
-    line += " " + std::to_string(vertex) + " 1";
-  ASSERT_EQ("", convert(figureOf({line + " a"})).error);
-  const std::string graphics = describeOutput({DCM_GraphicAnnotationSequence});
-  EXPECT_NE(std::string::npos, graphics.find(" NumberOfGraphicPoints:US=65535 "));
-}
-
 struct Fault
 {
   ToolkitFault::Where where;
@@ -346,17 +336,6 @@ TEST_F(AnnotationTest, AHelperLineThatFailsChangesNothing)
     EXPECT_TRUE(Angle(opened().get()).process("x 3 red 10 20 1 1 0 0 100 100 0|1 2 3 4 a ex"));
     EXPECT_EQ(message, said.error.str());
   }
-}
-
-TEST_F(AnnotationTest, ASequenceWithATextVrIsNoNullItem)
-{
-  const auto target = opened();
-  auto* impostor = new DcmLongText(DcmTag(DCM_GraphicObjectSequence, EVR_LT));
-  impostor->putString("text");
-  ASSERT_TRUE(target->annotationItem->insert(impostor).good());
-  const Capture said;
-  EXPECT_FALSE(Pointer(target.get()).process("x 3 red 10 20 1 1 0 0 100 100 0|1 2"));
-  EXPECT_EQ("Graphic Object Sequence item could not be created: Invalid VR\n", said.error.str());
 }
 
 TEST_F(AnnotationTest, DebugPrintsWhatWasParsed)

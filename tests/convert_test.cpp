@@ -8,7 +8,6 @@
 
 #include <functional>
 #include <locale>
-#include <random>
 #include <tuple>
 
 using namespace impsconverter;
@@ -303,45 +302,6 @@ TEST_F(ConvertTest, TheHostsLocaleDoesNotShow)
   std::locale::global(before);
   EXPECT_EQ(0U, outcome.error.find("Incorrect number of vertices in a free_x annotation failed: 65535\n"));
   EXPECT_NE(std::string::npos, outcome.out.find("\nPIXEL arguments: 2\npixelX: 1.5\npixelY: 0.25\n"));
-}
-
-TEST_F(ConvertTest, HostileSizesFinish)
-{
-  const auto times = [](int count, const std::string& part)
-  {
-    std::string text = "l";
-    for (int done = 0; done < count; ++done)
-      text += part;
-    return text;
-  };
-  EXPECT_FALSE(convert((kOneId + "%0Atext_x+1").append(50000000, '7')).good);
-  EXPECT_TRUE(convert(times(100000, "\\ID+1.2/X.9_1")).good);
-  const TempDir memory("/dev/shm"); // 10,000 files that need not reach a disk
-  prefix = memory.path() / "";
-  EXPECT_TRUE(convert("l\\" + times(10000, "ID+1.2/CT.1.2.3_1%0A").substr(1)).good);
-  EXPECT_EQ(10000U, namesIn(memory.path()).size());
-}
-
-TEST_F(ConvertTest, DamagedFilesLeaveNothingHalfDone)
-{
-  const std::string whole =
-      samples::encodeFile(*samples::makeState(samples::sampleStates()[0]), EXS_LittleEndianExplicit);
-  std::mt19937 random(1);
-  for (int run = 0; run < 300; ++run)
-  {
-    std::string bytes = whole.substr(0, run % 2 ? whole.size() : random() % whole.size());
-    for (int flip = 0; run % 2 && flip < 1 + run / 30; ++flip)
-      bytes[random() % bytes.size()] = static_cast<char>(random());
-    samples::writeFile(inputPath, bytes);
-    convertPath(inputPath, PSC_includeOriginal | PSC_fixOriginal);
-    for (const std::string& name : outputNames())
-    {
-      DcmFileFormat result;
-      EXPECT_TRUE(result.loadFile((prefix + name).c_str()).good()) << name << " of run " << run;
-      EXPECT_EQ(std::string::npos, name.find(".part"));
-      fs::remove(prefix + name);
-    }
-  }
 }
 
 TEST_F(ConvertTest, FileTreesAreListedAndRemoved)

@@ -175,17 +175,6 @@ TEST(FileWriter, ReplacesWhatStandsThere)
   EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), {}), 6) << inventory(dir.path());
 }
 
-TEST(FileWriter, SavesOverTheFileWhoseValuesAreNotReadYet)
-{
-  const TempDir dir;
-  const fs::path path = dir.path() / "state";
-  ASSERT_TRUE(makeState(5000)->saveFile(path.c_str(), EXS_LittleEndianExplicit).good());
-  DcmFileFormat file;
-  ASSERT_TRUE(loadFile(file, path).good());
-  ASSERT_STREQ(saveFile(file, path).text(), "Normal");
-  EXPECT_TRUE(load(path) == "Normal " + std::string(5000, 'v'));
-}
-
 std::string number(Uint32 value)
 {
   return {reinterpret_cast<const char*>(&value), 4};

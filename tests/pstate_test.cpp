@@ -138,20 +138,6 @@ TEST_F(PStateTest, NamesTheElementThatCouldNotBeWritten)
   }
 }
 
-TEST_F(PStateTest, ASecondClipAndAMissingDirectory)
-{
-  const Capture said;
-  const auto state = opened(true);
-  EXPECT_TRUE(reference(*state) && kClip(*state));
-  EXPECT_FALSE(kClip(*state));
-  EXPECT_FALSE(state->save(prefix + "none/"));
-  EXPECT_EQ(said.error.str(), "Displayed Area Top Left Hand Corner element could not be inserted to Displayed Area "
-                              "Selection Item: Doubled tag\n"
-                              "Presentation State file PR.1.2.3 could not be saved: No such file or directory\n");
-  EXPECT_THAT(said.out.str(), testing::StartsWith(" ===== Result PS PR.1.2.3 =====\n"));
-  EXPECT_THAT(said.out.str(), testing::EndsWith("\n === END Result PS PR.1.2.3 ===\nSaving PR.1.2.3\n"));
-}
-
 TEST_F(PStateTest, OrientationArrangesTheCornersOfTheClip)
 {
   const Call none = [](State&) { return true; };
@@ -184,25 +170,6 @@ TEST_F(PStateTest, OrientationArrangesTheCornersOfTheClip)
               "ImageHorizontalFlip:CS=" + written.substr(0, 1) + " ImageRotation:US=" + written.substr(2) +
                   " DisplayedAreaSelectionSequence{DisplayedAreaTopLeftHandCorner:SL=" + row.topLeft +
                   " DisplayedAreaBottomRightHandCorner:SL=" + row.bottomRight + "}");
-  }
-}
-
-TEST_F(PStateTest, SizeModeZoomSpacingAndWindow)
-{
-  const std::string doubled = " PresentationPixelMagnificationRatio:FL=2";
-  const std::tuple<int, std::string, std::string> rows[] = {
-      {0, "SCALE TO FIT", ""}, {1, "MAGNIFY", doubled}, {3, "TRUE SIZE", doubled}, {7, "SCALE TO FIT", ""}};
-  for (const auto& [mode, text, ratio] : rows)
-  {
-    const auto state = referring();
-    EXPECT_TRUE(state->setSizeMode(static_cast<SIZE_MODE>(mode)) && state->setZoom(2, 3));
-    EXPECT_TRUE(kSpacing(*state) && state->setPixelSpacing(1e-7, 1.0 / 3));
-    EXPECT_TRUE(kLevel(*state) && state->setWindowLevel(400, -40, mode == 1));
-    EXPECT_EQ(saved(*state, {kArea, DCM_SoftcopyVOILUTSequence, DCM_PresentationLUTShape}),
-              "SoftcopyVOILUTSequence{WindowCenter:DS=-40 WindowWidth:DS=400} "
-              "DisplayedAreaSelectionSequence{PresentationSizeMode:CS=" +
-                  text + " PresentationPixelSpacing:DS=1e-07\\0.333333" + ratio +
-                  "} PresentationLUTShape:CS=" + (mode == 1 ? "INVERSE" : "IDENTITY"));
   }
 }
 

@@ -1,10 +1,9 @@
 #include "StateFixture.h"
 
 #include "DicomFile.h"
-#include "PSCache.h"
 #include "PSConverter.h"
 #include "PluginState.h"
-#include "QueryBindings.h"
+#include "SqlSession.h"
 
 #include <dcmtk/oflog/oflog.h>
 
@@ -13,21 +12,6 @@
 
 namespace
 {
-
-/// Runs one statement on a database.
-class Statement : private tarn::db::PSCache
-{
-public:
-  Statement(tarn::db::DBConnectorSql& db, const char* sql) : PSCache(db), query([sql] { return sql; }, 0, 0)
-  {
-    registerQuery(query);
-    init();
-    executeUpdate(query, *query.mkBindings(), true);
-  }
-
-private:
-  tarn::db::PsQuery query;
-};
 
 template <class Value>
 std::string numbers(DcmElement& element, OFCondition (DcmElement::*get)(Value*&), std::size_t size, const char* format)
@@ -88,7 +72,7 @@ StateFixture::StateFixture()
 
 void StateFixture::execute(const char* sql)
 {
-  Statement(*db, sql);
+  db->session().execute(sql);
 }
 
 std::string StateFixture::figureOf(const std::vector<std::string>& lines)
