@@ -207,28 +207,6 @@ TEST_F(PStateTest, CleaningRemovesWhatIsPrivateOrOfTheSource)
   EXPECT_TRUE(input.tagExists(kPluginState)) << "the input is its own";
 }
 
-TEST_F(PStateTest, ReferencesReplaceTheInputsAndAddOneOfEachItem)
-{
-  for (const DcmTagKey& sequence : {kArea, DCM_GraphicLayerSequence, DCM_GraphicAnnotationSequence})
-    for (int count = 0; count < 2; ++count)
-      samples::appendItem(input, sequence);
-  const Capture said;
-  const auto state = opened();
-  EXPECT_FALSE(kLayer(*state)) << "no item yet";
-  EXPECT_EQ(said.error.str(), "Graphic Annotation Sequence item could not be created: Illegal parameter\n");
-  EXPECT_TRUE(reference(*state) && reference(*state));
-  EXPECT_EQ(saved(*state, {DCM_GraphicAnnotationSequence}), "GraphicAnnotationSequence{}{}") << "no annotation yet";
-  EXPECT_TRUE(kLayer(*state) && kLayer(*state));
-  const std::string image = "ReferencedImageSequence{ReferencedSOPClassUID:UI=1.2.840.10008.5.1.4.1.1.2 "
-                            "ReferencedSOPInstanceUID:UI=1.2.4 ReferencedFrameNumber:IS=1}";
-  EXPECT_EQ(
-      saved(*state, {DCM_ReferencedSeriesSequence, kArea, DCM_GraphicLayerSequence, DCM_GraphicAnnotationSequence}),
-      "ReferencedSeriesSequence{" + image +
-          " SeriesInstanceUID:UI=1.2.5} "
-          "GraphicAnnotationSequence{}{}{GraphicLayer:CS=ANNLAYER1} DisplayedAreaSelectionSequence{}{}{}{} "
-          "GraphicLayerSequence{GraphicLayer:CS=ANNLAYER1 GraphicLayerOrder:IS=1}{}");
-}
-
 TEST_F(PStateTest, ObjectInfoCollects)
 {
   execute("INSERT INTO objects VALUES ('S','CT.1.1','c','1.1','q',512,0,65537),('S','CT.1.2','','1.2','q',2,3,1)");

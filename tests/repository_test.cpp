@@ -13,6 +13,7 @@
 #include <memory>
 
 #include <dlfcn.h>
+#include <sqlite3.h>
 
 namespace fs = std::filesystem;
 using namespace tarn::repository;
@@ -307,102 +308,103 @@ TEST_F(Repositories, MountsOfPaths)
   EXPECT_EQ(HANDLER(freeMount_)("meta", "/", false, nullptr), -1);
 }
 
-/// Paths whose library has the five entry points that constants are added for, and notes how they are called.
-class RecordingLibrary : public testing::Test
-{
-protected:
-  std::string calls() const { return contents(file); }
-  const TempDir folder;
-  const std::string file = folder.path() / "calls";
-  const Environment environment{{{"REPOSITORYHANDLER_HOME", ANNOMEND_RECORDING_HOME}, {"RECORDED_CALLS", file}}};
-};
-
+/// Both forms of the calls add the same constants.
 template <class Operations>
-void callWithConstants()
+void expectConstants(const fs::path& home)
 {
+  const fs::path one = home / "one", two = home / "two";
   int status = 0;
   int existed = 0;
-  EXPECT_EQ(taken(Operations::createDirectory("r", "s", &status, &existed, false, false, nullptr)), "made");
-  EXPECT_EQ(taken(Operations::getLocation("r", "s", &status, true, true, true, nullptr)), "found");
-  EXPECT_EQ(Operations::removeResource("r", "s", nullptr), 17);
-  Operations::checkOverload("r", false, nullptr);
-  EXPECT_EQ(Operations::freeMount("r", "/m", nullptr), 18);
+  EXPECT_EQ(Operations::getLocation("meta", "s", &status, true, true, true, nullptr), nullptr);
+  EXPECT_EQ(status, kMissing) << "never made on the way";
+  fs::create_directory(two / "s");
+  EXPECT_EQ(taken(Operations::getLocation("meta", "s", &status, true, true, true, nullptr)), two / "s");
+  EXPECT_EQ(taken(Operations::createDirectory("meta", "s", &status, &existed, false, true, nullptr)), two / "s");
+  EXPECT_EQ(existed, 1);
+  fs::create_directory(one / "s");
+  std::ofstream(one / ".s.lock") << "elsewhere 1\n";
+  EXPECT_EQ(Operations::removeResource("meta", "s", nullptr), kLocked) << "a lock is honoured";
+  fs::remove(one / ".s.lock");
+  EXPECT_EQ(Operations::removeResource("meta", "s", nullptr), kDone);
+  EXPECT_FALSE(fs::exists(one / "s") || fs::exists(two / "s")) << "on all mounts";
+  Operations::checkOverload("meta", false, nullptr);
+  EXPECT_TRUE(fs::remove(one / ".overloaded")) << "marks";
+  EXPECT_GT(Operations::freeMount("meta", one.c_str(), nullptr), 100) << "mebibytes, no per cent";
 }
 
-const char kCallsWithConstants[] = "createDirectory_ r s 0 0 1\n"
-                                   "getLocation_ r s 1 1 1 0\n"
-                                   "removeResource_ r s 1 1\n"
-                                   "checkOverload_ r 1 0\n"
-                                   "freeMount_ r /m 0\n";
-const char kCreateDirectoryArguments[] = "createDirectory with repository=r subDir=s shouldLock=";
-
-/// One that the recording library lacks gives its failure value and this line.
-template <class Operations>
-std::string lackingLine(const std::string& start)
+/// Loading fails at `/absent`, and what is in `lacking` is a library without any of the entry points.
+class LoadedHandler : public Repositories
 {
+protected:
+  LoadedHandler()
+  {
+    configure("meta=" + mount("one") + ":" + mount("two") + "\nmeta.reserve=101\n");
+    fs::create_directories(home.path() / "lacking/lib");
+    fs::create_directory_symlink(ANNOMEND_HANDLER_HOME "/lib", home.path() / "lib");
+    Dl_info library{};
+    dladdr(reinterpret_cast<void*>(&sqlite3_libversion), &library); // NOLINT: what dladdr is for
+    fs::copy_file(library.dli_fname, lackingPath);
+  }
+  const std::string lackingPath = home / "lacking/lib/RepositoryHandler.so";
+  const std::string lacking = lackingPath + ": undefined symbol: getLocations_\n";
+  const std::string absent = "/absent/lib/RepositoryHandler.so: cannot open shared object file: No such file or "
+                             "directory\n";
+  const std::string called = "called createDirectory with repository=meta subDir=s shouldLock=true\n";
+  const std::string error = "error IMRepositoryHandlerIface: ", info = "info IMRepositoryHandlerIface: ";
   std::list<std::string> locations;
-  EXPECT_EQ(Operations::getLocations("r", "s", locations, false, false, nullptr), -1);
-  return "error IMRepositoryHandlerIface: " + start +
-         ANNOMEND_RECORDING_HOME "/lib/RepositoryHandler.so: undefined symbol: getLocations_\n";
-}
+};
 
-TEST_F(RecordingLibrary, ThePlainFormPassesTheConstantsAndNamesWhatIsLacking)
+TEST_F(LoadedHandler, ThePlainFormLoadsItAtEachCall)
 {
   const LogFile log;
-  callWithConstants<PlainOperations>();
-  EXPECT_EQ(calls(), kCallsWithConstants);
-  const std::string lacking = lackingLine<PlainOperations>("dlsym error initTask: ");
-  EXPECT_EQ(log.lines(),
-            std::string("info IMRepositoryHandlerIface: called ") + kCreateDirectoryArguments + "false\n" + lacking);
-  for (const std::optional<std::string>& home : {std::optional<std::string>(), std::optional<std::string>("/absent")})
   {
-    const ScopedEnvironment changed("REPOSITORYHANDLER_HOME", home);
-    const LogFile failed;
-    int status = 0;
-    EXPECT_EQ(createDirectory("r", "s", &status, nullptr, false, true, nullptr), nullptr);
-    EXPECT_EQ(failed.lines(), std::string("info IMRepositoryHandlerIface: called ") + kCreateDirectoryArguments +
-                                  "true\nerror IMRepositoryHandlerIface: dlopen error: " + home.value_or("/dev/null") +
-                                  "/lib/RepositoryHandler.so: cannot open shared object file: " +
-                                  (home ? "No such file or directory\n" : "Not a directory\n"));
+    const ScopedEnvironment without("REPOSITORYHANDLER_HOME", home / "lacking");
+    EXPECT_EQ(getLocations("meta", "s", locations, false, false, nullptr), -1);
   }
+  for (const std::optional<std::string>& place : {std::optional<std::string>("/absent"), std::optional<std::string>()})
+  {
+    const ScopedEnvironment nowhere("REPOSITORYHANDLER_HOME", place);
+    int status = 0;
+    EXPECT_EQ(createDirectory("meta", "s", &status, nullptr, false, true, nullptr), nullptr);
+  }
+  const std::string unset = "/dev/null/lib/RepositoryHandler.so: cannot open shared object file: Not a directory\n";
+  EXPECT_EQ(log.lines(), error + "dlsym error initTask: " + lacking + info + called + error +
+                             "dlopen error: " + absent + info + called + error + "dlopen error: " + unset);
+  expectConstants<PlainOperations>(home.path());
 }
 
-/// One test, since what the class form has resolved stays: a failing load, a library that lacks most entry points, and
-/// the complete one.
-TEST_F(RecordingLibrary, TheClassFormKeepsWhatItHasResolved)
+/// One test, since what the class form has resolved stays.
+TEST_F(LoadedHandler, TheClassFormKeepsWhatItHasResolved)
 {
   using Iface = IMRepositoryHandlerIface;
   const std::string processList = "/tmp/error_ps." + std::to_string(getpid()) + ".txt";
-  const std::string start = "error IMRepositoryHandlerIface: EXCEPTION: dlopen error";
-  const std::string reason =
-      "/absent/lib/RepositoryHandler.so: cannot open shared object file: No such file or directory\n";
+  const std::string failed = error + "EXCEPTION: dlopen error";
   {
     const ScopedEnvironment nowhere("REPOSITORYHANDLER_HOME", "/absent");
     const LogFile log;
     Iface::init();
-    EXPECT_EQ(Iface::createDirectory("r", "s", nullptr, nullptr, false, true, nullptr), nullptr);
-    EXPECT_EQ(log.lines(), start + " (/absent/lib/RepositoryHandler.so): " + reason + start + ": " + reason +
-                               "info IMRepositoryHandlerIface: error: not called " + kCreateDirectoryArguments +
-                               "true\n");
+    EXPECT_EQ(Iface::createDirectory("meta", "s", nullptr, nullptr, false, true, nullptr), nullptr);
+    EXPECT_EQ(log.lines(), failed + " (/absent/lib/RepositoryHandler.so): " + absent + failed + ": " + absent + info +
+                               "error: not " + called);
   }
   EXPECT_NE(contents(processList).find("PID"), std::string::npos);
-  LogFile log;
-  Iface::init();
-  const std::string lines = log.lines();
-  EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 15) << "a line for each that is lacking";
-  const LogFile again;
-  Iface::init();
-  const std::string lacking = lackingLine<Iface>("EXCEPTION: dlsym error getLocations_: ");
-  EXPECT_EQ(again.lines(), lacking) << "just once, and sought again when it is called";
-  EXPECT_NE(lines.find(lacking), std::string::npos);
+  {
+    const ScopedEnvironment without("REPOSITORYHANDLER_HOME", home / "lacking");
+    const LogFile log;
+    Iface::init();
+    const std::string first = log.lines();
+    EXPECT_EQ(std::count(first.begin(), first.end(), '\n'), 20) << "a line for each that is lacking";
+    Iface::init();
+    EXPECT_EQ(Iface::getLocations("meta", "s", locations, false, false, nullptr), -1);
+    const std::string line = error + "EXCEPTION: dlsym error getLocations_: " + lacking;
+    EXPECT_NE(first.find(line), std::string::npos);
+    EXPECT_EQ(log.lines(), first + line) << "just once, and sought again when it is called";
+  }
   fs::remove(processList);
-
-  const ScopedEnvironment complete("REPOSITORYHANDLER_HOME", ANNOMEND_HANDLER_HOME);
-  callWithConstants<Iface>();
-  EXPECT_EQ(calls(), kCallsWithConstants) << "resolved before, still called";
-  fs::create_directory(folder.path() / "s");
-  for (int round = 0; round < 2; ++round)
-    EXPECT_EQ(Iface::checkResourceStatus(folder.path().c_str(), "s", nullptr), kLocated);
+  expectConstants<Iface>(home.path());
+  const ScopedEnvironment without("REPOSITORYHANDLER_HOME", home / "lacking");
+  fs::create_directory(mount("one/s"));
+  EXPECT_EQ(taken(Iface::getLocation("meta", "s", nullptr, true, true, true, nullptr)), "") << "its configuration";
 }
 
 } // namespace

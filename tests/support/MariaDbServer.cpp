@@ -34,9 +34,8 @@ pid_t spawn(const Arguments& arguments, int input, const std::string& log)
   return inChild(become);
 }
 
-/// Runs the server, a new one for each line of its standard input, until that ends, which it does with the process that
-/// holds the other end of the pipe, however that ends; then takes the folder away. Arguments: the folder, the server's
-/// options.
+/// Runs the server until its standard input ends, which it does with the process that holds the other end of the pipe,
+/// however that ends; then takes the folder away. Arguments: the folder, the server's options.
 constexpr char kKeeper[] = R"(
 trap '' INT TERM HUP
 folder=$1; shift
@@ -44,12 +43,9 @@ common=(--no-defaults "--datadir=$folder/data" "--tmpdir=$folder")
 if [ "$EUID" = 0 ]; then chown mysql: "$folder"; common+=(--user=mysql); fi
 mariadb-install-db "${common[@]}" --auth-root-authentication-method=normal --skip-test-db --skip-name-resolve </dev/null ||
   echo '[ERROR] there is no data'
-serve() {
-  mariadbd "${common[@]}" "--socket=$folder/s" "--pid-file=$folder/pid" --skip-networking --innodb-buffer-pool-size=32M \
-    --innodb-log-file-size=8M --character-set-server=utf8mb4 "$@" </dev/null &
-}
-serve "$@"
-while read -r; do kill -KILL $!; wait $!; serve "$@"; done
+mariadbd "${common[@]}" "--socket=$folder/s" "--pid-file=$folder/pid" --skip-networking --innodb-buffer-pool-size=32M \
+  --innodb-log-file-size=8M --character-set-server=utf8mb4 "$@" </dev/null &
+read -r
 kill -KILL $!; wait $!; rm -rf "$folder")";
 
 std::string makeFolder()
@@ -115,14 +111,6 @@ void MariaDbServer::run(const std::string& sql) const
   const Arguments client{"mariadb", "--no-defaults", "--user=root", "--socket=" + socket(), "-e", sql};
   if (statusOf(spawn(client, STDIN_FILENO, log)) != 0)
     throw std::runtime_error(sql + " failed: " + contents(log));
-}
-
-void MariaDbServer::restart()
-{
-  std::filesystem::resize_file(directory + "/log", 0);
-  if (write(leash, "\n", 1) != 1)
-    throw std::runtime_error("the server's keeper has ended");
-  waitUntilReady();
 }
 
 void MariaDbServer::kill()

@@ -26,8 +26,6 @@ public:
   void run(const std::string& sql) const;
   /// Ends it at once, as a crash would, for good.
   void kill();
-  /// Ends it so and starts it on the same data.
-  void restart();
 
   const std::string& folder() const { return directory; }
   std::string socket() const { return directory + "/s"; }
