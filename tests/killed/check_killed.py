@@ -204,43 +204,34 @@ class Killer:
         self.shape = f"{state.name}, importing {importing}, legacy {legacy}, outputs there {keep}"
         return state, importing, lambda: self.archive.reset(importing, legacy, keep)
 
-    def kill_at_moment(self):
-        state, importing, _ = self.set_up()
+    def kill(self, victim):
+        """Kills a run at a random "moment" or "call", or the "server" under it; then looks at what is left."""
+        state, importing, again = self.set_up(0.8 if victim == "server" else 0.5)
+        tracer = self.tracer(state, again) if victim == "call" else ()
         before = self.archive.inodes()
-        process = self.archive.start(state)
-        time.sleep(self.chance.uniform(0, self.seconds[importing]))
-        process.kill()
-        process.communicate()
-        self.judge(state, importing, before, ended=process.returncode == 0)
+        process = self.archive.start(state, *tracer)
+        if victim != "call":
+            time.sleep(self.chance.uniform(0, self.seconds[importing]))
+            process.kill() if victim == "moment" else self.archive.database.stop()
+        _, messages = process.communicate()
+        if victim == "server":
+            complete = self.references[state.name][0].items() <= self.archive.outputs().items()
+            expect(complete or process.returncode == 1 and messages or "object cache failed" in messages,
+                   f"{self.shape}: status {process.returncode} without its server, messages: {messages}")
+            self.archive.database.start()
+        self.judge(state, importing, before, ended=process.returncode == 0 and "object cache failed" not in messages)
 
-    def kill_at_call(self):
-        state, importing, again = self.set_up()
+    def tracer(self, state, again):
+        """What kills a run as it enters a random one of those calls that the same run, left alone, has made."""
         trace = self.archive.out.parent / "calls"
         self.archive.run(state, "strace", "-f", "-qq", "-o", trace, "-e", f"trace={CHANGING_CALLS}")
         calls = [line.split(maxsplit=1)[1].split("(")[0] for line in trace.read_text().splitlines() if "(" in line]
         again()
-        before = self.archive.inodes()
         position = self.chance.randrange(len(calls))
         name, number = calls[position], calls[:position + 1].count(calls[position])
-        process = self.archive.start(state, "strace", "-f", "-qq", "-o", "/dev/null", "-e", f"trace={name}", "-e",
-                                     f"inject={name}:signal=SIGKILL:when={number}")
-        process.communicate()
         self.shape += f", at {name} {number}"
-        self.judge(state, importing, before, ended=process.returncode == 0)
-
-    def kill_server(self):
-        state, importing, _ = self.set_up(share_importing=0.8)
-        before = self.archive.inodes()
-        process = self.archive.start(state)
-        time.sleep(self.chance.uniform(0, self.seconds[importing]))
-        self.archive.database.stop()
-        _, messages = process.communicate()
-        complete = self.references[state.name][0].items() <= self.archive.outputs().items()
-        expect(process.returncode in (0, 1) and (complete or messages),
-               f"{self.shape}: status {process.returncode} without its server, messages: {messages}")
-        expect(complete or process.returncode or "object cache failed" in messages, f"{self.shape}: 0 and no outputs")
-        self.archive.database.start()
-        self.judge(state, importing, before, ended=process.returncode == 0 and not messages)
+        return ("strace", "-f", "-qq", "-o", "/dev/null", "-e", f"trace={name}", "-e",
+                f"inject={name}:signal=SIGKILL:when={number}")
 
     def judge(self, state, importing, before, ended):
         archive, (expected, said) = self.archive, self.references[state.name]
@@ -297,11 +288,11 @@ def main():
                 references = references or references_of(archive)
                 killer = Killer(archive, references, chance)
                 for number in range(KILLS):
-                    killer.kill_at_call() if number % 3 == 2 else killer.kill_at_moment()
+                    killer.kill("call" if number % 3 == 2 else "moment")
                 killer.report(f"{KILLS} runs killed on {database.name}")
                 if make_database is MariaDb:
                     for _ in range(SERVER_KILLS):
-                        killer.kill_server()
+                        killer.kill("server")
                     killer.report(f"{SERVER_KILLS} servers killed")
                 database.check()
             finally:

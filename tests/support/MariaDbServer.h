@@ -27,7 +27,6 @@ public:
   /// Ends it at once, as a crash would, for good.
   void kill();
 
-  const std::string& folder() const { return directory; }
   std::string socket() const { return directory + "/s"; }
 
 private:
