@@ -1,20 +1,14 @@
 #include "MetaManager.h"
 
-#include "DBConnector.h"
-#include "DeviceAccessor.h"
 #include "IMException.h"
 #include "IMRepositoryHandlerIface.h"
-#include "SelfRec.h"
 #include "SyslogLogger.h"
 #include "environmentValue.h"
+#include "legacyMeta.h"
+#include "metaFiles.h"
+#include "storeState.h"
 
 #include <cstdlib>
-#include <list>
-#include <system_error>
-#include <thread>
-#include <utility>
-
-#include <unistd.h>
 
 namespace tarn::utils
 {
@@ -24,11 +18,6 @@ namespace
 namespace fs = std::filesystem;
 using repository::kLocated;
 using repository::kMissing;
-
-constexpr char kStoreState[] = "storestate.rec";
-constexpr char kObjectMeta[] = "objectdb.meta";
-constexpr const char* kMovable[] = {"order",  "obsinfo.rec",   "derivationInfo", "multihub.info",
-                                    "moveto", "movehere.uids", "movehere.mod",   "resend"};
 
 /// The text of a result of the repository handler.
 std::optional<std::string> taken(char* text)
@@ -40,73 +29,6 @@ std::optional<std::string> taken(char* text)
 bool isMissing(int status)
 {
   return (status & kMissing) != 0;
-}
-
-/// Both throw where the system does not tell: what cannot be looked at is not taken for missing.
-bool isThere(const fs::path& path)
-{
-  return fs::exists(fs::symlink_status(path));
-}
-
-/// Links are not followed: what they lead to is no part of the repository.
-bool isRegularFile(const fs::path& path)
-{
-  return fs::is_regular_file(fs::symlink_status(path));
-}
-
-bool isLegacy(const fs::path& directory)
-{
-  return isRegularFile(directory / kStoreState) || isRegularFile(directory / kObjectMeta);
-}
-
-std::string processMode()
-{
-  return imutils::SelfRec::Instance()->getProperty("ProcessMode") == "Store" ? "Store" : "Process";
-}
-
-std::string forwardDeviceNames(const char* targetTable, const char* serviceTable, const MetaConn& conn)
-{
-  if (!conn.connector())
-    throw imutils::IMException("no database connection");
-  std::list<db::DeviceRecord> devices;
-  conn.connector()->devices().listAutoForwardDevices(targetTable, serviceTable, devices);
-  std::string names;
-  for (const db::DeviceRecord& device : devices)
-    if (device.type == 'P' || device.type == 'C')
-      names += (names.empty() ? "" : " ") + device.name;
-  return names;
-}
-
-/// A new directory that goes with its owner, unless it was renamed.
-class Scratch
-{
-public:
-  explicit Scratch(fs::path directory) : path(std::move(directory))
-  {
-    fs::remove_all(path); // of a process that had this number
-    fs::create_directory(path);
-  }
-  ~Scratch()
-  {
-    std::error_code ignored;
-    fs::remove_all(path, ignored);
-  }
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
-
-  const fs::path path;
-};
-
-/// Where the directory that is to become `metaDir` is filled: a name that the repository handler never gives out.
-fs::path besideMeta(const fs::path& metaDir)
-{
-  return metaDir.parent_path() / ("." + metaDir.filename().string() + "." + std::to_string(getpid()) + ".part");
-}
-
-void moveUnlessThere(const fs::path& from, const fs::path& to)
-{
-  if (!isThere(to))
-    fs::rename(from, to);
 }
 
 } // namespace
@@ -219,7 +141,7 @@ Status MetaManager::copyLegacy(const std::string& study, std::string& metaDir, M
                  status);
     return STATUS_REPOSITORY_ERROR;
   }
-  return legacy && isLegacy(*legacy) ? copyLegacy(fs::path(*legacy), study, metaDir, conn) : STATUS_MISSING;
+  return legacy && isLegacyMeta(*legacy) ? copyLegacy(fs::path(*legacy), study, metaDir, conn) : STATUS_MISSING;
 }
 
 Status MetaManager::copyLegacy(const fs::path& legacy, const std::string& study, std::string& metaDir,
@@ -234,124 +156,25 @@ Status MetaManager::copyLegacy(const fs::path& legacy, const std::string& study,
     logger->logV("MetaManager::getMeta() creating resource %s failed. Status code: %d", study.c_str(), status);
     return STATUS_REPOSITORY_ERROR;
   }
-  try
-  {
-    const Scratch scratch(besideMeta(*target));
-    fillFromLegacy(legacy, scratch.path, conn);
-    const Status published = publish(scratch.path, study, *target);
-    if (published)
-      metaDir = *target;
-    return published;
-  }
-  catch (const std::exception& failure)
-  {
-    logger->logV("MetaManager::copyLegacy() copying the legacy meta of %s failed: %s", study.c_str(), failure.what());
-    return STATUS_ERROR;
-  }
-}
-
-void MetaManager::fillFromLegacy(const fs::path& legacy, const fs::path& target, MetaConn& conn) const
-{
-  std::set<std::string> names(std::begin(kMovable), std::end(kMovable));
-  names.insert({kStoreState, kObjectMeta});
-  for (const std::string& name : names)
-    if (isRegularFile(legacy / name))
-      copyUnchanged(legacy / name, target / name);
-  if (!isThere(target / kStoreState) && !createDefaultStorestate(target / kStoreState, conn))
-    throw imutils::IMException("the default store state could not be written");
-}
-
-void MetaManager::copyUnchanged(const fs::path& from, const fs::path& to) const
-{
-  const auto version = [&] { return std::make_pair(fs::last_write_time(from), fs::file_size(from)); };
-  for (int attempt = 0; attempt < copyAttempts; ++attempt)
-  {
-    const auto before = version();
-    fs::copy_file(from, to, fs::copy_options::overwrite_existing);
-    if (version() == before)
-      return;
-    std::this_thread::sleep_for(copyWait);
-  }
-  throw imutils::IMException(from.string() + " keeps changing");
-}
-
-Status MetaManager::publish(const fs::path& filled, const std::string& study, const std::string& metaDir) const
-{
-  std::error_code error;
-  fs::rename(filled, metaDir, error);
-  if (!error)
-    return STATUS_OK_COPIED;
-  if (error != std::errc::directory_not_empty && error != std::errc::file_exists)
-  {
-    logger->logV("meta directory could not be created for %s; temporary directory %s might have stuck", study.c_str(),
-                 filled.c_str());
-    return STATUS_REPOSITORY_ERROR;
-  }
-  for (const fs::directory_entry& entry : fs::directory_iterator(filled))
-    if (entry.path().filename() != kStoreState)
-      moveUnlessThere(entry.path(), metaDir / entry.path().filename());
-  moveUnlessThere(filled / kStoreState, fs::path(metaDir) / kStoreState);
-  return STATUS_OK_COPIED;
+  const Status copied = copyLegacyMeta(legacy, study, *target, conn, *logger);
+  if (copied)
+    metaDir = *target;
+  return copied;
 }
 
 bool MetaManager::createDefaultStorestate(const fs::path& file, MetaConn& conn) const
 {
-  std::ofstream stream(file, std::ios::trunc);
-  stream << "Version=\"1\"\n"
-         << "ProcessMode=\"" << processMode() << "\"\n"
-         << "StudyOwner=\"yes\"\n";
-  addAutoFwdDevices(stream, conn);
-  stream.close();
-  return stream.good();
+  return writeDefaultStoreState(file, conn, *logger);
 }
 
 void MetaManager::addAutoFwdDevices(std::ofstream& stream, MetaConn& conn) const
 {
-  const char* targetTable = std::getenv("TARGETTBL");
-  const char* serviceTable = std::getenv("DEVSERVTBL");
-  if (!targetTable || !serviceTable)
-    throw imutils::IMException("Missing environment variables:  TARGETTBL, DEVSERVTBL");
-  std::string names;
-  try
-  {
-    names = forwardDeviceNames(targetTable, serviceTable, conn);
-  }
-  catch (const std::exception& failure)
-  {
-    logger->logV("Error getting autoforward devices: %s", failure.what());
-  }
-  stream << "ForwardDevices=\"" << names << "\"\n";
+  writeForwardDevices(stream, conn, *logger);
 }
 
 bool MetaManager::moveFile(const fs::path& from, const fs::path& to) const
 {
-  const auto failed =
-      [&](const char* format, const fs::path& source, const fs::path& target, const std::error_code& error)
-  {
-    logger->logV(format, source.c_str(), target.c_str(), error.message().c_str());
-    return false;
-  };
-  std::error_code error;
-  fs::rename(from, to, error);
-  if (!error)
-    return true;
-  if (error != std::errc::cross_device_link)
-    return failed("MetaManager::saveToTempMeta() moving %s to %s failed: %s", from, to, error);
-  const fs::path copy = to.string() + ".temp";
-  std::error_code ignored;
-  if (!fs::copy_file(from, copy, fs::copy_options::overwrite_existing, error))
-  {
-    fs::remove(copy, ignored);
-    return failed("MetaManager::saveToTempMeta() copying %s to temporary file %s failed: %s", from, copy, error);
-  }
-  fs::rename(copy, to, error);
-  if (error)
-  {
-    fs::remove(copy, ignored);
-    return failed("MetaManager::saveToTempMeta() renaming temporary file %s to %s failed: %s", copy, to, error);
-  }
-  fs::remove(from, ignored);
-  return true;
+  return moveMetaFile(from, to, *logger);
 }
 
 void MetaManager::initTempMetaFiles()

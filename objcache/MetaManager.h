@@ -4,7 +4,6 @@
 #include "MetaConn.h"
 #include "Status.h"
 
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -75,15 +74,10 @@ private:
                   bool checkStoreState) const;
   Status createMeta(const std::string& study, std::string& metaDir, MetaConn& conn) const;
   Status findTemp(const std::string& study, std::string& metaDir, const MetaConn& conn) const;
-  void fillFromLegacy(const std::filesystem::path& legacy, const std::filesystem::path& target, MetaConn& conn) const;
-  void copyUnchanged(const std::filesystem::path& from, const std::filesystem::path& to) const;
-  Status publish(const std::filesystem::path& filled, const std::string& study, const std::string& metaDir) const;
 
   std::string metaRepository;
   std::string tempMetaRepository;
   std::set<std::string> tempMetaFiles;
-  std::chrono::milliseconds copyWait{100}; ///< before a file that changed while it was copied is copied again,
-  int copyAttempts = 10;                   ///< at most this often
   std::shared_ptr<Logger> logger;
 };
 

@@ -1,0 +1,124 @@
+#include "legacyMeta.h"
+
+#include "IMException.h"
+#include "metaFiles.h"
+#include "storeState.h"
+
+#include <chrono>
+#include <set>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include <unistd.h>
+
+namespace tarn::utils
+{
+namespace
+{
+
+namespace fs = std::filesystem;
+
+constexpr std::chrono::milliseconds kCopyWait{100}; // before a file that changed while it was copied is copied again,
+constexpr int kCopyAttempts = 10;                   // at most this often
+
+/// A new directory that goes with its owner, unless it was renamed.
+class Scratch
+{
+public:
+  explicit Scratch(fs::path directory) : path(std::move(directory))
+  {
+    fs::remove_all(path); // of a process that had this number
+    fs::create_directory(path);
+  }
+  ~Scratch()
+  {
+    std::error_code ignored;
+    fs::remove_all(path, ignored);
+  }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+
+  const fs::path path;
+};
+
+/// Where the directory that is to become `metaDir` is filled: a name that the repository handler never gives out.
+fs::path besideMeta(const fs::path& metaDir)
+{
+  return metaDir.parent_path() / ("." + metaDir.filename().string() + "." + std::to_string(getpid()) + ".part");
+}
+
+void moveUnlessThere(const fs::path& from, const fs::path& to)
+{
+  if (!isThere(to))
+    fs::rename(from, to);
+}
+
+void copyUnchanged(const fs::path& from, const fs::path& to)
+{
+  const auto version = [&] { return std::make_pair(fs::last_write_time(from), fs::file_size(from)); };
+  for (int attempt = 0; attempt < kCopyAttempts; ++attempt)
+  {
+    const auto before = version();
+    fs::copy_file(from, to, fs::copy_options::overwrite_existing);
+    if (version() == before)
+      return;
+    std::this_thread::sleep_for(kCopyWait);
+  }
+  throw imutils::IMException(from.string() + " keeps changing");
+}
+
+void fillFromLegacy(const fs::path& legacy, const fs::path& target, const MetaConn& conn, Logger& logger)
+{
+  std::set<std::string> names(std::begin(kMovable), std::end(kMovable));
+  names.insert({kStoreState, kObjectMeta});
+  for (const std::string& name : names)
+    if (isRegularFile(legacy / name))
+      copyUnchanged(legacy / name, target / name);
+  if (!isThere(target / kStoreState) && !writeDefaultStoreState(target / kStoreState, conn, logger))
+    throw imutils::IMException("the default store state could not be written");
+}
+
+Status publish(const fs::path& filled, const std::string& study, const fs::path& metaDir, Logger& logger)
+{
+  std::error_code error;
+  fs::rename(filled, metaDir, error);
+  if (!error)
+    return STATUS_OK_COPIED;
+  if (error != std::errc::directory_not_empty && error != std::errc::file_exists)
+  {
+    logger.logV("meta directory could not be created for %s; temporary directory %s might have stuck", study.c_str(),
+                filled.c_str());
+    return STATUS_REPOSITORY_ERROR;
+  }
+  for (const fs::directory_entry& entry : fs::directory_iterator(filled))
+    if (entry.path().filename() != kStoreState)
+      moveUnlessThere(entry.path(), metaDir / entry.path().filename());
+  moveUnlessThere(filled / kStoreState, metaDir / kStoreState);
+  return STATUS_OK_COPIED;
+}
+
+} // namespace
+
+bool isLegacyMeta(const fs::path& directory)
+{
+  return isRegularFile(directory / kStoreState) || isRegularFile(directory / kObjectMeta);
+}
+
+Status copyLegacyMeta(const fs::path& legacy, const std::string& study, const fs::path& metaDir, const MetaConn& conn,
+                      Logger& logger)
+{
+  try
+  {
+    const Scratch scratch(besideMeta(metaDir));
+    fillFromLegacy(legacy, scratch.path, conn, logger);
+    return publish(scratch.path, study, metaDir, logger);
+  }
+  catch (const std::exception& failure)
+  {
+    logger.logV("MetaManager::copyLegacy() copying the legacy meta of %s failed: %s", study.c_str(), failure.what());
+    return STATUS_ERROR;
+  }
+}
+
+} // namespace tarn::utils
