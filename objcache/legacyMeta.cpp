@@ -1,6 +1,7 @@
 #include "legacyMeta.h"
 
 #include "IMException.h"
+#include "PartFile.h"
 #include "metaFiles.h"
 #include "storeState.h"
 
@@ -9,8 +10,6 @@
 #include <system_error>
 #include <thread>
 #include <utility>
-
-#include <unistd.h>
 
 namespace tarn::utils
 {
@@ -22,14 +21,15 @@ namespace fs = std::filesystem;
 constexpr std::chrono::milliseconds kCopyWait{100}; // before a file that changed while it was copied is copied again,
 constexpr int kCopyAttempts = 10;                   // at most this often
 
-/// A new directory that goes with its owner, unless it was renamed.
+/// A new directory beside `target` under a name that the repository handler never gives out; it goes with its owner,
+/// unless it was renamed.
 class Scratch
 {
 public:
-  explicit Scratch(fs::path directory) : path(std::move(directory))
+  explicit Scratch(const fs::path& target) : path(partPathFor(target, false))
   {
-    fs::remove_all(path); // of a process that had this number
-    fs::create_directory(path);
+    while (!fs::create_directory(path))
+      path = partPathFor(target, true);
   }
   ~Scratch()
   {
@@ -39,14 +39,8 @@ public:
   Scratch(const Scratch&) = delete;
   Scratch& operator=(const Scratch&) = delete;
 
-  const fs::path path;
+  fs::path path;
 };
-
-/// Where the directory that is to become `metaDir` is filled: a name that the repository handler never gives out.
-fs::path besideMeta(const fs::path& metaDir)
-{
-  return metaDir.parent_path() / ("." + metaDir.filename().string() + "." + std::to_string(getpid()) + ".part");
-}
 
 void moveUnlessThere(const fs::path& from, const fs::path& to)
 {
@@ -110,7 +104,7 @@ Status copyLegacyMeta(const fs::path& legacy, const std::string& study, const fs
 {
   try
   {
-    const Scratch scratch(besideMeta(metaDir));
+    const Scratch scratch(metaDir);
     fillFromLegacy(legacy, scratch.path, conn, logger);
     return publish(scratch.path, study, metaDir, logger);
   }

@@ -6,6 +6,7 @@
 #include "IMException.h"
 #include "IMProperties.h"
 #include "IMSemaphore.h"
+#include "PartFile.h"
 #include "urlDecode.h"
 
 #include <gtest/gtest.h>
@@ -43,6 +44,20 @@ TEST(Console, ScopesNestAndBelongToTheirThread)
   EXPECT_EQ(otherError.str(), "other\n");
   EXPECT_EQ(outerError.str(), "after\n");
   EXPECT_EQ(out.str(), "flag true\n");
+}
+
+TEST(PartFile, StepsAroundWhatIsThere)
+{
+  const TempDir dir;
+  const std::string taken = tarn::partPathFor(dir / "f", false);
+  put(taken, "another's ");
+  for (const bool keep : {true, false})
+  {
+    tarn::PartFile file(dir / "f");
+    EXPECT_TRUE(file.good() && file.write(keep ? "kept" : "dropped", 4) && (!keep || file.keep()));
+  }
+  EXPECT_EQ(namesIn(dir.path()).size(), 2U);
+  EXPECT_EQ(contents(taken) + contents(dir / "f"), "another's kept");
 }
 
 TEST(UrlDecode, BothForms)

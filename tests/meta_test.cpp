@@ -16,6 +16,7 @@
 #include <vector>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 using namespace tarn::utils;
@@ -140,12 +141,15 @@ INSTANTIATE_TEST_SUITE_P(Ways, GetMeta, testing::ValuesIn(kLooks), [](const auto
 
 TEST_F(MetaTest, LinksAndPipesOfALegacyDirectoryAreNotCopied)
 {
+  const std::string left = "meta/.s." + std::to_string(getpid()) + ".part/order"; // by a process that was killed
+  put(left);
   put("data/s/storestate.rec");
   fs::create_symlink("/etc/passwd", root / "data/s/order");
   ASSERT_EQ(mkfifo((root / "data/s/objectdb.meta").c_str(), 0600), 0);
   std::string metaDir;
   ASSERT_TRUE(MetaManager().getMeta("s", false, false, metaDir, nullptr, true));
   EXPECT_EQ(list("meta/s"), Words{"storestate.rec"});
+  EXPECT_EQ(contents(root / left), left);
 }
 
 TEST_F(MetaTest, TheDefaultStoreStateNamesModeAndDevices)

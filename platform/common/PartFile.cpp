@@ -17,30 +17,23 @@ namespace
 
 constexpr int kNamesTried = 16;
 
-/// What stands under the usual name belongs to a process of the same number on another host, or was left by one that
-/// was killed: it is not ours to remove.
-std::string processSuffix(bool usual)
+} // namespace
+
+std::string partPathFor(const std::string& target, bool isTaken)
 {
   const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
-  return "." + std::to_string(getpid()) + (usual ? "" : "-" + std::to_string(now)) + ".part";
-}
-
-/// The name is shortened where it would be longer than a file system takes.
-std::string pathBeside(const std::string& target, const std::string& suffix)
-{
+  const std::string suffix = "." + std::to_string(getpid()) + (isTaken ? "-" + std::to_string(now) : "") + ".part";
   const std::size_t slash = target.rfind('/');
   const std::size_t start = slash == std::string::npos ? 0 : slash + 1;
   const std::string name = target.substr(start).substr(0, NAME_MAX - suffix.size() - 1);
   return target.substr(0, start) + "." + name + suffix;
 }
 
-} // namespace
-
 PartFile::PartFile(const std::string& targetPath) : target(targetPath)
 {
   for (int tried = 0; fd < 0 && tried < kNamesTried && (tried == 0 || errno == EEXIST); ++tried)
   {
-    partPath = pathBeside(target, processSuffix(tried == 0));
+    partPath = partPathFor(target, tried > 0);
     fd = open(partPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   }
   mustGo = fd >= 0;

@@ -8,8 +8,13 @@
 namespace tarn
 {
 
-/// A file that is being written beside the one that it is to become, as `.NAME.PID.part`, or `.NAME.PID-NUMBER.part`
-/// where that is taken; removed again unless it was kept. What fails leaves its reason in errno.
+/// Where to write what is to become `target`: beside it as `.NAME.PID.part`, or as `.NAME.PID-NUMBER.part` where that
+/// is taken, with the name cut to what a file system takes. What is there belongs to a process of the same number on
+/// another host, or was left by one that was killed: it is nobody else's to remove.
+std::string partPathFor(const std::string& target, bool isTaken);
+
+/// A file that is being written beside the one that it is to become; removed again unless it was kept. What fails
+/// leaves its reason in errno.
 class PartFile
 {
 public:
