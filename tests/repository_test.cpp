@@ -340,7 +340,8 @@ protected:
   {
     configure("meta=" + mount("one") + ":" + mount("two") + "\nmeta.reserve=101\n");
     fs::create_directories(home.path() / "lacking/lib");
-    fs::create_directory_symlink(ANNOMEND_HANDLER_HOME "/lib", home.path() / "lib");
+    fs::create_directory(home.path() / "lib"); // a copy, which nothing else keeps loaded
+    fs::copy_file(ANNOMEND_HANDLER_HOME "/lib/RepositoryHandler.so", home / "lib/RepositoryHandler.so");
     Dl_info library{};
     dladdr(reinterpret_cast<void*>(&sqlite3_libversion), &library); // NOLINT: what dladdr is for
     fs::copy_file(library.dli_fname, lackingPath);

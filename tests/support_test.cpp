@@ -89,4 +89,17 @@ TEST(HostRecord, IsReadFromItsFile)
   }
 }
 
+TEST(HostRecord, OfTheProcessFollowsItsFile)
+{
+  const TempDir folder;
+  const ScopedEnvironment conf("CONF", folder.path());
+  EXPECT_EQ(shown(*SelfRec::Instance()), "0 objects");
+  std::ofstream(folder / "self.rec") << "NoObjectTable=yes\nSQLTimeLimit=7\n";
+  EXPECT_EQ(shown(*SelfRec::Instance()), "7");
+  std::ofstream(folder / "self.rec") << "Origin=yes\nSQLTimeLimit=none\n";
+  EXPECT_EQ(shown(*SelfRec::Instance()), "7 origin") << "what the file no longer says stays";
+  std::filesystem::remove(folder / "self.rec");
+  EXPECT_EQ(shown(*SelfRec::Instance()), "0 objects");
+}
+
 } // namespace
