@@ -498,13 +498,16 @@ TEST(DefaultDatabase, IsMadeOnFirstUseByManyAtOnce)
 
 TEST(DefaultDatabase, IsInMemoryWhereItCannotBe)
 {
-  const Environment environment{{{"TARN_DB_URL", std::nullopt}, {"XDG_STATE_HOME", "/proc/none"}}};
-  const auto db = DBConnector::createConnector(), next = DBConnector::createConnector();
-  ObjectRecord record;
-  EXPECT_FALSE(db->objects().findObject("1", "f", record));
-  IMSemaphoreGlobal first("x", db.get()), second("x", next.get());
-  lock(first, 0);
-  EXPECT_THROW(lock(second, 0), IMTimeoutException);
+  for (const char* state : {"/proc/none", "relative"})
+  {
+    const Environment environment{{{"TARN_DB_URL", std::nullopt}, {"XDG_STATE_HOME", state}, {"HOME", "relative"}}};
+    const auto db = DBConnector::createConnector(), next = DBConnector::createConnector();
+    ObjectRecord record;
+    EXPECT_FALSE(db->objects().findObject("1", "f", record));
+    IMSemaphoreGlobal first("x", db.get()), second("x", next.get());
+    lock(first, 0);
+    EXPECT_THROW(lock(second, 0), IMTimeoutException);
+  }
 }
 
 } // namespace

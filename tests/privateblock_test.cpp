@@ -143,7 +143,9 @@ TEST(PBItem, WithoutASlotEveryOperationFails)
         item.putAndInsertPBUint8Array(1, &byte, 1), item.putAndInsertPBUint16Array(1, &word, 1),
         item.insertPBEmptyElement(1), item.insertPB(1, unused.get()), item.copyPrivateElement(1, destination)})
     EXPECT_TRUE(status == EC_PBPrivateTagProblem) << status.text();
-  EXPECT_FALSE(item.calcPrivateBlock(false) || item.removePB(0x94) || handlePrivateTags(dataset));
+  DcmTag tag(PBItem::kGroup, 0xBA94);
+  EXPECT_FALSE(item.calcPrivateBlock(false) || item.checkAndReservePrivateBlock() || item.convertTag(tag));
+  EXPECT_FALSE(item.removePB(0x94) || handlePrivateTags(dataset));
   EXPECT_EQ(listed(dataset), before);
 }
 

@@ -24,10 +24,11 @@
 namespace fs = std::filesystem;
 using namespace tarn;
 
-/// What happens as something is renamed to "objectdb.meta".
+/// What happens as something is renamed to "objectdb.meta", or brought to the disk before that.
 enum class AtRename
 {
   goesOn,
+  notSynced,
   killedBefore,
   killedAfter,
   refused
@@ -49,6 +50,12 @@ extern "C"
     if (what == AtRename::killedAfter)
       std::raise(SIGKILL);
     return result;
+  }
+
+  int __real_fsync(int file); // NOLINT(bugprone-reserved-identifier)
+  int __wrap_fsync(int file)  // NOLINT(bugprone-reserved-identifier)
+  {
+    return atRename == AtRename::notSynced ? errno = EIO, -1 : __real_fsync(file);
   }
 }
 
@@ -359,9 +366,12 @@ TEST_F(Tarnctl, InterruptedRunLeavesNoWrongValidEntry)
     atRename = AtRename::goesOn;
     return result.status;
   };
+  const std::string part = "tarnctl: {}/meta/1.2.3/.objectdb.meta." + std::to_string(getpid()) + ".part: ";
+  EXPECT_EQ(1, add(AtRename::notSynced));
+  EXPECT_EQ(part + "Input/output error\n", result.error);
+  EXPECT_EQ("1|1|valid|then|0|{}/meta/1.2.3\n", state());
   EXPECT_EQ(1, add(AtRename::refused));
-  EXPECT_EQ("tarnctl: {}/meta/1.2.3/.objectdb.meta." + std::to_string(getpid()) + ".part: No space left on device\n",
-            result.error);
+  EXPECT_EQ(part + "No space left on device\n", result.error);
   EXPECT_EQ(2, std::distance(fs::directory_iterator(root / "meta/1.2.3"), {})) << "nothing is left beside them";
   ASSERT_EQ(128 + SIGKILL, statusOf(inChild([&] { return add(AtRename::killedBefore); })));
   EXPECT_EQ(before, metaFile());
