@@ -14,8 +14,8 @@ constexpr char kObjectMeta[] = "objectdb.meta";
 constexpr const char* kMovable[] = {"order",  "obsinfo.rec",   "derivationInfo", "multihub.info",
                                     "moveto", "movehere.uids", "movehere.mod",   "resend"};
 
-/// Links are not followed: what they lead to is no part of a repository. Both throw where the system does not tell: what
-/// cannot be looked at is not taken for missing.
+/// Links are not followed: what they lead to is no part of a repository. Both throw where the system does not tell:
+/// what cannot be looked at is not taken for missing.
 bool isThere(const std::filesystem::path& path);
 bool isRegularFile(const std::filesystem::path& path);
 

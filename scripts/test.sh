@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every check: the tests under the sanitizers, the sample archive judged by
-# independent readers, system calls that fail, the same bytes from both compilers, a minute of fuzzing, formatting and
-# lint.
+# independent readers, system calls that fail, the same bytes from both compilers, runs and servers that are killed, a
+# minute of fuzzing, formatting and lint.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
