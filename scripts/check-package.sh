@@ -27,3 +27,20 @@ export PKG_CONFIG_PATH="$libdir/pkgconfig" LD_LIBRARY_PATH="$libdir"
 c++ -std=c++17 tests/package/consumer.cpp -o "$work/consumer" \
   $(pkg-config --define-prefix --cflags --libs annomend) -loflog
 check "$work/consumer"
+
+# The MySQL backend is a module: found wherever the working directory is, and missed with one line.
+export TARN_DB_URL='mysql://nobody@localhost/archive?socket=/nowhere'
+refused() {
+  local said
+  said=$(cd "$work" && "$@" 2>&1) && { echo "$1 did without a database" >&2; return 1; }
+  [[ "$said" == *"cannot open database $TARN_DB_URL: $reason"* ]] || { echo "$1 said: $said" >&2; return 1; }
+}
+both_refused() {
+  reason=$1
+  refused "$work/prefix/bin/annomend" -N -f "$work/archive/states/image-elsewhere.dcm"
+  LD_LIBRARY_PATH='' refused "$work/cmake/consumer" "$work/archive/states/image-elsewhere.dcm"
+}
+both_refused "cannot connect: Can't connect to local server through socket '/nowhere'"
+module=$(find "$work/prefix" -name 'libannomend-mysql-*.so')
+mv "$module" "$work"
+both_refused "the MySQL backend cannot be loaded: $(basename "$module"): cannot open shared object file"

@@ -4,7 +4,7 @@
 #include "DBConnectorSql.h"
 #include "DBException.h"
 #include "DatabaseUrl.h"
-#include "MysqlSession.h"
+#include "MysqlBackend.h"
 #include "SqlSession.h"
 #include "SqliteSession.h"
 #include "IMException.h"

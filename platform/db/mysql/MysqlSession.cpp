@@ -1,9 +1,9 @@
-#include "MysqlSession.h"
-
 #include "MysqlAddress.h"
 #include "MysqlHandles.h"
 #include "MysqlLock.h"
 #include "MysqlStatement.h"
+#include "SqlSession.h"
+#include "mysqlModule.h"
 #include "mysqlSchema.h"
 
 #include <utility>
@@ -104,7 +104,7 @@ void forbidReconnect([[maybe_unused]] MYSQL* connection)
 
 } // namespace
 
-std::unique_ptr<SqlSession> openMysql(const MysqlAddress& address)
+SqlSession* annomend_open_mysql(const MysqlAddress& address)
 {
   const MysqlConnection connection(mysql_init(nullptr), Closer<mysql_close>());
   if (!connection)
@@ -114,7 +114,7 @@ std::unique_ptr<SqlSession> openMysql(const MysqlAddress& address)
   forbidReconnect(connection.get());
   auto session = std::make_unique<MysqlSession>(connection);
   session->execute(kSessionSettings);
-  return session;
+  return session.release();
 }
 
 } // namespace tarn::db
