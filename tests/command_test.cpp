@@ -1,14 +1,21 @@
 #include "MariaDbServer.h"
 #include "StateFixture.h"
 
+#include "Archive.h"
 #include "ArchiveAdmin.h"
 #include "DicomFile.h"
+#include "Files.h"
+#include "PSConverter.h"
 #include "QueryBindings.h"
 #include "SqlSession.h"
+#include "TempDir.h"
 #include "command.h"
+
+#include <dcmtk/dcmdata/dcdict.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <map>
 
 #include <sys/wait.h>
 
@@ -229,7 +236,15 @@ TEST_F(CommandTest, TheProgramEndsWithAStatus)
       {"a conversion into the working directory", "$P -N -f in.dcm 2>error && " + pr, 0, kFound},
       {"a failure", "$P -N -f bad.dcm 2>error", 1, "Plugin State contains no figure\nPSConverter returned error\n"},
       {"no database", "TARN_DB_URL=sqlite:/absent/db $P -N -f in.dcm 2>error", 1, "annomend: cannot open database "},
-      {"no file, no database needed", "TARN_DB_URL=x $P -N 2>error", 1, "Missing argument: Presentation State file\n"},
+      {"no database for the object cache", "TARN_DB_URL=x $P -f in.dcm 2>error", 1,
+       "annomend: cannot open database x:"},
+      {"no figure, no database needed", "TARN_DB_URL=x $P -N -f bad.dcm 2>error", 1,
+       "Plugin State contains no figure\nPSConverter returned error\n"},
+      {"no input, no database needed", "TARN_DB_URL=x $P -f absent 2>error", 0,
+       "absent could not be loaded: No such file or directory\n"},
+      {"a dump before there is no database",
+       "{ TARN_DB_URL=x $P -d -f in.dcm 2>error >dump; test $? = 1; } && grep -q Dicom-Data-Set dump", 0,
+       "annomend: cannot open database x:"},
       {"all streams closed", "$P -N -d -f in.dcm <&- >&- 2>&- && " + pr, 0, kFound},
       {"a reader that went away", "(sleep 0.1; $P -N -d -f in.dcm 2>error) | true && " + pr, 0,
        kFound + "Standard output cannot be written\n"},
@@ -248,6 +263,61 @@ TEST_F(CommandTest, TheProgramEndsWithAStatus)
     EXPECT_EQ(std::count(row.error.begin(), row.error.end(), '\n') + (row.error.back() == '\n' ? 0 : 1),
               std::count(error.begin(), error.end(), '\n'));
   }
+}
+
+/// Ends the process with 0 where every sample state gives the same dump, messages and files with the toolkit's text
+/// dictionary, with the one compiled in, and with the text files laid over that.
+[[noreturn]] void compareDictionaries(tarn::db::DBConnector& db)
+{
+  const TempDir dir;
+  const std::string out = dir.path() / "out/";
+  samples::writeArchive(dir.path());
+  // One without what most have anyway: file meta information, item delimiters, what outputs and copies are given.
+  DcmFileFormat bare;
+  bare.loadFile((dir.path() / "states/annotations-all-kinds.dcm").c_str());
+  for (const DcmTagKey& tag : {DCM_InstanceNumber, DCM_PresentationLUTShape, DCM_DisplayedAreaSelectionSequence})
+    bare.getDataset()->findAndDeleteElement(tag);
+  bare.saveFile((dir.path() / "states/bare.dcm").c_str(), EXS_LittleEndianImplicit, EET_ExplicitLength, EGL_recalcGL,
+                EPD_noChange, 0, 0, EWM_dataset);
+  const auto outcome = [&](const auto& convert)
+  {
+    std::filesystem::create_directory(out);
+    const Capture said;
+    std::string all = convert() ? "good" : "bad";
+    all += said.out.str() + said.error.str();
+    for (const std::string& name : namesIn(out))
+      all += name + contents(out + name);
+    std::filesystem::remove_all(out);
+    return all;
+  };
+  const auto withCommand = [&](std::string state)
+  {
+    dcmDataDict.wrlock().reloadDictionaries(OFFalse, OFFalse);
+    dcmDataDict.wrunlock();
+    std::string words[] = {"annomend", "-Nixd", "-f", std::move(state), "-o", out};
+    char* arguments[] = {words[0].data(), words[1].data(), words[2].data(), words[3].data(),
+                         words[4].data(), words[5].data(), nullptr};
+    return runCommand(6, arguments) == 0;
+  };
+  constexpr unsigned long kFlags = PSC_includeOriginal | PSC_fixOriginal;
+  std::map<std::string, std::string> expected;
+  for (const std::string& name : namesIn(dir.path() / "states"))
+  {
+    const std::string state = dir.path() / "states" / name;
+    expected[state] = outcome([&] { return PSConverter(db, state, out, kFlags, true).convert(false); });
+  }
+  for (const char* paths : {"", DCM_DICT_DEFAULT_PATH})
+    for (const auto& [state, text] : expected)
+      if (setenv("DCMDICTPATH", paths, 1); outcome([&] { return withCommand(state); }) != text)
+        std::cerr << "'" << paths << "' changes " << state << "; ";
+  std::cerr << expected.size() << " states";
+  _exit(0);
+}
+
+TEST_F(CommandTest, EveryDictionaryGivesTheSame)
+{
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(compareDictionaries(*db), testing::ExitedWithCode(0), "^16 states$");
 }
 
 } // namespace

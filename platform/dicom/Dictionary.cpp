@@ -1,7 +1,8 @@
 #include "Dictionary.h"
 
+#include "AttributeSupply.h"
+
 #include <dcmtk/config/osconfig.h>
-#include <dcmtk/dcmdata/dcdicent.h>
 #include <dcmtk/dcmdata/dcdict.h>
 
 #include <fcntl.h>
@@ -12,7 +13,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -21,21 +21,6 @@ namespace tarn::dicom
 {
 namespace
 {
-
-struct Attribute
-{
-  Uint16 group, element, upperGroup, upperElement;
-  int groupRange, elementRange;
-  int vr;
-  int vmMin, vmMax;
-  const char* name;
-  const char* version;
-  const char* privateCreator;
-};
-
-constexpr Attribute kAttributes[] = {
-#include "dictionary.inc"
-};
 
 constexpr char kPathVariable[] = "DCMDICTPATH";
 
@@ -137,25 +122,15 @@ DcmDataDictionary& lockUnread(const std::string& paths, bool wasSet)
 
 } // namespace
 
-void addCompiledInDictionary(DcmDataDictionary& dictionary)
-{
-  for (const Attribute& row : kAttributes)
-  {
-    auto entry = std::make_unique<DcmDictEntry>(row.group, row.element, row.upperGroup, row.upperElement,
-                                                DcmVR(static_cast<DcmEVR>(row.vr)), row.name, row.vmMin, row.vmMax,
-                                                row.version, OFFalse, row.privateCreator);
-    entry->setGroupRangeRestriction(static_cast<DcmDictRangeRestriction>(row.groupRange));
-    entry->setElementRangeRestriction(static_cast<DcmDictRangeRestriction>(row.elementRange));
-    dictionary.addEntry(entry.release());
-  }
-}
-
 bool setUpDictionary(std::string& error)
 {
   const char* value = std::getenv(kPathVariable);
   const std::string paths = value ? value : "";
   DcmDataDictionary& dictionary = lockUnread(paths, value != nullptr);
-  addCompiledInDictionary(dictionary);
+  if (paths.empty())
+    supplyOnDemand(dictionary);
+  else
+    supplyAll(dictionary); // before what is laid over it
   const bool good = addFiles(dictionary, paths, error);
   dcmDataDict.wrunlock();
   return good;

@@ -125,6 +125,7 @@ offile_off_t InputStream::read(void* buffer, offile_off_t length)
 {
   const offile_off_t got = DcmInputStream::read(buffer, allowed(length));
   checkInflated();
+  tags.see(buffer, static_cast<std::size_t>(got));
   guard.onRead(frameHere(), buffer, got);
   return got;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AttributeSupply.h"
 #include "InputFile.h"
 #include "ParseGuard.h"
 #include "ReadLimits.h"
@@ -68,6 +69,7 @@ private:
   void checkInflated();
 
   FileProducer producer;
+  TagWatch tags;
   const ReadLimits limits;
   ParseGuard guard;
   offile_off_t inflatedFrom = -1; ///< where the deflated part begins, -1 without one

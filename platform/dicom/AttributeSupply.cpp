@@ -1,0 +1,140 @@
+#include "AttributeSupply.h"
+
+#include "AttributeTable.h"
+
+#include <dcmtk/dcmdata/dcdict.h>
+
+#include <algorithm>
+#include <atomic>
+#include <bitset>
+#include <mutex>
+#include <vector>
+
+namespace tarn::dicom
+{
+namespace
+{
+
+/// The groups of the attributes that outputs get though the input may not have them: the programs' own (file meta
+/// information, identification, relationship, image, display, presentation state) and the toolkit's (padding, item
+/// delimiters). A group is given whole.
+constexpr Uint16 kWrittenGroups[] = {0x0002, 0x0008, 0x0020, 0x0028, 0x0048, 0x0070, 0x2050, 0xFFFA, 0xFFFC, 0xFFFE};
+
+Uint16 swapped(Uint16 word)
+{
+  return static_cast<Uint16>(word >> 8U | word << 8U);
+}
+
+Uint32 tagOf(Uint16 group, Uint16 element)
+{
+  return static_cast<Uint32>(group) << 16U | element;
+}
+
+/// The rows from one tag to another, both included.
+AttributeRows rowsBetween(Uint32 first, Uint32 last)
+{
+  const auto from =
+      std::lower_bound(attributes().begin(), attributes().end(), first,
+                       [](const Attribute& row, Uint32 tag) { return tagOf(row.group, row.element) < tag; });
+  const auto behind = std::find_if(from, attributes().end(),
+                                   [last](const Attribute& row) { return tagOf(row.group, row.element) > last; });
+  return {from, behind};
+}
+
+/// The attributes that the toolkit's dictionary does not have yet.
+class Missing
+{
+public:
+  void begin(DcmDataDictionary& dictionary)
+  {
+    isAdded.assign(attributes().size(), false);
+    for (const Attribute& row : attributes())
+      groups.set(row.group);
+    for (const Uint16 group : kWrittenGroups)
+      addGroup(dictionary, group);
+  }
+
+  void provide(Uint16 group, Uint16 element)
+  {
+    if (!groups[group])
+      return;
+    provide(tagOf(group, element));
+    // The dictionary has the elements of a private block without the place that the block takes in an item
+    // (PS3.5 7.8.1).
+    if (group % 2 == 1)
+      provide(tagOf(group, element & 0xFFU));
+  }
+
+private:
+  void provide(Uint32 tag)
+  {
+    for (const Attribute& row : rowsBetween(tag, tag))
+      if (!isAdded[indexOf(row)])
+      {
+        add(dcmDataDict.wrlock(), row);
+        dcmDataDict.wrunlock();
+      }
+  }
+
+  static std::size_t indexOf(const Attribute& row) { return static_cast<std::size_t>(&row - attributes().begin()); }
+
+  void addGroup(DcmDataDictionary& dictionary, Uint16 group)
+  {
+    for (const Attribute& row : rowsBetween(tagOf(group, 0), tagOf(group, 0xFFFF)))
+      add(dictionary, row);
+    groups.reset(group);
+  }
+
+  void add(DcmDataDictionary& dictionary, const Attribute& row)
+  {
+    dictionary.addEntry(dictionaryEntry(row).release());
+    isAdded[indexOf(row)] = true;
+  }
+
+  std::bitset<0x10000> groups; ///< those of which rows may be missing
+  std::vector<bool> isAdded;   ///< one a row
+};
+
+std::mutex lock; // of what follows
+Missing missing;
+std::atomic<bool> onDemand = false; // written under the lock
+
+void addRepeating(DcmDataDictionary& dictionary)
+{
+  for (const Attribute& row : repeatingAttributes())
+    dictionary.addEntry(dictionaryEntry(row).release());
+}
+
+} // namespace
+
+void supplyOnDemand(DcmDataDictionary& dictionary)
+{
+  const std::lock_guard held(lock);
+  addRepeating(dictionary);
+  missing.begin(dictionary);
+  onDemand = true;
+}
+
+void supplyAll(DcmDataDictionary& dictionary)
+{
+  addRepeating(dictionary);
+  for (const Attribute& row : attributes())
+    dictionary.addEntry(dictionaryEntry(row).release());
+}
+
+void TagWatch::see(const void* bytes, std::size_t length)
+{
+  if (!onDemand)
+    return;
+  const std::lock_guard held(lock);
+  for (const auto* byte = static_cast<const Uint8*>(bytes); length > 0; ++byte, --length)
+  {
+    window = window << 8U | *byte;
+    const auto first = static_cast<Uint16>(window >> 16U);
+    const auto second = static_cast<Uint16>(window);
+    missing.provide(first, second);
+    missing.provide(swapped(first), swapped(second));
+  }
+}
+
+} // namespace tarn::dicom

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/dcmdata/dcdicent.h>
+
+#include <cstddef>
+#include <memory>
+
+namespace tarn::dicom
+{
+
+/// Bytes of a block of texts. Texts are found by their place, block after block, instead of by pointers, which the
+/// loader would have to write into the table at every start.
+constexpr std::size_t kTextBlock = 4096;
+
+/// A row of the data dictionary that was installed when this was built. `name`, `version` and `privateCreator` are
+/// places of texts, 0 for none; the other numbers are those of DcmDictEntry.
+struct Attribute
+{
+  Uint16 group, element, upperGroup, upperElement;
+  Uint8 groupRange, elementRange, vr;
+  Sint16 vmMin, vmMax;
+  Uint32 name, version, privateCreator;
+};
+
+struct AttributeRows
+{
+  const Attribute* first;
+  const Attribute* behind;
+
+  const Attribute* begin() const { return first; }
+  const Attribute* end() const { return behind; }
+  std::size_t size() const { return static_cast<std::size_t>(behind - first); }
+};
+
+/// The rows of one attribute each, ordered by group and element.
+AttributeRows attributes();
+/// The rows that repeat over groups or elements, in the order in which they are asked.
+AttributeRows repeatingAttributes();
+
+/// What the toolkit keeps of a row; it refers to the table's texts.
+std::unique_ptr<DcmDictEntry> dictionaryEntry(const Attribute& row);
+
+} // namespace tarn::dicom
