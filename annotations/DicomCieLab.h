@@ -10,8 +10,8 @@ namespace impsconverter
 class DicomCieLab
 {
 public:
-  /// Red, green and blue go to the toolkit's conversion unchanged. That takes components of 0 to 1: of larger ones, as
-  /// the helper lines pass on a scale to 255, the result exceeds 65535.
+  /// Red, green and blue of sRGB, 0 to 1. Larger ones, as the helper lines pass on a scale to 255, are converted by the
+  /// same formulas, and the result exceeds 65535.
   DicomCieLab(double r, double g, double b);
 
   /// Puts the colour into `item` as a US element of three values L, a, b, each rounded and reduced to its low 16 bits.

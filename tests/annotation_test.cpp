@@ -1,6 +1,7 @@
 #include "StateFixture.h"
 #include "ToolkitFault.h"
 
+#include "DicomCieLab.h"
 #include "ObjectInfo.h"
 #include "ValidPresentationState.h"
 #include "angle.h"
@@ -11,6 +12,8 @@
 #include "ruler.h"
 #include "spinelabel.h"
 #include "text.h"
+
+#include <dcmtk/dcmiod/cielabutil.h>
 
 #include <functional>
 #include <tuple>
@@ -371,6 +374,20 @@ TEST_F(AnnotationTest, DebugPrintsWhatWasParsed)
             " Base X: 2\n Base Y: 3\n Index Anchor X: 4\n Index Anchor Y: 5\n Value Anchor X: 6\n Value Anchor Y: 7\n"
             " Orientation: 8\n",
             said.out.str());
+}
+
+TEST(DicomCieLab, GivesTheBitsOfTheToolkit)
+{
+  const double components[] = {0.0, 1.0, 204.0, 255.0, 0.04, 0.0404482362771076, 0.0405, 0.5, 0.2, -1.0, 1e9};
+  for (const double red : components)
+    for (const double green : components)
+      for (const double blue : components)
+      {
+        const DicomCieLab ours(red, green, blue);
+        double L = 0.0, a = 0.0, b = 0.0;
+        IODCIELabUtil::rgb2DicomLab(L, a, b, red, green, blue);
+        EXPECT_TRUE(ours.L == L && ours.a == a && ours.b == b) << red << ' ' << green << ' ' << blue;
+      }
 }
 
 } // namespace
