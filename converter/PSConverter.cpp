@@ -161,8 +161,12 @@ bool PSConverter::convertLoaded(bool touchObjectCache)
     tarn::trace(text.c_str());
     tarn::trace(" ====== END PluginState ========");
   }
-  if (touchObjectCache && !touchCache())
-    return true;
+  if (touchObjectCache)
+  {
+    db.connect(); // a database that cannot be opened is no failure of the cache
+    if (!touchCache())
+      return true;
+  }
   if (!parsePluginState(reinterpret_cast<const unsigned char*>(text.c_str()), static_cast<unsigned int>(text.size())))
     return false;
   return (flags & PSC_includeOriginal) == 0 || includeOriginal();

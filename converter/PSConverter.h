@@ -28,6 +28,9 @@ constexpr unsigned long PSC_fixOriginal = 2;     ///< make the input object conf
 ///
 /// Figures of the plug-in state are decoded and read line by line; each ID line opens an output object, and the view
 /// and annotation lines after it write into that. Output objects exist one at a time.
+///
+/// The database is asked first for the object cache, or else for the first image; where it cannot be connected to then,
+/// the DBException is the caller's.
 class PSConverter : public PresentationState
 {
 public:

@@ -1,13 +1,12 @@
 #include "command.h"
 
 #include "Console.h"
-#include "DBConnector.h"
+#include "DBConnectorSql.h"
 #include "Dictionary.h"
 #include "PSConverter.h"
 
 #include <getopt.h>
 
-#include <memory>
 #include <string>
 
 namespace impsconverter
@@ -100,8 +99,8 @@ int runCommand(int argc, char** argv)
     tarn::report(error);
     return kFailure;
   }
-  const std::unique_ptr<tarn::db::DBConnector> db = tarn::db::DBConnector::createConnector(0);
-  PSConverter converter(*db, options.inputFile, options.outputPrefix, options.flags, options.debug);
+  tarn::db::DBConnectorSql db(tarn::db::Missing::refuse);
+  PSConverter converter(db, options.inputFile, options.outputPrefix, options.flags, options.debug);
   const bool converted = converter.convert(options.touchObjectCache);
   if (options.debug && !tarn::consoleOut().flush())
     tarn::report("Standard output cannot be written");

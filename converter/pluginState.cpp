@@ -207,6 +207,7 @@ bool PSConverter::lookUpImage(ObjectInfo& object)
     referencedImages.emplace(referencedSeries);
   if (!studyObjects)
     studyObjects.emplace(db, studyUid);
+  db.connect(); // a database that cannot be opened is no failed look-up
   const int found = object.collect(*studyObjects, *referencedImages);
   if (found == ObjectInfo::kDatabaseFailure)
   {

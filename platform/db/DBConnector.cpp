@@ -77,21 +77,6 @@ std::unique_ptr<SqlSession> openSession(const std::string& url, Missing missing)
   throw DBException("it starts with neither mysql:// nor sqlite:");
 }
 
-std::unique_ptr<DBConnectorSql> openUrl(const std::string& url, Missing missing)
-{
-  try
-  {
-    auto connector = std::make_unique<DBConnectorSql>(openSession(url, missing));
-    if (url == std::string(kSqliteScheme) + kSqliteInMemory) // nobody else could make its tables
-      createTables(*connector, Tables::usable);
-    return connector;
-  }
-  catch (const DBException& failure)
-  {
-    throw DBException("cannot open database " + withoutPassword(url) + ": " + failure.what());
-  }
-}
-
 /// The folder of the default database, made where it is missing; empty when it cannot be written.
 fs::path stateFolder()
 {
@@ -107,28 +92,39 @@ fs::path stateFolder()
   return access(folder.c_str(), W_OK | X_OK) == 0 ? folder : fs::path();
 }
 
-std::unique_ptr<DBConnectorSql> openDefault()
+std::string defaultFile()
 {
   const fs::path folder = stateFolder();
-  const std::string path = folder.empty() ? kSqliteInMemory : (folder / "archive.db").string();
-  try
-  {
-    auto connector = std::make_unique<DBConnectorSql>(openSqlite(path, true));
-    createTables(*connector, Tables::usable);
-    return connector;
-  }
-  catch (const DBException& failure)
-  {
-    throw DBException("cannot open database " + std::string(kSqliteScheme) + path + ": " + failure.what());
-  }
+  return folder.empty() ? kSqliteInMemory : (folder / "archive.db").string();
 }
 
 } // namespace
 
+void DBConnectorSql::connect()
+{
+  if (backend)
+    return;
+  const std::string url = environmentValue("TARN_DB_URL");
+  const std::string file = url.empty() ? defaultFile() : "";
+  try
+  {
+    backend = url.empty() ? openSqlite(file, true) : openSession(url, ifMissing);
+    if (url.empty() || url == std::string(kSqliteScheme) + kSqliteInMemory) // nobody else makes its tables
+      createTables(*this, Tables::usable);
+  }
+  catch (const DBException& failure)
+  {
+    backend.reset();
+    throw DBException("cannot open database " + (url.empty() ? kSqliteScheme + file : withoutPassword(url)) + ": " +
+                      failure.what());
+  }
+}
+
 std::unique_ptr<DBConnectorSql> DBConnectorSql::open(Missing missing)
 {
-  const std::string url = environmentValue("TARN_DB_URL");
-  return url.empty() ? openDefault() : openUrl(url, missing);
+  auto connector = std::make_unique<DBConnectorSql>(missing);
+  connector->connect();
+  return connector;
 }
 
 std::unique_ptr<DBConnector> DBConnector::createConnector(int connection)

@@ -24,6 +24,9 @@ public:
   /// without its password, and the reason.
   static std::unique_ptr<DBConnector> createConnector(int connection = 0);
 
+  /// Connects, where that was put off until the database is asked for the first time; throws as createConnector does.
+  virtual void connect() = 0;
+
   virtual ReferenceAccessor& references() = 0;
   virtual MetaAccessor& meta() = 0;
   virtual ObjCacheAccessor& objCache() = 0;

@@ -13,8 +13,8 @@
 namespace tarn::db
 {
 
-DBConnectorSql::DBConnectorSql(std::unique_ptr<SqlSession> opened)
-  : backend(std::move(opened)), referenceAccessor(std::make_unique<ReferenceAccessorSql>(*this)),
+DBConnectorSql::DBConnectorSql(Missing missing)
+  : ifMissing(missing), referenceAccessor(std::make_unique<ReferenceAccessorSql>(*this)),
     metaAccessor(std::make_unique<MetaAccessorSql>(*this)),
     objCacheAccessor(std::make_unique<ObjCacheAccessorSql>(*this)),
     objectAccessor(std::make_unique<ObjectAccessorSql>(*this)),
@@ -24,9 +24,15 @@ DBConnectorSql::DBConnectorSql(std::unique_ptr<SqlSession> opened)
 
 DBConnectorSql::~DBConnectorSql() = default;
 
-bool DBConnectorSql::isInMemory() const
+SqlSession& DBConnectorSql::session()
 {
-  return backend->isInMemory();
+  connect();
+  return *backend;
+}
+
+bool DBConnectorSql::isInMemory()
+{
+  return session().isInMemory();
 }
 
 std::shared_ptr<GlobalLock> DBConnectorSql::tryLock(const std::string& name)
@@ -37,7 +43,7 @@ std::shared_ptr<GlobalLock> DBConnectorSql::tryLock(const std::string& name)
   for (const auto& [heldName, held] : heldLocks)
     if (heldName == name)
       return held.lock();
-  std::shared_ptr<GlobalLock> taken = backend->tryLock(name);
+  std::shared_ptr<GlobalLock> taken = session().tryLock(name);
   if (taken)
     heldLocks.emplace_back(name, taken);
   return taken;

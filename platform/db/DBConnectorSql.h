@@ -14,7 +14,7 @@ namespace tarn::db
 class GlobalLock;
 class SqlSession;
 
-/// What opening an embedded database does where there is none.
+/// What connecting to an embedded database does where there is none.
 enum class Missing
 {
   refuse,
@@ -26,13 +26,16 @@ enum class Missing
 class DBConnectorSql : public DBConnector
 {
 public:
-  /// As DBConnector::createConnector.
+  /// As DBConnector::createConnector: connected.
   static std::unique_ptr<DBConnectorSql> open(Missing missing);
 
-  explicit DBConnectorSql(std::unique_ptr<SqlSession> session);
+  /// Not connected yet.
+  explicit DBConnectorSql(Missing missing);
   ~DBConnectorSql() override;
   DBConnectorSql(const DBConnectorSql&) = delete;
   DBConnectorSql& operator=(const DBConnectorSql&) = delete;
+
+  void connect() override;
 
   ReferenceAccessor& references() override { return *referenceAccessor; }
   MetaAccessor& meta() override { return *metaAccessor; }
@@ -40,10 +43,10 @@ public:
   ObjectAccessor& objects() override { return *objectAccessor; }
   DeviceAccessor& devices() override { return *deviceAccessor; }
 
-  SqlSession& session() { return *backend; }
+  SqlSession& session();
   const ArchiveTables& tables() const { return tableNames; }
   /// Whether the database ends with this connection: nobody else will see what is written.
-  bool isInMemory() const;
+  bool isInMemory();
   bool inTransaction() const { return transactionOpen; }
 
   /// One attempt, without waiting, to get the lock `name`; null when another connection holds it. Where this
@@ -53,7 +56,8 @@ public:
 private:
   friend class Transaction;
 
-  std::unique_ptr<SqlSession> backend;
+  Missing ifMissing;
+  std::unique_ptr<SqlSession> backend; ///< null until it is connected
   ArchiveTables tableNames;
   bool transactionOpen = false;
   std::vector<std::pair<std::string, std::weak_ptr<GlobalLock>>> heldLocks;
