@@ -10,8 +10,7 @@ if(ANNOMEND_SANITIZE)
   target_compile_options(annomend_options INTERFACE
     -fsanitize=${ANNOMEND_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>) # GCC gives false alarms from <regex> once a sanitizer is on
-  target_link_options(annomend_options INTERFACE -fsanitize=${ANNOMEND_SANITIZE}
-    LINKER:--disable-new-dtags) # the sanitizer's own dlopen asks for a module: it sees the DT_RPATH of the program alone
+  target_link_options(annomend_options INTERFACE -fsanitize=${ANNOMEND_SANITIZE})
 endif()
 
 # annomend_room(NAME SOURCES file... [LINKS target...] [PRIVATE_LINKS target...])
@@ -30,14 +29,8 @@ endfunction()
 target_link_options(annomend_options INTERFACE LINKER:--as-needed)
 
 # annomend_program(NAME SOURCES file... LINKS target...)
-#
-# A program finds its modules in the folder of libraries beside its own, where it was built as where it is installed.
-file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-set(ANNOMEND_PROGRAM_RPATH $ORIGIN/${bin_to_lib})
 function(annomend_program name)
   cmake_parse_arguments(PROGRAM "" "" "SOURCES;LINKS" ${ARGN})
   add_executable(${name} ${PROGRAM_SOURCES})
-  set_target_properties(${name} PROPERTIES
-    INSTALL_RPATH ${ANNOMEND_PROGRAM_RPATH} BUILD_WITH_INSTALL_RPATH ON)
   target_link_libraries(${name} PRIVATE annomend_options ${PROGRAM_LINKS})
 endfunction()

@@ -43,4 +43,4 @@ both_refused() {
 both_refused "cannot connect: Can't connect to local server through socket '/nowhere'"
 module=$(find "$work/prefix" -name 'libannomend-mysql-*.so')
 mv "$module" "$work"
-both_refused "the MySQL backend cannot be loaded: $(basename "$module"): cannot open shared object file"
+both_refused "the MySQL backend cannot be loaded: "

@@ -307,9 +307,9 @@ TEST_F(CommandTest, TheProgramEndsWithAStatus)
     expected[state] = outcome([&] { return PSConverter(db, state, out, kFlags, true).convert(false); });
   }
   for (const char* paths : {"", DCM_DICT_DEFAULT_PATH})
-    for (const auto& [state, text] : expected)
-      if (setenv("DCMDICTPATH", paths, 1); outcome([&] { return withCommand(state); }) != text)
-        std::cerr << "'" << paths << "' changes " << state << "; ";
+    for (const auto& state : expected)
+      if (setenv("DCMDICTPATH", paths, 1); outcome([&] { return withCommand(state.first); }) != state.second)
+        std::cerr << "'" << paths << "' changes " << state.first << "; ";
   std::cerr << expected.size() << " states";
   _exit(0);
 }

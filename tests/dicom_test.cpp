@@ -463,7 +463,7 @@ std::unique_ptr<DcmFileFormat> makeEveryElement()
       auto& ofGroup = blocks[group];
       const Uint16 block = ofGroup.try_emplace(creator, static_cast<Uint16>(0x10 + ofGroup.size())).first->second;
       dataset.putAndInsertString(DcmTag(group, block, EVR_LO), creator);
-      element = static_cast<Uint16>(block << 8U | (element & 0xFFU));
+      element = static_cast<Uint16>(static_cast<unsigned>(block) << 8U | (element & 0xFFU));
     }
     if (group > 2)
       dataset.insertEmptyElement(DcmTag(group, element, creator));
@@ -500,7 +500,7 @@ std::string dumpOf(const fs::path& path)
                     patient = "\x10\0\x10\0\4\0\0\0A^B "s;
   for (const std::string& implicit :
        {"\x08\0\x05\0\3\0\0\0abc"s + patient, // at an odd offset
-        "\x06\x30\x20\0\xff\xff\xff\xff"s + item + "\x06\x30\x26\0\2\0\0\0Xy" + end, "\x10\0\x10\0\4"s})
+        "\x06\x30\x20\0\xff\xff\xff\xff"s + item + "\x06\x30\x26\0\2\0\0\0Xy"s + end, "\x10\0\x10\0\4"s})
     files.push_back(withHeader(EXS_LittleEndianImplicit, implicit));
   files.push_back(patient); // no header
   std::vector<std::string> expected;

@@ -16,10 +16,16 @@ namespace
 
 using Open = decltype(&annomend_open_mysql);
 
-/// The linker finds the module by where this program or library is installed (its run path).
+/// The module lies beside the library, or in the folder of libraries beside that of the program. The loader knows where
+/// this code is ($ORIGIN); a run path would make it look there for every library at every start.
+constexpr const char* kPlaces[] = {"$ORIGIN/" ANNOMEND_MYSQL_MODULE, ANNOMEND_MODULE_FOLDER "/" ANNOMEND_MYSQL_MODULE};
+
 Open load()
 {
-  void* module = dlopen(ANNOMEND_MYSQL_MODULE, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+  void* module = nullptr;
+  for (const char* place : kPlaces)
+    if (!module)
+      module = dlopen(place, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   void* entry = module ? dlsym(module, "annomend_open_mysql") : nullptr;
   if (!entry)
     throw DBException("the MySQL backend cannot be loaded: " + printable(dlerror()));
