@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <map>
 
+#include <dlfcn.h>
 #include <sys/wait.h>
 
 using namespace impsconverter;
@@ -56,6 +57,13 @@ struct Asked
 };
 Asked asked;
 
+/// What the client library calls `name`; the module that needs it is loaded.
+template <class Function>
+Function ofModule(const char* name)
+{
+  return reinterpret_cast<Function>(dlsym(dlopen(ANNOMEND_MYSQL_MODULE, RTLD_LAZY | RTLD_NOLOAD), name));
+}
+
 } // namespace
 
 extern "C"
@@ -73,20 +81,6 @@ extern "C"
     ++asked.statements;
     return __real_sqlite3_prepare_v3(db, sql, size, flags, made, rest);
   }
-  MYSQL* __real_mysql_real_connect(MYSQL*, const char*, const char*, const char*, const char*, unsigned, const char*,
-                                   unsigned long);
-  MYSQL* __wrap_mysql_real_connect(MYSQL* connection, const char* host, const char* user, const char* password,
-                                   const char* database, unsigned port, const char* socket, unsigned long flags)
-  {
-    ++asked.connections;
-    return __real_mysql_real_connect(connection, host, user, password, database, port, socket, flags);
-  }
-  int __real_mysql_stmt_prepare(MYSQL_STMT*, const char*, unsigned long);
-  int __wrap_mysql_stmt_prepare(MYSQL_STMT* made, const char* sql, unsigned long size)
-  {
-    ++asked.statements;
-    return __real_mysql_stmt_prepare(made, sql, size);
-  }
   bool __real__ZN4tarn2db7PSCache8fetchRowERKNS0_7PsQueryERNS0_13QueryBindingsE(PSCache*, const PsQuery&,
                                                                                 QueryBindings&);
   bool __wrap__ZN4tarn2db7PSCache8fetchRowERKNS0_7PsQueryERNS0_13QueryBindingsE(PSCache* cache, const PsQuery& query,
@@ -96,6 +90,20 @@ extern "C"
     return __real__ZN4tarn2db7PSCache8fetchRowERKNS0_7PsQueryERNS0_13QueryBindingsE(cache, query, bindings);
   }
   // NOLINTEND(bugprone-reserved-identifier)
+
+  // The program's own come before those that the module of the MySQL backend brings with it.
+  MYSQL* mysql_real_connect(MYSQL* connection, const char* host, const char* user, const char* password,
+                            const char* database, unsigned port, const char* socket, unsigned long flags)
+  {
+    ++asked.connections;
+    return ofModule<decltype(&mysql_real_connect)>("mysql_real_connect")(connection, host, user, password, database,
+                                                                         port, socket, flags);
+  }
+  int mysql_stmt_prepare(MYSQL_STMT* made, const char* sql, unsigned long size)
+  {
+    ++asked.statements;
+    return ofModule<decltype(&mysql_stmt_prepare)>("mysql_stmt_prepare")(made, sql, size);
+  }
 }
 
 namespace

@@ -4,6 +4,7 @@
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dcdict.h>
+#include <dcmtk/dcmdata/dctagkey.h>
 
 #include <fcntl.h>
 #include <sys/mman.h>
