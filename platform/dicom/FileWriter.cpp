@@ -1,7 +1,9 @@
 #include "FileWriter.h"
 
 #include "ElementText.h"
+#include "IMException.h"
 #include "PartFile.h"
+#include "fileContent.h"
 
 #include <dcmtk/dcmdata/dcostrmb.h>
 #include <dcmtk/dcmdata/dcwcache.h>
@@ -60,6 +62,25 @@ bool secureFor(const Target& target, const PartFile& part)
   return !target.isFile() || (part.setMode(target.status.st_mode & 07777U) && part.sync());
 }
 
+/// Whether the file that is there holds the same bytes. It then stays, as written just now: what a conversion gives
+/// again need not be waited for. One that cannot be compared is replaced.
+bool isThereAlready(const Target& target, const std::string& path, const PartFile& part)
+{
+  struct stat written
+  {
+  };
+  if (!target.isFile() || stat(part.path().c_str(), &written) != 0 || written.st_size != target.status.st_size)
+    return false;
+  try
+  {
+    return fileContent(path) == fileContent(part.path()) && utimensat(AT_FDCWD, path.c_str(), nullptr, 0) == 0;
+  }
+  catch (const imutils::IMException&)
+  {
+    return false;
+  }
+}
+
 OFCondition drain(DcmOutputBufferStream& stream, const PartFile& part)
 {
   void* bytes = nullptr;
@@ -106,6 +127,8 @@ OFCondition saveFile(DcmFileFormat& file, const std::string& path)
   status = encode(file, part);
   if (status.bad())
     return status;
+  if (isThereAlready(target, path, part))
+    return EC_Normal;
   return secureFor(target, part) && part.keep() ? EC_Normal : systemFailure();
 }
 
