@@ -13,7 +13,7 @@
 #include <memory>
 
 #include <dlfcn.h>
-#include <sqlite3.h>
+#include <unwind.h>
 
 namespace fs = std::filesystem;
 using namespace tarn::repository;
@@ -343,7 +343,7 @@ protected:
     fs::create_directory(home.path() / "lib"); // a copy, which nothing else keeps loaded
     fs::copy_file(ANNOMEND_HANDLER_HOME "/lib/RepositoryHandler.so", home / "lib/RepositoryHandler.so");
     Dl_info library{};
-    dladdr(reinterpret_cast<void*>(&sqlite3_libversion), &library); // NOLINT: what dladdr is for
+    dladdr(reinterpret_cast<void*>(&_Unwind_GetIP), &library); // NOLINT: what dladdr is for
     fs::copy_file(library.dli_fname, lackingPath);
   }
   const std::string lackingPath = home / "lacking/lib/RepositoryHandler.so";
