@@ -1,13 +1,13 @@
-#include "Console.h"
+#include "Fuzzing.h"
+
+#include "Capture.h"
+
 #include "DBConnector.h"
-#include "Dictionary.h"
 #include "DicomFile.h"
 #include "PBItem.h"
 #include "PSConverter.h"
 #include "StateWriter.h"
-#include "ToolkitLog.h"
 
-#include <cstdlib>
 #include <memory>
 
 namespace
@@ -25,34 +25,25 @@ std::unique_ptr<DcmFileFormat> stateWith(const std::uint8_t* text, std::size_t l
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
-{
-  setenv("TARN_DB_URL", "sqlite::memory:", 1);
-  setenv("TARN_LOG", "none", 1);
-  std::string error;
-  if (!tarn::dicom::setUpDictionary(error))
-    std::abort();
-  tarn::dicom::redirectToolkitLog();
-  return 0;
-}
-
-/// Converts as a library does: whatever the text, no outcome but a result, messages and outputs that can be encoded.
+/// Converts as a library does, whatever the text: a result, a line for a failure, outputs that can be read again. The
+/// text's length chooses the options.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* text, std::size_t length)
 {
+  using namespace impsconverter;
   static const std::unique_ptr<tarn::db::DBConnector> db = tarn::db::DBConnector::createConnector(0);
-  std::ostringstream out;
-  std::ostringstream error;
-  const tarn::ConsoleScope console(out, error);
+  const Capture said;
   const std::unique_ptr<DcmFileFormat> file = stateWith(text, length);
   std::list<DcmFileFormat*> outputs;
-  const bool debug = length % 8 == 0;
-  const bool good = impsconverter::PSConverter(*db, file.get(), &outputs, 0, debug).convert(false);
+  const unsigned long flags = length % 4 == 0 ? PSC_includeOriginal | PSC_fixOriginal : 0;
+  const bool good = PSConverter(*db, file.get(), &outputs, flags, length % 8 == 0).convert(false);
+  std::list<std::unique_ptr<DcmFileFormat>> owned;
   for (DcmFileFormat* output : outputs)
   {
-    const std::unique_ptr<DcmFileFormat> owned(output);
-    static_cast<void>(samples::encodeFile(*output->getDataset(), EXS_LittleEndianExplicit));
+    if (output != file.get())
+      owned.emplace_back(output);
+    fuzzing::expectRoundTrip(*output->getDataset());
   }
-  if (!good && error.str().empty())
-    std::abort(); // a failure that nobody is told of
+  fuzzing::expect(good || !said.error.str().empty(), "a failure has a message");
+  fuzzing::expectLines(said.error.str());
   return 0;
 }

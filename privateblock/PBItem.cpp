@@ -149,9 +149,20 @@ bool PBItem::relocateLegacyPrivateTags(bool moveCanonic)
   const bool moveDA = isOldBlockOurs(kLegacyDA);
 
   std::vector<DcmObject*> moved;
+  bool anyHasPlace = false;
   for (DcmObject* object = nullptr; (object = item->nextInContainer(object)) != nullptr;)
-    if (isMoved(object->getTag(), moveBA, moveDA, moveCanonic))
+    if (unsigned short key = 0; isMoved(object->getTag(), moveBA, moveDA, moveCanonic))
+    {
       moved.push_back(object);
+      anyHasPlace = getCanonicKey(object->getTag(), key) || anyHasPlace;
+    }
+
+  if (moveBA)
+    item->findAndDeleteElement(creatorKey(kLegacyBA));
+  if (moveDA)
+    item->findAndDeleteElement(creatorKey(kLegacyDA));
+  if (anyHasPlace && !checkAndReservePrivateBlock())
+    return false; // before anything is taken out
 
   DcmItem holding;
   for (DcmObject* object : moved)
@@ -163,15 +174,6 @@ bool PBItem::relocateLegacyPrivateTags(bool moveCanonic)
     retag(*element, static_cast<Uint16>(block | key));
     insertOrDelete(holding, std::move(element));
   }
-
-  if (moveBA)
-    item->findAndDeleteElement(creatorKey(kLegacyBA));
-  if (moveDA)
-    item->findAndDeleteElement(creatorKey(kLegacyDA));
-  if (holding.card() == 0)
-    return true;
-  if (!checkAndReservePrivateBlock())
-    return false;
   while (holding.card() > 0)
     insertOrDelete(*item, std::unique_ptr<DcmElement>(holding.remove(0UL)));
   return true;

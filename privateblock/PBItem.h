@@ -34,7 +34,7 @@ public:
   /// Writes the creator of the calculated block, unless it stands there; false without a block.
   bool checkAndReservePrivateBlock();
   /// Moves the elements of the legacy blocks that are ours into the block. Those without a short key are deleted, as
-  /// are those whose place is taken.
+  /// are those whose place is taken. False, with the elements where they were, when the block cannot be reserved.
   bool relocateLegacyPrivateTags(bool moveCanonic);
   /// Whether the legacy block 0xBA or 0xDA has no readable creator, or ours.
   bool isOldBlockOurs(int blockByte);

@@ -1,13 +1,35 @@
 #!/usr/bin/env bash
-# Feeds the converter plug-in states that grow out of the samples', under the sanitizers, for so many seconds (60
-# unless said). What fails is left in build/fuzz/findings.
+# fuzz.sh [SECONDS [TARGET...]]: runs each fuzz target for so many seconds (60 unless said), two at a time, under the
+# sanitizers, from the samples, from fuzz/corpus and from what earlier runs found. What fails is left in
+# build/fuzz/findings, what a target said in build/fuzz/TARGET.log.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-seconds=${1:-60}
+declare -A longest=([plugin_state]=16384 [private_block]=4096 [object_meta]=4096 [converter]=16384) # bytes
+targets=("${@:2}")
+[[ ${#targets[@]} -gt 0 ]] || targets=("${!longest[@]}")
+
 cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz --target plugin_state_fuzzer -- --quiet
-mkdir -p build/fuzz/corpus build/fuzz/findings
-ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 build/fuzz/bin/plugin_state_fuzzer \
-  -max_total_time="$seconds" -max_len=16384 -timeout=20 -rss_limit_mb=2048 -print_final_stats=1 \
-  -dict=fuzz/plugin_state.dict -artifact_prefix=build/fuzz/findings/ build/fuzz/corpus build/fuzz/fuzz/seeds
+cmake --build --preset fuzz --target "${targets[@]/%/_fuzzer}" -- --quiet
+
+scratch=$(mktemp -d -p /dev/shm)
+trap 'rm -rf "$scratch"' EXIT
+export TMPDIR=$scratch ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1
+
+fuzz() {
+  local seconds=$1 target=$2 max_len=$3 log=build/fuzz/$2.log options=()
+  [[ -f fuzz/$target.dict ]] && options+=("-dict=fuzz/$target.dict")
+  mkdir -p "build/fuzz/corpus/$target" "build/fuzz/findings/$target"
+  if ! "build/fuzz/bin/${target}_fuzzer" -max_total_time="$seconds" -max_len="$max_len" -timeout=30 -rss_limit_mb=2048 \
+      -print_final_stats=1 "${options[@]}" -artifact_prefix="build/fuzz/findings/$target/" \
+      "build/fuzz/corpus/$target" "fuzz/corpus/$target" "build/fuzz/fuzz/seeds/$target" >"$log" 2>&1; then
+    tail -n 60 "$log" >&2
+    return 1
+  fi
+  printf '%s: %s\n' "$target" "$(sed -nE 's/^#([0-9]+)\tDONE +(cov: [0-9]+).*/\1 runs, \2/p' "$log")"
+}
+export -f fuzz
+
+for target in "${targets[@]}"; do
+  printf '%s %s\n' "$target" "${longest[$target]}"
+done | xargs -P 2 -L 1 bash -c 'fuzz "$@"' fuzz "${1:-60}"

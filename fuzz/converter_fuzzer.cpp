@@ -1,0 +1,52 @@
+#include "Fuzzing.h"
+
+#include "Capture.h"
+#include "Files.h"
+#include "TempDir.h"
+
+#include "DBConnector.h"
+#include "DicomFile.h"
+#include "FileReader.h"
+#include "PSConverter.h"
+
+#include <memory>
+
+namespace
+{
+
+using fuzzing::expect;
+
+/// An output can be loaded, and is named after the object that it holds.
+void checkOutput(const std::filesystem::path& path)
+{
+  DcmFileFormat file;
+  samples::require(tarn::dicom::loadFile(file, path), "an output cannot be loaded");
+  OFString uid;
+  file.getDataset()->findAndGetOFString(DCM_SOPInstanceUID, uid);
+  expect(path.filename() == ("PR." + uid).c_str(), "an output is named after its object");
+  fuzzing::expectRoundTrip(*file.getDataset());
+}
+
+} // namespace
+
+/// Converts a file of any bytes as the command does; the number of bytes chooses the options.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t length)
+{
+  using namespace impsconverter;
+  static const std::unique_ptr<tarn::db::DBConnector> db = tarn::db::DBConnector::createConnector(0);
+  static const TempDir folder;
+  const Capture said;
+  const fuzzing::MemoryFile input(bytes, length);
+  const std::string copy = std::filesystem::path(input.path()).filename();
+  const unsigned long flags = length % 4 == 0 ? PSC_includeOriginal | PSC_fixOriginal : length % 4;
+  const bool good = PSConverter(*db, input.path(), folder / "", flags, length % 8 == 0).convert(false);
+  for (const std::string& name : namesIn(folder.path()))
+  {
+    if (name != copy)
+      checkOutput(folder.path() / name);
+    std::filesystem::remove(folder.path() / name);
+  }
+  expect(good || !said.error.str().empty(), "a failure has a message");
+  fuzzing::expectLines(said.error.str());
+  return 0;
+}
