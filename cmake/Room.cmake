@@ -3,7 +3,7 @@
 add_library(annomend_options INTERFACE)
 target_compile_features(annomend_options INTERFACE cxx_std_17)
 target_compile_options(annomend_options INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -ffp-contract=off)
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat -Wformat-security -Werror -ffp-contract=off)
 
 set(ANNOMEND_SANITIZE "" CACHE STRING "Sanitizers of all targets, as -fsanitize takes them")
 if(ANNOMEND_SANITIZE)
@@ -13,6 +13,23 @@ if(ANNOMEND_SANITIZE)
   target_link_options(annomend_options INTERFACE -fsanitize=${ANNOMEND_SANITIZE})
 endif()
 
+# What is shipped is hardened as the distribution's own packages are; scripts/check-hardening.sh looks at what came out.
+include(CheckCXXCompilerFlag)
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+if(NOT ANNOMEND_SANITIZE)
+  set(hardening -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong)
+  foreach(flag stack-clash-protection cf-protection)
+    check_cxx_compiler_flag(-f${flag} ANNOMEND_HAS_${flag})
+    if(ANNOMEND_HAS_${flag})
+      list(APPEND hardening -f${flag})
+    endif()
+  endforeach()
+  target_compile_options(annomend_options INTERFACE "$<$<CONFIG:Release>:${hardening}>")
+  target_link_options(annomend_options INTERFACE "$<$<CONFIG:Release>:LINKER:-z,relro,-z,now>")
+endif()
+
 # annomend_room(NAME SOURCES file... [LINKS target...] [PRIVATE_LINKS target...])
 #
 # One room: a static library made of the calling folder. Its headers are found by whoever links it, and by
@@ -20,7 +37,6 @@ endif()
 function(annomend_room name)
   cmake_parse_arguments(ROOM "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
   add_library(${name} STATIC ${ROOM_SOURCES})
-  set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
   target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
   target_link_libraries(${name} PUBLIC ${ROOM_LINKS} PRIVATE annomend_options ${ROOM_PRIVATE_LINKS})
 endfunction()

@@ -14,7 +14,9 @@ packages=(
   # independent readers of what the converter writes
   dicom3tools python3 python3-pydicom python3-numpy
   # second compiler, fuzzing, style
-  clang libclang-rt-14-dev clang-format clang-tidy
+  clang libclang-rt-14-dev clang-format clang-tidy cppcheck
+  # how the binaries were built (43 packages of Perl modules, 3 MB to fetch)
+  devscripts
 )
 
 missing=()

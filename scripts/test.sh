@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every check: the tests under the sanitizers, the sample archive judged by
 # independent readers, system calls that fail, the same bytes from both compilers, runs and servers that are killed, a
-# minute of fuzzing, formatting and lint.
+# minute of fuzzing for each target, formatting and lint.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -31,6 +31,9 @@ scripts/check-leaks.sh build/release
 
 step "Installed library"
 scripts/check-package.sh build/release
+
+step "Hardening of what is installed"
+scripts/check-hardening.sh build/release
 
 step "The same bytes from every compiler"
 scripts/check-determinism.sh build/release
