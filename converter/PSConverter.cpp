@@ -301,9 +301,9 @@ void PSConverter::genUid(std::string& uid)
 
 void PSConverter::openOutput()
 {
-  DcmDataset& input = *fileFormat->getDataset();
   if (!outputTemplate)
   {
+    DcmDataset& input = *fileFormat->getDataset();
     const ElementAside pluginState(input, PBItem(input).getTag(PBItem::kPluginStateKey));
     const ElementAside references(input, DCM_ReferencedSeriesSequence);
     const ElementAside sources(input, DCM_SourceImageSequence);

@@ -20,6 +20,7 @@ using Directory = std::unique_ptr<DIR, DirectoryCloser>;
 /// The next entry that is not "." or ".."; empty at the end.
 std::string nextName(DIR* directory)
 {
+  // cppcheck-suppress readdirCalled ; one thread reads a directory stream, and the C library advises against readdir_r
   while (const dirent* entry = readdir(directory))
   {
     std::string name = entry->d_name;

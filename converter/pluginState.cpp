@@ -158,6 +158,7 @@ PSConverter::LineHandler PSConverter::handlerOf(const std::string& line) const
   return rule == std::end(kRules) ? nullptr : rule->handler;
 }
 
+// cppcheck-suppress constParameter ; handlers may change it
 bool PSConverter::handleLine(std::string& line)
 {
   const LineHandler handler = handlerOf(line);

@@ -103,6 +103,7 @@ Result CallResolved::call(EntryPoint<Result(Parameters...)>& entry, const Trace&
   if (!entry.resolved)
   {
     const std::lock_guard<std::mutex> guard(IMRepositoryHandlerIface::mutex);
+    // cppcheck-suppress identicalInnerCondition ; another thread may have been first
     if (!entry.resolved)
       entry.resolved = IMRepositoryHandlerIface::getFunction<Result (*)(Parameters...)>(entry.symbol);
   }

@@ -2,6 +2,7 @@
 
 #include <syslog.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -149,19 +150,20 @@ bool PBItem::relocateLegacyPrivateTags(bool moveCanonic)
   const bool moveDA = isOldBlockOurs(kLegacyDA);
 
   std::vector<DcmObject*> moved;
-  bool anyHasPlace = false;
   for (DcmObject* object = nullptr; (object = item->nextInContainer(object)) != nullptr;)
-    if (unsigned short key = 0; isMoved(object->getTag(), moveBA, moveDA, moveCanonic))
-    {
+    if (isMoved(object->getTag(), moveBA, moveDA, moveCanonic))
       moved.push_back(object);
-      anyHasPlace = getCanonicKey(object->getTag(), key) || anyHasPlace;
-    }
+  const auto hasPlace = [](const DcmObject* object)
+  {
+    unsigned short key = 0;
+    return getCanonicKey(object->getTag(), key);
+  };
 
   if (moveBA)
     item->findAndDeleteElement(creatorKey(kLegacyBA));
   if (moveDA)
     item->findAndDeleteElement(creatorKey(kLegacyDA));
-  if (anyHasPlace && !checkAndReservePrivateBlock())
+  if (std::any_of(moved.begin(), moved.end(), hasPlace) && !checkAndReservePrivateBlock())
     return false; // before anything is taken out
 
   DcmItem holding;

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Formatting and static analysis of all sources, with the profiles of the repository.
+# Formatting and static analysis of all sources, with the profiles of the repository (.clang-format,
+# .cppcheck-suppressions, .clang-tidy).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -7,4 +8,6 @@ cd "$(dirname "$0")/.."
 git ls-files -z '*.cpp' '*.h' | xargs -0 clang-format --dry-run -Werror
 # Generated headers have to be there before a source that includes them can be read.
 ninja -C build/debug annomend_dicom >/dev/null
+cppcheck --project=build/debug/compile_commands.json --std=c++17 --library=googletest,posix --inline-suppr -j "$(nproc)" \
+  --enable=warning,style,performance,portability --suppressions-list=.cppcheck-suppressions --error-exitcode=1 --quiet
 git ls-files -z '*.cpp' ':!fuzz' ':!bench' | xargs -0 -n 1 -P "$(nproc)" clang-tidy --quiet -p build/debug 2>/dev/null

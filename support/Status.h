@@ -21,6 +21,7 @@ enum StatusEnum : int
 class Status
 {
 public:
+  // cppcheck-suppress noExplicitConstructor ; operations return the bare value
   Status(const StatusEnum& result) : status(result) {}
 
   /// Success: below STATUS_MISSING.

@@ -123,6 +123,16 @@ TEST(PBItem, TakesTheLastSlot)
   }
 }
 
+TEST(PBItem, WithoutABlockNothingIsMoved)
+{
+  DcmDataset dataset;
+  insert(dataset, "00BA LO:Quillbrookes, BA08 UN:no, BA94 UN:ab");
+  EXPECT_FALSE(PBItem(dataset).relocateLegacyPrivateTags(false));
+  EXPECT_EQ(listed(dataset), "BA08 UN:no, BA94 UN:ab");
+  EXPECT_TRUE(PBItem(dataset).calcPrivateBlock(false));
+  EXPECT_EQ(listed(dataset), "0010 LO:PB group A, 1094 UN:ab");
+}
+
 TEST(PBItem, WithoutASlotEveryOperationFails)
 {
   DcmDataset dataset, other;

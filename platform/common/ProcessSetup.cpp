@@ -65,7 +65,8 @@ void setUp()
   int fd = open("/dev/null", O_RDWR);
   while (fd >= 0 && fd <= STDERR_FILENO)
     fd = open("/dev/null", O_RDWR);
-  close(fd);
+  if (fd >= 0)
+    close(fd);
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
   std::set_terminate(end);

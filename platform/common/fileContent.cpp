@@ -35,15 +35,12 @@ int readToEnd(int descriptor, std::string& content)
 std::optional<std::string> fileContent(const std::string& path)
 {
   const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  int error = descriptor < 0 ? errno : 0;
-  if (error == ENOENT || error == ENOTDIR)
+  if (descriptor < 0 && (errno == ENOENT || errno == ENOTDIR))
     return std::nullopt;
   std::string content;
-  if (error == 0)
-  {
-    error = readToEnd(descriptor, content);
+  const int error = descriptor < 0 ? errno : readToEnd(descriptor, content);
+  if (descriptor >= 0)
     close(descriptor);
-  }
   if (error != 0)
     throw imutils::IMException(std::generic_category().message(error));
   return content;

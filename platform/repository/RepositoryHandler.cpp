@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 using namespace tarn::repository;
@@ -69,7 +70,7 @@ char** list(const char* directory, Kind kind, bool fullPath, long* count) noexce
   long number = -1;
   const int status = statusOf([&] { return (names = listNames(text(directory), kind, fullPath, number)), kDone; });
   if (count)
-    *count = status == kDone ? number : -1;
+    *count = status == kDone ? number : -1; // cppcheck-suppress duplicateValueTernary ; listNames has set it
   return names;
 }
 
@@ -247,7 +248,14 @@ bool getTimeProperties_(const char* repository, const char* resource, struct uti
 bool setTimeProperties_(const char* repository, const char* resource, struct utimbuf* times, DBConnector*)
 {
   return holds(
-      [&] { return times && utime(Repository(text(repository)).locate(text(resource)).path().c_str(), times) == 0; });
+      [&]
+      {
+        if (!times)
+          return false;
+        const timespec both[] = {{times->actime, 0}, {times->modtime, 0}};
+        const std::string path = Repository(text(repository)).locate(text(resource)).path();
+        return utimensat(AT_FDCWD, path.c_str(), both, 0) == 0;
+      });
 }
 
 bool lockResource_(const char* repository, const char* resource, DBConnector*)

@@ -17,6 +17,7 @@ template <class Value>
 std::string numbers(DcmElement& element, OFCondition (DcmElement::*get)(Value*&), std::size_t size, const char* format)
 {
   Value* values = nullptr;
+  // cppcheck-suppress knownConditionTrueFalse ; the call sets it
   if ((element.*get)(values).bad() || !values)
     return "";
   std::string text;

@@ -25,6 +25,8 @@ void check(int error, const std::string& path)
     throw DBException("cannot lock " + printable(path) + ": " + std::generic_category().message(error));
 }
 
+void mayFail(int /*result*/) {}
+
 /// What the system refuses of it is refused to whoever did not make the file, and was done by whoever did.
 void takeRights(int descriptor, const std::string& model)
 {
@@ -33,9 +35,9 @@ void takeRights(int descriptor, const std::string& model)
   };
   if (stat(model.c_str(), &status) != 0)
     return;
-  [[maybe_unused]] int ignored = fchown(descriptor, static_cast<uid_t>(-1), status.st_gid);
-  ignored = fchmod(descriptor, status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO));
-  ignored = fchown(descriptor, status.st_uid, static_cast<gid_t>(-1));
+  mayFail(fchown(descriptor, static_cast<uid_t>(-1), status.st_gid));
+  mayFail(fchmod(descriptor, status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)));
+  mayFail(fchown(descriptor, status.st_uid, static_cast<gid_t>(-1)));
 }
 
 } // namespace
@@ -66,7 +68,7 @@ std::unique_ptr<FileLock> FileLock::tryLock(const std::string& path, const std::
 {
   const int descriptor = open(path.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
   const int openError = descriptor < 0 ? errno : 0;
-  if (openError == EACCES && access(path.c_str(), F_OK) == 0)
+  if (descriptor < 0 && openError == EACCES && access(path.c_str(), F_OK) == 0)
     return nullptr; // whoever made it is about to give it its rights, or keeps it
   check(openError, path);
   takeRights(descriptor, model);
