@@ -77,8 +77,8 @@ Status MetaManager::getMeta(const std::string& study, bool create, bool useTemp,
   }
 }
 
-Status MetaManager::findMeta(const std::string& study, bool create, bool useTemp, std::string& metaDir, MetaConn& conn,
-                             bool checkStoreState) const
+Status MetaManager::findMeta(const std::string& study, bool create, bool useTemp, std::string& metaDir,
+                             const MetaConn& conn, bool checkStoreState) const
 {
   int status = 0;
   const auto found = locate(metaRepository, study, status, conn);
@@ -99,7 +99,7 @@ Status MetaManager::findMeta(const std::string& study, bool create, bool useTemp
   return useTemp ? findTemp(study, metaDir, conn) : STATUS_MISSING;
 }
 
-Status MetaManager::createMeta(const std::string& study, std::string& metaDir, MetaConn& conn) const
+Status MetaManager::createMeta(const std::string& study, std::string& metaDir, const MetaConn& conn) const
 {
   int status = 0;
   bool existed = false;
@@ -128,7 +128,7 @@ Status MetaManager::findTemp(const std::string& study, std::string& metaDir, con
   return STATUS_REPOSITORY_ERROR;
 }
 
-Status MetaManager::copyLegacy(const std::string& study, std::string& metaDir, MetaConn& conn) const
+Status MetaManager::copyLegacy(const std::string& study, std::string& metaDir, const MetaConn& conn) const
 {
   const std::string dataRepository = environmentValue("REPOSITORY_DICOM_DATA");
   if (dataRepository.empty())
@@ -145,7 +145,7 @@ Status MetaManager::copyLegacy(const std::string& study, std::string& metaDir, M
 }
 
 Status MetaManager::copyLegacy(const fs::path& legacy, const std::string& study, std::string& metaDir,
-                               MetaConn& conn) const
+                               const MetaConn& conn) const
 {
   int status = 0;
   const auto target = metaDir.empty() ? taken(repository::createLocation(metaRepository.c_str(), study.c_str(), &status,
@@ -162,12 +162,12 @@ Status MetaManager::copyLegacy(const fs::path& legacy, const std::string& study,
   return copied;
 }
 
-bool MetaManager::createDefaultStorestate(const fs::path& file, MetaConn& conn) const
+bool MetaManager::createDefaultStorestate(const fs::path& file, const MetaConn& conn) const
 {
   return writeDefaultStoreState(file, conn, *logger);
 }
 
-void MetaManager::addAutoFwdDevices(std::ofstream& stream, MetaConn& conn) const
+void MetaManager::addAutoFwdDevices(std::ofstream& stream, const MetaConn& conn) const
 {
   writeForwardDevices(stream, conn, *logger);
 }
@@ -182,7 +182,7 @@ void MetaManager::initTempMetaFiles()
   tempMetaFiles = {std::begin(kMovable), std::end(kMovable)};
 }
 
-Status MetaManager::saveToTempMeta(const std::string& study, MetaConn& conn)
+Status MetaManager::saveToTempMeta(const std::string& study, const MetaConn& conn)
 {
   int status = 0;
   const auto meta = locate(metaRepository, study, status, conn);
@@ -208,7 +208,8 @@ Status MetaManager::saveToTempMeta(const std::string& study, MetaConn& conn)
   return STATUS_OK;
 }
 
-Status MetaManager::restoreFromTempMeta(const std::string& study, const std::string& metaDir, MetaConn& conn) const
+Status MetaManager::restoreFromTempMeta(const std::string& study, const std::string& metaDir,
+                                        const MetaConn& conn) const
 {
   int status = 0;
   const auto parked = locate(tempMetaRepository, study, status, conn);
@@ -245,10 +246,16 @@ Status MetaManager::restoreFromTempMeta(const std::string& study, const std::str
 bool MetaManager::deleteMeta(const std::string& study, db::DBConnector* db)
 {
   if (metaRepository.empty())
-    return logger->log0("Missing environment variable: REPOSITORY_META"), false;
-  MetaConn conn(db);
+  {
+    logger->log0("Missing environment variable: REPOSITORY_META");
+    return false;
+  }
+  const MetaConn conn(db);
   if (saveToTempMeta(study, conn).value() != STATUS_OK)
-    return logger->log0("Saving files to tempMeta failed"), false;
+  {
+    logger->log0("Saving files to tempMeta failed");
+    return false;
+  }
   return repository::removeResource(metaRepository.c_str(), study.c_str(), db) == 0;
 }
 

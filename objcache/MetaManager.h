@@ -39,15 +39,15 @@ public:
 
   /// Moves what was parked in the temporary repository to `metaDir`; what is there already stays and the parked one is
   /// dropped. Whatever fails leaves the rest parked. STATUS_MISSING when nothing was parked.
-  Status restoreFromTempMeta(const std::string& study, const std::string& metaDir, MetaConn& conn) const;
+  Status restoreFromTempMeta(const std::string& study, const std::string& metaDir, const MetaConn& conn) const;
   /// Moves the movable files to the temporary repository. STATUS_MISSING when the study has no meta directory.
-  [[nodiscard]] Status saveToTempMeta(const std::string& study, MetaConn& conn);
+  [[nodiscard]] Status saveToTempMeta(const std::string& study, const MetaConn& conn);
 
   /// Writes a store state for this host; false when the file could not be written. Throws what addAutoFwdDevices does.
-  bool createDefaultStorestate(const std::filesystem::path& file, MetaConn& conn) const;
+  bool createDefaultStorestate(const std::filesystem::path& file, const MetaConn& conn) const;
   /// Writes the line of the devices (types 'P' and 'C') that studies are forwarded to; a list that cannot be read is
   /// logged and empty. Throws IMException when TARGETTBL or DEVSERVTBL is not set.
-  void addAutoFwdDevices(std::ofstream& stream, MetaConn& conn) const;
+  void addAutoFwdDevices(std::ofstream& stream, const MetaConn& conn) const;
 
   /// Renames, or copies across file systems so that `to` shows only when it is complete.
   [[nodiscard]] bool moveFile(const std::filesystem::path& from, const std::filesystem::path& to) const;
@@ -61,18 +61,18 @@ public:
   /// Fills the meta directory (`metaDir`, or a new one when that is empty, whose path it then gets) from the legacy
   /// directory of the study. STATUS_MISSING when there is none. The copy is made beside the meta directory and renamed;
   /// files that a meta directory has already stay, and the store state is the last to appear.
-  [[nodiscard]] Status copyLegacy(const std::string& study, std::string& metaDir, MetaConn& conn) const;
+  [[nodiscard]] Status copyLegacy(const std::string& study, std::string& metaDir, const MetaConn& conn) const;
   [[nodiscard]] Status copyLegacy(const std::filesystem::path& legacy, const std::string& study, std::string& metaDir,
-                                  MetaConn& conn) const;
+                                  const MetaConn& conn) const;
 
 private:
   std::optional<std::string> locate(const std::string& repository, const std::string& study, int& status,
                                     const MetaConn& conn) const;
   std::optional<std::string> createDirectory(const std::string& repository, const std::string& study, int& status,
                                              bool& existed, const MetaConn& conn) const;
-  Status findMeta(const std::string& study, bool create, bool useTemp, std::string& metaDir, MetaConn& conn,
+  Status findMeta(const std::string& study, bool create, bool useTemp, std::string& metaDir, const MetaConn& conn,
                   bool checkStoreState) const;
-  Status createMeta(const std::string& study, std::string& metaDir, MetaConn& conn) const;
+  Status createMeta(const std::string& study, std::string& metaDir, const MetaConn& conn) const;
   Status findTemp(const std::string& study, std::string& metaDir, const MetaConn& conn) const;
 
   std::string metaRepository;
