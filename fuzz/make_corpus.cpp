@@ -7,9 +7,12 @@
 
 #include <cstdio>
 #include <exception>
+#include <set>
 
 namespace
 {
+
+constexpr Uint16 kPrivateGroup = 0xF215;
 
 /// An object meta file of the sample images, with `lines` rows.
 std::string objectMeta(std::size_t lines)
@@ -27,9 +30,21 @@ std::string privateElements(DcmDataset& state)
   DcmItem& nested = samples::appendItem(kept, DCM_ReferencedSeriesSequence);
   for (DcmObject* object = nullptr; (object = state.nextInContainer(object)) != nullptr;)
     for (DcmItem* item : {&nested, static_cast<DcmItem*>(&kept)})
-      if (object->getGTag() == 0xF215)
+      if (object->getGTag() == kPrivateGroup)
         samples::require(item->insert(dynamic_cast<DcmElement*>(object->clone())), "copy");
   return fuzzing::dataSetOf(samples::encodeFile(kept, EXS_LittleEndianExplicit)).append(26, '\x19');
+}
+
+/// As little of a state as can be converted.
+std::string smallState(DcmDataset& state)
+{
+  DcmDataset kept;
+  const std::set<DcmTagKey> needed{DCM_SOPClassUID, DCM_SOPInstanceUID, DCM_StudyInstanceUID,
+                                   DCM_ReferencedSeriesSequence};
+  for (DcmObject* object = nullptr; (object = state.nextInContainer(object)) != nullptr;)
+    if (object->getGTag() == kPrivateGroup || needed.count(object->getTag()) > 0)
+      samples::require(kept.insert(dynamic_cast<DcmElement*>(object->clone())), "copy");
+  return fuzzing::dataSetOf(samples::encodeFile(kept, EXS_LittleEndianExplicit));
 }
 
 /// The sample states as each target takes them, in a folder of its name.
@@ -40,6 +55,7 @@ void writeSeeds(const std::filesystem::path& folder)
     const auto dataset = samples::makeState(state);
     samples::writeFile(folder / "plugin_state" / state.name, samples::pluginStateText(state.name, state.figures));
     samples::writeFile(folder / "converter" / state.name, samples::encodeFile(*dataset, state.syntax));
+    samples::writeFile(folder / "converter" / std::string(state.name).append("-small"), smallState(*dataset));
     samples::writeFile(folder / "private_block" / state.name, privateElements(*dataset));
   }
   for (const unsigned rows : {0U, 1U, 3U})
