@@ -19,7 +19,8 @@ void supplyAll(DcmDataDictionary& dictionary);
 
 /// Sees the bytes that the toolkit's parser is given, before it looks at them, and supplies the attributes whose tags
 /// they may hold: a tag is four consecutive bytes of the stream (PS3.5 7.1), at any offset and in either byte order.
-/// Values that look like tags only supply more than is needed. Does nothing where no supply on demand goes on.
+/// Values that look like tags only supply more than is needed; long ones need not be shown. Does nothing where no
+/// supply on demand goes on.
 class TagWatch
 {
 public:

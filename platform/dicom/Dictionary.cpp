@@ -24,6 +24,7 @@ namespace
 {
 
 constexpr char kPathVariable[] = "DCMDICTPATH";
+constexpr std::size_t kLargestFile = 64U << 20U; // bytes; the installed ones have half a million
 
 class Descriptor
 {
@@ -54,11 +55,12 @@ bool writeAll(int to, std::string_view text)
   return write(to, text.data(), text.size()) == static_cast<ssize_t>(text.size());
 }
 
-/// Copies `from` into `to` with every result checked; false leaves the reason in errno.
+/// Copies `from` into `to` with every result checked; false leaves the reason in errno. A device without an end is too
+/// large.
 bool copyAll(int from, int to)
 {
   std::array<char, 65536> block{};
-  for (;;)
+  for (std::size_t copied = 0; copied < kLargestFile; copied += block.size())
   {
     const ssize_t got = read(from, block.data(), block.size());
     if (got == 0)
@@ -66,6 +68,8 @@ bool copyAll(int from, int to)
     if (got < 0 || !writeAll(to, {block.data(), static_cast<std::size_t>(got)}))
       return false;
   }
+  errno = EFBIG;
+  return false;
 }
 
 /// The toolkit does not notice a read that fails in the midst of a dictionary: the file is read here, with every

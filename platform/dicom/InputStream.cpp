@@ -15,6 +15,10 @@ namespace
 
 constexpr offile_off_t kBlock = 65536;
 
+/// Bytes that the parser asks for at once where it looks for a tag: the header of an element (PS3.5 7.1.2), in parts or
+/// whole. What it asks for beyond is a value.
+constexpr offile_off_t kLongestHeader = 12;
+
 // Not the address of a local variable: that may lie on a heap of the address sanitizer.
 [[gnu::always_inline]] inline std::uintptr_t frameHere()
 {
@@ -125,7 +129,8 @@ offile_off_t InputStream::read(void* buffer, offile_off_t length)
 {
   const offile_off_t got = DcmInputStream::read(buffer, allowed(length));
   checkInflated();
-  tags.see(buffer, static_cast<std::size_t>(got));
+  if (got <= kLongestHeader)
+    tags.see(buffer, static_cast<std::size_t>(got));
   guard.onRead(frameHere(), buffer, got);
   return got;
 }

@@ -131,6 +131,7 @@ STUDIES = {study: (0, [f"Checking/re-mapping object cache failed for study {re.e
 OPTIONS = {
     ("TARN_MAX_FILE_BYTES", "1G"): (1, ["annomend: TARN_MAX_FILE_BYTES is no whole number above 0: 1G"], set()),
     ("TARN_MAX_FILE_BYTES", "100"): refused("The file has [0-9]+ bytes, and TARN_MAX_FILE_BYTES allows 100"),
+    ("DCMDICTPATH", "/dev/zero"): (1, ["Data dictionary /dev/zero could not be read: File too large"], set()),
     ("TARN_MAX_ELEMENTS", "5"): refused("The file holds more elements than the 5 of TARN_MAX_ELEMENTS"),
 }
 
