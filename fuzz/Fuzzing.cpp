@@ -1,7 +1,7 @@
 #include "Fuzzing.h"
 
+#include "AttributeSupply.h"
 #include "DicomFile.h"
-#include "Dictionary.h"
 #include "FileReader.h"
 #include "ToolkitLog.h"
 
@@ -15,6 +15,14 @@
 
 namespace fuzzing
 {
+
+void renewDictionary(Supply supply)
+{
+  DcmDataDictionary& dictionary = dcmDataDict.wrlock();
+  dictionary.clear();
+  (supply == Supply::whole ? tarn::dicom::supplyAll : tarn::dicom::supplyOnDemand)(dictionary);
+  dcmDataDict.wrunlock();
+}
 
 void expect(bool holds, const char* broken)
 {
@@ -70,8 +78,8 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
 {
   setenv("TARN_DB_URL", "sqlite::memory:", 1);
   setenv("TARN_LOG", "none", 1);
-  std::string error;
-  fuzzing::expect(tarn::dicom::setUpDictionary(error), error.c_str());
+  setenv("DCMDICTPATH", "", 1);
+  fuzzing::renewDictionary(fuzzing::Supply::whole);
   tarn::dicom::redirectToolkitLog();
   return 0;
 }

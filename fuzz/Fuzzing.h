@@ -6,10 +6,18 @@
 #include <cstddef>
 #include <string>
 
-/// What the fuzz targets share. Each is one LLVMFuzzerTestOneInput; the process is set up here, as a program would be:
-/// dictionary, toolkit log, an archive in a folder of its own with the embedded database in memory.
+/// What the fuzz targets share. Each is one LLVMFuzzerTestOneInput; the process is set up here, as a host of the
+/// library would do: dictionary, toolkit log, an archive in a folder of its own with the embedded database in memory.
 namespace fuzzing
 {
+
+/// Which attributes the toolkit knows.
+enum class Supply
+{
+  whole,   ///< all, as a library's host has them; what the process begins with
+  onDemand ///< as the command does: each when it comes up
+};
+void renewDictionary(Supply supply);
 
 /// Ends the process after a line with `broken`, unless the property holds.
 void expect(bool holds, const char* broken);

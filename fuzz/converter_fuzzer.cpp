@@ -27,19 +27,18 @@ void checkOutput(const std::filesystem::path& path)
   fuzzing::expectRoundTrip(*file.getDataset());
 }
 
-} // namespace
-
-/// Converts a file of any bytes as the command does; the number of bytes chooses the options.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t length)
+/// What a conversion says, and what it dumps of input and outputs in debug mode; outputs are checked and removed. The
+/// number of bytes chooses the options.
+std::string convert(const fuzzing::MemoryFile& input, std::size_t length, fuzzing::Supply supply, bool debug)
 {
   using namespace impsconverter;
-  static const std::unique_ptr<tarn::db::DBConnector> db = tarn::db::DBConnector::createConnector(0);
+  static const std::unique_ptr<tarn::db::DBConnector> db = tarn::db::DBConnector::createConnector();
   static const TempDir folder;
+  fuzzing::renewDictionary(supply);
   const Capture said;
-  const fuzzing::MemoryFile input(bytes, length);
   const std::string copy = std::filesystem::path(input.path()).filename();
   const unsigned long flags = length % 4 == 0 ? PSC_includeOriginal | PSC_fixOriginal : length % 4;
-  const bool good = PSConverter(*db, input.path(), folder / "", flags, length % 8 == 0).convert(false);
+  const bool good = PSConverter(*db, input.path(), folder / "", flags, debug).convert(false);
   for (const std::string& name : namesIn(folder.path()))
   {
     if (name != copy)
@@ -48,5 +47,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t len
   }
   expect(good || !said.error.str().empty(), "a failure has a message");
   fuzzing::expectLines(said.error.str());
+  return said.error.str() + said.out.str();
+}
+
+} // namespace
+
+/// Converts a file of any bytes as the command does; one in eight also with the whole dictionary, which must make no
+/// difference.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t length)
+{
+  using fuzzing::Supply;
+  const fuzzing::MemoryFile input(bytes, length);
+  const bool twice = length % 8 == 0;
+  const std::string said = convert(input, length, Supply::onDemand, twice);
+  if (twice)
+    expect(convert(input, length, Supply::whole, true) == said, "attributes that are supplied on demand are there");
   return 0;
 }
