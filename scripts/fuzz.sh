@@ -18,12 +18,13 @@ export TMPDIR=$scratch ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrac
 
 # The toolkit reserves, and never touches, what elements of a deflated data set announce: up to 4 GiB.
 fuzz() {
-  local seconds=$1 target=$2 max_len=$3 log=build/fuzz/$2.log options=()
+  local seconds=$1 target=$2 max_len=$3 log=build/fuzz/$2.log options=() kept=()
   [[ -f fuzz/$target.dict ]] && options+=("-dict=fuzz/$target.dict")
+  [[ -d fuzz/corpus/$target ]] && kept+=("fuzz/corpus/$target")
   mkdir -p "build/fuzz/corpus/$target" "build/fuzz/findings/$target"
   if ! "build/fuzz/bin/${target}_fuzzer" -max_total_time="$seconds" -max_len="$max_len" -timeout=30 -rss_limit_mb=2048 \
       -malloc_limit_mb=5120 -print_final_stats=1 "${options[@]}" -artifact_prefix="build/fuzz/findings/$target/" \
-      "build/fuzz/corpus/$target" "fuzz/corpus/$target" "build/fuzz/fuzz/seeds/$target" >"$log" 2>&1; then
+      "build/fuzz/corpus/$target" "${kept[@]}" "build/fuzz/fuzz/seeds/$target" >"$log" 2>&1; then
     tail -n 60 "$log" >&2
     return 1
   fi
