@@ -1,29 +1,17 @@
-#include "MariaDbServer.h"
 #include "StateFixture.h"
 
-#include "Archive.h"
 #include "ArchiveAdmin.h"
 #include "DicomFile.h"
 #include "Files.h"
-#include "PSConverter.h"
-#include "QueryBindings.h"
 #include "SqlSession.h"
-#include "TempDir.h"
 #include "command.h"
-
-#include <dcmtk/dcmdata/dcdict.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <map>
 
-#include <dlfcn.h>
 #include <sys/wait.h>
 
 using namespace impsconverter;
-using tarn::db::PSCache;
-using tarn::db::PsQuery;
-using tarn::db::QueryBindings;
 
 namespace
 {
@@ -50,19 +38,7 @@ const std::string kUsage =
 
 const std::string kFound = "File X.1.2.4 was not found in the database - checking referenced series sequence\n";
 
-/// What the libraries of the databases and the prepared statements were asked for.
-struct Asked
-{
-  int connections = 0, statements = 0, lookUps = 0;
-};
-Asked asked;
-
-/// What the client library calls `name`; the module that needs it is loaded.
-template <class Function>
-Function ofModule(const char* name)
-{
-  return reinterpret_cast<Function>(dlsym(dlopen(ANNOMEND_MYSQL_MODULE, RTLD_LAZY | RTLD_NOLOAD), name));
-}
+int connections, statements; ///< that the database's library was asked for
 
 } // namespace
 
@@ -72,38 +48,16 @@ extern "C"
   int __real_sqlite3_open_v2(const char*, void**, int, const char*);
   int __wrap_sqlite3_open_v2(const char* file, void** opened, int flags, const char* system)
   {
-    ++asked.connections;
+    ++connections;
     return __real_sqlite3_open_v2(file, opened, flags, system);
   }
   int __real_sqlite3_prepare_v3(void*, const char*, int, unsigned, void**, const char**);
   int __wrap_sqlite3_prepare_v3(void* db, const char* sql, int size, unsigned flags, void** made, const char** rest)
   {
-    ++asked.statements;
+    ++statements;
     return __real_sqlite3_prepare_v3(db, sql, size, flags, made, rest);
   }
-  bool __real__ZN4tarn2db7PSCache8fetchRowERKNS0_7PsQueryERNS0_13QueryBindingsE(PSCache*, const PsQuery&,
-                                                                                QueryBindings&);
-  bool __wrap__ZN4tarn2db7PSCache8fetchRowERKNS0_7PsQueryERNS0_13QueryBindingsE(PSCache* cache, const PsQuery& query,
-                                                                                QueryBindings& bindings)
-  {
-    ++asked.lookUps;
-    return __real__ZN4tarn2db7PSCache8fetchRowERKNS0_7PsQueryERNS0_13QueryBindingsE(cache, query, bindings);
-  }
   // NOLINTEND(bugprone-reserved-identifier)
-
-  // The program's own come before those that the module of the MySQL backend brings with it.
-  MYSQL* mysql_real_connect(MYSQL* connection, const char* host, const char* user, const char* password,
-                            const char* database, unsigned port, const char* socket, unsigned long flags)
-  {
-    ++asked.connections;
-    return ofModule<decltype(&mysql_real_connect)>("mysql_real_connect")(connection, host, user, password, database,
-                                                                         port, socket, flags);
-  }
-  int mysql_stmt_prepare(MYSQL_STMT* made, const char* sql, unsigned long size)
-  {
-    ++asked.statements;
-    return ofModule<decltype(&mysql_stmt_prepare)>("mysql_stmt_prepare")(made, sql, size);
-  }
 }
 
 namespace
@@ -205,29 +159,24 @@ TEST_F(CommandTest, ReadsItsOptions)
   }
 }
 
-TEST_F(CommandTest, OneConnectionOneStatementOneLookUpAnObject)
+TEST_F(CommandTest, OneConnectionOneStatementForAllObjects)
 {
   const std::string missing = "Could not get SOP class UID for X.9 referenced in annotations - excluding from output\n";
   const std::string sought = "File X.9 was not found in the database - checking referenced series sequence\n" + missing;
   put("many.dcm", "label\\ID+/CT.1.2.3_1\\ID+/X.9_1\\ID+/CT.1.2.3_2%0AID+/X.1.2.4_1\\ID+/X.9_1\\ID+/X.1.2.4_1");
-  for (const std::string& database : {"sqlite:" + folder / "db", MariaDbServer::shared().createDatabase()})
+  const ScopedEnvironment variable("TARN_DB_URL", "sqlite:" + folder / "db");
   {
-    SCOPED_TRACE(database);
-    const ScopedEnvironment variable("TARN_DB_URL", database);
-    {
-      const auto archive = tarn::db::DBConnectorSql::open(tarn::db::Missing::create);
-      tarn::db::ArchiveAdmin(*archive).createSchema();
-      archive->session().execute("INSERT INTO objects VALUES ('1.2','CT.1.2.3','8.1','1.2.3','9.1',1,1,1)");
-    }
-    asked = {};
-    int status = -1;
-    const Outcome outcome = run({"-N", "-f", "@/many.dcm", "-o", "@/out/"}, status);
-    EXPECT_EQ(sought + kFound + sought + kFound, outcome.error) << "each time its lines";
-    EXPECT_EQ(4U, outputNames().size());
-    EXPECT_EQ(1, asked.connections);
-    EXPECT_EQ(1, asked.statements);
-    EXPECT_EQ(3, asked.lookUps);
+    const auto archive = tarn::db::DBConnectorSql::open(tarn::db::Missing::create);
+    tarn::db::ArchiveAdmin(*archive).createSchema();
+    archive->session().execute("INSERT INTO objects VALUES ('1.2','CT.1.2.3','8.1','1.2.3','9.1',1,1,1)");
   }
+  connections = statements = 0;
+  int status = -1;
+  const Outcome outcome = run({"-N", "-f", "@/many.dcm", "-o", "@/out/"}, status);
+  EXPECT_EQ(sought + kFound + sought + kFound, outcome.error) << "each time its lines";
+  EXPECT_EQ(4U, outputNames().size());
+  EXPECT_EQ(1, connections);
+  EXPECT_EQ(1, statements);
 }
 
 TEST_F(CommandTest, TheProgramEndsWithAStatus)
@@ -258,7 +207,6 @@ TEST_F(CommandTest, TheProgramEndsWithAStatus)
        kFound + "Standard output cannot be written\n"},
       {"damage is said once", "head -c 400 in.dcm >cut.dcm; $P -N -f cut.dcm 2>error", 0,
        "cut.dcm could not be loaded: "},
-      {"a data dictionary that is none", "DCMDICTPATH=/absent $P -N -f in.dcm 2>error", 1, "Data dictionary /absent "},
   };
   for (const Row& row : rows)
   {
@@ -271,61 +219,6 @@ TEST_F(CommandTest, TheProgramEndsWithAStatus)
     EXPECT_EQ(std::count(row.error.begin(), row.error.end(), '\n') + (row.error.back() == '\n' ? 0 : 1),
               std::count(error.begin(), error.end(), '\n'));
   }
-}
-
-/// Ends the process with 0 where every sample state gives the same dump, messages and files with the toolkit's text
-/// dictionary, with the one compiled in, and with the text files laid over that.
-[[noreturn]] void compareDictionaries(tarn::db::DBConnector& db)
-{
-  const TempDir dir;
-  const std::string out = dir.path() / "out/";
-  samples::writeArchive(dir.path());
-  // One without what most have anyway: file meta information, item delimiters, what outputs and copies are given.
-  DcmFileFormat bare;
-  bare.loadFile((dir.path() / "states/annotations-all-kinds.dcm").c_str());
-  for (const DcmTagKey& tag : {DCM_InstanceNumber, DCM_PresentationLUTShape, DCM_DisplayedAreaSelectionSequence})
-    bare.getDataset()->findAndDeleteElement(tag);
-  bare.saveFile((dir.path() / "states/bare.dcm").c_str(), EXS_LittleEndianImplicit, EET_ExplicitLength, EGL_recalcGL,
-                EPD_noChange, 0, 0, EWM_dataset);
-  const auto outcome = [&](const auto& convert)
-  {
-    std::filesystem::create_directory(out);
-    const Capture said;
-    std::string all = convert() ? "good" : "bad";
-    all += said.out.str() + said.error.str();
-    for (const std::string& name : namesIn(out))
-      all += name + contents(out + name);
-    std::filesystem::remove_all(out);
-    return all;
-  };
-  const auto withCommand = [&](std::string state)
-  {
-    dcmDataDict.wrlock().reloadDictionaries(OFFalse, OFFalse);
-    dcmDataDict.wrunlock();
-    std::string words[] = {"annomend", "-Nixd", "-f", std::move(state), "-o", out};
-    char* arguments[] = {words[0].data(), words[1].data(), words[2].data(), words[3].data(),
-                         words[4].data(), words[5].data(), nullptr};
-    return runCommand(6, arguments) == 0;
-  };
-  constexpr unsigned long kFlags = PSC_includeOriginal | PSC_fixOriginal;
-  std::map<std::string, std::string> expected;
-  for (const std::string& name : namesIn(dir.path() / "states"))
-  {
-    const std::string state = dir.path() / "states" / name;
-    expected[state] = outcome([&] { return PSConverter(db, state, out, kFlags, true).convert(false); });
-  }
-  for (const char* paths : {"", DCM_DICT_DEFAULT_PATH})
-    for (const auto& state : expected)
-      if (setenv("DCMDICTPATH", paths, 1); outcome([&] { return withCommand(state.first); }) != state.second)
-        std::cerr << "'" << paths << "' changes " << state.first << "; ";
-  std::cerr << expected.size() << " states";
-  _exit(0);
-}
-
-TEST_F(CommandTest, EveryDictionaryGivesTheSame)
-{
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(compareDictionaries(*db), testing::ExitedWithCode(0), "^16 states$");
 }
 
 } // namespace
