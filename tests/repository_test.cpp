@@ -116,25 +116,26 @@ TEST_F(Repositories, StatusOfRepositories)
 {
   configure("meta=" + mount("one") + "\nlost=" + mount("one") + ":" + mount("lost") + "\nrelative=one\nempty=\n");
   fs::create_directory(mount("one/here"));
-  std::ofstream(mount("plain")) << "x";
-  const std::string plain = mount("plain"), one = mount("one//");
+  const std::string one = mount("one//");
   constexpr int kUnknown = kUnknownRepository, kGone = kMountUnreachable;
   const struct
   {
     const char* repository;
     int whole, here, absent;
-  } rows[] = {{"meta", kLocated, kLocated, kMissing}, {one.c_str(), kLocated, kLocated, kMissing},
-              {"lost", kGone, kLocated, kGone},       {"relative", kGone, kGone, kGone},
-              {plain.c_str(), kGone, kGone, kGone},   {"other", kUnknown, kUnknown, kUnknown},
-              {"", kUnknown, kUnknown, kUnknown},     {nullptr, kUnknown, kUnknown, kUnknown},
-              {"empty", kUnknown, kUnknown, kUnknown}};
+  } rows[] = {{"meta", kLocated, kLocated, kMissing},  {one.c_str(), kLocated, kLocated, kMissing},
+              {"lost", kGone, kLocated, kGone},        {"relative", kGone, kGone, kGone},
+              {"empty", kUnknown, kUnknown, kUnknown}, {nullptr, kUnknown, kUnknown, kUnknown}};
   for (const auto& row : rows)
   {
-    const char* name = row.repository ? row.repository : "(null)";
-    EXPECT_EQ(HANDLER(getRepositoryStatus_)(row.repository, nullptr), row.whole) << name;
-    EXPECT_EQ(HANDLER(checkResourceStatus_)(row.repository, "here", nullptr), row.here) << name;
-    EXPECT_EQ(HANDLER(checkResourceStatus_)(row.repository, "absent", nullptr), row.absent) << name;
+    SCOPED_TRACE(row.repository ? row.repository : "(null)");
+    EXPECT_EQ(HANDLER(getRepositoryStatus_)(row.repository, nullptr), row.whole);
+    EXPECT_EQ(HANDLER(checkResourceStatus_)(row.repository, "here", nullptr), row.here);
+    EXPECT_EQ(HANDLER(checkResourceStatus_)(row.repository, "absent", nullptr), row.absent);
   }
+  fs::remove(home.path() / "etc/repositories.conf");
+  EXPECT_EQ(HANDLER(checkResourceStatus_)("meta", "here", nullptr), kUnknown);
+  fs::create_directory(home.path() / "etc/repositories.conf");
+  EXPECT_EQ(HANDLER(checkResourceStatus_)("meta", "here", nullptr), kGone) << "what cannot be read is not empty";
 }
 
 TEST_F(Repositories, ADirectoryIsMadeOnceAndWhereThereIsRoom)
@@ -175,14 +176,6 @@ TEST_F(Repositories, RemovalTakesAllOfIt)
   EXPECT_TRUE(fs::exists(mount("two/kept")));
 }
 
-TEST_F(Repositories, AConfigurationThatCannotBeReadIsNotAnEmptyOne)
-{
-  fs::remove(home.path() / "etc/repositories.conf");
-  EXPECT_EQ(HANDLER(checkResourceStatus_)("meta", "s", nullptr), kUnknownRepository);
-  fs::create_directory(home.path() / "etc/repositories.conf");
-  EXPECT_EQ(HANDLER(checkResourceStatus_)("meta", "s", nullptr), kMountUnreachable);
-}
-
 TEST_F(Repositories, ALockKeepsOtherProcessesOut)
 {
   fs::create_directory(mount("two/s"));
@@ -209,39 +202,6 @@ TEST_F(Repositories, ALockKeepsOtherProcessesOut)
   EXPECT_EQ(remove(), kFailed);
 }
 
-TEST_F(Repositories, AnAgedResourceThatIsLockedElsewhereStays)
-{
-  fs::create_directory(mount("old/s"));
-  std::ofstream(mount("one/.s.lock")) << "elsewhere 1\n";
-  EXPECT_EQ(taken(HANDLER(unAge_)("meta", "s", nullptr)), "");
-  EXPECT_TRUE(fs::exists(mount("old/s")));
-  EXPECT_TRUE(fs::exists(mount("one/.s.lock")));
-  EXPECT_FALSE(fs::exists(mount("one/s")) || fs::exists(mount("two/s")));
-}
-
-TEST_F(Repositories, DirtyFlagsAndTimes)
-{
-  fs::create_directory(mount("two/s"));
-  EXPECT_FALSE(HANDLER(isDirty_)("meta", "s", nullptr));
-  HANDLER(setDirty_)("meta", "absent", true, nullptr);
-  EXPECT_FALSE(HANDLER(isDirty_)("meta", "absent", nullptr));
-  HANDLER(setDirty_)("meta", "s", true, nullptr);
-  EXPECT_TRUE(HANDLER(isDirty_)("meta", "s", nullptr));
-  std::list<std::string> locations;
-  EXPECT_EQ(HANDLER(getLocations_)("meta", "s", locations, false, true, nullptr), kDirty);
-  HANDLER(setDirty_)("meta", "s", false, nullptr);
-  EXPECT_FALSE(HANDLER(isDirty_)("meta", "s", nullptr));
-
-  utimbuf times{1000, 2000};
-  EXPECT_TRUE(HANDLER(setTimeProperties_)("meta", "s", &times, nullptr));
-  times = {};
-  EXPECT_TRUE(HANDLER(getTimeProperties_)("meta", "s", &times, nullptr));
-  EXPECT_EQ(times.actime, 1000);
-  EXPECT_EQ(times.modtime, 2000);
-  EXPECT_FALSE(HANDLER(getTimeProperties_)("meta", "absent", &times, nullptr));
-  EXPECT_FALSE(HANDLER(setTimeProperties_)("meta", "s", nullptr, nullptr));
-}
-
 TEST_F(Repositories, AnAgedResourceIsFoundAndBroughtBackWhole)
 {
   fs::create_directories(mount("old/s/sub"));
@@ -266,6 +226,25 @@ TEST_F(Repositories, AnAgedResourceIsFoundAndBroughtBackWhole)
   EXPECT_EQ(times.modtime, 2000);
 }
 
+TEST_F(Repositories, DirtyFlagsAndTimes)
+{
+  fs::create_directory(mount("two/s"));
+  HANDLER(setDirty_)("meta", "s", true, nullptr);
+  EXPECT_TRUE(HANDLER(isDirty_)("meta", "s", nullptr));
+  std::list<std::string> locations;
+  EXPECT_EQ(HANDLER(getLocations_)("meta", "s", locations, false, true, nullptr), kDirty);
+  HANDLER(setDirty_)("meta", "s", false, nullptr);
+  EXPECT_FALSE(HANDLER(isDirty_)("meta", "s", nullptr));
+
+  utimbuf times{1000, 2000};
+  EXPECT_TRUE(HANDLER(setTimeProperties_)("meta", "s", &times, nullptr));
+  times = {};
+  EXPECT_TRUE(HANDLER(getTimeProperties_)("meta", "s", &times, nullptr));
+  EXPECT_TRUE(times.actime == 1000 && times.modtime == 2000);
+  EXPECT_FALSE(HANDLER(getTimeProperties_)("meta", "absent", &times, nullptr));
+  EXPECT_FALSE(HANDLER(setTimeProperties_)("meta", "s", nullptr, nullptr));
+}
+
 TEST_F(Repositories, ListingsHoldOneKindInByteOrder)
 {
   const std::string folder = mount("one");
@@ -278,33 +257,27 @@ TEST_F(Repositories, ListingsHoldOneKindInByteOrder)
   EXPECT_EQ(taken(HANDLER(listFiles_)(folder.c_str(), &count, false, nullptr)),
             (std::vector<std::string>{".h", "Z", "a", "b"}));
   EXPECT_EQ(count, 4);
-  EXPECT_EQ(taken(HANDLER(listDirs_)(folder.c_str(), &count, true, nullptr)), std::vector<std::string>{folder + "/d"});
-  EXPECT_EQ(count, 1);
+  EXPECT_EQ(taken(HANDLER(listDirs_)(folder.c_str(), nullptr, true, nullptr)), std::vector{folder + "/d"});
   EXPECT_EQ(HANDLER(listFiles_)((folder + "/absent").c_str(), &count, false, nullptr), nullptr);
   EXPECT_EQ(count, -1);
-  EXPECT_EQ(HANDLER(listFiles_)(nullptr, nullptr, false, nullptr), nullptr);
 }
 
 TEST_F(Repositories, MountsOfPaths)
 {
   fs::create_directories(mount("two/s"));
   configure("meta=" + mount("one") + ":" + mount("two") + ":" + mount("two/s"));
-  const auto mountOf = [&](const std::string& path)
-  { return taken(HANDLER(getMountFromPath_)("meta", path.c_str(), nullptr)); };
-  EXPECT_EQ(mountOf(mount("one/x/y")), mount("one"));
-  EXPECT_EQ(mountOf(mount("two/s/t")), mount("two/s")) << "the innermost";
-  EXPECT_EQ(mountOf(mount("one") + "more/x"), "");
-  EXPECT_EQ(mountOf(mount("one/../x")), "");
-  EXPECT_EQ(mountOf("one"), "");
+  const std::pair<std::string, std::string> rows[] = {{mount("one/x/y"), mount("one")},
+                                                      {mount("two/s/t"), mount("two/s")}, // the innermost
+                                                      {mount("one") + "more/x", ""},
+                                                      {mount("one/../x"), ""}};
+  for (const auto& [path, expected] : rows)
+    EXPECT_EQ(taken(HANDLER(getMountFromPath_)("meta", path.c_str(), nullptr)), expected) << path;
   EXPECT_EQ(taken(HANDLER(getMountPathForDirectory_)("meta", "s", nullptr)), mount("two"));
-  EXPECT_EQ(taken(HANDLER(getMountPathForDirectory_)("meta", "absent", nullptr)), "");
 
   const int percent = HANDLER(freeMount_)("meta", mount("one").c_str(), true, nullptr);
-  EXPECT_GE(percent, 0);
-  EXPECT_LE(percent, 100);
+  EXPECT_TRUE(percent >= 0 && percent <= 100) << percent;
   const auto mebibytes = static_cast<double>(fs::space(mount("one")).available >> 20U);
   EXPECT_NEAR(HANDLER(freeMount_)("meta", mount("one").c_str(), false, nullptr), mebibytes, mebibytes * 0.1);
-  EXPECT_EQ(HANDLER(freeMount_)("meta", mount("one/x").c_str(), false, nullptr), -1);
   EXPECT_EQ(HANDLER(freeMount_)("meta", "/", false, nullptr), -1);
 }
 
@@ -332,80 +305,49 @@ void expectConstants(const fs::path& home)
   EXPECT_GT(Operations::freeMount("meta", one.c_str(), nullptr), 100) << "mebibytes, no per cent";
 }
 
-/// Loading fails at `/absent`, and what is in `lacking` is a library without any of the entry points.
-class LoadedHandler : public Repositories
+/// What the two forms of the calls log where there is no library, and where it lacks the entry points.
+TEST_F(Repositories, BothFormsTellWhatCannotBeLoaded)
 {
-protected:
-  LoadedHandler()
-  {
-    configure("meta=" + mount("one") + ":" + mount("two") + "\nmeta.reserve=101\n");
-    fs::create_directories(home.path() / "lacking/lib");
-    fs::create_directory(home.path() / "lib"); // a copy, which nothing else keeps loaded
-    fs::copy_file(ANNOMEND_HANDLER_HOME "/lib/RepositoryHandler.so", home / "lib/RepositoryHandler.so");
-    Dl_info library{};
-    dladdr(reinterpret_cast<void*>(&_Unwind_GetIP), &library); // NOLINT: what dladdr is for
-    fs::copy_file(library.dli_fname, lackingPath);
-  }
+  configure("meta=" + mount("one") + ":" + mount("two") + "\nmeta.reserve=101\n");
+  const std::string own = home / "lib/RepositoryHandler.so"; // a copy, which nothing else keeps loaded
   const std::string lackingPath = home / "lacking/lib/RepositoryHandler.so";
-  const std::string lacking = lackingPath + ": undefined symbol: getLocations_\n";
+  for (const std::string& path : {own, lackingPath})
+    fs::create_directories(fs::path(path).parent_path());
+  fs::copy_file(ANNOMEND_HANDLER_HOME "/lib/RepositoryHandler.so", own);
+  Dl_info other{};
+  dladdr(reinterpret_cast<void*>(&_Unwind_GetIP), &other); // NOLINT: what dladdr is for
+  fs::copy_file(other.dli_fname, lackingPath);
   const std::string absent = "/absent/lib/RepositoryHandler.so: cannot open shared object file: No such file or "
                              "directory\n";
   const std::string called = "called createDirectory with repository=meta subDir=s shouldLock=true\n";
   const std::string error = "error IMRepositoryHandlerIface: ", info = "info IMRepositoryHandlerIface: ";
-  std::list<std::string> locations;
-};
-
-TEST_F(LoadedHandler, ThePlainFormLoadsItAtEachCall)
-{
-  const LogFile log;
-  {
-    const ScopedEnvironment without("REPOSITORYHANDLER_HOME", home / "lacking");
-    EXPECT_EQ(getLocations("meta", "s", locations, false, false, nullptr), -1);
-  }
-  for (const std::optional<std::string>& place : {std::optional<std::string>("/absent"), std::optional<std::string>()})
-  {
-    const ScopedEnvironment nowhere("REPOSITORYHANDLER_HOME", place);
-    int status = 0;
-    EXPECT_EQ(createDirectory("meta", "s", &status, nullptr, false, true, nullptr), nullptr);
-  }
-  const std::string unset = "/dev/null/lib/RepositoryHandler.so: cannot open shared object file: Not a directory\n";
-  EXPECT_EQ(log.lines(), error + "dlsym error initTask: " + lacking + info + called + error +
-                             "dlopen error: " + absent + info + called + error + "dlopen error: " + unset);
-  expectConstants<PlainOperations>(home.path());
-}
-
-/// One test, since what the class form has resolved stays.
-TEST_F(LoadedHandler, TheClassFormKeepsWhatItHasResolved)
-{
-  using Iface = IMRepositoryHandlerIface;
-  const std::string processList = "/tmp/error_ps." + std::to_string(getpid()) + ".txt";
   const std::string failed = error + "EXCEPTION: dlopen error";
+  const std::string processList = "/tmp/error_ps." + std::to_string(getpid()) + ".txt";
+  std::list<std::string> locations;
+  using Iface = IMRepositoryHandlerIface;
   {
     const ScopedEnvironment nowhere("REPOSITORYHANDLER_HOME", "/absent");
     const LogFile log;
+    EXPECT_EQ(createDirectory("meta", "s", nullptr, nullptr, false, true, nullptr), nullptr);
     Iface::init();
     EXPECT_EQ(Iface::createDirectory("meta", "s", nullptr, nullptr, false, true, nullptr), nullptr);
-    EXPECT_EQ(log.lines(), failed + " (/absent/lib/RepositoryHandler.so): " + absent + failed + ": " + absent + info +
+    EXPECT_EQ(log.lines(), info + called + error + "dlopen error: " + absent + failed +
+                               " (/absent/lib/RepositoryHandler.so): " + absent + failed + ": " + absent + info +
                                "error: not " + called);
   }
   EXPECT_NE(contents(processList).find("PID"), std::string::npos);
+  fs::remove(processList);
   {
     const ScopedEnvironment without("REPOSITORYHANDLER_HOME", home / "lacking");
     const LogFile log;
-    Iface::init();
-    const std::string first = log.lines();
-    EXPECT_EQ(std::count(first.begin(), first.end(), '\n'), 20) << "a line for each that is lacking";
-    Iface::init();
+    EXPECT_EQ(getLocations("meta", "s", locations, false, false, nullptr), -1);
     EXPECT_EQ(Iface::getLocations("meta", "s", locations, false, false, nullptr), -1);
-    const std::string line = error + "EXCEPTION: dlsym error getLocations_: " + lacking;
-    EXPECT_NE(first.find(line), std::string::npos);
-    EXPECT_EQ(log.lines(), first + line) << "just once, and sought again when it is called";
+    const std::string lacking = lackingPath + ": undefined symbol: getLocations_\n";
+    EXPECT_EQ(log.lines(),
+              error + "dlsym error initTask: " + lacking + error + "EXCEPTION: dlsym error getLocations_: " + lacking);
   }
-  fs::remove(processList);
+  expectConstants<PlainOperations>(home.path());
   expectConstants<Iface>(home.path());
-  const ScopedEnvironment without("REPOSITORYHANDLER_HOME", home / "lacking");
-  fs::create_directory(mount("one/s"));
-  EXPECT_EQ(taken(Iface::getLocation("meta", "s", nullptr, true, true, true, nullptr)), "") << "its configuration";
 }
 
 } // namespace
