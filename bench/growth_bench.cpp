@@ -8,7 +8,7 @@
 // the rounds less that of one unit; a ratio of 1.00 is linear. Files go to the folder of temporary files (TMPDIR).
 #include "BenchStates.h"
 #include "Processes.h"
-#include "ScopedEnvironment.h"
+#include "Environment.h"
 #include "TempDir.h"
 
 #include "Console.h"

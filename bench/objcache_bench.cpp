@@ -1,5 +1,5 @@
 #include "MariaDbServer.h"
-#include "ScopedEnvironment.h"
+#include "Environment.h"
 #include "TempDir.h"
 
 #include "ArchiveAdmin.h"

@@ -393,7 +393,7 @@ TEST(DatabaseUrl, EncryptsOrRefusesWithACertificateOfTheAuthority)
             << folder / name << ".pem -keyout " << key << " 2>/dev/null && chmod 644 " << key;
     ASSERT_EQ(std::system(command.str().c_str()), 0);
   }
-  MariaDbServer encrypting({"--ssl-cert=" + folder / "server.pem", "--ssl-key=" + folder / "server.key"});
+  MariaDbServer encrypting("--ssl-cert=" + folder / "server.pem" + " --ssl-key=" + folder / "server.key");
   const std::string name = encrypting.createDatabase();
   {
     const ScopedEnvironment url("TARN_DB_URL", name + "&ssl-ca=" + folder / "server.pem");

@@ -1,9 +1,6 @@
 #include "MariaDbServer.h"
 
 #include "Files.h"
-#include "Processes.h"
-
-#include <fcntl.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -13,36 +10,16 @@
 namespace
 {
 
-using Arguments = std::vector<std::string>;
-
-/// Starts a program with `input` as its standard input and its output added to `log`.
-pid_t spawn(const Arguments& arguments, int input, const std::string& log)
-{
-  std::vector<char*> argv;
-  for (const std::string& argument : arguments)
-    argv.push_back(const_cast<char*>(argument.c_str()));
-  argv.push_back(nullptr);
-  const auto become = [&]
-  {
-    const int output = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-    dup2(input, STDIN_FILENO);
-    dup2(output, STDOUT_FILENO);
-    dup2(output, STDERR_FILENO);
-    execvp(argv[0], argv.data());
-    return 127;
-  };
-  return inChild(become);
-}
-
 /// Runs the server until its standard input ends, which it does with the process that holds the other end of the pipe,
 /// however that ends; then takes the folder away. Arguments: the folder, the server's options.
 constexpr char kKeeper[] = R"(
-trap '' INT TERM HUP
+trap "" INT TERM HUP
 folder=$1; shift
+exec >>"$folder/log" 2>&1
 common=(--no-defaults "--datadir=$folder/data" "--tmpdir=$folder")
 if [ "$EUID" = 0 ]; then chown mysql: "$folder"; common+=(--user=mysql); fi
 mariadb-install-db "${common[@]}" --auth-root-authentication-method=normal --skip-test-db --skip-name-resolve </dev/null ||
-  echo '[ERROR] there is no data'
+  echo "[ERROR] there is no data"
 mariadbd "${common[@]}" "--socket=$folder/s" "--pid-file=$folder/pid" --skip-networking --innodb-buffer-pool-size=32M \
   --innodb-log-file-size=8M --character-set-server=utf8mb4 "$@" </dev/null &
 read -r
@@ -58,16 +35,10 @@ std::string makeFolder()
 
 } // namespace
 
-MariaDbServer::MariaDbServer(const Arguments& options) : directory(makeFolder())
+MariaDbServer::MariaDbServer(const std::string& options) : directory(makeFolder())
 {
-  Arguments command{"bash", "-c", kKeeper, "bash", directory};
-  command.insert(command.end(), options.begin(), options.end());
-  int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0)
-    throw std::runtime_error("cannot make a pipe");
-  leash = ends[1];
-  keeper = spawn(command, ends[0], directory + "/log");
-  close(ends[0]);
+  const std::string command = std::string("exec bash -c '") + kKeeper + "' bash " + directory + " " + options;
+  leash = popen(command.c_str(), "we");
   waitUntilReady();
 }
 
@@ -84,16 +55,14 @@ MariaDbServer& MariaDbServer::shared()
 
 void MariaDbServer::waitUntilReady()
 {
-  for (int attempt = 0; attempt < 1200; ++attempt)
+  std::string log;
+  for (int attempt = 0; attempt < 1200 && log.find("[ERROR]") == std::string::npos; ++attempt)
   {
-    const std::string log = contents(directory + "/log");
+    log = contents(directory + "/log");
     if (log.find("ready for connections") != std::string::npos)
       return;
-    if (log.find("[ERROR]") != std::string::npos)
-      break;
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
-  const std::string log = contents(directory + "/log");
   kill();
   throw std::runtime_error("the server did not start: " + log);
 }
@@ -108,16 +77,15 @@ std::string MariaDbServer::createDatabase()
 void MariaDbServer::run(const std::string& sql) const
 {
   const std::string log = directory + "/client.log";
-  const Arguments client{"mariadb", "--no-defaults", "--user=root", "--socket=" + socket(), "-e", sql};
-  if (statusOf(spawn(client, STDIN_FILENO, log)) != 0)
+  const std::string client = "mariadb --no-defaults --user=root --socket=" + socket() + " >" + log + " 2>&1";
+  std::FILE* input = popen(client.c_str(), "we");
+  if (!input || std::fputs(sql.c_str(), input) < 0 || pclose(input) != 0)
     throw std::runtime_error(sql + " failed: " + contents(log));
 }
 
 void MariaDbServer::kill()
 {
-  if (keeper <= 0)
-    return;
-  close(leash);
-  waitpid(keeper, nullptr, 0);
-  keeper = -1;
+  if (leash)
+    pclose(leash);
+  leash = nullptr;
 }

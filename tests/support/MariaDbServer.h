@@ -1,9 +1,7 @@
 #pragma once
 
-#include <sys/types.h>
-
+#include <cstdio>
 #include <string>
-#include <vector>
 
 /// A throw-away MariaDB server of its own, without network, its data in a new folder below /tmp. It ends with this
 /// object, and with the process that made it, however that ends; the folder goes with the object. `root` has no
@@ -12,8 +10,8 @@ class MariaDbServer
 {
 public:
   /// Starts it and waits until it answers; throws std::runtime_error, with the server's log, when it does not.
-  /// `options` go to the server's command line.
-  explicit MariaDbServer(const std::vector<std::string>& options = {});
+  /// `options` go to the server's command line, as the shell reads them.
+  explicit MariaDbServer(const std::string& options = "");
   ~MariaDbServer();
   /// The one that the tests of a program share.
   static MariaDbServer& shared();
@@ -33,7 +31,6 @@ private:
   void waitUntilReady();
 
   std::string directory;
-  pid_t keeper = -1; ///< the process that ends the server when the pipe `leash` is closed
-  int leash = -1;
+  std::FILE* leash = nullptr; ///< the pipe that keeps the server alive
   int databases = 0;
 };
