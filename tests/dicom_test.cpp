@@ -2,7 +2,6 @@
 #include "LogFile.h"
 #include "TempDir.h"
 
-#include "AttributeSupply.h"
 #include "Dictionary.h"
 #include "ElementText.h"
 #include "FileReader.h"
@@ -258,31 +257,6 @@ TEST(DictionaryDeathTest, IsCompiledInAndFilesComeOverIt)
                 testing::Eq(said))
         << paths;
   fs::remove_all(folder);
-}
-
-std::vector<std::string> entriesOf(DcmDataDictionary& dictionary)
-{
-  std::vector<std::string> entries;
-  const auto add = [&](const DcmDictEntry& entry)
-  {
-    std::ostringstream text;
-    text << entry << entry.getGroupRangeRestriction() << entry.getElementRangeRestriction();
-    entries.push_back(text.str());
-  };
-  for (auto entry = dictionary.normalBegin(); entry != dictionary.normalEnd(); ++entry)
-    add(**entry);
-  std::sort(entries.begin(), entries.end());
-  for (auto entry = dictionary.repeatingBegin(); entry != dictionary.repeatingEnd(); ++entry) // the first match wins
-    add(**entry);
-  return entries;
-}
-
-TEST(Dictionary, WhatIsCompiledInIsTheTextDictionary)
-{
-  DcmDataDictionary text(OFFalse, OFTrue), compiled(OFFalse, OFFalse);
-  supplyAll(compiled);
-  EXPECT_GT(text.numberOfNormalTagEntries(), 5000);
-  EXPECT_TRUE(entriesOf(text) == entriesOf(compiled));
 }
 
 /// A data set that has an empty element for every attribute of the dictionary: those of a private creator in a block of
