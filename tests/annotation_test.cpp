@@ -87,8 +87,6 @@ TEST_F(AnnotationTest, SimpleFormsAndTextsReadBack)
       {"a ruler without value", "ruler_x" + hidden + "30 40 a 1", ruled, ""},
       {"nine common fields", "ruler_x 1 red 10 20 1 1 0 0 100|30 40 a 0", ruled,
        text("a", "100\\0", "96\\-10", "104\\10", "CENTER")},
-      {"a colour of 17 letters", "ruler_x 1 abcdefghijklmnop7 20 1 1 0 0 100 100 0|30 40 a 0",
-       polyline(2, "7\\20\\30\\40"), letter},
       {"a label of 512 and a number at once", "ruler_x" + shown + "30 40 " + longest + "1", ruled,
        text(longest, "100\\100", "-1948\\90", "2148\\110", "CENTER")},
       {"another mode", "angle_x 1 red 30 30 1 1 0 0 100 100 0|10 10 50 10 a EX", angled, letter},
@@ -109,17 +107,12 @@ TEST_F(AnnotationTest, SimpleFormsAndTextsReadBack)
       {"the size without absolute value", "oval_x 7 red 2147483647 0 1 0 0 0 0|-2147483648 0 a",
        ellipse("0\\0\\4.2949673e+09\\0\\" + high + "\\0\\" + high + "\\0", "7"), ""},
       {"missing numbers are zero", "free_x" + shown + "3 5 6 a", polyline(4, "5\\6\\0\\0\\0\\0\\5\\6"), letter},
-      {"a missing row is zero", "free_x" + shown + "3 5 6 8 a", polyline(4, "5\\6\\8\\0\\0\\0\\5\\6"), letter},
       {"an arrow straight down", "freepointer_x 1 red 100 100 1 1 0 0 0|100 140",
        polyline(2, "100\\100\\100\\140") + polyline(3, "108\\108\\100\\100\\92\\108"), ""},
       {"an arrow across 32 bits", "freepointer_x 1 red -2147483648 0 1 1 0 0 0|2147483647 0",
        polyline(2, low + "\\0\\" + high + "\\0") + polyline(3, high + "\\8\\" + low + "\\0\\" + high + "\\-8"), ""},
       {"a longer label is cut, shown always", "text_x" + hidden + "0 " + longest + "b", "",
        text(longest, "10\\20", "10\\20", "4106\\40", "LEFT")},
-      {"a line feed at the end", "text_x" + hidden + "0 a%0a%0abcd%0A", "",
-       text("a\n\nbcd\n", "10\\20", "10\\20", "34\\80", "LEFT")},
-      {"a square at the end", "spinelabel_x 1 red 2147483647 0 1 0 0 0 0|0 0 0 0 a 0",
-       polyline(5, high + "\\0\\" + low + "\\0\\" + low + "\\5\\" + high + "\\5\\" + high + "\\0"), ""},
   };
   for (const auto& [name, line, graphics, texts] : rows)
   {
@@ -190,7 +183,6 @@ TEST_F(AnnotationTest, CompoundFormsReadBack)
 TEST_F(AnnotationTest, RefusesWithOneLine)
 {
   const std::string c = "x 1 red 10 20 1 1 0 0 100 100 0|"; // followed by the parameters of the kind
-  const std::string longest(513, 'a');
   const auto common = [](int count)
   { return "Invalid number of common annotation arguments for x: " + std::to_string(count); };
   const auto specific = [](int count)
@@ -202,26 +194,15 @@ TEST_F(AnnotationTest, RefusesWithOneLine)
   const std::tuple<Make, std::string, std::string> rows[] = {
       {make<Ruler>, "ruler_x", "Invalid annotation line, contains no space: ruler_x"},
       {make<Ruler>, "ruler|x 1 red", "Invalid annotation line, contains no pipe: ruler|x 1 red"},
-      {make<Ruler>, "a\tb\x01 c", "Invalid annotation line, contains no pipe: a\\x09b\\x01 c"},
       {make<Ruler>, "x 1 red 10 20 1 1 0 0|30 40 a 1", common(8)},
-      {make<Text>, "x |0 a", common(-1)},
       {make<Text>, "x red|0 a", common(0)},
       {make<Ruler>, c + "30 40 a", specific(3)},
-      {make<Ruler>, c + "30 40 " + longest, specific(3)},
       {make<Ruler>, c, specific(-1)},
-      {make<Angle>, c + "1 2 3 4", specific(4)},
-      {make<CobbAngle>, c + "1 2 3 4 5 6", specific(6)},
       {make<Oval>, c + "1 2", specific(2)},
       {make<SkewOval>, c + "   ", specific(-1)},
-      {make<HounsField>, c + "a", specific(0)},
       {make<SkewHounsField>, c + "1 b", specific(1)},
-      {make<Pointer>, c + "1", specific(1)},
-      {make<Text>, c + "1", specific(1)},
       {make<SpineLabel>, c + "1 2 3 4 a", specific(5)},
       {make<FreeHand>, c + "2147483648 1 2 a", parsing + "number of vertices in" + range},
-      {make<FreeHand>, c + "99999999999999999999 1 2 a", parsing + "number of vertices in" + range},
-      {make<FreeHand>, c + "a", vertices("0")},
-      {make<FreeHand>, c + "-2147483648 a", vertices("-2147483648")},
       {make<FreeHand>, c + "65535 1 2 a", vertices("65535")},
       {make<FreeHand>, c + "1 2147483648 2 a", parsing + "X coordinate from" + range},
       {make<FreeHand>, c + "1 1 -2147483649 a", parsing + "Y coordinate from" + range},
@@ -243,102 +224,78 @@ TEST_F(AnnotationTest, RefusesWithOneLine)
   EXPECT_EQ("There is no Presentation State object to update\n", said.error.str());
 }
 
-struct Fault
-{
-  ToolkitFault::Where where;
-  DcmTagKey tag;
-  const char* message;
-};
+using Names = std::vector<std::pair<DcmTagKey, const char*>>;
 
-/// Each fault ends `run` with its message and the toolkit's text.
-template <std::size_t count>
-void expectMessages(const Fault (&rows)[count], const std::function<bool()>& run)
+/// Each element that the toolkit does not take, of `values` also each that it does not fill, ends `run` with its
+/// message and the toolkit's text.
+void expectMessages(const std::function<bool()>& run, const Names& created, const Names& values = {})
 {
-  for (const Fault& row : rows)
+  const auto expect = [&](ToolkitFault::Where where, const DcmTagKey& tag, const std::string& message)
   {
     const Capture said;
-    const ToolkitFault fault(row.where, row.tag);
+    const ToolkitFault fault(where, tag);
     EXPECT_FALSE(run());
-    EXPECT_EQ(std::string(row.message) + "Illegal call, perhaps wrong parameters\n", said.error.str());
+    EXPECT_EQ(message + ": Illegal call, perhaps wrong parameters\n", said.error.str());
+  };
+  for (const auto& [tag, name] : created)
+    expect(ToolkitFault::inserting, tag, name + std::string(" could not be created"));
+  for (const auto& [tag, name] : values)
+  {
+    expect(ToolkitFault::inserting, tag, name + std::string(" could not be inserted"));
+    expect(ToolkitFault::filling, tag, name + std::string(" value could not be inserted"));
   }
 }
 
 TEST_F(AnnotationTest, NamesTheElementThatCouldNotBeWritten)
 {
-  const auto in = ToolkitFault::inserting, fill = ToolkitFault::filling;
-  const Fault shapes[] = {{in, DCM_GraphicDimensions, "Graphic Dimensions could not be created: "},
-                          {in, DCM_NumberOfGraphicPoints, "Number of Graphic Points could not be created: "},
-                          {fill, DCM_GraphicData, "Graphic Data value could not be inserted: "},
-                          {in, DCM_GraphicData, "Graphic Data could not be inserted: "},
-                          {in, DCM_GraphicType, "Graphic Type could not be created: "},
-                          {in, DCM_CompoundGraphicInstanceID, "Compound Graphic Instance ID could not be created: "}};
+  const Names shapes{{DCM_GraphicDimensions, "Graphic Dimensions"},
+                     {DCM_NumberOfGraphicPoints, "Number of Graphic Points"},
+                     {DCM_GraphicType, "Graphic Type"},
+                     {DCM_CompoundGraphicInstanceID, "Compound Graphic Instance ID"}};
+  const Names points{{DCM_GraphicData, "Graphic Data"}};
   const std::string common = "x 3 red 10 20 1 1 0 0 100 100 0|";
   const auto oval = [&] { return Oval(opened().get()).process(common + "5 6 a"); };
-  const Fault graphics[] = {{in, DCM_GraphicObjectSequence, "Graphic Object Sequence item could not be created: "},
-                            {in, DCM_GraphicAnnotationUnits, "Graphic Annotation Units could not be created: "}};
-  expectMessages(graphics, oval);
-  expectMessages(shapes, oval);
+  expectMessages(oval, shapes, points);
+  expectMessages(oval, {{DCM_GraphicObjectSequence, "Graphic Object Sequence item"},
+                        {DCM_GraphicAnnotationUnits, "Graphic Annotation Units"}});
+  expectMessages([&] { return Text(opened().get()).process(common + "0 a"); },
+                 {{DCM_TextObjectSequence, "Text Object Sequence item"},
+                  {DCM_AnchorPointAnnotationUnits, "Anchor Point Annotation Units"},
+                  {DCM_UnformattedTextValue, "Unformatted Text Value"},
+                  {DCM_AnchorPointVisibility, "Anchor Point Visibility"},
+                  {DCM_BoundingBoxAnnotationUnits, "Bounding Box Annotation Units"},
+                  {DCM_BoundingBoxTextHorizontalJustification, "Bounding Box Text Horizontal Justification"}},
+                 {{DCM_AnchorPoint, "Anchor Point"},
+                  {DCM_BoundingBoxTopLeftHandCorner, "Bounding Box Top Left Hand Corner"},
+                  {DCM_BoundingBoxBottomRightHandCorner, "Bounding Box Bottom Right Hand Corner"}});
 
-  const Fault texts[] = {
-      {in, DCM_TextObjectSequence, "Text Object Sequence item could not be created: "},
-      {in, DCM_AnchorPointAnnotationUnits, "Anchor Point Annotation Units could not be created: "},
-      {in, DCM_UnformattedTextValue, "Unformatted Text Value could not be created: "},
-      {fill, DCM_AnchorPoint, "Anchor Point value could not be inserted: "},
-      {in, DCM_AnchorPoint, "Anchor Point could not be inserted: "},
-      {in, DCM_AnchorPointVisibility, "Anchor Point Visibility could not be created: "},
-      {in, DCM_BoundingBoxAnnotationUnits, "Bounding Box Annotation Units could not be created: "},
-      {fill, DCM_BoundingBoxTopLeftHandCorner, "Bounding Box Top Left Hand Corner value could not be inserted: "},
-      {in, DCM_BoundingBoxTopLeftHandCorner, "Bounding Box Top Left Hand Corner could not be inserted: "},
-      {fill, DCM_BoundingBoxBottomRightHandCorner,
-       "Bounding Box Bottom Right Hand Corner value could not be inserted: "},
-      {in, DCM_BoundingBoxBottomRightHandCorner, "Bounding Box Bottom Right Hand Corner could not be inserted: "},
-      {in, DCM_BoundingBoxTextHorizontalJustification,
-       "Bounding Box Text Horizontal Justification could not be created: "}};
-  expectMessages(texts, [&] { return Text(opened().get()).process(common + "0 a"); });
-
-  const Fault compounds[] = {{in, DCM_CompoundGraphicSequence, "Compound Graphic Sequence item could not be created: "},
-                             {in, DCM_CompoundGraphicUnits, "Compound Graphic Units could not be created: "}};
-  const auto compoundOf = [&](Make kind, const std::string& params)
+  const auto compoundOf = [&](Make kind)
   {
-    return [this, kind, params]
+    return [this, kind]
     {
       const auto target = opened();
       const auto annotation = kind(target.get());
-      EXPECT_TRUE(annotation->parseSpecific("x", params));
+      EXPECT_TRUE(annotation->parseSpecific("x", "1 2 3 4 5"));
       return annotation->createCompound();
     };
   };
   for (const Make kind : {make<Ruler>, make<Angle>, make<Pointer>, make<SkewOval>})
   {
-    expectMessages(compounds, compoundOf(kind, "1 2 3 4 5"));
-    expectMessages(shapes, compoundOf(kind, "1 2 3 4 5"));
+    expectMessages(compoundOf(kind), shapes, points);
+    expectMessages(compoundOf(kind), {{DCM_CompoundGraphicSequence, "Compound Graphic Sequence item"},
+                                      {DCM_CompoundGraphicUnits, "Compound Graphic Units"}});
   }
-  const Fault ticks[] = {{in, DCM_TickAlignment, "Tick Alignment could not be created: "},
-                         {in, DCM_TickLabelAlignment, "Tick Label Alignment could not be created: "},
-                         {in, DCM_ShowTickLabel, "Show Tick Label could not be created: "}};
-  expectMessages(ticks, compoundOf(make<Ruler>, "1 2 a 1"));
-  const Fault turns[] = {{in, DCM_GraphicFilled, "Graphic Filled could not be created: "},
-                         {fill, DCM_RotationPoint, "Rotation Point value could not be inserted: "},
-                         {in, DCM_RotationPoint, "Rotation Point could not be inserted: "},
-                         {in, DCM_RotationAngle, "Rotation Angle could not be created: "}};
-  expectMessages(turns, compoundOf(make<SkewOval>, "1 2 a 30"));
-}
+  expectMessages(compoundOf(make<Ruler>), {{DCM_TickAlignment, "Tick Alignment"},
+                                           {DCM_TickLabelAlignment, "Tick Label Alignment"},
+                                           {DCM_ShowTickLabel, "Show Tick Label"}});
+  expectMessages(compoundOf(make<SkewOval>),
+                 {{DCM_GraphicFilled, "Graphic Filled"}, {DCM_RotationAngle, "Rotation Angle"}},
+                 {{DCM_RotationPoint, "Rotation Point"}});
 
-TEST_F(AnnotationTest, AHelperLineThatFailsChangesNothing)
-{
-  const std::tuple<ToolkitFault::Where, DcmTagKey, const char*> rows[] = {
-      {ToolkitFault::inserting, DCM_PatternOnColorCIELabValue,
-       "CIELab Color could not be inserted: Illegal call, perhaps wrong parameters\n"},
-      {ToolkitFault::inserting, DCM_LineStyleSequence, ""},
-      {ToolkitFault::inserting, DCM_PatternOnOpacity, ""},
-      {ToolkitFault::inserting, DCM_LinePattern, ""}};
-  for (const auto& [where, tag, message] : rows)
-  {
-    const Capture said;
-    const ToolkitFault fault(where, tag);
-    EXPECT_TRUE(Angle(opened().get()).process("x 3 red 10 20 1 1 0 0 100 100 0|1 2 3 4 a ex"));
-    EXPECT_EQ(message, said.error.str());
-  }
+  const Capture said;
+  const ToolkitFault fault(ToolkitFault::inserting, DCM_PatternOnColorCIELabValue);
+  EXPECT_TRUE(Angle(opened().get()).process(common + "1 2 3 4 a ex")) << "only the helper line's colour is lost";
+  EXPECT_EQ("CIELab Color could not be inserted: Illegal call, perhaps wrong parameters\n", said.error.str());
 }
 
 TEST_F(AnnotationTest, DebugPrintsWhatWasParsed)
