@@ -73,7 +73,7 @@ protected:
   DcmDataset& input = *file->getDataset();
 };
 
-TEST_F(PStateTest, SettersBeforeTheReferencesFail)
+TEST_F(PStateTest, ASequenceThatIsMissingOrNone)
 {
   for (const Call& call : {kClip, kMagnify, kZoom, kSpacing})
   {
@@ -81,10 +81,6 @@ TEST_F(PStateTest, SettersBeforeTheReferencesFail)
     EXPECT_FALSE(call(*opened()));
     EXPECT_EQ(said.error.str(), "Displayed Area Selection Item was expected but does not exist\n");
   }
-}
-
-TEST_F(PStateTest, AnElementOfTheInputThatIsNoSequence)
-{
   const std::tuple<DcmTagKey, Call, std::string> rows[] = {
       {kArea, reference, "No new item could be created in Displayed Area Selection Sequence: Invalid VR\n"},
       {DCM_SoftcopyVOILUTSequence, kLevel, "Softcopy VOI LUT Sequence item could not created: Invalid VR\n"},
@@ -178,9 +174,7 @@ TEST_F(PStateTest, CleaningMakesAnInstanceNumber)
   const std::tuple<const char*, DcmEVR, const char*, const char*> rows[] = {
       {"empty", EVR_IS, "", "33305"},
       {"ordinary", EVR_IS, "2", "7405"},
-      {"text after it", EVR_IS, "12abc", "44405"},
       {"negative", EVR_IS, "-3", "-11095"},
-      {"no number", EVR_IS, "abc", "33305"},
       {"largest", EVR_IS, "2147483647", "-3695"},
       {"beyond 32 bits", EVR_IS, "9999999999", "-1143258735"},
       {"no number's VR", EVR_LO, "2", "33305"}};
@@ -216,17 +210,12 @@ TEST_F(PStateTest, ObjectInfoCollects)
     DcmItem& seriesItem = samples::appendItem(dataset, DCM_ReferencedSeriesSequence);
     if (series)
       samples::putTexts(seriesItem, {{DCM_SeriesInstanceUID, series}});
-    DcmItem& imageItem = samples::appendItem(seriesItem, DCM_ReferencedImageSequence);
-    samples::putTexts(imageItem, {{DCM_ReferencedSOPInstanceUID, image}});
-    if (sopClass)
-      samples::putTexts(imageItem, {{DCM_ReferencedSOPClassUID, sopClass}});
+    samples::putTexts(samples::appendItem(seriesItem, DCM_ReferencedImageSequence),
+                      {{DCM_ReferencedSOPInstanceUID, image}, {DCM_ReferencedSOPClassUID, sopClass}});
   };
   refer("9.1", "1.3", "8.1");
   refer("9.2", "1.3", "8.2");
-  refer("9.3", "1.4", nullptr);
-  refer("9.4", "1.5", "8\\2");
   refer(nullptr, "1.6", "8.6");
-  refer("9\\7", "1.7", "8.7");
   DcmSequenceOfItems* sequence = nullptr;
   ASSERT_TRUE(dataset.findAndGetSequence(DCM_ReferencedSeriesSequence, sequence).good());
   const std::string seek = " was not found in the database - checking referenced series sequence\n";
@@ -243,12 +232,8 @@ TEST_F(PStateTest, ObjectInfoCollects)
       {"an empty UID", "S", "CT.1.2", 3, " 1.2 q 2x3x1",
        "Either SOP Instance UID, SOP Class UID or Series Instance UID was missing from the object table for CT.1.2\n"},
       {"referenced: the first one", "S", "CT.1.3", 2, "8.1 1.3 9.1 1x1x1", "File CT.1.3" + seek},
-      {"no class", "S", "CT.1.4", 1, " 1.4 9.3 1x1x1", "File CT.1.4" + seek},
-      {"two classes", "S", "CT.1.5", 1, " 1.5 9.4 1x1x1", "File CT.1.5" + seek},
       {"no series", "S", "CT.1.6", 1, "8.6 1.6  1x1x1", "File CT.1.6" + seek + noSeries + "CT.1.6\n"},
-      {"two series", "S", "CT.1.7", 1, "8.7 1.7  1x1x1", "File CT.1.7" + seek + noSeries + "CT.1.7\n"},
       {"nowhere", "S", "CT.7", 1, "   1x1x1", "File CT.7" + seek},
-      {"no UID", "S", "CT.", 1, "   1x1x1", "File CT." + seek},
       {"no point", "S", "CT", 1, "   1x1x1", "File CT" + seek + "Invalid object name CT; contains no dot ('.')\n"},
   };
   for (const auto& row : rows)
