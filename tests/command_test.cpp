@@ -1,9 +1,7 @@
 #include "StateFixture.h"
 
-#include "ArchiveAdmin.h"
 #include "DicomFile.h"
 #include "Files.h"
-#include "SqlSession.h"
 #include "command.h"
 
 #include <algorithm>
@@ -37,31 +35,6 @@ const std::string kUsage =
     "Converts annotations stored in QX private tags in a Presentation State file to DICOM compliant format\n";
 
 const std::string kFound = "File X.1.2.4 was not found in the database - checking referenced series sequence\n";
-
-int connections, statements; ///< that the database's library was asked for
-
-} // namespace
-
-extern "C"
-{
-  // NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
-  int __real_sqlite3_open_v2(const char*, void**, int, const char*);
-  int __wrap_sqlite3_open_v2(const char* file, void** opened, int flags, const char* system)
-  {
-    ++connections;
-    return __real_sqlite3_open_v2(file, opened, flags, system);
-  }
-  int __real_sqlite3_prepare_v3(void*, const char*, int, unsigned, void**, const char**);
-  int __wrap_sqlite3_prepare_v3(void* db, const char* sql, int size, unsigned flags, void** made, const char** rest)
-  {
-    ++statements;
-    return __real_sqlite3_prepare_v3(db, sql, size, flags, made, rest);
-  }
-  // NOLINTEND(bugprone-reserved-identifier)
-}
-
-namespace
-{
 
 class CommandTest : public StateFixture
 {
@@ -159,26 +132,6 @@ TEST_F(CommandTest, ReadsItsOptions)
   }
 }
 
-TEST_F(CommandTest, OneConnectionOneStatementForAllObjects)
-{
-  const std::string missing = "Could not get SOP class UID for X.9 referenced in annotations - excluding from output\n";
-  const std::string sought = "File X.9 was not found in the database - checking referenced series sequence\n" + missing;
-  put("many.dcm", "label\\ID+/CT.1.2.3_1\\ID+/X.9_1\\ID+/CT.1.2.3_2%0AID+/X.1.2.4_1\\ID+/X.9_1\\ID+/X.1.2.4_1");
-  const ScopedEnvironment variable("TARN_DB_URL", "sqlite:" + folder / "db");
-  {
-    const auto archive = tarn::db::DBConnectorSql::open(tarn::db::Missing::create);
-    tarn::db::ArchiveAdmin(*archive).createSchema();
-    archive->session().execute("INSERT INTO objects VALUES ('1.2','CT.1.2.3','8.1','1.2.3','9.1',1,1,1)");
-  }
-  connections = statements = 0;
-  int status = -1;
-  const Outcome outcome = run({"-N", "-f", "@/many.dcm", "-o", "@/out/"}, status);
-  EXPECT_EQ(sought + kFound + sought + kFound, outcome.error) << "each time its lines";
-  EXPECT_EQ(4U, outputNames().size());
-  EXPECT_EQ(1, connections);
-  EXPECT_EQ(1, statements);
-}
-
 TEST_F(CommandTest, TheProgramEndsWithAStatus)
 {
   const std::string pr = "test -s " + std::string(kFirstName);
@@ -205,6 +158,15 @@ TEST_F(CommandTest, TheProgramEndsWithAStatus)
       {"all streams closed", "$P -N -d -f in.dcm <&- >&- 2>&- && " + pr, 0, kFound},
       {"a reader that went away", "(sleep 0.1; $P -N -d -f in.dcm 2>error) | true && " + pr, 0,
        kFound + "Standard output cannot be written\n"},
+      {"a data dictionary that is not there", "DCMDICTPATH=/absent $P -N -f in.dcm 2>error", 1,
+       "Data dictionary /absent could not be read: No such file or directory\n"},
+      {"a data dictionary that is none",
+       "printf \"no\\tdictionary\\n\" >none; DCMDICTPATH=none $P -N -f in.dcm 2>error", 1,
+       "Data dictionary none could not be read: it is not a data dictionary\n"},
+      {"a data dictionary of one's own, over the one compiled in",
+       "printf \"(0008,0018)\\tUI\\tOwnName\\t1\\tOwn\\n\" >own; DCMDICTPATH=own $P -N -d -f in.dcm 2>error >dump && "
+       "grep OwnName dump >own && grep SOPClassUID dump >own",
+       0, kFound},
       {"damage is said once", "head -c 400 in.dcm >cut.dcm; $P -N -f cut.dcm 2>error", 0,
        "cut.dcm could not be loaded: "},
   };

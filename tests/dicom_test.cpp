@@ -216,49 +216,6 @@ TEST(ToolkitLog, GoesToTheLogger)
   EXPECT_EQ(log.lines(), "error DCMTK: broken\\x0Aline\ninfo DCMTK: odd\n");
 }
 
-/// Ends the process with what setUpDictionary does where DCMDICTPATH is `paths` (null: unset): its error, and what the
-/// dictionary calls a standard attribute and one that the test's own dictionary names.
-[[noreturn]] void tellDictionary(const char* paths)
-{
-  paths ? setenv("DCMDICTPATH", paths, 1) : unsetenv("DCMDICTPATH");
-  redirectToolkitLog();
-  std::string error;
-  const bool good = setUpDictionary(error);
-  const char* after = getenv("DCMDICTPATH");
-  std::cerr << error << '|' << DcmTag(0x0008, 0x0016).getTagName() << '|' << DcmTag(0x0011, 0x0101).getTagName() << '|'
-            << ((after ? after : "(unset)") == std::string(paths ? paths : "(unset)") ? "" : "variable changed");
-  _exit(good ? 0 : 1);
-}
-
-TEST(DictionaryDeathTest, IsCompiledInAndFilesComeOverIt)
-{
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  const TempDir dir;
-  // A process of its own runs each row, in which the folder has another name: a fixed one is made for its message.
-  const std::string folder = "/tmp/annomend-dictionary-test";
-  fs::create_directory(folder);
-  const std::string small = folder + "/small", garbage = folder + "/garbage", none = folder + "/none";
-  put(small, "(0011,0101)\tUS\tOwnName\t1\tOwn\n");
-  put(garbage, "no\tdictionary\n\x01\x02(\n");
-  put(folder + "/empty", "");
-  const auto unread = [](const std::string& path, const std::string& why)
-  { return "Data dictionary " + path + " could not be read: " + why; };
-  const std::string standard = "|SOPClassUID|Unknown Tag & Data|", own = "|SOPClassUID|OwnName|";
-  const std::tuple<std::string, int, std::string> rows[] = {
-      {"(unset)", 0, standard},
-      {"", 0, standard},
-      {folder + "/empty::" + small, 0, own},
-      {small + ":" + none, 1, unread(none, "No such file or directory") + own},
-      {garbage, 1, unread(garbage, "it is not a data dictionary") + standard},
-      {folder, 1, unread(folder, "Is a directory") + standard},
-  };
-  for (const auto& [paths, status, said] : rows)
-    EXPECT_EXIT(tellDictionary(paths == "(unset)" ? nullptr : paths.c_str()), testing::ExitedWithCode(status),
-                testing::Eq(said))
-        << paths;
-  fs::remove_all(folder);
-}
-
 /// A data set that has an empty element for every attribute of the dictionary: those of a private creator in a block of
 /// its own, those that repeat in the groups 50xx and 60xx once above the first.
 std::unique_ptr<DcmFileFormat> makeEveryElement()

@@ -262,25 +262,6 @@ TEST_F(Repositories, ListingsHoldOneKindInByteOrder)
   EXPECT_EQ(count, -1);
 }
 
-TEST_F(Repositories, MountsOfPaths)
-{
-  fs::create_directories(mount("two/s"));
-  configure("meta=" + mount("one") + ":" + mount("two") + ":" + mount("two/s"));
-  const std::pair<std::string, std::string> rows[] = {{mount("one/x/y"), mount("one")},
-                                                      {mount("two/s/t"), mount("two/s")}, // the innermost
-                                                      {mount("one") + "more/x", ""},
-                                                      {mount("one/../x"), ""}};
-  for (const auto& [path, expected] : rows)
-    EXPECT_EQ(taken(HANDLER(getMountFromPath_)("meta", path.c_str(), nullptr)), expected) << path;
-  EXPECT_EQ(taken(HANDLER(getMountPathForDirectory_)("meta", "s", nullptr)), mount("two"));
-
-  const int percent = HANDLER(freeMount_)("meta", mount("one").c_str(), true, nullptr);
-  EXPECT_TRUE(percent >= 0 && percent <= 100) << percent;
-  const auto mebibytes = static_cast<double>(fs::space(mount("one")).available >> 20U);
-  EXPECT_NEAR(HANDLER(freeMount_)("meta", mount("one").c_str(), false, nullptr), mebibytes, mebibytes * 0.1);
-  EXPECT_EQ(HANDLER(freeMount_)("meta", "/", false, nullptr), -1);
-}
-
 /// Both forms of the calls add the same constants.
 template <class Operations>
 void expectConstants(const fs::path& home)
