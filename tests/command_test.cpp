@@ -1,11 +1,21 @@
+#include "MariaDbServer.h"
+#include "SqlText.h"
 #include "StateFixture.h"
 
+#include "Archive.h"
+#include "ArchiveAdmin.h"
+#include "DBConnectorSql.h"
 #include "DicomFile.h"
 #include "Files.h"
+#include "PSConverter.h"
+#include "SqlSession.h"
 #include "command.h"
+
+#include <dcmtk/dcmdata/dcdict.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <map>
 
 #include <sys/wait.h>
 
@@ -132,6 +142,33 @@ TEST_F(CommandTest, ReadsItsOptions)
   }
 }
 
+/// What the server was asked for so far: executions and preparations of statements, connections.
+std::vector<int> asked(tarn::db::DBConnectorSql& counter)
+{
+  std::vector<int> counts;
+  for (const std::string& count : select(counter, "SELECT VARIABLE_VALUE FROM information_schema.GLOBAL_STATUS WHERE "
+                                                  "VARIABLE_NAME IN ('COM_STMT_EXECUTE', 'COM_STMT_PREPARE', "
+                                                  "'CONNECTIONS') ORDER BY VARIABLE_NAME"))
+    counts.push_back(std::stoi(count));
+  return counts;
+}
+
+TEST_F(CommandTest, OneConnectionOneStatementOneLookUpAnObject)
+{
+  const std::string sought = "File X.9 was not found in the database - checking referenced series sequence\n"
+                             "Could not get SOP class UID for X.9 referenced in annotations - excluding from output\n";
+  put("many.dcm", "label\\ID+/CT.1.2.3_1\\ID+/X.9_1\\ID+/CT.1.2.3_2%0AID+/X.1.2.4_1\\ID+/X.9_1\\ID+/X.1.2.4_1");
+  const ScopedEnvironment database("TARN_DB_URL", MariaDbServer::shared().createDatabase());
+  const auto counter = tarn::db::DBConnectorSql::open(tarn::db::Missing::create);
+  tarn::db::ArchiveAdmin(*counter).createSchema();
+  counter->session().execute("INSERT INTO objects VALUES ('1.2','CT.1.2.3','8.1','1.2.3','9.1',1,1,1)");
+  const std::vector<int> before = asked(*counter); // is itself a statement that is prepared and executed
+  int status = -1;
+  EXPECT_EQ(sought + kFound + sought + kFound, run({"-N", "-f", "@/many.dcm", "-o", "@/out/"}, status).error);
+  EXPECT_EQ(4U, outputNames().size());
+  EXPECT_EQ(asked(*counter), (std::vector<int>{before.at(0) + 3 + 1, before.at(1) + 1 + 1, before.at(2) + 1}));
+}
+
 TEST_F(CommandTest, TheProgramEndsWithAStatus)
 {
   const std::string pr = "test -s " + std::string(kFirstName);
@@ -181,6 +218,61 @@ TEST_F(CommandTest, TheProgramEndsWithAStatus)
     EXPECT_EQ(std::count(row.error.begin(), row.error.end(), '\n') + (row.error.back() == '\n' ? 0 : 1),
               std::count(error.begin(), error.end(), '\n'));
   }
+}
+
+/// Ends the process with 0 where every sample state gives the same dump, messages and files with the toolkit's text
+/// dictionary, with the one compiled in, and with the text files laid over that.
+[[noreturn]] void compareDictionaries(tarn::db::DBConnector& db)
+{
+  const TempDir dir;
+  const std::string out = dir.path() / "out/";
+  samples::writeArchive(dir.path());
+  // One without what most have anyway: file meta information, item delimiters, what outputs and copies are given.
+  DcmFileFormat bare;
+  bare.loadFile((dir.path() / "states/annotations-all-kinds.dcm").c_str());
+  for (const DcmTagKey& tag : {DCM_InstanceNumber, DCM_PresentationLUTShape, DCM_DisplayedAreaSelectionSequence})
+    bare.getDataset()->findAndDeleteElement(tag);
+  bare.saveFile((dir.path() / "states/bare.dcm").c_str(), EXS_LittleEndianImplicit, EET_ExplicitLength, EGL_recalcGL,
+                EPD_noChange, 0, 0, EWM_dataset);
+  const auto outcome = [&](const auto& convert)
+  {
+    std::filesystem::create_directory(out);
+    const Capture said;
+    std::string all = convert() ? "good" : "bad";
+    all += said.out.str() + said.error.str();
+    for (const std::string& name : namesIn(out))
+      all += name + contents(out + name);
+    std::filesystem::remove_all(out);
+    return all;
+  };
+  const auto withCommand = [&](std::string state)
+  {
+    dcmDataDict.wrlock().reloadDictionaries(OFFalse, OFFalse);
+    dcmDataDict.wrunlock();
+    std::string words[] = {"annomend", "-Nixd", "-f", std::move(state), "-o", out};
+    char* arguments[] = {words[0].data(), words[1].data(), words[2].data(), words[3].data(),
+                         words[4].data(), words[5].data(), nullptr};
+    return runCommand(6, arguments) == 0;
+  };
+  constexpr unsigned long kFlags = PSC_includeOriginal | PSC_fixOriginal;
+  std::map<std::string, std::string> expected;
+  for (const std::string& name : namesIn(dir.path() / "states"))
+  {
+    const std::string state = dir.path() / "states" / name;
+    expected[state] = outcome([&] { return PSConverter(db, state, out, kFlags, true).convert(false); });
+  }
+  for (const char* paths : {"", DCM_DICT_DEFAULT_PATH})
+    for (const auto& state : expected)
+      if (setenv("DCMDICTPATH", paths, 1); outcome([&] { return withCommand(state.first); }) != state.second)
+        std::cerr << "'" << paths << "' changes " << state.first << "; ";
+  std::cerr << expected.size() << " states";
+  _exit(0);
+}
+
+TEST_F(CommandTest, EveryDictionaryGivesTheSame)
+{
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(compareDictionaries(*db), testing::ExitedWithCode(0), "^16 states$");
 }
 
 } // namespace

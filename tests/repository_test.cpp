@@ -202,6 +202,16 @@ TEST_F(Repositories, ALockKeepsOtherProcessesOut)
   EXPECT_EQ(remove(), kFailed);
 }
 
+TEST_F(Repositories, AnAgedResourceThatIsLockedElsewhereStays)
+{
+  fs::create_directory(mount("old/s"));
+  std::ofstream(mount("one/.s.lock")) << "elsewhere 1\n";
+  EXPECT_EQ(taken(HANDLER(unAge_)("meta", "s", nullptr)), "");
+  EXPECT_TRUE(fs::exists(mount("old/s")));
+  EXPECT_TRUE(fs::exists(mount("one/.s.lock")));
+  EXPECT_FALSE(fs::exists(mount("one/s")) || fs::exists(mount("two/s")));
+}
+
 TEST_F(Repositories, AnAgedResourceIsFoundAndBroughtBackWhole)
 {
   fs::create_directories(mount("old/s/sub"));
