@@ -314,7 +314,6 @@ TEST_F(Repositories, BothFormsTellWhatCannotBeLoaded)
   const std::string error = "error IMRepositoryHandlerIface: ", info = "info IMRepositoryHandlerIface: ";
   const std::string failed = error + "EXCEPTION: dlopen error";
   const std::string processList = "/tmp/error_ps." + std::to_string(getpid()) + ".txt";
-  std::list<std::string> locations;
   using Iface = IMRepositoryHandlerIface;
   {
     const ScopedEnvironment nowhere("REPOSITORYHANDLER_HOME", "/absent");
@@ -331,6 +330,7 @@ TEST_F(Repositories, BothFormsTellWhatCannotBeLoaded)
   {
     const ScopedEnvironment without("REPOSITORYHANDLER_HOME", home / "lacking");
     const LogFile log;
+    std::list<std::string> locations;
     EXPECT_EQ(getLocations("meta", "s", locations, false, false, nullptr), -1);
     EXPECT_EQ(Iface::getLocations("meta", "s", locations, false, false, nullptr), -1);
     const std::string lacking = lackingPath + ": undefined symbol: getLocations_\n";
