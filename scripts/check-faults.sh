@@ -3,10 +3,6 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-build=$(realpath "$1")
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 source scripts/sample-archive.sh
-use_sample_archive "$build" "$work/archive"
-make_sample_archive "$work/archive" >/dev/null
+begin_with_samples "$1"
 /usr/bin/python3 tests/faults/check_faults.py "$work/archive" "${@:2}"

@@ -4,13 +4,9 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-build=$(realpath "$1")
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 source scripts/sample-archive.sh
+begin_with_samples "$1"
 archive=$work/archive
-use_sample_archive "$build" "$archive"
-make_sample_archive "$archive" >/dev/null
 
 # checked STATUS COMMAND...: runs the command, which is to end with STATUS.
 checked() {

@@ -5,12 +5,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-build=$(realpath "$1")
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 source scripts/sample-archive.sh
-use_sample_archive "$build" "$work/archive"
-make_sample_archive "$work/archive"
+begin_with_samples "$1"
 convert_samples "$work/archive" "$work/out"
 
 /usr/bin/python3 tests/readback/check_samples.py "$work/out"

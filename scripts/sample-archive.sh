@@ -37,3 +37,13 @@ convert_samples() {
     annomend "$@" -f "$state" -o "$out/$name/" 2>>"$out.log" || { cat "$out.log" >&2; return 1; }
   done
 }
+
+# begin_with_samples BUILD: the folder of a check, $work, which goes with it, and in it the sample archive, made by the
+# programs of the folder BUILD, to which $build points.
+begin_with_samples() {
+  build=$(realpath "$1")
+  work=$(mktemp -d)
+  trap 'rm -rf "$work"' EXIT
+  use_sample_archive "$build" "$work/archive"
+  make_sample_archive "$work/archive" >/dev/null
+}

@@ -13,8 +13,7 @@ namespace tarn::dicom
 OFCondition readBytes(DcmElement& element, std::string& bytes);
 
 /// The bytes of the element `tag` of `item`, less the one pad character (a NUL or a blank) that makes a value's length
-/// even. A missing element and an empty value are errors;
-/// `text` is empty after an error.
+/// even. A missing element and an empty value are errors; `text` is empty after an error.
 OFCondition readText(DcmItem& item, const DcmTagKey& tag, std::string& text);
 
 /// As readText, and more than one value is an error: a UID element that can serve as a key.
