@@ -135,12 +135,19 @@ double processorTime()
   return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
 }
 
-/// Milliseconds of a conversion in memory and of dropping its outputs, in a process that did a small one before.
-double timeInMemory(const Input& input, const Input& small)
+/// Milliseconds in memory, in a process that did the same on a small input before.
+struct InMemory
+{
+  double conversion;
+  double dropping; ///< its outputs, by the caller
+};
+
+InMemory timeInMemory(const Input& input, const Input& small)
 {
   static auto* const answer =
       // cppcheck-suppress invalidFunctionArg ; an anonymous mapping has no file
-      static_cast<double*>(mmap(nullptr, sizeof(double), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+      static_cast<InMemory*>(
+          mmap(nullptr, sizeof(InMemory), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
   costOf(inChild(
       [&]
       {
@@ -155,10 +162,11 @@ double timeInMemory(const Input& input, const Input& small)
           bool good = tarn::dicom::loadFile(file, from.path).good();
           const double start = processorTime();
           good = impsconverter::PSConverter(*db, &file, &outputs, 0, false).convert(false) && good;
+          const double converted = processorTime();
           good = good && outputs.size() == from.outputs;
           for (DcmFileFormat* output : outputs)
             delete output;
-          *answer = processorTime() - start;
+          *answer = {converted - start, processorTime() - converted};
           return good;
         };
         return tarn::dicom::setUpDictionary(error) && convert(small) && convert(input) ? 0 : 1;
@@ -186,15 +194,19 @@ struct Series
 void measure(const char* unit, const std::vector<Input>& inputs, int rounds)
 {
   Series command{"command", [](const Input& input) { return runCommand(input).milliseconds; }, {}};
-  Series memory{"in memory", [&](const Input& input) { return timeInMemory(input, inputs.front()); }, {}};
+  Series memory{"in memory", [&](const Input& input) { return timeInMemory(input, inputs.front()).conversion; }, {}};
+  Series drop{"dropping", [&](const Input& input) { return timeInMemory(input, inputs.front()).dropping; }, {}};
   Series peak{"peak", [](const Input& input) { return runCommand(input).peakBytes; }, {}};
   Series loaded{"loaded", [](const Input& input) { return runCommand(input, true).peakBytes; }, {}};
   for (int round = 0; round < rounds; ++round)
-    for (Series* series : {&command, &memory, &peak, &loaded})
+    for (Series* series : {&command, &memory, &drop, &peak, &loaded})
       for (std::size_t size = 0; size < inputs.size(); ++size)
-        if (round < 3 || series == &command || series == &memory)
+        if (round < 3 || (series != &peak && series != &loaded))
+        {
+          runCommand(inputs.front()); // every run begins with the caches that a small one leaves
           series->samples[size].push_back(series->measure(inputs[size]));
-  for (const Series* series : {&command, &memory})
+        }
+  for (const Series* series : {&command, &memory, &drop})
   {
     const double few = (series->middle(1) - series->middle(0)) / (kSizes[1] - kSizes[0]);
     const double many = (series->middle(2) - series->middle(0)) / (kSizes[2] - kSizes[0]);

@@ -168,7 +168,10 @@ bool PSConverter::handleLine(std::string& line)
 template <class Kind>
 bool PSConverter::annotationLine(std::string& line)
 {
-  return Kind(output.get()).process(line);
+  if (!Kind(output.get()).process(line))
+    return false;
+  const bool needsElements = outputList || debug; // of a caller, and of the dump
+  return needsElements || output->encodeAnnotations();
 }
 
 bool PSConverter::processIDLine(std::string& line)

@@ -2,6 +2,7 @@
 
 #include "Console.h"
 #include "ElementWriter.h"
+#include "EncodedItems.h"
 #include "ObjectInfo.h"
 #include "PBItem.h"
 #include "wrapping.h"
@@ -208,6 +209,23 @@ bool ValidPresentationState::checkAndCreateAnnotationLayer()
   return ElementWriter(*annotationItem)
       .text(DCM_GraphicLayer, ANNLAYERNAME, "Graphic Layer could not be added to Graphic Annotation Sequence: ")
       .ok();
+}
+
+bool ValidPresentationState::encodeAnnotations()
+{
+  const E_TransferSyntax syntax = fileFormat->getDataset()->getOriginalXfer();
+  for (unsigned long i = 0; i < annotationItem->card(); ++i)
+  {
+    auto* const objects = dynamic_cast<DcmSequenceOfItems*>(annotationItem->getElement(i));
+    if (!objects)
+      continue;
+    if (const OFCondition status = tarn::dicom::EncodedItems::absorb(*objects, syntax); status.bad())
+    {
+      reportCondition("Presentation State file " + name + " could not be saved: ", status);
+      return false;
+    }
+  }
+  return true;
 }
 
 bool ValidPresentationState::clean()

@@ -3,9 +3,9 @@
 #include "ElementText.h"
 #include "IMException.h"
 #include "PartFile.h"
+#include "encoding.h"
 #include "fileContent.h"
 
-#include <dcmtk/dcmdata/dcostrmb.h>
 #include <dcmtk/dcmdata/dcwcache.h>
 
 #include <fcntl.h>
@@ -81,36 +81,19 @@ bool isThereAlready(const Target& target, const std::string& path, const PartFil
   }
 }
 
-OFCondition drain(DcmOutputBufferStream& stream, const PartFile& part)
-{
-  void* bytes = nullptr;
-  offile_off_t length = 0;
-  stream.flushBuffer(bytes, length);
-  return part.write(static_cast<const char*>(bytes), static_cast<std::size_t>(length)) ? EC_Normal : systemFailure();
-}
-
 OFCondition encode(DcmFileFormat& file, const PartFile& part)
 {
   const std::unique_ptr<char[]> buffer(new char[kBlock]); // not cleared for each file
-  DcmOutputBufferStream stream(buffer.get(), kBlock);
   DcmWriteCache cache;
-  file.transferInit();
-  OFCondition status = EC_StreamNotifyClient;
-  while (status == EC_StreamNotifyClient)
-  {
-    status = file.write(stream, EXS_Unknown, EET_UndefinedLength, &cache, EGL_recalcGL, EPD_noChange, 0, 0, 0,
-                        EWM_createNewMeta);
-    if (status.good() || status == EC_StreamNotifyClient)
-      if (const OFCondition drained = drain(stream, part); drained.bad())
-        status = drained;
-  }
-  file.transferEnd();
-  while (status.good() && !stream.isFlushed())
-  {
-    stream.flush();
-    status = drain(stream, part);
-  }
-  return status;
+  return encodeThrough(
+      buffer.get(), kBlock, file,
+      [&](DcmOutputStream& stream)
+      {
+        return file.write(stream, EXS_Unknown, EET_UndefinedLength, &cache, EGL_recalcGL, EPD_noChange, 0, 0, 0,
+                          EWM_createNewMeta);
+      },
+      [&](const char* bytes, std::size_t length)
+      { return part.write(bytes, length) ? EC_Normal : systemFailure(); });
 }
 
 } // namespace
