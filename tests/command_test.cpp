@@ -230,7 +230,8 @@ TEST_F(CommandTest, TheProgramEndsWithAStatus)
   // One without what most have anyway: file meta information, item delimiters, what outputs and copies are given.
   DcmFileFormat bare;
   bare.loadFile((dir.path() / "states/annotations-all-kinds.dcm").c_str());
-  for (const DcmTagKey& tag : {DCM_InstanceNumber, DCM_PresentationLUTShape, DCM_DisplayedAreaSelectionSequence})
+  for (const DcmTagKey& tag : {DCM_InstanceNumber, DCM_Modality, DCM_ContentDescription, DCM_ContentCreatorName,
+                               DCM_PresentationLUTShape, DCM_DisplayedAreaSelectionSequence})
     bare.getDataset()->findAndDeleteElement(tag);
   bare.saveFile((dir.path() / "states/bare.dcm").c_str(), EXS_LittleEndianImplicit, EET_ExplicitLength, EGL_recalcGL,
                 EPD_noChange, 0, 0, EWM_dataset);

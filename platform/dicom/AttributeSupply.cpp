@@ -2,6 +2,7 @@
 
 #include "AttributeTable.h"
 
+#include <dcmtk/dcmdata/dcdeftag.h>
 #include <dcmtk/dcmdata/dcdict.h>
 
 #include <algorithm>
@@ -15,10 +16,68 @@ namespace tarn::dicom
 namespace
 {
 
-/// The groups of the attributes that outputs get though the input may not have them: the programs' own (file meta
-/// information, identification, relationship, image, display, presentation state) and the toolkit's (padding, item
-/// delimiters). A group is given whole.
-constexpr Uint16 kWrittenGroups[] = {0x0002, 0x0008, 0x0020, 0x0028, 0x0048, 0x0070, 0x2050, 0xFFFA, 0xFFFC, 0xFFFE};
+/// The groups that the toolkit writes by itself: file meta information, padding, item delimiters.
+constexpr Uint16 kToolkitGroups[] = {0x0002, 0xFFFA, 0xFFFC, 0xFFFE};
+
+/// The attributes that outputs get though the input may not have them. One that is missing here is written as UN.
+const DcmTagKey kWrittenAttributes[] = {DCM_AnchorPoint,
+                                        DCM_AnchorPointAnnotationUnits,
+                                        DCM_AnchorPointVisibility,
+                                        DCM_BoundingBoxAnnotationUnits,
+                                        DCM_BoundingBoxBottomRightHandCorner,
+                                        DCM_BoundingBoxTextHorizontalJustification,
+                                        DCM_BoundingBoxTopLeftHandCorner,
+                                        DCM_CompoundGraphicInstanceID,
+                                        DCM_CompoundGraphicSequence,
+                                        DCM_CompoundGraphicUnits,
+                                        DCM_ContentCreatorName,
+                                        DCM_ContentDescription,
+                                        DCM_DisplayedAreaBottomRightHandCorner,
+                                        DCM_DisplayedAreaSelectionSequence,
+                                        DCM_DisplayedAreaTopLeftHandCorner,
+                                        DCM_GraphicAnnotationSequence,
+                                        DCM_GraphicAnnotationUnits,
+                                        DCM_GraphicData,
+                                        DCM_GraphicDimensions,
+                                        DCM_GraphicFilled,
+                                        DCM_GraphicLayer,
+                                        DCM_GraphicLayerOrder,
+                                        DCM_GraphicLayerSequence,
+                                        DCM_GraphicObjectSequence,
+                                        DCM_GraphicType,
+                                        DCM_ImageHorizontalFlip,
+                                        DCM_ImageRotation,
+                                        DCM_InstanceNumber,
+                                        DCM_LineDashingStyle,
+                                        DCM_LinePattern,
+                                        DCM_LineStyleSequence,
+                                        DCM_Modality,
+                                        DCM_NumberOfGraphicPoints,
+                                        DCM_PatternOffOpacity,
+                                        DCM_PatternOnColorCIELabValue,
+                                        DCM_PatternOnOpacity,
+                                        DCM_PixelOriginInterpretation,
+                                        DCM_PresentationLUTShape,
+                                        DCM_PresentationPixelMagnificationRatio,
+                                        DCM_PresentationPixelSpacing,
+                                        DCM_PresentationSizeMode,
+                                        DCM_ReferencedFrameNumber,
+                                        DCM_ReferencedImageSequence,
+                                        DCM_ReferencedSOPClassUID,
+                                        DCM_ReferencedSOPInstanceUID,
+                                        DCM_ReferencedSeriesSequence,
+                                        DCM_RotationAngle,
+                                        DCM_RotationPoint,
+                                        DCM_SOPInstanceUID,
+                                        DCM_SeriesInstanceUID,
+                                        DCM_ShowTickLabel,
+                                        DCM_SoftcopyVOILUTSequence,
+                                        DCM_TextObjectSequence,
+                                        DCM_TickAlignment,
+                                        DCM_TickLabelAlignment,
+                                        DCM_UnformattedTextValue,
+                                        DCM_WindowCenter,
+                                        DCM_WindowWidth};
 
 Uint16 swapped(Uint16 word)
 {
@@ -50,8 +109,11 @@ public:
     isAdded.assign(attributes().size(), false);
     for (const Attribute& row : attributes())
       groups.set(row.group);
-    for (const Uint16 group : kWrittenGroups)
-      addGroup(dictionary, group);
+    for (const Uint16 group : kToolkitGroups)
+      addRows(dictionary, rowsBetween(tagOf(group, 0), tagOf(group, 0xFFFF)));
+    for (const DcmTagKey& key : kWrittenAttributes)
+      addRows(dictionary,
+              rowsBetween(tagOf(key.getGroup(), key.getElement()), tagOf(key.getGroup(), key.getElement())));
   }
 
   void provide(Uint16 group, Uint16 element)
@@ -78,11 +140,10 @@ private:
 
   static std::size_t indexOf(const Attribute& row) { return static_cast<std::size_t>(&row - attributes().begin()); }
 
-  void addGroup(DcmDataDictionary& dictionary, Uint16 group)
+  void addRows(DcmDataDictionary& dictionary, const AttributeRows& rows)
   {
-    for (const Attribute& row : rowsBetween(tagOf(group, 0), tagOf(group, 0xFFFF)))
+    for (const Attribute& row : rows)
       add(dictionary, row);
-    groups.reset(group);
   }
 
   void add(DcmDataDictionary& dictionary, const Attribute& row)
