@@ -204,7 +204,7 @@ bool PSConverter::readIdentity()
     return false;
   }
   std::string classUid;
-  if (const OFCondition status = tarn::dicom::readUid(dataset, DCM_SOPClassUID, classUid); status.bad())
+  if (const OFCondition status = tarn::dicom::readText(dataset, DCM_SOPClassUID, classUid); status.bad())
   {
     reportCondition(std::string(kMissing) + "SOP Class UID: ", status);
     return false;
@@ -319,10 +319,8 @@ bool PSConverter::finishOutput()
   const std::unique_ptr<ValidPresentationState> finished = std::move(output);
   if (!finished || !finished->hasContent())
     return true;
-  if (!nameIsFree(finished->outputName(), false))
-    return false;
   if (!outputList)
-    return finished->save(outputPrefix);
+    return nameIsFree(finished->outputName(), false) && finished->save(outputPrefix);
   finished->clean();
   outputList->push_back(finished->releaseFile().release());
   return true;
@@ -339,7 +337,7 @@ bool PSConverter::nameIsFree(const std::string& outputName, bool mayBeInput)
   const char* reason = nullptr;
   if (mayRecur(outputName) && !usedNames.insert(outputName).second)
     reason = "the name was already used in this run";
-  else if (!outputList && !mayBeInput)
+  else if (!mayBeInput)
     reason = reasonToKeep(outputPrefix + outputName, inputFile);
   if (reason)
     tarn::report("Presentation State file ", outputName, " could not be saved: ", reason);

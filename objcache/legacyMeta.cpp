@@ -6,6 +6,7 @@
 #include "storeState.h"
 
 #include <chrono>
+#include <memory>
 #include <set>
 #include <system_error>
 #include <thread>
@@ -41,6 +42,25 @@ public:
 
   fs::path path;
 };
+
+void reportNotCreated(const std::string& study, const fs::path& scratch, Logger& logger)
+{
+  logger.logV("meta directory could not be created for %s; temporary directory %s might have stuck", study.c_str(),
+              scratch.c_str());
+}
+
+std::unique_ptr<Scratch> makeScratch(const std::string& study, const fs::path& target, Logger& logger)
+{
+  try
+  {
+    return std::make_unique<Scratch>(target);
+  }
+  catch (const std::exception&)
+  {
+    reportNotCreated(study, partPathFor(target, false), logger);
+    throw;
+  }
+}
 
 void moveUnlessThere(const fs::path& from, const fs::path& to)
 {
@@ -81,8 +101,7 @@ Status publish(const fs::path& filled, const std::string& study, const fs::path&
     return STATUS_OK_COPIED;
   if (error != std::errc::directory_not_empty && error != std::errc::file_exists)
   {
-    logger.logV("meta directory could not be created for %s; temporary directory %s might have stuck", study.c_str(),
-                filled.c_str());
+    reportNotCreated(study, filled, logger);
     return STATUS_REPOSITORY_ERROR;
   }
   for (const fs::directory_entry& entry : fs::directory_iterator(filled))
@@ -104,9 +123,9 @@ Status copyLegacyMeta(const fs::path& legacy, const std::string& study, const fs
 {
   try
   {
-    const Scratch scratch(metaDir);
-    fillFromLegacy(legacy, scratch.path, conn, logger);
-    return publish(scratch.path, study, metaDir, logger);
+    const auto scratch = makeScratch(study, metaDir, logger);
+    fillFromLegacy(legacy, scratch->path, conn, logger);
+    return publish(scratch->path, study, metaDir, logger);
   }
   catch (const std::exception& failure)
   {

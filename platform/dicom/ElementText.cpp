@@ -1,5 +1,7 @@
 #include "ElementText.h"
 
+#include <algorithm>
+
 namespace tarn::dicom
 {
 
@@ -33,8 +35,9 @@ OFCondition readText(DcmItem& item, const DcmTagKey& tag, std::string& text)
     status = readBytes(*element, text);
   if (status.bad())
     return status;
-  if (!text.empty() && (text.back() == '\0' || text.back() == ' '))
-    text.pop_back();
+  text.resize(std::min(text.find('\0'), text.size()));
+  text.erase(text.find_last_not_of(' ') + 1);
+  text.erase(0, text.find_first_not_of(' '));
   return text.empty() ? failure("Value is empty") : status;
 }
 

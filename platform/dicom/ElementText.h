@@ -12,8 +12,9 @@ namespace tarn::dicom
 /// Empty for an element without a value. Call it before any typed access: the toolkit's strips blanks in place.
 OFCondition readBytes(DcmElement& element, std::string& bytes);
 
-/// The bytes of the element `tag` of `item`, less the one pad character (a NUL or a blank) that makes a value's length
-/// even. A missing element and an empty value are errors; `text` is empty after an error.
+/// The bytes of the element `tag` of `item` up to the first NUL, less the blanks at both ends, however many: old files
+/// pad more than the standard asks for (PS3.5 6.2). A missing element and an empty value are errors; `text` is empty
+/// after an error.
 OFCondition readText(DcmItem& item, const DcmTagKey& tag, std::string& text);
 
 /// As readText, and more than one value is an error: a UID element that can serve as a key.
