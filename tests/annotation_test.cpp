@@ -99,6 +99,13 @@ TEST_F(AnnotationTest, SimpleFormsAndTextsReadBack)
   }
 }
 
+TEST_F(AnnotationTest, TheParametersBeginBehindTheFirstBlank)
+{
+  const Capture said;
+  EXPECT_FALSE(Ruler(&target).process("ruler|x 1 red"));
+  EXPECT_EQ("Invalid annotation line, contains no pipe: ruler|x 1 red\n", said.error.str());
+}
+
 TEST_F(AnnotationTest, CompoundFormsReadBack)
 {
   const auto compound = [](const char* count, const std::string& points, const std::string& rest)

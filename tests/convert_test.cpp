@@ -147,6 +147,7 @@ TEST_F(ConvertTest, TheCopyIsFixedOnRequest)
       {"unfixed", 1, kOneId + "%0Apixel+2+3", "INVERSE", "ContentDescription:LO= PresentationLUTShape:CS=INVERSE"},
       {"fixed", 3, kOneId + "%0Apixel+2+3\\ID+/CT.1.2.3_1%0Apixel+7+7", "INVERSE",
        fixed("512\\256", "2\\3", "INVERSE")},
+      {"without spacing", 3, kOneId, "", fixed("512\\256", "1\\1", "IDENTITY")},
       {"half a spacing", 3, kOneId + "%0Apixel+0+0%0Apixel+0+3", "", fixed("512\\256", "1\\3", "IDENTITY")},
       {"a dropped object's spacing", 3, "l\\ID+/X.9_1%0Apixel+2+3", "", fixed("1\\1", "2\\3", "IDENTITY")},
   };
