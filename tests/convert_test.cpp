@@ -5,6 +5,7 @@
 #include "annomend.h"
 #include "fileTrees.h"
 
+#include <optional>
 #include <tuple>
 
 using namespace impsconverter;

@@ -192,8 +192,6 @@ TEST_F(PluginStateTest, DebugTellsTheWholeWay)
        " Label: a\n Mode: e%78\n"},
       {"skewoval_x" + c + "-1 2 a 30.5 1",
        "Oval(skewoval_x)\n Size X: 1\n Size Y: 2\n Rotation: 30.5\n Label: \"a\"\n Show Center: true\n"},
-      {"houns_x" + c + "1 2 a 3 4 2",
-       "Oval(houns_x)\n Size X: 1\n Size Y: 2\n Rotation: 0\n Label: \"a\"\n Show Center: false\n"},
       {"free_x" + c + "2 1 2 3 4 a",
        "FreeHand arguments: \n Count of vertices: 2\n Vertex[0]: {1, 2}\n Vertex[1]: {3, 4}\n Label: a\n"},
       {"freepointer_x" + c + "1 2", "Pointer arguments: 2\n End X: 1\n End Y: 2\n"},
