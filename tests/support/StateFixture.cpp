@@ -3,53 +3,24 @@
 #include "DicomFile.h"
 #include "PSConverter.h"
 #include "PluginState.h"
-#include "SqlSession.h"
 
 #include <dcmtk/oflog/oflog.h>
 
 #include <algorithm>
-#include <cstdio>
 
 namespace
 {
 
-template <class Value>
-std::string numbers(DcmElement& element, OFCondition (DcmElement::*get)(Value*&), std::size_t size, const char* format)
+bool isIn(const std::vector<DcmTagKey>& tags, const DcmObject& object)
 {
-  Value* values = nullptr;
-  // cppcheck-suppress knownConditionTrueFalse ; the call sets it
-  if ((element.*get)(values).bad() || !values)
-    return "";
-  std::string text;
-  for (std::size_t i = 0; i < element.getLengthField() / size; ++i)
-  {
-    char number[40];
-    std::snprintf(number, sizeof number, format, static_cast<double>(values[i]));
-    text += (i > 0 ? "\\" : "") + std::string(number);
-  }
-  return text;
+  return std::find(tags.begin(), tags.end(), object.getTag()) != tags.end();
 }
 
 std::string valueOf(DcmElement& element)
 {
-  if (element.ident() == EVR_FL)
-    return numbers<Float32>(element, &DcmElement::getFloat32Array, sizeof(Float32), "%.9g");
-  if (element.ident() == EVR_FD)
-    return numbers<Float64>(element, &DcmElement::getFloat64Array, sizeof(Float64), "%.17g");
-  OFString text;
-  element.getOFStringArray(text);
-  return text.c_str();
-}
-
-std::string describeElement(DcmElement& element)
-{
-  const std::string name = DcmTag(element.getTag()).getTagName();
-  if (element.isLeaf())
-    return name + ":" + DcmVR(element.ident()).getVRName() + "=" + valueOf(element);
-  std::string text = name;
-  for (DcmObject* item = nullptr; (item = element.nextInContainer(item)) != nullptr;)
-    text += "{" + describe(dynamic_cast<DcmItem&>(*item)) + "}";
-  return text;
+  OFString value;
+  element.getOFStringArray(value);
+  return value.c_str();
 }
 
 } // namespace
@@ -58,8 +29,16 @@ std::string describe(DcmItem& item, const std::vector<DcmTagKey>& only)
 {
   std::string text;
   for (DcmObject* object = nullptr; (object = item.nextInContainer(object)) != nullptr;)
-    if (only.empty() || std::find(only.begin(), only.end(), object->getTag()) != only.end())
-      text += (text.empty() ? "" : " ") + describeElement(dynamic_cast<DcmElement&>(*object));
+  {
+    if (!only.empty() && !isIn(only, *object))
+      continue;
+    auto& element = dynamic_cast<DcmElement&>(*object);
+    text += (text.empty() ? "" : " ") + std::string(DcmTag(element.getTag()).getTagName());
+    if (element.isLeaf())
+      text += std::string(":") + DcmVR(element.ident()).getVRName() + "=" + valueOf(element);
+    for (DcmObject* nested = nullptr; (nested = element.nextInContainer(nested)) != nullptr;)
+      text += "{" + describe(dynamic_cast<DcmItem&>(*nested)) + "}";
+  }
   return text;
 }
 
@@ -71,11 +50,6 @@ StateFixture::StateFixture()
   std::filesystem::create_directory(folder.path() / "out");
 }
 
-void StateFixture::execute(const char* sql)
-{
-  db->session().execute(sql);
-}
-
 std::string StateFixture::figureOf(const std::vector<std::string>& lines)
 {
   samples::Figure figure{"ID 1.2/CT.1.2.3_1"};
@@ -83,18 +57,18 @@ std::string StateFixture::figureOf(const std::vector<std::string>& lines)
   return samples::pluginStateText("label", {figure});
 }
 
-void StateFixture::putPluginState(DcmItem& dataset, const std::string& text, DcmEVR vr)
+void StateFixture::putElement(DcmItem& item, const DcmTagKey& tag, DcmEVR vr, const std::string& value)
 {
   DcmElement* element = nullptr;
-  samples::require(DcmItem::newDicomElementWithVR(element, DcmTag(kPluginState, DcmVR(vr))), "new element");
-  if (element->isaString())
-    element->putString(text.data(), static_cast<Uint32>(text.size()));
+  samples::require(DcmItem::newDicomElementWithVR(element, DcmTag(tag, DcmVR(vr))), "new element");
+  if (vr == EVR_OB)
+    element->putUint8Array(reinterpret_cast<const Uint8*>(value.data()), value.size());
   else
-    element->putUint8Array(reinterpret_cast<const Uint8*>(text.data()), text.size());
-  samples::require(dataset.insert(element, true), "insert");
+    element->putString(value.c_str());
+  samples::require(item.insert(element, true), "insert");
 }
 
-std::unique_ptr<DcmFileFormat> StateFixture::state(const std::string& pluginState, DcmEVR vr)
+std::unique_ptr<DcmFileFormat> StateFixture::state(const std::string& pluginState)
 {
   auto file = std::make_unique<DcmFileFormat>();
   DcmDataset& dataset = *file->getDataset();
@@ -107,22 +81,17 @@ std::unique_ptr<DcmFileFormat> StateFixture::state(const std::string& pluginStat
   samples::putTexts(
       samples::appendItem(series, DCM_ReferencedImageSequence),
       {{DCM_ReferencedSOPClassUID, "1.2.840.10008.5.1.4.1.1.4"}, {DCM_ReferencedSOPInstanceUID, "1.2.4"}});
-  samples::require(dataset.putAndInsertString(DcmTag(0xF215, 0x0010, EVR_LO), "PB group A"), "creator");
-  putPluginState(dataset, pluginState, vr);
+  putElement(dataset, DcmTagKey(0xF215, 0x0010), EVR_LO, "PB group A");
+  putElement(dataset, kPluginState, EVR_OB, pluginState);
   return file;
-}
-
-Outcome StateFixture::convertPath(const std::string& path, unsigned long flags, bool debug)
-{
-  const Capture said;
-  const bool good = impsconverter::PSConverter(*db, path, prefix, flags, debug).convert(false);
-  return {good, said.error.str(), said.out.str()};
 }
 
 Outcome StateFixture::convert(DcmFileFormat& file, unsigned long flags, bool debug)
 {
   samples::writeFile(inputPath, samples::encodeFile(*file.getDataset(), EXS_LittleEndianExplicit));
-  return convertPath(inputPath, flags, debug);
+  const Capture said;
+  const bool good = impsconverter::PSConverter(*db, inputPath, prefix, flags, debug).convert(false);
+  return {good, said.error.str(), said.out.str()};
 }
 
 Outcome StateFixture::convert(const std::string& pluginState, unsigned long flags, bool debug)
@@ -140,4 +109,14 @@ std::unique_ptr<DcmFileFormat> StateFixture::output(const std::string& name) con
 std::string StateFixture::describeOutput(const std::vector<DcmTagKey>& tags, const std::string& name) const
 {
   return describe(*output(name)->getDataset(), tags);
+}
+
+std::string StateFixture::valuesIn(const std::vector<DcmTagKey>& tags, const std::string& name) const
+{
+  const auto file = output(name);
+  std::string text;
+  for (DcmStack stack; file->getDataset()->nextObject(stack, OFTrue).good();)
+    if (isIn(tags, *stack.top()))
+      text += (text.empty() ? "" : " ") + valueOf(dynamic_cast<DcmElement&>(*stack.top()));
+  return text;
 }

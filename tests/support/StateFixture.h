@@ -4,6 +4,7 @@
 #include "DBConnectorSql.h"
 #include "Environment.h"
 #include "Files.h"
+#include "SqlSession.h"
 #include "TempDir.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -24,8 +25,11 @@ struct Outcome
 };
 
 /// The elements of an item, or those of the tags named: "Name:VR=value" separated by blanks, a sequence as
-/// "Name{item}{item}"; numbers of FL and FD with all their digits.
+/// "Name{item}{item}".
 std::string describe(DcmItem& item, const std::vector<DcmTagKey>& only = {});
+
+/// What follows the line of a figure that fails.
+const std::string kFigureFailed = "parseFigure returns false\nparsePluginState returns false (parseFigure)\n";
 
 const DcmTagKey kPluginState(0xF215, 0x1094);
 
@@ -40,21 +44,23 @@ protected:
   StateFixture();
 
   /// Runs a statement on the database.
-  void execute(const char* sql);
+  void execute(const char* sql) { db->session().execute(sql); }
 
   /// A plug-in state of one figure on the image of the database: its ID line and `lines`.
   static std::string figureOf(const std::vector<std::string>& lines);
-  static std::unique_ptr<DcmFileFormat> state(const std::string& pluginState, DcmEVR vr = EVR_OB);
-  static void putPluginState(DcmItem& dataset, const std::string& text, DcmEVR vr);
+  static std::unique_ptr<DcmFileFormat> state(const std::string& pluginState);
+  /// Puts an element of any VR, whether it suits the tag or not, in place of what is there.
+  static void putElement(DcmItem& item, const DcmTagKey& tag, DcmEVR vr, const std::string& value);
 
   /// Saves the state as `inputPath` and converts that with the outputs going to `prefix`.
   Outcome convert(DcmFileFormat& file, unsigned long flags = 0, bool debug = false);
   Outcome convert(const std::string& pluginState, unsigned long flags = 0, bool debug = false);
-  Outcome convertPath(const std::string& path, unsigned long flags = 0, bool debug = false);
 
   /// Reads a file of the output folder.
   std::unique_ptr<DcmFileFormat> output(const std::string& name = kFirstName) const;
   std::string describeOutput(const std::vector<DcmTagKey>& tags, const std::string& name = kFirstName) const;
+  /// The values of the tags wherever they stand in an output, separated by blanks.
+  std::string valuesIn(const std::vector<DcmTagKey>& tags, const std::string& name = kFirstName) const;
   std::vector<std::string> outputNames() const { return namesIn(folder.path() / "out"); }
 
   TempDir folder;
