@@ -1,10 +1,12 @@
 #pragma once
 
+#include "TempDir.h"
+
 #include <cstdio>
 #include <string>
 
 /// A throw-away MariaDB server of its own, without network, its data in a new folder below /tmp. It ends with this
-/// object, and with the process that made it, however that ends; the folder goes with the object. `root` has no
+/// object, and with the process that made it, however that ends; the folder goes with the server. `root` has no
 /// password.
 class MariaDbServer
 {
@@ -25,12 +27,10 @@ public:
   /// Ends it at once, as a crash would, for good.
   void kill();
 
-  std::string socket() const { return directory + "/s"; }
+  std::string socket() const { return folder / "s"; }
 
 private:
-  void waitUntilReady();
-
-  std::string directory;
-  std::FILE* leash = nullptr; ///< the pipe that keeps the server alive
+  const TempDir folder{"/tmp"}; // a socket's path has less than 108 characters
+  std::FILE* leash = nullptr;   ///< the pipe that keeps the server alive
   int databases = 0;
 };
