@@ -29,7 +29,7 @@ kill -KILL $!; wait $!; rm -rf "$folder")";
 MariaDbServer::MariaDbServer(const std::string& options)
 {
   const std::string command = std::string("exec bash -c '") + kKeeper + "' bash " + folder / "" + " " + options;
-  leash = popen(command.c_str(), "we");
+  leash.reset(popen(command.c_str(), "we"));
   std::string log;
   for (int attempt = 0; attempt < 1200 && log.find("[ERROR]") == std::string::npos; ++attempt)
   {
@@ -38,13 +38,7 @@ MariaDbServer::MariaDbServer(const std::string& options)
       return;
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
-  kill();
   throw std::runtime_error("the server did not start: " + log);
-}
-
-MariaDbServer::~MariaDbServer()
-{
-  kill();
 }
 
 MariaDbServer& MariaDbServer::shared()
@@ -67,11 +61,4 @@ void MariaDbServer::run(const std::string& sql) const
   std::FILE* input = popen(client.c_str(), "we");
   if (!input || std::fputs(sql.c_str(), input) < 0 || pclose(input) != 0)
     throw std::runtime_error(sql + " failed: " + contents(log));
-}
-
-void MariaDbServer::kill()
-{
-  if (leash)
-    pclose(leash);
-  leash = nullptr;
 }
