@@ -5,11 +5,10 @@
 
 #include "ArchiveAdmin.h"
 #include "DBConnectorSql.h"
-#include "IMException.h"
-#include "IMSemaphore.h"
 #include "ObjCacheMgr.h"
 #include "ReferenceAccessor.h"
 #include "SqlSession.h"
+#include "StudyLock.h"
 
 #include <gtest/gtest.h>
 
@@ -26,8 +25,7 @@ using tarn::imutils::IMSemaphore;
 using Lines = std::vector<std::string>;
 
 std::vector<float> lockArguments; // the last lock's
-bool lockTimesOut = false;
-int syncs = 0; // of the embedded database's files
+int syncs = 0;                    // of the embedded database's files
 
 } // namespace
 
@@ -39,14 +37,13 @@ extern "C"
     return 0;
   }
   // NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
+  /// Waits for no lock.
   void __real__ZN4tarn7imutils11IMSemaphore7lock_msEiffff(IMSemaphore*, int, float, float, float, float);
   void __wrap__ZN4tarn7imutils11IMSemaphore7lock_msEiffff(IMSemaphore* lock, int timeout, float first, float factor,
                                                           float longest, float jitter)
   {
     lockArguments = {static_cast<float>(timeout), first, factor, longest, jitter};
-    if (lockTimesOut)
-      throw tarn::imutils::IMTimeoutException("in use");
-    __real__ZN4tarn7imutils11IMSemaphore7lock_msEiffff(lock, timeout, first, factor, longest, jitter);
+    __real__ZN4tarn7imutils11IMSemaphore7lock_msEiffff(lock, 0, first, factor, longest, jitter);
   }
   // NOLINTEND(bugprone-reserved-identifier)
 }
@@ -110,10 +107,8 @@ protected:
   /// "STATUS,ERROR" of the entry, if there is one, and "KIND,REFKEY" of each error reference.
   Lines state()
   {
-    return select(*db,
-                  "SELECT STATUS,ERROR FROM object_cache UNION ALL "
-                  "SELECT KIND,REFKEY FROM object_references WHERE NAME='ocerror' ORDER BY 1,2",
-                  2);
+    const std::string references = "SELECT KIND,REFKEY FROM object_references WHERE NAME='ocerror' ORDER BY 1,2";
+    return select(*db, "SELECT STATUS,ERROR FROM object_cache UNION ALL " + references, 2);
   }
 
   const bool isEmbedded = GetParam() == std::string("SQLite");
@@ -160,8 +155,8 @@ const Refused kRefused[] = {
     {"a row too many", -21, 1, kGood},
     {"a field missing", -23, 2, kBad},
     {"its own end marker", -23, 1, kHeader + "s\tCT.1\t<<EOL>>\t<<EOL>>\n"},
-    {"X)--", 0, 1, "0\n3\nSTUDYUID\tFNAME\tX)--\ns\tCT.1\t1\n"},
-    {"objects;--", 0, 2, kGood, {{"OBJECTTBL", "objects;--"}}},
+    {"the name 'X)--' is no identifier", 0, 1, "0\n3\nSTUDYUID\tFNAME\tX)--\ns\tCT.1\t1\n"},
+    {"the name 'objects;--' is no identifier", 0, 2, kGood, {{"OBJECTTBL", "objects;--"}}},
     {"nowhere", 0, 2, kGood, {{"OBJECTTBL", "nowhere"}}},
     {"SOPINSTUID", 0, 301, metaText(300) + "s\tZ\t" + std::string(65, '1') + "\n"},
 };
@@ -247,10 +242,9 @@ struct State
 };
 
 const std::string kUnmap = "The Object Cache entry is marked for unmap for s";
-const Lines kFailed{"2,1", "OBJECTFILE,s/CT.1", "STUDYDIR,s"};
 const State kStates[] = {
     {"", kGood, "", "", {"0,0"}},
-    {"", kBad, "r", kErrorStatus, kFailed},
+    {"", kBad, "r", kErrorStatus, {"2,1", "OBJECTFILE,s/CT.1", "STUDYDIR,s"}},
     {"", "", "mu", "", {}},
     {"", "", "", "", {"0,0"}},
     {"", "", "m", kErrorStatus, {"2,1", "STUDYDIR,s"}},
@@ -261,8 +255,6 @@ const State kStates[] = {
     {"2,1", kGood, "r", kErrorStatus, {"2,1", "STUDYDIR,s"}},
     {"2,0", kGood, "", "", {"0,0"}},
     {"3,1", kGood, "r", kErrorStatus, {"3,1", "STUDYDIR,s"}},
-    {"3,0", kGood, "", "", {"0,0"}},
-    {"3,0", kBad, "", kErrorStatus, kFailed},
     {"-1,0", kBad, "r", kErrorStatus, {"2,1", "STUDYDIR,s"}},
     {"3,0", "", "u", "", {"3,0"}},
     {"3,0", "", "m", kErrorStatus, {"2,1", "STUDYDIR,s"}},
@@ -327,15 +319,17 @@ TEST_P(ObjCache, ADatabaseThatFailsBecomesTheOneException)
 
 TEST_P(ObjCache, ALockThatIsNotObtainedAddsNoReference)
 {
-  lockTimesOut = true;
-  const std::string start = "Could not get lock to check/update Object Cache entry for ";
+  const auto other = DBConnectorSql::open(Missing::create);
+  const std::string longest(200, '1'), start = "Could not get lock to check/update Object Cache entry for ";
+  StudyLock held("s", other.get()), longHeld(longest, other.get());
+  held.lock();
+  longHeld.lock();
   EXPECT_EQ(touch(), start + "s");
   EXPECT_EQ(lockArguments, (std::vector<float>{30000, 10.0F, 1.5F, 1000.0F, 0.4F}));
-  EXPECT_EQ(touch(true, std::string(300, '1')), (start + std::string(300, '1')).substr(0, 254));
+  EXPECT_EQ(touch(true, longest), (start + longest).substr(0, 254));
   EXPECT_EQ(state(), Lines());
   putEntry("0,0");
   EXPECT_EQ(touch(), "") << "a valid entry needs no lock";
-  lockTimesOut = false;
 }
 
 } // namespace
