@@ -334,7 +334,7 @@ TEST(DefaultDatabase, IsMadeByManyAtOnceAndLetsOneInAtATime)
   const auto count = []
   {
     const auto db = DBConnectorSql::open(Missing::refuse);
-    for (int round = 0; round < 5; ++round)
+    for (int round = 0; round < 20; ++round)
     {
       IMSemaphoreGlobal semaphore("OBJCACHE_1", db.get());
       lock(semaphore, 30000);
@@ -344,9 +344,9 @@ TEST(DefaultDatabase, IsMadeByManyAtOnceAndLetsOneInAtATime)
     }
     return 0;
   };
-  EXPECT_EQ(succeeding(24, count), 24);
+  EXPECT_EQ(succeeding(32, count), 32);
   const auto db = DBConnectorSql::open(Missing::refuse);
-  EXPECT_EQ(select(*db, "SELECT OBJECTCOUNT FROM studies"), Lines{"120"});
+  EXPECT_EQ(select(*db, "SELECT OBJECTCOUNT FROM studies"), Lines{"640"});
   EXPECT_EQ(namesIn(folder / ".local/state/annomend").size(), 3U) << "a lock has left its file";
 }
 
