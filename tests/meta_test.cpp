@@ -39,19 +39,17 @@ protected:
   void put(const std::string& file) const
   {
     fs::create_directories((root / file).parent_path());
-    if (file.back() != '/')
-      std::ofstream(root / file) << file;
+    std::ofstream(root / file) << file;
   }
   Words list(const std::string& place) const { return fs::exists(root / place) ? namesIn(root / place) : Words(); }
 };
 
 const std::string kDebug = "debug MetaMgr: ";
 const std::string kError = "error MetaMgr: ";
-const std::string kNoTables = "Missing environment variables:  TARGETTBL, DEVSERVTBL";
+const std::string kNoTables = "Missing environment variables:  TARGETTBL, DEVSERVTBL\n";
 const std::string kNotSet = kDebug + "Missing environment variable: ";
 const std::string kLocating = kError + "MetaManager::getMeta() repository error while locating ";
 const std::string kSaving = kError + "MetaManager::saveToTempMeta() ";
-const std::string kCopying = kError + "MetaManager::copyLegacy() copying the legacy meta of s failed: ";
 const std::string kCalled = "info IMRepositoryHandlerIface: called createDirectory with repository=";
 
 /// Lists are words between blanks.
@@ -62,32 +60,32 @@ struct Look
   std::string asked; // c: create, t: use what is parked, s: check the store state
   StatusEnum status;
   std::string log{};
-  std::string variable = "UNUSED"; // to be unset, or NAME=value
-  std::string metaFiles{};         // in the meta directory afterwards
+  std::string metaFiles{};       // in the meta directory afterwards
+  const char* lacks = "nothing"; // a variable or a repository's folder
 };
 
 constexpr StatusEnum kUnusable = STATUS_REPOSITORY_ERROR;
 const std::string kGone = " for s. Status code: 16\n";
-const std::string kNoConnection = kError + "Error getting autoforward devices: no database connection\n";
 const Look kLooks[] = {
-    {"NoMetaVariable", "", "cts", STATUS_ERROR, kNotSet + "REPOSITORY_META\n", "REPOSITORY_META"},
-    {"NoTempVariable", "", "cts", STATUS_ERROR, kNotSet + "REPOSITORY_TEMPMETA\n", "REPOSITORY_TEMPMETA="},
-    {"Found", "meta/s/storestate.rec", "s", STATUS_OK, "", "UNUSED", "storestate.rec"},
+    {"NoMetaVariable", "", "cts", STATUS_ERROR, kNotSet + "REPOSITORY_META\n", "", "REPOSITORY_META"},
+    {"NoTempVariable", "", "cts", STATUS_ERROR, kNotSet + "REPOSITORY_TEMPMETA\n", "", "REPOSITORY_TEMPMETA"},
+    {"Found", "meta/s/storestate.rec", "s", STATUS_OK, "", "storestate.rec"},
     {"FilledAndKept", "meta/s/order data/s/order data/s/objectdb.meta data/s/storestate.rec data/s/CT.1", "s",
-     STATUS_OK, "", "UNUSED", "objectdb.meta order storestate.rec"},
-    {"MetaGone", "data/s/objectdb.meta", "cts", kUnusable, kLocating + "meta" + kGone, "REPOSITORY_META={}/absent"},
+     STATUS_OK, "", "objectdb.meta order storestate.rec"},
+    {"MetaGone", "data/s/objectdb.meta", "cts", kUnusable, kLocating + "meta" + kGone, "", "meta"},
     {"Missing", "temp/s/order", "s", STATUS_MISSING},
-    {"NoDataVariable", "data/s/objectdb.meta", "s", STATUS_MISSING, kNotSet + "REPOSITORY_DICOM_DATA\n",
+    {"NoDataVariable", "data/s/objectdb.meta", "s", STATUS_MISSING, kNotSet + "REPOSITORY_DICOM_DATA\n", "",
      "REPOSITORY_DICOM_DATA"},
-    {"DataGone", "", "sc", kUnusable, kLocating + "data" + kGone, "REPOSITORY_DICOM_DATA={}/absent"},
-    {"LegacyStoreState", "data/s/storestate.rec data/s/CT.1", "s", STATUS_OK, "", "UNUSED", "storestate.rec"},
-    {"LegacyObjectMeta", "data/s/objectdb.meta data/s/resend", "sc", STATUS_OK, kNoConnection, "UNUSED",
-     "objectdb.meta resend storestate.rec"},
-    {"LegacyWithoutTables", "data/s/objectdb.meta", "s", STATUS_ERROR, kCopying + kNoTables + "\n", "TARGETTBL"},
+    {"DataGone", "", "sc", kUnusable, kLocating + "data" + kGone, "", "data"},
+    {"LegacyStoreState", "data/s/storestate.rec data/s/CT.1", "s", STATUS_OK, "", "storestate.rec"},
+    {"LegacyObjectMeta", "data/s/objectdb.meta data/s/resend", "sc", STATUS_OK,
+     kError + "Error getting autoforward devices: no database connection\n", "objectdb.meta resend storestate.rec"},
+    {"LegacyWithoutTables", "data/s/objectdb.meta", "s", STATUS_ERROR,
+     kError + "MetaManager::copyLegacy() copying the legacy meta of s failed: " + kNoTables, "", "TARGETTBL"},
     {"Parked", "temp/s/order", "t", STATUS_OK_TEMP},
-    {"ParkedGone", "", "t", kUnusable, kLocating + "tempmeta" + kGone, "REPOSITORY_TEMPMETA={}/absent"},
+    {"ParkedGone", "", "t", kUnusable, kLocating + "tempmeta" + kGone, "", "temp"},
     {"CreatedAndRestored", "temp/s/order temp/s/moveto", "ct", STATUS_OK_NEW,
-     kCalled + "{}/meta subDir=s shouldLock=true\n", "UNUSED", "moveto order"},
+     kCalled + "{}/meta subDir=s shouldLock=true\n", "moveto order"},
 };
 
 Words words(const std::string& text)
@@ -105,10 +103,8 @@ TEST_P(GetMeta, Gives)
   const Look& look = GetParam();
   for (const std::string& file : words(look.files))
     put(file);
-  const auto equals = look.variable.find('=');
-  const auto value =
-      equals == std::string::npos ? std::nullopt : std::optional(filled(look.variable.substr(equals + 1)));
-  const ScopedEnvironment changed(look.variable.substr(0, equals), value);
+  const ScopedEnvironment unset(look.lacks, std::nullopt);
+  fs::remove(root / look.lacks);
   const auto asks = [&look](char letter) { return look.asked.find(letter) != std::string::npos; };
   const LogFile log;
   std::string metaDir = "before";
@@ -192,11 +188,17 @@ TEST_F(MetaTest, DeletingParksTheMovableFilesAndCreatingRestoresThem)
   EXPECT_TRUE(list("meta").empty());
   EXPECT_EQ(list("temp/s"), words(movable));
   put("meta/s/order");
-  MetaConn conn(nullptr);
+  const MetaConn conn(nullptr);
   const LogFile log;
+  EXPECT_EQ(manager.restoreFromTempMeta("s", root / "absent", conn).value(), STATUS_ERROR);
+  const std::string failed = log.lines(), behind = " failed: No such file or directory\n";
+  EXPECT_NE(failed.find(behind + kError + "MetaManager::restoreFromTempMeta() Moving files to meta failed: "),
+            std::string::npos);
+  EXPECT_EQ(list("temp/s"), words(movable));
   EXPECT_EQ(manager.restoreFromTempMeta("s", root / "meta/s", conn).value(), STATUS_OK);
-  EXPECT_EQ(log.lines(), kError + "MetaManager::restoreFromTempMeta(): order already exists in the meta "
-                                  "repository for s; skip moving from tempmeta\n");
+  EXPECT_EQ(log.lines(), failed + kError +
+                             "MetaManager::restoreFromTempMeta(): order already exists in the meta "
+                             "repository for s; skip moving from tempmeta\n");
   EXPECT_EQ(contents(root / "meta/s/order"), "meta/s/order");
   EXPECT_EQ(list("meta/s"), words(movable));
   EXPECT_TRUE(list("temp").empty());
@@ -208,35 +210,20 @@ TEST_F(MetaTest, NothingIsDeletedThatCouldNotBeParked)
 {
   put("meta/s/order");
   put("temp/s/order/in the way");
-  EXPECT_FALSE(MetaManager().deleteMeta("s", nullptr));
-  const std::string failed = kDebug + "Saving files to tempMeta failed\n";
-  const std::tuple<const char*, std::optional<std::string>, std::string> rows[] = {
-      {"REPOSITORY_META", std::nullopt, kNotSet + "REPOSITORY_META\n"},
-      {"REPOSITORY_META", "unknown", kSaving + "repository error while locating meta for s. Status code: 2\n" + failed},
-      {"REPOSITORY_TEMPMETA", "unknown",
-       kCalled + "unknown subDir=s shouldLock=true\n" + kSaving + "creating tempmeta directory for s study failed\n" +
-           failed},
+  const std::string subDir = " subDir=s shouldLock=true\n" + kSaving;
+  const std::pair<const char*, std::string> rows[] = {
+      {"UNUSED", kCalled + "{}/temp" + subDir + "moving {}/meta/s/order to {}/temp/s/order failed: Is a directory\n"},
+      {"REPOSITORY_META", kSaving + "repository error while locating meta for s. Status code: 2\n"},
+      {"REPOSITORY_TEMPMETA", kCalled + "unknown" + subDir + "creating tempmeta directory for s study failed\n"},
   };
-  for (const auto& [variable, value, lines] : rows)
+  for (const auto& [variable, lines] : rows)
   {
-    const ScopedEnvironment changed(variable, value);
+    const ScopedEnvironment changed(variable, "unknown");
     const LogFile log;
     EXPECT_FALSE(MetaManager().deleteMeta("s", nullptr));
-    EXPECT_EQ(log.lines(), lines);
+    EXPECT_EQ(log.lines(), filled(lines) + kDebug + "Saving files to tempMeta failed\n");
   }
   EXPECT_EQ(contents(root / "meta/s/order"), "meta/s/order");
-}
-
-TEST_F(MetaTest, WhatCannotBeRestoredStaysParked)
-{
-  put("temp/s/order");
-  MetaConn conn(nullptr);
-  const LogFile log;
-  EXPECT_EQ(MetaManager().restoreFromTempMeta("s", root / "absent", conn).value(), STATUS_ERROR);
-  const std::string parked = folder / "temp/s/order", target = folder / "absent/order";
-  EXPECT_EQ(log.lines(), kSaving + "moving " + parked + " to " + target + " failed: No such file or directory\n" +
-                             kError + "MetaManager::restoreFromTempMeta() Moving files to meta failed: order\n");
-  EXPECT_TRUE(fs::exists(parked));
 }
 
 } // namespace

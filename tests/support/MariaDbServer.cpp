@@ -3,7 +3,6 @@
 #include "Files.h"
 
 #include <chrono>
-#include <cstdlib>
 #include <stdexcept>
 #include <thread>
 
@@ -25,46 +24,27 @@ mariadbd "${common[@]}" "--socket=$folder/s" "--pid-file=$folder/pid" --skip-net
 read -r
 kill -KILL $!; wait $!; rm -rf "$folder")";
 
-std::string makeFolder()
-{
-  std::string folder = "/tmp/annomend-db-XXXXXX"; // short: a socket's path has less than 108 characters
-  if (!mkdtemp(folder.data()))
-    throw std::runtime_error("cannot make " + folder);
-  return folder;
-}
-
 } // namespace
 
-MariaDbServer::MariaDbServer(const std::string& options) : directory(makeFolder())
+MariaDbServer::MariaDbServer(const std::string& options)
 {
-  const std::string command = std::string("exec bash -c '") + kKeeper + "' bash " + directory + " " + options;
-  leash = popen(command.c_str(), "we");
-  waitUntilReady();
-}
-
-MariaDbServer::~MariaDbServer()
-{
-  kill();
+  const std::string command = std::string("exec bash -c '") + kKeeper + "' bash " + folder / "" + " " + options;
+  leash.reset(popen(command.c_str(), "we"));
+  std::string log;
+  for (int attempt = 0; attempt < 1200 && log.find("[ERROR]") == std::string::npos; ++attempt)
+  {
+    log = contents(folder / "log");
+    if (log.find("ready for connections") != std::string::npos)
+      return;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  throw std::runtime_error("the server did not start: " + log);
 }
 
 MariaDbServer& MariaDbServer::shared()
 {
   static MariaDbServer instance;
   return instance;
-}
-
-void MariaDbServer::waitUntilReady()
-{
-  std::string log;
-  for (int attempt = 0; attempt < 1200 && log.find("[ERROR]") == std::string::npos; ++attempt)
-  {
-    log = contents(directory + "/log");
-    if (log.find("ready for connections") != std::string::npos)
-      return;
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  }
-  kill();
-  throw std::runtime_error("the server did not start: " + log);
 }
 
 std::string MariaDbServer::createDatabase()
@@ -76,16 +56,9 @@ std::string MariaDbServer::createDatabase()
 
 void MariaDbServer::run(const std::string& sql) const
 {
-  const std::string log = directory + "/client.log";
+  const std::string log = folder / "client.log";
   const std::string client = "mariadb --no-defaults --user=root --socket=" + socket() + " >" + log + " 2>&1";
   std::FILE* input = popen(client.c_str(), "we");
   if (!input || std::fputs(sql.c_str(), input) < 0 || pclose(input) != 0)
     throw std::runtime_error(sql + " failed: " + contents(log));
-}
-
-void MariaDbServer::kill()
-{
-  if (leash)
-    pclose(leash);
-  leash = nullptr;
 }

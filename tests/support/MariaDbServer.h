@@ -1,10 +1,13 @@
 #pragma once
 
+#include "TempDir.h"
+
 #include <cstdio>
+#include <memory>
 #include <string>
 
 /// A throw-away MariaDB server of its own, without network, its data in a new folder below /tmp. It ends with this
-/// object, and with the process that made it, however that ends; the folder goes with the object. `root` has no
+/// object, and with the process that made it, however that ends; the folder goes with the server. `root` has no
 /// password.
 class MariaDbServer
 {
@@ -12,25 +15,17 @@ public:
   /// Starts it and waits until it answers; throws std::runtime_error, with the server's log, when it does not.
   /// `options` go to the server's command line, as the shell reads them.
   explicit MariaDbServer(const std::string& options = "");
-  ~MariaDbServer();
   /// The one that the tests of a program share.
   static MariaDbServer& shared();
-  MariaDbServer(const MariaDbServer&) = delete;
-  MariaDbServer& operator=(const MariaDbServer&) = delete;
 
   /// Makes a new empty database; its URL for `root`.
   std::string createDatabase();
   /// Runs statements as `root`; throws std::runtime_error when they fail.
   void run(const std::string& sql) const;
-  /// Ends it at once, as a crash would, for good.
-  void kill();
-
-  std::string socket() const { return directory + "/s"; }
+  std::string socket() const { return folder / "s"; }
 
 private:
-  void waitUntilReady();
-
-  std::string directory;
-  std::FILE* leash = nullptr; ///< the pipe that keeps the server alive
+  const TempDir folder{"/tmp"}; // a socket's path has less than 108 characters
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> leash{nullptr, pclose}; ///< the pipe that keeps the server alive
   int databases = 0;
 };
