@@ -2,6 +2,7 @@
 #include "Files.h"
 #include "Processes.h"
 
+#include "AttributeSupply.h"
 #include "Console.h"
 #include "DBConnectorSql.h"
 #include "DicomFile.h"
@@ -80,6 +81,8 @@ protected:
       texts.push_back(replaced(argument, "{}", root));
     std::vector<char*> argv(texts.size() + 1);
     std::transform(texts.begin(), texts.end(), argv.begin(), [](std::string& text) { return text.data(); });
+    dcmDataDict.wrlock().reloadDictionaries(OFFalse, OFFalse); // as in a process of its own
+    dcmDataDict.wrunlock();
     std::ostringstream out;
     std::ostringstream error;
     const ConsoleScope scope(out, error);
@@ -108,6 +111,8 @@ protected:
   /// Writes a CT image of the study 1.2.3 below the folder, with `changes` of its elements.
   void put(const std::string& name, const std::string& uid, const Elements& changes = {}) const
   {
+    dicom::supplyAll(dcmDataDict.wrlock()); // beyond what a run has asked for
+    dcmDataDict.wrunlock();
     DcmDataset dataset;
     samples::putTexts(dataset, {{DCM_SOPClassUID, UID_CTImageStorage},
                                 {DCM_SOPInstanceUID, uid},
