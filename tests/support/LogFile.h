@@ -3,9 +3,8 @@
 #include "Files.h"
 #include "TempDir.h"
 
-#include <algorithm>
 #include <cstdlib>
-#include <sstream>
+#include <regex>
 #include <string>
 
 /// What the program logs, at debug level, from the construction on. The log's destination is chosen once a process,
@@ -18,16 +17,11 @@ public:
   /// The lines, each "level name: message", without their time.
   std::string lines() const
   {
-    std::istringstream text(contents(path()).substr(start));
-    std::string result;
-    for (std::string line; std::getline(text, line);)
-      result.append(line, std::min(kTimeWidth, line.size())).push_back('\n');
-    return result;
+    static const std::regex time("(^|\n)[0-9-]{10} [0-9:.]{12} ");
+    return std::regex_replace(contents(path()).substr(start), time, "$1");
   }
 
 private:
-  static constexpr std::size_t kTimeWidth = 24; // "2024-01-31 23:59:59.999 "
-
   static const std::string& path()
   {
     static const TempDir folder;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <vector>
 
 #include <sys/wait.h>
@@ -32,8 +33,7 @@ int succeeding(int count, Work work)
   if (pipe(gate) != 0)
     return -1;
   std::vector<pid_t> children;
-  children.reserve(static_cast<std::size_t>(count));
-  for (int number = 0; number < count; ++number)
+  while (count-- > 0)
     children.push_back(inChild(
         [&]
         {
@@ -43,8 +43,6 @@ int succeeding(int count, Work work)
         }));
   close(gate[0]);
   close(gate[1]);
-  int good = 0;
-  for (const pid_t child : children)
-    good += statusOf(child) == 0 ? 1 : 0;
-  return good;
+  const auto isGood = [](pid_t child) { return statusOf(child) == 0; };
+  return static_cast<int>(std::count_if(children.begin(), children.end(), isGood));
 }
