@@ -49,7 +49,7 @@ def read_tables(path):
 
 def text(element):
     values = element.value if element.VM > 1 else [] if element.is_empty else [element.value]
-    return "\\".join(f"{value:g}" if isinstance(value, float) and element.VR == "FL" else str(value) for value in values)
+    return "\\".join(f"{value:g}" if element.VR == "FL" else str(value) for value in values)
 
 
 def faults(element, row, is_the_inputs):
@@ -98,8 +98,9 @@ def main():
         made = [(path, "Outputs") for path in sorted((outputs / state.stem).glob("PR.*"))]
         for path, section in made + [(copies / state.stem / state.name, "The copy of the input")]:
             dataset = pydicom.dcmread(path)
+            syntax = original.file_meta[0x20010:0x20011]
             found = [*check("", dataset, tables[section], original),
-                     *check("", dataset.file_meta, tables["File meta information"], original.file_meta[0x20010:0x20011])]
+                     *check("", dataset.file_meta, tables["File meta information"], syntax)]
             problems += [f"{state.stem}/{path.name}: {problem}" for problem in found]
             count += 1
     problems += [f"{row.name}: in no sample" for row in every if not row.seen and row.module != "Removed"]

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""check_samples.py OUTDIR: compares what the sample states became with expected.py, value by value, as pydicom reads it.
+"""check_samples.py OUTDIR: compares what the sample states became with expected.py, as pydicom reads it.
 
 The objects that state NAME became lie in OUTDIR/NAME/, files called PR. and their SOP Instance UID, nothing else.
 Prints one line for each value that is missing, too much or different. Exit status: 0 all is as expected, 1 it is not.
