@@ -139,20 +139,14 @@ class Archive:
         for name, content in (outputs or {}).items():
             (self.out / name).write_bytes(content)
 
-    def start(self, state, *tracer):
-        return subprocess.Popen([*tracer, "annomend", "-i", "-x", "-f", state, "-o", f"{self.out}/"], env=self.env,
-                                stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+    def command(self, state, *tracer):
+        return [*tracer, "annomend", "-i", "-x", "-f", state, "-o", f"{self.out}/"]
 
     def run(self, state, *tracer):
-        """A run that is left alone: exit status, messages, seconds."""
-        begin = time.monotonic()
-        process = self.start(state, *tracer)
-        try:
-            _, messages = process.communicate(timeout=LONGEST_SECONDS)
-        except subprocess.TimeoutExpired:
-            process.kill()
-            raise SystemExit(f"check_killed: a run after a kill hangs: {state}") from None
-        return process.returncode, messages, time.monotonic() - begin
+        """A run that is left alone, and does not take long: exit status and messages."""
+        done = subprocess.run(self.command(state, *tracer), env=self.env, capture_output=True, text=True,
+                              timeout=LONGEST_SECONDS)
+        return done.returncode, done.stderr
 
     def outputs(self, look=pathlib.Path.read_bytes):
         """What a look at each shows, by their names. A save that was killed may leave its part."""
@@ -167,19 +161,17 @@ class Killer:
 
     def __init__(self, archive, chance, references):
         self.archive, self.chance, self.references = archive, chance, references
+        self.phases = collections.Counter()
         self.seconds = {True: LONGEST_SECONDS, False: LONGEST_SECONDS}
         for importing in self.seconds:
             for state in archive.states:
                 archive.reset(importing, False, None if importing else {})
-                status, messages, seconds = archive.run(state)
-                self.seconds[importing] = min(seconds, self.seconds[importing])
+                begin = time.monotonic()
+                status, messages = archive.run(state)
+                self.seconds[importing] = min(time.monotonic() - begin, self.seconds[importing])
                 if importing:
                     made = archive.outputs(), messages
                     expect(status == 0 and references.setdefault(state.name, made) == made, f"{state}: {messages}")
-
-    def kill_all(self, what, victims):
-        phases = collections.Counter(map(self.kill, victims))
-        print(f"  {len(victims)} {what}: " + ", ".join(f"{count} {phase}" for phase, count in sorted(phases.items())))
 
     def kill(self, victim):
         """Kills a run at a random "moment" or "call", or the "server" under it; then looks at what is left."""
@@ -193,7 +185,8 @@ class Killer:
         archive.reset(*found)
         tracer = self.killing(state, found) if victim == "call" else ()
         before = archive.inodes()
-        process = archive.start(state, *tracer)
+        process = subprocess.Popen(archive.command(state, *tracer), env=archive.env, stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.PIPE, text=True)
         if victim != "call":
             time.sleep(chance.uniform(0, self.seconds[importing]))
             process.kill() if victim == "moment" else archive.database.stop()
@@ -206,8 +199,8 @@ class Killer:
                    f"{self.shape}: status {process.returncode} without its server, messages: {messages}")
             archive.database.start()
         phase = self.look(expected, before)
+        self.phases[f"{victim} {'after its end' if ended else phase}"] += 1
         self.run_again(state)
-        return "after its end" if ended else phase
 
     def killing(self, state, found):
         """What kills a run as it enters a random one of those calls that the same run, left alone, has made."""
@@ -236,8 +229,8 @@ class Killer:
 
     def run_again(self, state):
         archive, (expected, said) = self.archive, self.references[state.name]
-        status, messages, _ = archive.run(state)
-        expect((status, messages) == (0, said), f"{self.shape}: then {status}: {messages}")
+        again = archive.run(state)
+        expect(again == (0, said), f"{self.shape}: then {again}")
         expect(expected.items() <= archive.outputs().items(), f"{self.shape}: then other outputs")
         counts = archive.database.query(COUNTS)[0]
         expect(counts == LOADED, f"{self.shape}: then {counts} rows, entries, valid ones, references")
@@ -256,10 +249,13 @@ def main():
             archive = Archive(build, pathlib.Path(folder), make_database)
             try:
                 killer = Killer(archive, chance, references)
-                killer.kill_all(f"runs killed on {make_database.__name__}", ["moment", "moment", "call"] * (KILLS // 3))
-                if make_database is MariaDB:
-                    killer.kill_all("servers killed", ["server"] * SERVER_KILLS)
+                for number in range(KILLS):
+                    killer.kill("call" if number % 3 == 2 else "moment")
+                for _ in range(SERVER_KILLS if make_database is MariaDB else 0):
+                    killer.kill("server")
                 archive.database.check()
+                for what, count in sorted(killer.phases.items()):
+                    print(f"{make_database.__name__}: {what}: {count}")
             finally:
                 archive.database.stop()
 
