@@ -9,7 +9,6 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <functional>
 #include <map>
@@ -22,6 +21,8 @@ namespace
 
 using fuzzing::expect;
 
+constexpr int kSteps = 8;
+constexpr std::size_t kLastBytes = 2 + 3 * kSteps; // what is done: two options, then the steps
 constexpr Uint16 kLegacySlots[] = {0xBA, 0xDA};
 
 /// What an item holds: VR and bytes of each element, items of sequences in braces. Blanks and NULs are left out: the
@@ -111,15 +112,6 @@ std::set<DcmTagKey> foreignTags(DcmItem& item)
   return tags;
 }
 
-/// A place in a block and what is done there.
-struct Step
-{
-  std::size_t operation;
-  unsigned short key;
-  signed long number;
-};
-constexpr std::size_t kOperations = 13;
-
 /// The element of a short key as elementsOf tells it; nothing where there is none.
 std::optional<std::string> found(PBItem& block, unsigned short key)
 {
@@ -129,19 +121,19 @@ std::optional<std::string> found(PBItem& block, unsigned short key)
   return element ? std::optional(textOf(*element)) : std::nullopt;
 }
 
-void lookAt(PBItem& block, DcmItem& item, const Step& step)
+void lookAt(PBItem& block, DcmItem& item, unsigned short key, signed long number)
 {
   const char* text = nullptr;
   DcmSequenceOfItems* sequence = nullptr;
   DcmItem* nested = nullptr;
   DcmElement* element = nullptr;
-  if (block.findAndGetPBString(step.key, text).good() && text)
+  if (block.findAndGetPBString(key, text).good() && text)
     expect(std::strlen(text) < 1U << 20U, "a text ends");
-  if (block.findAndGetPBSequence(step.key, sequence).good())
+  if (block.findAndGetPBSequence(key, sequence).good())
     expect(sequence && sequence->card() < 1U << 20U, "a sequence that is found is there");
-  if (block.findAndGetPBSequenceItem(step.key, nested, step.number).good())
+  if (block.findAndGetPBSequenceItem(key, nested, number).good())
     expect(nested && nested->card() < 1U << 20U, "an item that is found is there");
-  if (block.findAndGetPBElement(step.key, element, true).good())
+  if (block.findAndGetPBElement(key, element, true).good())
     expect(element && element->getGTag() == PBItem::kGroup, "what is found in sequences is private");
   for (DcmObject* object = nullptr; (object = item.nextInContainer(object)) != nullptr;)
   {
@@ -173,9 +165,13 @@ void relocateAgain(PBItem& block, DcmItem& item, bool moveCanonic)
   expect(after == before, "moves that cannot be made lose nothing");
 }
 
-void take(const Step& step, PBItem& block, DcmItem& item, PBItem& other)
+/// Does in the block what the next three bytes say.
+void change(FuzzedDataProvider& input, PBItem& block, DcmItem& item, PBItem& other)
 {
-  const unsigned short key = step.key;
+  constexpr std::size_t kOperations = 13;
+  const auto operation = input.ConsumeIntegralInRange<std::size_t>(0, kOperations - 1);
+  const unsigned short key = input.ConsumeIntegral<std::uint8_t>();
+  const auto number = input.ConsumeIntegralInRange<signed long>(-2, 3);
   const Uint8 bytes[] = {'b', 'y', 't', 'e'};
   const Uint16 words[] = {'w', 'o'};
   const auto expectValue = [&](const OFCondition& status, const char* value)
@@ -186,7 +182,7 @@ void take(const Step& step, PBItem& block, DcmItem& item, PBItem& other)
   const auto insert = [&]
   {
     auto element = std::make_unique<DcmLongText>(PBItem::canonicTag(1));
-    const OFCondition status = block.insertPB(key, element.get(), step.number > 0);
+    const OFCondition status = block.insertPB(key, element.get(), number > 0);
     if (status.good())
       static_cast<void>(element.release());
     expectValue(status, "LT");
@@ -194,7 +190,7 @@ void take(const Step& step, PBItem& block, DcmItem& item, PBItem& other)
   const auto makeItem = [&]
   {
     DcmItem* made = nullptr;
-    const OFCondition status = block.findOrCreatePBSequenceItem(key, made, step.number);
+    const OFCondition status = block.findOrCreatePBSequenceItem(key, made, number);
     expect(status.bad() || (made && found(block, key)), "an item that is made is there");
   };
   const auto copy = [&]
@@ -219,26 +215,20 @@ void take(const Step& step, PBItem& block, DcmItem& item, PBItem& other)
       [&] { remove(block, item, key); },
       [&] { static_cast<void>(block.getTag(key)); },
       [&] { static_cast<void>(block.checkAndReservePrivateBlock()); },
-      [&] { relocateAgain(block, item, step.number > 0); },
-      [&] { lookAt(block, item, step); }};
-  operations[step.operation]();
+      [&] { relocateAgain(block, item, number > 0); },
+      [&] { lookAt(block, item, key, number); }};
+  operations[operation]();
 }
 
 } // namespace
 
 /// A data set of any bytes: its moves lose nothing that has a place, and every operation keeps to its item's block.
-/// What is done comes from the last 26 bytes of the input, the data set is what is left.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t length)
 {
   FuzzedDataProvider input(bytes, length);
+  const auto given = input.ConsumeBytes<char>(length - std::min(length, kLastBytes));
   const bool everywhere = input.ConsumeBool();
   const bool moveCanonic = input.ConsumeBool();
-  std::array<Step, 8> steps{};
-  for (Step& step : steps)
-    step = {input.ConsumeIntegralInRange<std::size_t>(0, kOperations - 1), input.ConsumeIntegral<std::uint8_t>(),
-            input.ConsumeIntegralInRange<signed long>(-2, 3)};
-  const std::vector<char> given = input.ConsumeRemainingBytes<char>();
-
   const fuzzing::MemoryFile memory(given.data(), given.size());
   DcmFileFormat file;
   if (tarn::dicom::loadFile(file, memory.path()).bad()) // lengths of elements are not what is there
@@ -253,8 +243,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t len
   DcmDataset destination;
   PBItem block(dataset), other(destination);
   const std::set<DcmTagKey> foreign = foreignTags(dataset);
-  for (const Step& step : steps)
-    take(step, block, dataset, other);
+  for (int step = 0; step < kSteps; ++step)
+    change(input, block, dataset, other);
   expect(foreignTags(dataset) == foreign, "elements of other groups stay");
   fuzzing::expectRoundTrip(destination);
   return 0;
