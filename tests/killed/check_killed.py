@@ -190,7 +190,7 @@ class Killer:
         if victim != "call":
             time.sleep(chance.uniform(0, self.seconds[importing]))
             process.kill() if victim == "moment" else archive.database.stop()
-        _, messages = process.communicate()
+        _, messages = process.communicate(timeout=60)
         expect(victim != "call" or process.returncode < 0, f"{self.shape}: status {process.returncode}, not killed")
         ended = process.returncode == 0 and "object cache failed" not in messages
         if victim == "server":
