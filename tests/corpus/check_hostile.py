@@ -186,7 +186,7 @@ def convert(work, arguments, option):
                    "QXOBJCACHETBL=object_cache", f"REPOSITORYHANDLER_HOME={BUILD}", f"REPOSITORY_META={work}/meta",
                    f"REPOSITORY_TEMPMETA={work}/meta", f"REPOSITORY_DICOM_DATA={work}/meta", *filter(None, [option])]
     start = time.monotonic()
-    process = subprocess.Popen(["timeout", "-s", "KILL", "100", "env", "-i", *environment, BUILD / "bin/annomend",
+    process = subprocess.Popen(["timeout", "-s", "KILL", "70", "env", "-i", *environment, BUILD / "bin/annomend",
                                 *arguments, "-i", "-x", "-f", work / "in", "-o", f"{work}/out/"],
                                stderr=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True, errors="surrogateescape")
     lines = process.stderr.read().splitlines()
