@@ -6,7 +6,6 @@
 #include "ToolkitLog.h"
 
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -32,9 +31,9 @@ void expect(bool holds, const char* broken)
   std::abort();
 }
 
-void expectLines(const std::string& messages)
+void expectMessages(const std::string& messages, bool isFailure)
 {
-  expect(messages.empty() || messages.back() == '\n', "a message is a whole line");
+  expect(messages.empty() ? !isFailure : messages.back() == '\n', "a failure has a message, a message is a whole line");
   const auto control = [](char c) { return (static_cast<unsigned char>(c) < 0x20 && c != '\n') || c == 0x7f; };
   expect(std::none_of(messages.begin(), messages.end(), control), "messages hold no control characters");
 }
@@ -60,16 +59,6 @@ void expectRoundTrip(const DcmDataset& dataset)
 MemoryFile::MemoryFile(const void* bytes, std::size_t length) : descriptor(memfd_create("input", MFD_CLOEXEC))
 {
   expect(descriptor >= 0 && write(descriptor, bytes, length) == static_cast<ssize_t>(length), "memory for a file");
-}
-
-MemoryFile::~MemoryFile()
-{
-  close(descriptor);
-}
-
-std::string MemoryFile::path() const
-{
-  return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
 } // namespace fuzzing

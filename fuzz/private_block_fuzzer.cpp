@@ -9,15 +9,21 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
-#include <array>
+#include <cstring>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 
 namespace
 {
 
 using fuzzing::expect;
+
+constexpr int kSteps = 8;
+constexpr std::size_t kLastBytes = 2 + 3 * kSteps; // what is done: two options, then the steps
+constexpr Uint16 kLegacySlots[] = {0xBA, 0xDA};
 
 /// What an item holds: VR and bytes of each element, items of sequences in braces. Blanks and NULs are left out: the
 /// toolkit drops some of them whenever it looks at a text.
@@ -28,8 +34,9 @@ using MoveCanonic = std::optional<bool>;
 
 Elements elementsOf(DcmItem& item, MoveCanonic move = std::nullopt);
 
-std::string valueOf(DcmElement& element, MoveCanonic move)
+std::string textOf(DcmElement& element, MoveCanonic move = std::nullopt)
 {
+  const std::string vr = DcmVR(element.ident()).getVRName();
   std::string value;
   if (auto* sequence = dynamic_cast<DcmSequenceOfItems*>(&element))
   {
@@ -41,42 +48,32 @@ std::string valueOf(DcmElement& element, MoveCanonic move)
           value.append(tag.toString()).append(text);
         value += '}';
       }
-    return value;
+    return vr + value;
   }
   static_cast<void>(tarn::dicom::readBytes(element, value));
   value.erase(std::remove_if(value.begin(), value.end(), [](char c) { return c == ' ' || c == '\0'; }), value.end());
-  return value;
-}
-
-/// Nothing where there is no such creator, a null text where it cannot be read.
-std::optional<const char*> creatorOf(DcmItem& item, Uint16 slot)
-{
-  const char* creator = nullptr;
-  const OFCondition status = item.findAndGetString(DcmTagKey(PBItem::kGroup, slot), creator);
-  return status == EC_TagNotFound ? std::nullopt : std::optional(status.good() && creator ? creator : nullptr);
+  return vr + value;
 }
 
 /// The moves that PBItem promises, done on the plain values of `item`: of two elements for one place the first stays.
 void relocate(DcmItem& item, bool moveCanonic, Elements& elements)
 {
   DcmItem copy(item); // whose texts may be looked at
-  const auto is = [&](Uint16 slot, const char* name)
-  {
-    const auto creator = creatorOf(copy, slot);
-    return creator && *creator && std::string(*creator) == name;
-  };
+  const char* creator = nullptr;
+  const auto look = [&](unsigned slot)
+  { return copy.findAndGetString(DcmTagKey(PBItem::kGroup, static_cast<Uint16>(slot)), creator); };
+  const auto is = [&](unsigned slot, const char* name)
+  { return look(slot).good() && creator && std::strcmp(creator, name) == 0; };
   unsigned slot = 0x10;
-  while (slot < 0x100 && creatorOf(copy, static_cast<Uint16>(slot)) && !is(static_cast<Uint16>(slot), PBItem::kCreator))
+  while (slot < 0x100 && look(slot) != EC_TagNotFound && !is(slot, PBItem::kCreator))
     ++slot;
   if (slot == 0x100)
     return;
 
   std::map<unsigned, bool> moves{{0x10, moveCanonic}};
-  for (const Uint16 legacy : {Uint16{0xBA}, Uint16{0xDA}})
+  for (const Uint16 legacy : kLegacySlots)
   {
-    const char* ignored = nullptr;
-    moves[legacy] =
-        copy.findAndGetString(DcmTagKey(PBItem::kGroup, legacy), ignored).bad() || is(legacy, "Quillbrookes");
+    moves[legacy] = look(legacy).bad() || is(legacy, "Quillbrookes");
     if (moves[legacy])
       elements.erase(DcmTagKey(PBItem::kGroup, legacy));
   }
@@ -100,28 +97,20 @@ Elements elementsOf(DcmItem& item, MoveCanonic move)
   Elements elements;
   for (DcmObject* object = nullptr; (object = item.nextInContainer(object)) != nullptr;)
     if (auto* element = dynamic_cast<DcmElement*>(object))
-      elements[element->getTag()] = DcmVR(element->ident()).getVRName() + valueOf(*element, move);
+      elements[element->getTag()] = textOf(*element, move);
   if (move)
     relocate(item, *move, elements);
   return elements;
 }
 
-std::size_t foreignElements(const Elements& elements)
+std::set<DcmTagKey> foreignTags(DcmItem& item)
 {
-  return static_cast<std::size_t>(std::count_if(elements.begin(), elements.end(),
-                                                [](const auto& element)
-                                                { return element.first.getGroup() != PBItem::kGroup; }));
+  std::set<DcmTagKey> tags;
+  for (DcmObject* object = nullptr; (object = item.nextInContainer(object)) != nullptr;)
+    if (object->getGTag() != PBItem::kGroup)
+      tags.insert(object->getTag());
+  return tags;
 }
-
-/// A place in a block and what is done there.
-struct Step
-{
-  int operation;
-  unsigned short key;
-  signed long number;
-};
-constexpr int kLastOperation = 12;
-constexpr std::size_t kSteps = 8;
 
 /// The element of a short key as elementsOf tells it; nothing where there is none.
 std::optional<std::string> found(PBItem& block, unsigned short key)
@@ -129,122 +118,117 @@ std::optional<std::string> found(PBItem& block, unsigned short key)
   DcmElement* element = nullptr;
   const OFCondition status = block.findAndGetPBElement(key, element, false);
   expect(status.good() == (element != nullptr), "what is found is there, and nothing else");
-  return element ? std::optional(DcmVR(element->ident()).getVRName() + valueOf(*element, std::nullopt)) : std::nullopt;
+  return element ? std::optional(textOf(*element)) : std::nullopt;
 }
 
-void lookAt(PBItem& block, DcmItem& item, const Step& step)
+void lookAt(PBItem& block, DcmItem& item, unsigned short key, signed long number)
 {
   const char* text = nullptr;
   DcmSequenceOfItems* sequence = nullptr;
   DcmItem* nested = nullptr;
   DcmElement* element = nullptr;
-  if (block.findAndGetPBString(step.key, text).good() && text)
-    expect(std::string(text).size() < 1U << 20U, "a text ends");
-  if (block.findAndGetPBSequence(step.key, sequence).good())
+  if (block.findAndGetPBString(key, text).good() && text)
+    expect(std::strlen(text) < 1U << 20U, "a text ends");
+  if (block.findAndGetPBSequence(key, sequence).good())
     expect(sequence && sequence->card() < 1U << 20U, "a sequence that is found is there");
-  if (block.findAndGetPBSequenceItem(step.key, nested, step.number).good())
+  if (block.findAndGetPBSequenceItem(key, nested, number).good())
     expect(nested && nested->card() < 1U << 20U, "an item that is found is there");
-  if (block.findAndGetPBElement(step.key, element, true).good())
+  if (block.findAndGetPBElement(key, element, true).good())
     expect(element && element->getGTag() == PBItem::kGroup, "what is found in sequences is private");
   for (DcmObject* object = nullptr; (object = item.nextInContainer(object)) != nullptr;)
   {
     DcmTag tag = object->getTag();
-    const bool isOurs = block.isObjectOurPrivateElement(*object);
-    expect(!isOurs || PBItem::isOurPrivateTagKey(tag), "our elements lie in blocks");
+    expect(!block.isObjectOurPrivateElement(*object) || PBItem::isOurPrivateTagKey(tag), "our elements lie in blocks");
     static_cast<void>(checkAndUpdateCanonicPrivateTag(item, tag));
   }
 }
 
-void remove(PBItem& block, DcmItem& item, const Step& step)
+void remove(PBItem& block, DcmItem& item, unsigned short key)
 {
-  const auto before = found(block, step.key);
+  const bool isThere = found(block, key).has_value();
   const std::size_t count = item.card();
-  const std::unique_ptr<DcmElement> removed(block.removePB(step.key));
-  expect(before.has_value() == (removed != nullptr), "what is there is taken out");
-  expect(item.card() + (removed ? 1 : 0) == count && !found(block, step.key), "one element is taken out");
+  const std::unique_ptr<DcmElement> removed(block.removePB(key));
+  expect(isThere == (removed != nullptr), "what is there is taken out");
+  expect(item.card() + (removed ? 1 : 0) == count && !found(block, key), "one element is taken out");
 }
 
-/// Also where no block has been calculated.
-void relocateAgain(PBItem& block, DcmItem& item, const Step& step)
+/// Also where no block has been calculated. The legacy creators may go.
+void relocateAgain(PBItem& block, DcmItem& item, bool moveCanonic)
 {
-  const auto kept = [&item]
-  {
-    Elements elements = elementsOf(item);
-    for (const Uint16 legacy : {Uint16{0xBA}, Uint16{0xDA}})
-      elements.erase(DcmTagKey(PBItem::kGroup, legacy));
-    return elements;
-  };
-  const Elements before = kept();
-  if (!block.relocateLegacyPrivateTags(step.number > 0))
-    expect(kept() == before, "moves that cannot be made lose nothing");
+  const Elements before = elementsOf(item);
+  if (block.relocateLegacyPrivateTags(moveCanonic))
+    return;
+  Elements after = elementsOf(item);
+  for (const Uint16 legacy : kLegacySlots)
+    if (const auto creator = before.find(DcmTagKey(PBItem::kGroup, legacy)); creator != before.end())
+      after.insert(*creator);
+  expect(after == before, "moves that cannot be made lose nothing");
 }
 
-void change(PBItem& block, DcmItem& item, PBItem& other, const Step& step)
+/// Does in the block what the next three bytes say.
+void change(FuzzedDataProvider& input, PBItem& block, DcmItem& item, PBItem& other)
 {
+  constexpr std::size_t kOperations = 13;
+  const auto operation = input.ConsumeIntegralInRange<std::size_t>(0, kOperations - 1);
+  const unsigned short key = input.ConsumeIntegral<std::uint8_t>();
+  const auto number = input.ConsumeIntegralInRange<signed long>(-2, 3);
   const Uint8 bytes[] = {'b', 'y', 't', 'e'};
   const Uint16 words[] = {'w', 'o'};
-  DcmItem* nested = nullptr;
-  auto element = std::make_unique<DcmLongText>(PBItem::canonicTag(1));
   const auto expectValue = [&](const OFCondition& status, const char* value)
   {
-    const auto now = found(block, step.key);
+    const auto now = found(block, key);
     expect(status.bad() || now == value, "a value that is put is there");
   };
-  switch (step.operation)
+  const auto insert = [&]
   {
-  case 0:
-    return expectValue(block.putAndInsertPBString(step.key, "text"), "LOtext");
-  case 1:
-    return expectValue(block.putAndInsertPBUint8Array(step.key, bytes, 4), "OBbyte");
-  case 2:
-    return expectValue(block.putAndInsertPBUint16Array(step.key, words, 2), "OWwo");
-  case 3:
-    return expectValue(block.insertPBEmptyElement(step.key, EVR_ST), "ST");
-  case 4:
-    if (block.insertPB(step.key, element.get(), step.number > 0).good())
-      expectValue((static_cast<void>(element.release()), EC_Normal), "LT");
-    return;
-  case 5:
-    if (block.findOrCreatePBSequenceItem(step.key, nested, step.number).good())
-      expect(nested && found(block, step.key), "an item that is made is there");
-    return;
-  case 6:
-    if (block.copyPrivateElement(step.key, other).good())
-      expect(found(block, step.key) == found(other, step.key), "a copy is the same");
-    return;
-  case 7:
+    auto element = std::make_unique<DcmLongText>(PBItem::canonicTag(1));
+    const OFCondition status = block.insertPB(key, element.get(), number > 0);
+    if (status.good())
+      static_cast<void>(element.release());
+    expectValue(status, "LT");
+  };
+  const auto makeItem = [&]
+  {
+    DcmItem* made = nullptr;
+    const OFCondition status = block.findOrCreatePBSequenceItem(key, made, number);
+    expect(status.bad() || (made && found(block, key)), "an item that is made is there");
+  };
+  const auto copy = [&]
+  {
+    const OFCondition status = block.copyPrivateElement(key, other);
+    expect(status.bad() || found(block, key) == found(other, key), "a copy is the same");
+  };
+  const auto nuke = [&]
+  {
     block.nukePrivateTags();
-    return expect(elementsOf(item).size() == foreignElements(elementsOf(item)), "nothing private is left");
-  case 8:
-    return remove(block, item, step);
-  case 9:
-    static_cast<void>(block.getTag(step.key));
-    return;
-  case 10:
-    static_cast<void>(block.checkAndReservePrivateBlock());
-    return;
-  case 11:
-    return relocateAgain(block, item, step);
-  default:
-    return lookAt(block, item, step);
-  }
+    expect(foreignTags(item).size() == item.card(), "nothing private is left");
+  };
+  const std::function<void()> operations[kOperations] = {
+      [&] { expectValue(block.putAndInsertPBString(key, "text"), "LOtext"); },
+      [&] { expectValue(block.putAndInsertPBUint8Array(key, bytes, 4), "OBbyte"); },
+      [&] { expectValue(block.putAndInsertPBUint16Array(key, words, 2), "OWwo"); },
+      [&] { expectValue(block.insertPBEmptyElement(key, EVR_ST), "ST"); },
+      insert,
+      makeItem,
+      copy,
+      nuke,
+      [&] { remove(block, item, key); },
+      [&] { static_cast<void>(block.getTag(key)); },
+      [&] { static_cast<void>(block.checkAndReservePrivateBlock()); },
+      [&] { relocateAgain(block, item, number > 0); },
+      [&] { lookAt(block, item, key, number); }};
+  operations[operation]();
 }
 
 } // namespace
 
 /// A data set of any bytes: its moves lose nothing that has a place, and every operation keeps to its item's block.
-/// What is done comes from the last 26 bytes of the input, the data set is what is left.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t length)
 {
   FuzzedDataProvider input(bytes, length);
+  const auto given = input.ConsumeBytes<char>(length - std::min(length, kLastBytes));
   const bool everywhere = input.ConsumeBool();
   const bool moveCanonic = input.ConsumeBool();
-  std::array<Step, kSteps> steps{};
-  for (Step& step : steps)
-    step = {input.ConsumeIntegralInRange(0, kLastOperation), input.ConsumeIntegral<std::uint8_t>(),
-            input.ConsumeIntegralInRange<signed long>(-2, 3)};
-  const std::vector<char> given = input.ConsumeRemainingBytes<char>();
-
   const fuzzing::MemoryFile memory(given.data(), given.size());
   DcmFileFormat file;
   if (tarn::dicom::loadFile(file, memory.path()).bad()) // lengths of elements are not what is there
@@ -258,10 +242,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t len
   }
   DcmDataset destination;
   PBItem block(dataset), other(destination);
-  const std::size_t foreign = foreignElements(elementsOf(dataset));
-  for (const Step& step : steps)
-    change(block, dataset, other, step);
-  expect(foreignElements(elementsOf(dataset)) == foreign, "elements of other groups stay");
+  const std::set<DcmTagKey> foreign = foreignTags(dataset);
+  for (int step = 0; step < kSteps; ++step)
+    change(input, block, dataset, other);
+  expect(foreignTags(dataset) == foreign, "elements of other groups stay");
   fuzzing::expectRoundTrip(destination);
   return 0;
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # fuzz.sh [SECONDS [TARGET...]]: runs each fuzz target for so many seconds (60 unless said), two at a time, under the
-# sanitizers, from the samples, from fuzz/corpus and from what earlier runs found. What fails is left in
+# sanitizers, from the sample states, from fuzz/corpus and from what earlier runs found. What fails is left in
 # build/fuzz/findings, what a target said in build/fuzz/TARGET.log.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -18,13 +18,15 @@ export TMPDIR=$scratch ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrac
 
 # The toolkit reserves, and never touches, what elements of a deflated data set announce: up to 4 GiB.
 fuzz() {
-  local seconds=$1 target=$2 max_len=$3 log=build/fuzz/$2.log options=() kept=()
+  local seconds=$1 target=$2 max_len=$3 log=build/fuzz/$2.log options=() kept=() folder
   [[ -f fuzz/$target.dict ]] && options+=("-dict=fuzz/$target.dict")
-  [[ -d fuzz/corpus/$target ]] && kept+=("fuzz/corpus/$target")
+  for folder in fuzz/corpus/$target build/fuzz/fuzz/seeds/$target; do
+    [[ -d $folder ]] && kept+=("$folder")
+  done
   mkdir -p "build/fuzz/corpus/$target" "build/fuzz/findings/$target"
   if ! "build/fuzz/bin/${target}_fuzzer" -max_total_time="$seconds" -max_len="$max_len" -timeout=30 -rss_limit_mb=2048 \
       -malloc_limit_mb=5120 -print_final_stats=1 "${options[@]}" -artifact_prefix="build/fuzz/findings/$target/" \
-      "build/fuzz/corpus/$target" "${kept[@]}" "build/fuzz/fuzz/seeds/$target" >"$log" 2>&1; then
+      "build/fuzz/corpus/$target" "${kept[@]}" >"$log" 2>&1; then
     tail -n 60 "$log" >&2
     return 1
   fi

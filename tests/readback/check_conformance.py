@@ -1,19 +1,20 @@
 #!/usr/bin/python3
-"""Compares what the sample states become with the tables of the conformance statement, as pydicom reads both.
-
-usage: check_conformance.py STATEMENT STATES OUTPUTS COPIES
+"""check_conformance.py STATEMENT STATES OUTPUTS COPIES: compares what the sample states become with the tables of the
+conformance statement, as pydicom reads both.
 
 The outputs of STATES/NAME.dcm lie in OUTPUTS/NAME/, its copy made with -i -x is COPIES/NAME/NAME.dcm. Each attribute,
 at any depth, is as its row says (VR, fixed value, presence by type) or that of the input; nothing else is there, what
 the statement removes is gone and nothing else. Each row occurs in some sample. Prints one line for each thing that is
-not so. Exit status: 0 all is so, 1 it is not, 2 wrong usage.
+not so. Exit status: 0 all is so, 1 it is not.
 """
-
 import pathlib
 import re
 import sys
 
 import pydicom
+
+sys.path.append(str(pathlib.Path(__file__).parents[1]))
+from checking import conclude
 
 ROW = re.compile(r"\| \(([\dA-F]{4},[\dA-Fx]{4})\) \| ((?:>* )?)(.+?) \| (\w+) \| (\S+) \| (.*?) ?\| (.*?) ?\|$")
 
@@ -48,7 +49,7 @@ def read_tables(path):
 
 def text(element):
     values = element.value if element.VM > 1 else [] if element.is_empty else [element.value]
-    return "\\".join(f"{value:g}" if isinstance(value, float) and element.VR == "FL" else str(value) for value in values)
+    return "\\".join(f"{value:g}" if element.VR == "FL" else str(value) for value in values)
 
 
 def faults(element, row, is_the_inputs):
@@ -89,25 +90,21 @@ def check(where, dataset, rows, original=pydicom.Dataset()):
             yield f"{element.tag} {element.name}: of the input, gone"
 
 
-def main(arguments):
-    if len(arguments) != 4:
-        print(__doc__, file=sys.stderr)
-        return 2
-    statement, states, outputs, copies = map(pathlib.Path, arguments)
+def main():
+    statement, states, outputs, copies = map(pathlib.Path, sys.argv[1:])
     (tables, every), problems, count = read_tables(statement), [], 0
     for state in sorted(states.glob("*.dcm")):
+        original = pydicom.dcmread(state)
         made = [(path, "Outputs") for path in sorted((outputs / state.stem).glob("PR.*"))]
         for path, section in made + [(copies / state.stem / state.name, "The copy of the input")]:
-            dataset, original = pydicom.dcmread(path), pydicom.dcmread(state)
+            dataset = pydicom.dcmread(path)
+            syntax = original.file_meta[0x20010:0x20011]
             found = [*check("", dataset, tables[section], original),
-                     *check("", dataset.file_meta, tables["File meta information"], original.file_meta[0x20010:0x20011])]
+                     *check("", dataset.file_meta, tables["File meta information"], syntax)]
             problems += [f"{state.stem}/{path.name}: {problem}" for problem in found]
             count += 1
     problems += [f"{row.name}: in no sample" for row in every if not row.seen and row.module != "Removed"]
-    print(*problems, sep="\n", end="\n" if problems else "")
-    print(f"{len(problems)} differences from the conformance statement in {count} objects")
-    return 1 if problems else 0
+    return conclude(problems, f"{len(problems)} differences from the conformance statement in {count} objects")
 
 
-if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+sys.exit(main())
