@@ -92,8 +92,7 @@ OFCondition encode(DcmFileFormat& file, const PartFile& part)
         return file.write(stream, EXS_Unknown, EET_UndefinedLength, &cache, EGL_recalcGL, EPD_noChange, 0, 0, 0,
                           EWM_createNewMeta);
       },
-      [&](const char* bytes, std::size_t length)
-      { return part.write(bytes, length) ? EC_Normal : systemFailure(); });
+      [&](const char* bytes, std::size_t length) { return part.write(bytes, length) ? EC_Normal : systemFailure(); });
 }
 
 } // namespace
