@@ -144,10 +144,10 @@ struct InMemory
 
 InMemory timeInMemory(const Input& input, const Input& small)
 {
-  static auto* const answer =
-      // cppcheck-suppress invalidFunctionArg ; an anonymous mapping has no file
-      static_cast<InMemory*>(
-          mmap(nullptr, sizeof(InMemory), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  constexpr int kShared = MAP_SHARED | MAP_ANONYMOUS;
+  // cppcheck-suppress invalidFunctionArg ; an anonymous mapping has no file
+  static void* const mapping = mmap(nullptr, sizeof(InMemory), PROT_READ | PROT_WRITE, kShared, -1, 0);
+  auto* const answer = static_cast<InMemory*>(mapping);
   costOf(inChild(
       [&]
       {

@@ -26,8 +26,8 @@ class Study
 public:
   Study(bool onServer, int rows)
   {
-    const ScopedEnvironment url("TARN_DB_URL",
-                                onServer ? server().createDatabase() : "sqlite:" + (folder.path() / "db").string());
+    const std::string url = onServer ? server().createDatabase() : "sqlite:" + (folder.path() / "db").string();
+    const Environment database({{"TARN_DB_URL", url}});
     db = DBConnectorSql::open(Missing::create);
     ArchiveAdmin(*db).createSchema();
     ArchiveAdmin(*db).registerStudy("1.2", rows, true);
