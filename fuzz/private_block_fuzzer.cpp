@@ -9,6 +9,7 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <functional>
 #include <map>
@@ -25,8 +26,8 @@ constexpr int kSteps = 8;
 constexpr std::size_t kLastBytes = 2 + 3 * kSteps; // what is done: two options, then the steps
 constexpr Uint16 kLegacySlots[] = {0xBA, 0xDA};
 
-/// What an item holds: VR and bytes of each element, items of sequences in braces. Blanks and NULs are left out: the
-/// toolkit drops some of them whenever it looks at a text.
+/// What an item holds: VR and bytes of each element, items of sequences in braces. White space and NULs are left out:
+/// the toolkit drops some of them whenever it looks at a text, in UI line feeds too.
 using Elements = std::map<DcmTagKey, std::string>;
 
 /// Which elements are taken out of slot 10 and the legacy blocks; nothing is moved without it.
@@ -51,7 +52,8 @@ std::string textOf(DcmElement& element, MoveCanonic move = std::nullopt)
     return vr + value;
   }
   static_cast<void>(tarn::dicom::readBytes(element, value));
-  value.erase(std::remove_if(value.begin(), value.end(), [](char c) { return c == ' ' || c == '\0'; }), value.end());
+  const auto isDropped = [](unsigned char c) { return c == '\0' || std::isspace(c) != 0; };
+  value.erase(std::remove_if(value.begin(), value.end(), isDropped), value.end());
   return vr + value;
 }
 
