@@ -23,23 +23,21 @@ using namespace impsconverter;
 namespace
 {
 
-const std::string kUsage = R"(
-Usage:
+/// Stands for the usage in what the rows expect.
+const std::string kUsage = "(usage)";
 
-  annomend [-h] [-N] -f <inputFile> [-o <output prefix>]
-
-     -h                  :    prints this help
-     -N                  :    do not touch the object cache
-                              to be used when the caller is certain that the object table is loaded for the study
-     -f <inputFile>      :    presentation state file to convert
-     -o <output prefix>  :    prefix for output files (will be empty if missing)
-     -i                  :    also save a copy of the original (input) presentation state file
-     -x                  :    fix (make DICOM compliant) the copy of the original presentation state file (only with -i)
-     -d                  :    print debug messages
-
-
-Converts annotations stored in QX private tags in a Presentation State file to DICOM compliant format
-)";
+/// What was said, with kUsage in place of a usage that names every option.
+std::string shortened(std::string text)
+{
+  const std::string end = " in a Presentation State file to DICOM compliant format\n";
+  const std::size_t start = text.find("\nUsage:\n\n  annomend [-h] [-N] -f <inputFile> [-o <output prefix>]\n\n");
+  const std::size_t last = text.find(end);
+  if (start == std::string::npos || last == std::string::npos)
+    return text;
+  for (const char* const option : {"-h", "-N", "-f <inputFile>", "-o <output prefix>", "-i", "-x", "-d"})
+    EXPECT_NE(text.find("\n     " + std::string(option) + " ", start), std::string::npos) << option;
+  return text.replace(start, last + end.size() - start, kUsage);
+}
 
 const std::string kFound = "File X.1.2.4 was not found in the database - checking referenced series sequence\n";
 
@@ -132,7 +130,7 @@ TEST_F(CommandTest, EndsWithAStatusMessagesAndFiles)
     SCOPED_TRACE(row.command);
     std::filesystem::remove_all(work);
     EXPECT_EQ(row.status, shell(row.command));
-    EXPECT_EQ(row.error, error());
+    EXPECT_EQ(row.error, shortened(error()));
     EXPECT_EQ(row.files, namesIn(work));
   }
 }
