@@ -1,9 +1,9 @@
-#include "Annotation.h"
+#include "annotations/Annotation.h"
 
-#include "Console.h"
-#include "ElementWriter.h"
-#include "ValidPresentationState.h"
-#include "urlDecode.h"
+#include "base/Console.h"
+#include "pstate/ElementWriter.h"
+#include "pstate/ValidPresentationState.h"
+#include "base/urlDecode.h"
 
 #include <algorithm>
 #include <cstdio>

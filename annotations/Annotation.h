@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DicomCieLab.h"
+#include "annotations/DicomCieLab.h"
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>

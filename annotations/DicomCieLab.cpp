@@ -1,6 +1,6 @@
-#include "DicomCieLab.h"
+#include "annotations/DicomCieLab.h"
 
-#include "ElementWriter.h"
+#include "pstate/ElementWriter.h"
 
 #include <array>
 #include <cmath>

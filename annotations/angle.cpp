@@ -1,7 +1,7 @@
-#include "angle.h"
+#include "annotations/angle.h"
 
-#include "Console.h"
-#include "extension.h"
+#include "base/Console.h"
+#include "annotations/extension.h"
 
 #include <cstdio>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Annotation.h"
+#include "annotations/Annotation.h"
 
 namespace impsconverter
 {

@@ -1,7 +1,7 @@
-#include "cobbangle.h"
+#include "annotations/cobbangle.h"
 
-#include "Console.h"
-#include "extension.h"
+#include "base/Console.h"
+#include "annotations/extension.h"
 
 #include <cstdio>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "wrapping.h"
+#include "base/wrapping.h"
 
 namespace impsconverter
 {

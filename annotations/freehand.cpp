@@ -1,6 +1,6 @@
-#include "freehand.h"
+#include "annotations/freehand.h"
 
-#include "Console.h"
+#include "base/Console.h"
 
 #include <cerrno>
 #include <climits>

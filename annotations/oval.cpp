@@ -1,8 +1,8 @@
-#include "oval.h"
+#include "annotations/oval.h"
 
-#include "Console.h"
-#include "ElementWriter.h"
-#include "wrapping.h"
+#include "base/Console.h"
+#include "pstate/ElementWriter.h"
+#include "base/wrapping.h"
 
 #include <cmath>
 #include <cstdio>

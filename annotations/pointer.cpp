@@ -1,8 +1,8 @@
-#include "pointer.h"
+#include "annotations/pointer.h"
 
-#include "Console.h"
-#include "distance.h"
-#include "wrapping.h"
+#include "base/Console.h"
+#include "annotations/distance.h"
+#include "base/wrapping.h"
 
 #include <cmath>
 #include <cstdio>

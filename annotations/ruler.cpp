@@ -1,7 +1,7 @@
-#include "ruler.h"
+#include "annotations/ruler.h"
 
-#include "Console.h"
-#include "ElementWriter.h"
+#include "base/Console.h"
+#include "pstate/ElementWriter.h"
 
 #include <cstdio>
 

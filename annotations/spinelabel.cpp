@@ -1,8 +1,8 @@
-#include "spinelabel.h"
+#include "annotations/spinelabel.h"
 
-#include "Console.h"
-#include "distance.h"
-#include "wrapping.h"
+#include "base/Console.h"
+#include "annotations/distance.h"
+#include "base/wrapping.h"
 
 #include <cstdio>
 

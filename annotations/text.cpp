@@ -1,6 +1,6 @@
-#include "text.h"
+#include "annotations/text.h"
 
-#include "Console.h"
+#include "base/Console.h"
 
 #include <cstdio>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "StateWriter.h"
+#include "samples/StateWriter.h"
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>

@@ -1,9 +1,9 @@
 // Conversions in memory, without a database row or a file: what a program that converts thousands pays for each, and
 // how the time grows with the number of annotations and of images in one input.
-#include "BenchStates.h"
+#include "bench/BenchStates.h"
 
-#include "Console.h"
-#include "PSConverter.h"
+#include "base/Console.h"
+#include "converter/PSConverter.h"
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>

@@ -6,18 +6,18 @@
 // Each round measures every size once, in processes of their own, so that all sizes see the same machine. Time is that
 // of the processor, the system's part included: what else runs shows less in it. The figure of a size is the median of
 // the rounds less that of one unit; a ratio of 1.00 is linear. Files go to the folder of temporary files (TMPDIR).
-#include "BenchStates.h"
-#include "Processes.h"
-#include "Environment.h"
-#include "TempDir.h"
+#include "bench/BenchStates.h"
+#include "tests/support/Processes.h"
+#include "tests/support/Environment.h"
+#include "tests/support/TempDir.h"
 
-#include "Console.h"
-#include "DBConnectorSql.h"
-#include "Dictionary.h"
-#include "FileReader.h"
-#include "PSConverter.h"
-#include "SqlSession.h"
-#include "Transaction.h"
+#include "base/Console.h"
+#include "db/DBConnectorSql.h"
+#include "dicom/dictionary.h"
+#include "dicom/loadFile.h"
+#include "converter/PSConverter.h"
+#include "db/SqlSession.h"
+#include "db/Transaction.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>

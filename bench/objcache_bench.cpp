@@ -1,11 +1,11 @@
-#include "MariaDbServer.h"
-#include "Environment.h"
-#include "TempDir.h"
+#include "tests/support/MariaDbServer.h"
+#include "tests/support/Environment.h"
+#include "tests/support/TempDir.h"
 
-#include "ArchiveAdmin.h"
-#include "DBConnectorSql.h"
-#include "ObjCacheAccessor.h"
-#include "ObjCacheMgr.h"
+#include "db/ArchiveAdmin.h"
+#include "db/DBConnectorSql.h"
+#include "db/ObjCacheAccessor.h"
+#include "study/cache/ObjCacheMgr.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,12 +1,12 @@
-#include "PSConverter.h"
+#include "converter/PSConverter.h"
 
-#include "CLocale.h"
-#include "Console.h"
-#include "ElementText.h"
-#include "ElementWriter.h"
-#include "FileReader.h"
-#include "ObjCacheMgr.h"
-#include "PBItem.h"
+#include "base/CLocale.h"
+#include "base/Console.h"
+#include "dicom/values.h"
+#include "pstate/ElementWriter.h"
+#include "dicom/loadFile.h"
+#include "study/cache/ObjCacheMgr.h"
+#include "privateblock/PBItem.h"
 
 #include <sys/stat.h>
 

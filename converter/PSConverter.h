@@ -1,11 +1,11 @@
 #pragma once
 
-#include "DBConnector.h"
-#include "IMLogger.h"
-#include "PresentationState.h"
-#include "ReferencedImages.h"
-#include "StudyObjects.h"
-#include "ValidPresentationState.h"
+#include "db/DBConnector.h"
+#include "base/IMLogger.h"
+#include "pstate/PresentationState.h"
+#include "images/ReferencedImages.h"
+#include "images/StudyObjects.h"
+#include "pstate/ValidPresentationState.h"
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>

@@ -1,8 +1,8 @@
-#include "annomend.h"
+#include "converter/annomend.h"
 
-#include "ElementText.h"
-#include "PBItem.h"
-#include "PSConverter.h"
+#include "dicom/values.h"
+#include "privateblock/PBItem.h"
+#include "converter/PSConverter.h"
 
 #include <cstring>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DBConnector.h"
+#include "db/DBConnector.h"
 
 #include <list>
 

@@ -1,9 +1,9 @@
-#include "command.h"
+#include "converter/command.h"
 
-#include "Console.h"
-#include "DBConnectorSql.h"
-#include "Dictionary.h"
-#include "PSConverter.h"
+#include "base/Console.h"
+#include "db/DBConnectorSql.h"
+#include "dicom/dictionary.h"
+#include "converter/PSConverter.h"
 
 #include <getopt.h>
 

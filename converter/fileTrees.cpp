@@ -1,4 +1,4 @@
-#include "fileTrees.h"
+#include "converter/fileTrees.h"
 
 #include <dirent.h>
 #include <sys/stat.h>

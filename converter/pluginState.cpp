@@ -1,16 +1,16 @@
-#include "PSConverter.h"
+#include "converter/PSConverter.h"
 
-#include "Console.h"
-#include "ObjectInfo.h"
-#include "angle.h"
-#include "cobbangle.h"
-#include "freehand.h"
-#include "oval.h"
-#include "pointer.h"
-#include "ruler.h"
-#include "spinelabel.h"
-#include "text.h"
-#include "urlDecode.h"
+#include "base/Console.h"
+#include "images/ObjectInfo.h"
+#include "annotations/angle.h"
+#include "annotations/cobbangle.h"
+#include "annotations/freehand.h"
+#include "annotations/oval.h"
+#include "annotations/pointer.h"
+#include "annotations/ruler.h"
+#include "annotations/spinelabel.h"
+#include "annotations/text.h"
+#include "base/urlDecode.h"
 
 #include <algorithm>
 #include <cstdio>

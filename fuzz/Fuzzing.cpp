@@ -1,9 +1,9 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "AttributeSupply.h"
-#include "DicomFile.h"
-#include "FileReader.h"
-#include "ToolkitLog.h"
+#include "dicom/AttributeSupply.h"
+#include "samples/DicomFile.h"
+#include "dicom/loadFile.h"
+#include "dicom/toolkitLog.h"
 
 #include <sys/mman.h>
 

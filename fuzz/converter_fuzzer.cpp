@@ -1,13 +1,13 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "Capture.h"
-#include "Files.h"
-#include "TempDir.h"
+#include "tests/support/Capture.h"
+#include "tests/support/Files.h"
+#include "tests/support/TempDir.h"
 
-#include "DBConnector.h"
-#include "DicomFile.h"
-#include "FileReader.h"
-#include "PSConverter.h"
+#include "db/DBConnector.h"
+#include "samples/DicomFile.h"
+#include "dicom/loadFile.h"
+#include "converter/PSConverter.h"
 
 #include <memory>
 

@@ -1,7 +1,7 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "DicomFile.h"
-#include "StateWriter.h"
+#include "samples/DicomFile.h"
+#include "samples/StateWriter.h"
 
 #include <set>
 

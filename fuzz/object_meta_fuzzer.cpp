@@ -1,16 +1,16 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "ArchiveFolder.h"
-#include "Capture.h"
-#include "Files.h"
-#include "SqlText.h"
+#include "tests/support/ArchiveFolder.h"
+#include "tests/support/Capture.h"
+#include "tests/support/Files.h"
+#include "tests/support/SqlText.h"
 
-#include "ArchiveAdmin.h"
-#include "DBConnectorSql.h"
-#include "DBException.h"
-#include "ObjCacheMgr.h"
-#include "ObjMeta.h"
-#include "SqlSession.h"
+#include "db/ArchiveAdmin.h"
+#include "db/DBConnectorSql.h"
+#include "db/DBException.h"
+#include "study/cache/ObjCacheMgr.h"
+#include "study/objectmeta/ObjMeta.h"
+#include "db/SqlSession.h"
 
 #include <dlfcn.h>
 

@@ -1,12 +1,12 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "Capture.h"
+#include "tests/support/Capture.h"
 
-#include "DBConnector.h"
-#include "DicomFile.h"
-#include "PBItem.h"
-#include "PSConverter.h"
-#include "StateWriter.h"
+#include "db/DBConnector.h"
+#include "samples/DicomFile.h"
+#include "privateblock/PBItem.h"
+#include "converter/PSConverter.h"
+#include "samples/StateWriter.h"
 
 #include <memory>
 

@@ -1,10 +1,10 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "DicomFile.h"
-#include "ElementText.h"
-#include "FileReader.h"
-#include "PBItem.h"
-#include "privateTags.h"
+#include "samples/DicomFile.h"
+#include "dicom/values.h"
+#include "dicom/loadFile.h"
+#include "privateblock/PBItem.h"
+#include "privateblock/privateTags.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
 

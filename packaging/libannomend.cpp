@@ -1,2 +1,2 @@
 // The library is made of the rooms; this file names what they are put together for.
-#include "annomend.h"
+#include "converter/annomend.h"

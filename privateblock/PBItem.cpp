@@ -1,4 +1,4 @@
-#include "PBItem.h"
+#include "privateblock/PBItem.h"
 
 #include <syslog.h>
 

@@ -1,8 +1,8 @@
-#include "privateTags.h"
+#include "privateblock/privateTags.h"
 
-#include "FileReader.h"
-#include "FileWriter.h"
-#include "PBItem.h"
+#include "dicom/loadFile.h"
+#include "dicom/saveFile.h"
+#include "privateblock/PBItem.h"
 
 namespace
 {

@@ -1,6 +1,6 @@
-#include "ElementWriter.h"
+#include "pstate/ElementWriter.h"
 
-#include "Console.h"
+#include "base/Console.h"
 
 #include <array>
 

@@ -1,9 +1,9 @@
-#include "PresentationState.h"
+#include "pstate/PresentationState.h"
 
-#include "Console.h"
-#include "ElementWriter.h"
-#include "FileWriter.h"
-#include "wrapping.h"
+#include "base/Console.h"
+#include "pstate/ElementWriter.h"
+#include "dicom/saveFile.h"
+#include "base/wrapping.h"
 
 #include <array>
 #include <cstdio>

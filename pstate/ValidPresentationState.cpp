@@ -1,11 +1,11 @@
-#include "ValidPresentationState.h"
+#include "pstate/ValidPresentationState.h"
 
-#include "Console.h"
-#include "ElementWriter.h"
-#include "EncodedItems.h"
-#include "ObjectInfo.h"
-#include "PBItem.h"
-#include "wrapping.h"
+#include "base/Console.h"
+#include "pstate/ElementWriter.h"
+#include "dicom/EncodedItems.h"
+#include "images/ObjectInfo.h"
+#include "privateblock/PBItem.h"
+#include "base/wrapping.h"
 
 #include <memory>
 

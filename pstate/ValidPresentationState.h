@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PresentationState.h"
+#include "pstate/PresentationState.h"
 
 #include <memory>
 

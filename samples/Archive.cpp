@@ -1,10 +1,10 @@
-#include "Archive.h"
+#include "samples/Archive.h"
 
 #include <sstream>
 
-#include "Phantom.h"
-#include "StateWriter.h"
-#include "Study.h"
+#include "samples/Phantom.h"
+#include "samples/StateWriter.h"
+#include "samples/Study.h"
 
 namespace samples
 {

@@ -1,4 +1,4 @@
-#include "DicomFile.h"
+#include "samples/DicomFile.h"
 
 #include <dcmtk/dcmdata/dcostrmb.h>
 #include <dcmtk/dcmdata/dcwcache.h>
@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "Study.h"
+#include "samples/Study.h"
 
 namespace samples
 {

@@ -1,9 +1,9 @@
-#include "Phantom.h"
+#include "samples/Phantom.h"
 
 #include <cmath>
 #include <cstring>
 
-#include "Study.h"
+#include "samples/Study.h"
 
 namespace samples
 {

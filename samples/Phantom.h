@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DicomFile.h"
+#include "samples/DicomFile.h"
 
 #include <memory>
 #include <string>

@@ -1,4 +1,4 @@
-#include "PluginState.h"
+#include "samples/PluginState.h"
 
 #include <cctype>
 #include <cstring>

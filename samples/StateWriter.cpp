@@ -1,10 +1,10 @@
-#include "StateWriter.h"
+#include "samples/StateWriter.h"
 
 #include <algorithm>
 #include <cctype>
 
-#include "Phantom.h"
-#include "Study.h"
+#include "samples/Phantom.h"
+#include "samples/Study.h"
 
 namespace samples
 {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "DicomFile.h"
-#include "PluginState.h"
+#include "samples/DicomFile.h"
+#include "samples/PluginState.h"
 
 #include <memory>
 #include <string>

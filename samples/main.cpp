@@ -1,7 +1,7 @@
 #include <exception>
 #include <iostream>
 
-#include "Archive.h"
+#include "samples/Archive.h"
 
 int main(int argc, char** argv)
 {

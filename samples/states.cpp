@@ -1,7 +1,7 @@
-#include "StateWriter.h"
+#include "samples/StateWriter.h"
 
-#include "Phantom.h"
-#include "Study.h"
+#include "samples/Phantom.h"
+#include "samples/Study.h"
 
 // Annotation lines: kind, index, colour, base point, show index, show value, index anchor, value anchor, orientation,
 // then after the bar what the kind adds. Labels are URL-encoded within their line.

@@ -1,6 +1,6 @@
-#include "SelfRec.h"
+#include "support/SelfRec.h"
 
-#include "environmentValue.h"
+#include "base/environmentValue.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Config.h"
+#include "support/Config.h"
 
 namespace tarn::imutils
 {

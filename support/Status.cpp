@@ -1,4 +1,4 @@
-#include "Status.h"
+#include "support/Status.h"
 
 #include <array>
 #include <cstddef>

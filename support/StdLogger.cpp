@@ -1,4 +1,4 @@
-#include "StdLogger.h"
+#include "support/StdLogger.h"
 
 #include <cstdarg>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Logger.h"
+#include "support/Logger.h"
 
 #include <cstdio>
 

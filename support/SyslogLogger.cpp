@@ -1,4 +1,4 @@
-#include "SyslogLogger.h"
+#include "support/SyslogLogger.h"
 
 #include <cstdarg>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Logger.h"
+#include "support/Logger.h"
 
-#include "IMLogger.h"
+#include "base/IMLogger.h"
 
 namespace tarn::utils
 {

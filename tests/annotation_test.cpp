@@ -1,13 +1,13 @@
-#include "StateFixture.h"
+#include "tests/support/StateFixture.h"
 
-#include "DicomCieLab.h"
-#include "ObjectInfo.h"
-#include "ValidPresentationState.h"
-#include "angle.h"
-#include "oval.h"
-#include "pointer.h"
-#include "ruler.h"
-#include "text.h"
+#include "annotations/DicomCieLab.h"
+#include "images/ObjectInfo.h"
+#include "pstate/ValidPresentationState.h"
+#include "annotations/angle.h"
+#include "annotations/oval.h"
+#include "annotations/pointer.h"
+#include "annotations/ruler.h"
+#include "annotations/text.h"
 
 #include <dcmtk/dcmiod/cielabutil.h>
 

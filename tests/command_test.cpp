@@ -1,15 +1,15 @@
-#include "MariaDbServer.h"
-#include "SqlText.h"
-#include "StateFixture.h"
+#include "tests/support/MariaDbServer.h"
+#include "tests/support/SqlText.h"
+#include "tests/support/StateFixture.h"
 
-#include "Archive.h"
-#include "ArchiveAdmin.h"
-#include "DBConnectorSql.h"
-#include "DicomFile.h"
-#include "Files.h"
-#include "PSConverter.h"
-#include "SqlSession.h"
-#include "command.h"
+#include "samples/Archive.h"
+#include "db/ArchiveAdmin.h"
+#include "db/DBConnectorSql.h"
+#include "samples/DicomFile.h"
+#include "tests/support/Files.h"
+#include "converter/PSConverter.h"
+#include "db/SqlSession.h"
+#include "converter/command.h"
 
 #include <dcmtk/dcmdata/dcdict.h>
 

@@ -1,13 +1,13 @@
-#include "Capture.h"
-#include "Files.h"
-#include "TempDir.h"
+#include "tests/support/Capture.h"
+#include "tests/support/Files.h"
+#include "tests/support/TempDir.h"
 
-#include "Config.h"
-#include "IMException.h"
-#include "IMProperties.h"
-#include "IMSemaphore.h"
-#include "PartFile.h"
-#include "urlDecode.h"
+#include "support/Config.h"
+#include "base/IMException.h"
+#include "base/IMProperties.h"
+#include "base/IMSemaphore.h"
+#include "base/PartFile.h"
+#include "base/urlDecode.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

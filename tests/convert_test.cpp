@@ -1,9 +1,9 @@
-#include "StateFixture.h"
+#include "tests/support/StateFixture.h"
 
-#include "DicomFile.h"
-#include "PSConverter.h"
-#include "annomend.h"
-#include "fileTrees.h"
+#include "samples/DicomFile.h"
+#include "converter/PSConverter.h"
+#include "converter/annomend.h"
+#include "converter/fileTrees.h"
 
 #include <optional>
 #include <tuple>

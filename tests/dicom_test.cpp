@@ -1,14 +1,14 @@
-#include "Files.h"
-#include "LogFile.h"
-#include "TempDir.h"
+#include "tests/support/Files.h"
+#include "tests/support/LogFile.h"
+#include "tests/support/TempDir.h"
 
-#include "AttributeSupply.h"
-#include "Dictionary.h"
-#include "ElementText.h"
-#include "EncodedItems.h"
-#include "FileReader.h"
-#include "FileWriter.h"
-#include "ToolkitLog.h"
+#include "dicom/AttributeSupply.h"
+#include "dicom/dictionary.h"
+#include "dicom/values.h"
+#include "dicom/EncodedItems.h"
+#include "dicom/loadFile.h"
+#include "dicom/saveFile.h"
+#include "dicom/toolkitLog.h"
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dcdicent.h>

@@ -1,12 +1,12 @@
-#include "ArchiveFolder.h"
-#include "Files.h"
-#include "LogFile.h"
+#include "tests/support/ArchiveFolder.h"
+#include "tests/support/Files.h"
+#include "tests/support/LogFile.h"
 
-#include "ArchiveAdmin.h"
-#include "DBConnectorSql.h"
-#include "IMException.h"
-#include "MetaManager.h"
-#include "SqlSession.h"
+#include "db/ArchiveAdmin.h"
+#include "db/DBConnectorSql.h"
+#include "base/IMException.h"
+#include "study/meta/MetaManager.h"
+#include "db/SqlSession.h"
 
 #include <gtest/gtest.h>
 

@@ -1,14 +1,14 @@
-#include "ArchiveFolder.h"
-#include "LogFile.h"
-#include "MariaDbServer.h"
-#include "SqlText.h"
+#include "tests/support/ArchiveFolder.h"
+#include "tests/support/LogFile.h"
+#include "tests/support/MariaDbServer.h"
+#include "tests/support/SqlText.h"
 
-#include "ArchiveAdmin.h"
-#include "DBConnectorSql.h"
-#include "ObjCacheMgr.h"
-#include "ReferenceAccessor.h"
-#include "SqlSession.h"
-#include "StudyLock.h"
+#include "db/ArchiveAdmin.h"
+#include "db/DBConnectorSql.h"
+#include "study/cache/ObjCacheMgr.h"
+#include "db/ReferenceAccessor.h"
+#include "db/SqlSession.h"
+#include "study/cache/StudyLock.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "StateFixture.h"
+#include "tests/support/StateFixture.h"
 
-#include "PSConverter.h"
+#include "converter/PSConverter.h"
 
 #include <gmock/gmock.h>
 

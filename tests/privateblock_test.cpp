@@ -1,9 +1,9 @@
-#include "TempDir.h"
+#include "tests/support/TempDir.h"
 
-#include "ElementText.h"
-#include "FileReader.h"
-#include "PBItem.h"
-#include "privateTags.h"
+#include "dicom/values.h"
+#include "dicom/loadFile.h"
+#include "privateblock/PBItem.h"
+#include "privateblock/privateTags.h"
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dcdicent.h>

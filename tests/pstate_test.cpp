@@ -1,10 +1,10 @@
-#include "StateFixture.h"
+#include "tests/support/StateFixture.h"
 
-#include "DBException.h"
-#include "DicomFile.h"
-#include "ObjectInfo.h"
-#include "StudyObjects.h"
-#include "ValidPresentationState.h"
+#include "db/DBException.h"
+#include "samples/DicomFile.h"
+#include "images/ObjectInfo.h"
+#include "images/StudyObjects.h"
+#include "pstate/ValidPresentationState.h"
 
 #include <gmock/gmock.h>
 

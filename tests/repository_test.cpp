@@ -1,10 +1,10 @@
-#include "Environment.h"
-#include "Files.h"
-#include "LogFile.h"
-#include "Processes.h"
-#include "TempDir.h"
+#include "tests/support/Environment.h"
+#include "tests/support/Files.h"
+#include "tests/support/LogFile.h"
+#include "tests/support/Processes.h"
+#include "tests/support/TempDir.h"
 
-#include "IMRepositoryHandlerIface.h"
+#include "repository/client/IMRepositoryHandlerIface.h"
 
 #include <gtest/gtest.h>
 

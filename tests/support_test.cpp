@@ -1,9 +1,9 @@
-#include "Environment.h"
-#include "Files.h"
-#include "TempDir.h"
+#include "tests/support/Environment.h"
+#include "tests/support/Files.h"
+#include "tests/support/TempDir.h"
 
-#include "SelfRec.h"
-#include "StdLogger.h"
+#include "support/SelfRec.h"
+#include "support/StdLogger.h"
 
 #include <gtest/gtest.h>
 

@@ -1,15 +1,15 @@
-#include "ArchiveFolder.h"
-#include "Capture.h"
-#include "Files.h"
+#include "tests/support/ArchiveFolder.h"
+#include "tests/support/Capture.h"
+#include "tests/support/Files.h"
 
-#include "AttributeSupply.h"
-#include "DBConnectorSql.h"
-#include "DicomFile.h"
-#include "IMSemaphoreGlobal.h"
-#include "ObjCacheMgr.h"
-#include "ObjectAccessor.h"
-#include "SqlSession.h"
-#include "tarnctl.h"
+#include "dicom/AttributeSupply.h"
+#include "db/DBConnectorSql.h"
+#include "samples/DicomFile.h"
+#include "db/IMSemaphoreGlobal.h"
+#include "study/cache/ObjCacheMgr.h"
+#include "db/ObjectAccessor.h"
+#include "db/SqlSession.h"
+#include "tools/tarnctl.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "FileList.h"
+#include "tools/FileList.h"
 
 #include <algorithm>
 #include <filesystem>

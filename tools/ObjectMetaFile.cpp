@@ -1,7 +1,7 @@
-#include "ObjectMetaFile.h"
+#include "tools/ObjectMetaFile.h"
 
-#include "IMException.h"
-#include "PartFile.h"
+#include "base/IMException.h"
+#include "base/PartFile.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ObjMeta.h"
-#include "StudyObject.h"
+#include "study/objectmeta/ObjMeta.h"
+#include "tools/StudyObject.h"
 
 #include <array>
 #include <cstddef>

@@ -1,6 +1,6 @@
-#include "Progress.h"
+#include "tools/Progress.h"
 
-#include "Console.h"
+#include "base/Console.h"
 
 #include <iostream>
 #include <string>

@@ -1,10 +1,10 @@
-#include "StudyAdmin.h"
+#include "tools/StudyAdmin.h"
 
-#include "DBConnectorSql.h"
-#include "IMException.h"
-#include "ObjectMetaFile.h"
-#include "PartFile.h"
-#include "StudyLock.h"
+#include "db/DBConnectorSql.h"
+#include "base/IMException.h"
+#include "tools/ObjectMetaFile.h"
+#include "base/PartFile.h"
+#include "study/cache/StudyLock.h"
 
 #include <cerrno>
 #include <cstring>

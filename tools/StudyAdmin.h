@@ -1,8 +1,8 @@
 #pragma once
 
-#include "ArchiveAdmin.h"
-#include "MetaManager.h"
-#include "StudyObject.h"
+#include "db/ArchiveAdmin.h"
+#include "study/meta/MetaManager.h"
+#include "tools/StudyObject.h"
 
 #include <list>
 #include <optional>

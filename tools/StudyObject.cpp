@@ -1,7 +1,7 @@
-#include "StudyObject.h"
+#include "tools/StudyObject.h"
 
-#include "ElementText.h"
-#include "FileReader.h"
+#include "dicom/values.h"
+#include "dicom/loadFile.h"
 
 #include <dcmtk/dcmdata/dcuid.h>
 

@@ -1,12 +1,12 @@
-#include "commands.h"
+#include "tools/commands.h"
 
-#include "Console.h"
-#include "DBConnectorSql.h"
-#include "FileList.h"
-#include "IMException.h"
-#include "IMRepositoryHandlerIface.h"
-#include "Progress.h"
-#include "environmentValue.h"
+#include "base/Console.h"
+#include "db/DBConnectorSql.h"
+#include "tools/FileList.h"
+#include "base/IMException.h"
+#include "repository/client/IMRepositoryHandlerIface.h"
+#include "tools/Progress.h"
+#include "base/environmentValue.h"
 
 #include <algorithm>
 #include <array>

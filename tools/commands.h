@@ -1,6 +1,6 @@
 #pragma once
 
-#include "StudyAdmin.h"
+#include "tools/StudyAdmin.h"
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
-#include "tarnctl.h"
+#include "tools/tarnctl.h"
 
-#include "ProcessSetup.h"
-#include "ToolkitLog.h"
+#include "base/process.h"
+#include "dicom/toolkitLog.h"
 
 int main(int argc, char** argv)
 {

@@ -1,9 +1,9 @@
-#include "tarnctl.h"
+#include "tools/tarnctl.h"
 
-#include "Console.h"
-#include "Dictionary.h"
-#include "StudyObject.h"
-#include "commands.h"
+#include "base/Console.h"
+#include "dicom/dictionary.h"
+#include "tools/StudyObject.h"
+#include "tools/commands.h"
 
 #include <CLI/CLI.hpp>
 

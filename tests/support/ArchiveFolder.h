@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Environment.h"
-#include "TempDir.h"
+#include "tests/support/Environment.h"
+#include "tests/support/TempDir.h"
 
 /// A folder with the repositories data, meta and temp, each its own only mount, and the environment that names them.
 class ArchiveFolder

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Console.h"
+#include "base/Console.h"
 
 #include <sstream>
 

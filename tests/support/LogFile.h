@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Files.h"
-#include "TempDir.h"
+#include "tests/support/Files.h"
+#include "tests/support/TempDir.h"
 
 #include <cstdlib>
 #include <regex>

@@ -1,6 +1,6 @@
-#include "MariaDbServer.h"
+#include "tests/support/MariaDbServer.h"
 
-#include "Files.h"
+#include "tests/support/Files.h"
 
 #include <chrono>
 #include <stdexcept>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "QueryBindings.h"
-#include "TmpPSCache.h"
+#include "db/QueryBindings.h"
+#include "db/TmpPSCache.h"
 
 #include <string>
 #include <vector>

@@ -1,8 +1,8 @@
-#include "StateFixture.h"
+#include "tests/support/StateFixture.h"
 
-#include "DicomFile.h"
-#include "PSConverter.h"
-#include "PluginState.h"
+#include "samples/DicomFile.h"
+#include "converter/PSConverter.h"
+#include "samples/PluginState.h"
 
 #include <dcmtk/oflog/oflog.h>
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "Capture.h"
-#include "DBConnectorSql.h"
-#include "Environment.h"
-#include "Files.h"
-#include "SqlSession.h"
-#include "TempDir.h"
+#include "tests/support/Capture.h"
+#include "db/DBConnectorSql.h"
+#include "tests/support/Environment.h"
+#include "tests/support/Files.h"
+#include "db/SqlSession.h"
+#include "tests/support/TempDir.h"
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>

@@ -1,0 +1,127 @@
+#include "base/IMLogger.h"
+
+#include "base/Console.h"
+#include "base/environmentValue.h"
+
+#include <spdlog/logger.h>
+#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/sinks/null_sink.h>
+#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/sinks/syslog_sink.h>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace tarn::imutils
+{
+namespace
+{
+
+constexpr char kFilePrefix[] = "file:";
+
+std::shared_ptr<spdlog::sinks::sink> makeSink(const std::string& destination)
+{
+  if (destination == "stderr")
+    return std::make_shared<spdlog::sinks::stderr_sink_mt>();
+  if (destination == "none")
+    return std::make_shared<spdlog::sinks::null_sink_mt>();
+  if (destination.rfind(kFilePrefix, 0) == 0)
+    return std::make_shared<spdlog::sinks::basic_file_sink_mt>(destination.substr(sizeof kFilePrefix - 1));
+  return std::make_shared<spdlog::sinks::syslog_sink_mt>("annomend", LOG_PID, LOG_USER, true);
+}
+
+/// A log that cannot be written must not stop the work: what cannot be opened is replaced by the system log.
+std::shared_ptr<spdlog::sinks::sink> openSink(const std::string& destination)
+{
+  try
+  {
+    return makeSink(destination);
+  }
+  catch (const std::exception&)
+  {
+    return makeSink("syslog");
+  }
+}
+
+spdlog::level::level_enum threshold(const std::string& level)
+{
+  if (level == "debug")
+    return spdlog::level::debug;
+  return level == "error" ? spdlog::level::err : spdlog::level::info;
+}
+
+spdlog::level::level_enum toLevel(LOG_MODE mode)
+{
+  if (mode <= LOG_MODE_ERROR)
+    return spdlog::level::err;
+  return mode <= LOG_MODE_INFO ? spdlog::level::info : spdlog::level::debug;
+}
+
+/// The one destination of the process. It is never destroyed, so that destructors of other statics may log.
+spdlog::logger& processLogger()
+{
+  static spdlog::logger& instance = []() -> spdlog::logger&
+  {
+    auto* logger = new spdlog::logger("annomend", openSink(environmentValue("TARN_LOG")));
+    logger->set_level(threshold(environmentValue("TARN_LOG_LEVEL")));
+    logger->set_pattern("%Y-%m-%d %H:%M:%S.%e %l %v");
+    logger->flush_on(spdlog::level::trace);
+    logger->set_error_handler([](const std::string&) {});
+    return *logger;
+  }();
+  return instance;
+}
+
+std::string formatted(const char* format, std::va_list arguments)
+{
+  std::va_list again;
+  va_copy(again, arguments);
+  const int length = std::vsnprintf(nullptr, 0, format, again);
+  va_end(again);
+  if (length <= 0)
+    return {};
+  std::string text(static_cast<std::size_t>(length), '\0');
+  std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+  return text;
+}
+
+} // namespace
+
+IMLogger::IMLogger(std::string loggerName) : name(std::move(loggerName)) {}
+
+void IMLogger::log(LOG_MODE mode, const char* format, std::va_list arguments) const
+{
+  spdlog::logger& destination = processLogger();
+  const spdlog::level::level_enum level = toLevel(mode);
+  if (!destination.should_log(level))
+    return;
+  destination.log(level, spdlog::string_view_t(name + ": " + printable(formatted(format, arguments))));
+}
+
+void IMLogger::errorLog(const char* format, ...) const
+{
+  std::va_list arguments;
+  va_start(arguments, format);
+  log(LOG_MODE_ERROR, format, arguments);
+  va_end(arguments);
+}
+
+void IMLogger::infoLog(const char* format, ...) const
+{
+  std::va_list arguments;
+  va_start(arguments, format);
+  log(LOG_MODE_INFO, format, arguments);
+  va_end(arguments);
+}
+
+void IMLogger::debugLog(const char* format, ...) const
+{
+  std::va_list arguments;
+  va_start(arguments, format);
+  log(LOG_MODE_DEBUG, format, arguments);
+  va_end(arguments);
+}
+
+} // namespace tarn::imutils

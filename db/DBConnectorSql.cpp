@@ -1,0 +1,52 @@
+#include "db/DBConnectorSql.h"
+
+#include "db/DeviceAccessorSql.h"
+#include "db/GlobalLock.h"
+#include "db/MetaAccessorSql.h"
+#include "db/ObjCacheAccessorSql.h"
+#include "db/ObjectAccessorSql.h"
+#include "db/ReferenceAccessorSql.h"
+#include "db/SqlSession.h"
+
+#include <algorithm>
+
+namespace tarn::db
+{
+
+DBConnectorSql::DBConnectorSql(Missing missing)
+  : ifMissing(missing), referenceAccessor(std::make_unique<ReferenceAccessorSql>(*this)),
+    metaAccessor(std::make_unique<MetaAccessorSql>(*this)),
+    objCacheAccessor(std::make_unique<ObjCacheAccessorSql>(*this)),
+    objectAccessor(std::make_unique<ObjectAccessorSql>(*this)),
+    deviceAccessor(std::make_unique<DeviceAccessorSql>(*this))
+{
+}
+
+DBConnectorSql::~DBConnectorSql() = default;
+
+SqlSession& DBConnectorSql::session()
+{
+  connect();
+  return *backend;
+}
+
+bool DBConnectorSql::isInMemory()
+{
+  return session().isInMemory();
+}
+
+std::shared_ptr<GlobalLock> DBConnectorSql::tryLock(const std::string& name)
+{
+  heldLocks.erase(
+      std::remove_if(heldLocks.begin(), heldLocks.end(), [](const auto& held) { return held.second.expired(); }),
+      heldLocks.end());
+  for (const auto& [heldName, held] : heldLocks)
+    if (heldName == name)
+      return held.lock();
+  std::shared_ptr<GlobalLock> taken = session().tryLock(name);
+  if (taken)
+    heldLocks.emplace_back(name, taken);
+  return taken;
+}
+
+} // namespace tarn::db

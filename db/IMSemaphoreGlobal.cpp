@@ -1,0 +1,27 @@
+#include "db/IMSemaphoreGlobal.h"
+
+#include "db/DBConnectorSql.h"
+#include "db/DBException.h"
+#include "db/GlobalLock.h"
+
+#include <utility>
+
+namespace tarn::imutils
+{
+
+IMSemaphoreGlobal::IMSemaphoreGlobal(std::string lockName, tarn::db::DBConnector* connector)
+  : name(std::move(lockName)), db(connector)
+{
+}
+
+bool IMSemaphoreGlobal::tryLock()
+{
+  auto* connector = dynamic_cast<tarn::db::DBConnectorSql*>(db);
+  if (!connector)
+    throw tarn::db::DBException("the lock " + name + " needs a connection to a database");
+  if (!held)
+    held = connector->tryLock(name);
+  return held != nullptr;
+}
+
+} // namespace tarn::imutils

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "db/PSCache.h"
+
+#include <string>
+
+namespace tarn::db
+{
+
+/// One prepared statement whose text is made at run time.
+class TmpPSCache : public PSCache
+{
+public:
+  TmpPSCache(DBConnectorSql& db, std::string statement, int params, int results);
+
+  const PsQuery& query() const { return only; }
+
+private:
+  std::string text;
+  PsQuery only;
+};
+
+} // namespace tarn::db

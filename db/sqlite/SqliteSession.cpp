@@ -1,0 +1,133 @@
+#include "db/sqlite/SqliteSession.h"
+
+#include "base/Console.h"
+#include "db/DBException.h"
+#include "db/sqlite/FileLock.h"
+#include "db/sqlite/ProcessLock.h"
+#include "db/sqlite/sqliteHandles.h"
+#include "db/sqlite/SqliteStatement.h"
+#include "db/sqlite/sqliteSchema.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <system_error>
+#include <utility>
+
+namespace tarn::db
+{
+namespace
+{
+
+// Writers hold the database for one statement or a short transaction: a minute is more than any queue of them needs.
+constexpr int kBusyMilliseconds = 60000;
+constexpr int kSwitchRetryMilliseconds = 5;
+
+class SqliteSession : public SqlSession
+{
+public:
+  explicit SqliteSession(SqliteConnection opened) : connection(std::move(opened)) {}
+
+  std::unique_ptr<SqlStatement> prepare(const std::string& sql) override
+  {
+    return std::make_unique<SqliteStatement>(connection.get(), sql);
+  }
+  void execute(const std::string& sql) override
+  {
+    const int code = sqlite3_exec(connection.get(), sql.c_str(), nullptr, nullptr, nullptr);
+    checkSqlite(code, "cannot execute a statement", connection.get());
+  }
+  /// Takes the right to write at once: a transaction that asks for it later fails where another writer came between.
+  void begin() override { execute("BEGIN IMMEDIATE"); }
+  /// In WAL mode NORMAL leaves the log unsynced at a commit, and the next commit in FULL syncs the whole of it.
+  void deferSync(bool deferred) noexcept override
+  {
+    sqlite3_exec(connection.get(), deferred ? "PRAGMA synchronous=NORMAL" : "PRAGMA synchronous=FULL", nullptr, nullptr,
+                 nullptr);
+  }
+  std::unique_ptr<GlobalLock> tryLock(const std::string& name) override
+  {
+    if (isInMemory())
+      return ProcessLock::tryLock(name);
+    return FileLock::tryLock(file() + "-" + fileNamePart(name) + ".lock", file());
+  }
+  bool isInMemory() const override { return file().empty(); }
+  std::string_view schema() const override { return sqliteSchema(); }
+
+private:
+  /// The library's own name of the file, so that every way to write its path gives one lock; empty in memory.
+  std::string file() const
+  {
+    const char* name = sqlite3_db_filename(connection.get(), "main");
+    return name ? name : "";
+  }
+
+  SqliteConnection connection;
+};
+
+/// Where a call of the system failed, the library's text does not tell why.
+std::string reason(int code, sqlite3* connection)
+{
+  if (!connection)
+    return "out of memory";
+  const std::string text = printable(sqlite3_errmsg(connection));
+  const int primary = code & 0xFF;
+  const int error = primary == SQLITE_CANTOPEN || primary == SQLITE_IOERR ? sqlite3_system_errno(connection) : 0;
+  return error == 0 ? text : text + " (" + std::generic_category().message(error) + ")";
+}
+
+/// What keeps the file from being opened; the library may have tried others since. 0 when nothing does now.
+int errorOfOpening(const std::string& path)
+{
+  const int descriptor = ::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0)
+    return errno;
+  ::close(descriptor);
+  return 0;
+}
+
+SqliteConnection openFile(const std::string& path, bool create)
+{
+  const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (create ? SQLITE_OPEN_CREATE : 0);
+  sqlite3* opened = nullptr;
+  const int code = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
+  SqliteConnection connection(opened);
+  if (const int error = code == SQLITE_CANTOPEN ? errorOfOpening(path) : 0; error != 0)
+    throw DBException("cannot open the file: " + std::generic_category().message(error));
+  checkSqlite(code, "cannot open the file", opened);
+  return connection;
+}
+
+/// Processes that switch a new database at once refuse each other without waiting, whatever the busy time-out.
+void enterWalMode(sqlite3* connection)
+{
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kBusyMilliseconds);
+  int code = SQLITE_BUSY;
+  while (code == SQLITE_BUSY && std::chrono::steady_clock::now() < deadline)
+  {
+    code = sqlite3_exec(connection, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr);
+    if (code == SQLITE_BUSY)
+      sqlite3_sleep(kSwitchRetryMilliseconds);
+  }
+  checkSqlite(code, "cannot enter WAL mode", connection);
+}
+
+} // namespace
+
+void checkSqlite(int code, const char* what, sqlite3* connection)
+{
+  if (code != SQLITE_OK)
+    throw DBException(std::string(what) + ": " + reason(code, connection));
+}
+
+std::unique_ptr<SqlSession> openSqlite(const std::string& path, bool create)
+{
+  SqliteConnection connection = openFile(path, create || path == kSqliteInMemory);
+  checkSqlite(sqlite3_busy_timeout(connection.get(), kBusyMilliseconds), "cannot set the time-out", connection.get());
+  enterWalMode(connection.get());
+  return std::make_unique<SqliteSession>(std::move(connection));
+}
+
+} // namespace tarn::db

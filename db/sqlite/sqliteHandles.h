@@ -1,0 +1,18 @@
+#pragma once
+
+#include "base/Closer.h"
+
+#include <sqlite3.h>
+
+#include <memory>
+
+namespace tarn::db
+{
+
+using SqliteConnection = std::unique_ptr<sqlite3, Closer<sqlite3_close_v2>>;
+using SqliteStatementHandle = std::unique_ptr<sqlite3_stmt, Closer<sqlite3_finalize>>;
+
+/// Throws DBException with the library's text unless `code` is good. `what` is what was tried.
+void checkSqlite(int code, const char* what, sqlite3* connection);
+
+} // namespace tarn::db

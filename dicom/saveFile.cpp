@@ -1,0 +1,117 @@
+#include "dicom/saveFile.h"
+
+#include "dicom/values.h"
+#include "base/IMException.h"
+#include "base/PartFile.h"
+#include "dicom/encoding.h"
+#include "base/fileContent.h"
+
+#include <dcmtk/dcmdata/dcwcache.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+
+namespace tarn::dicom
+{
+namespace
+{
+
+constexpr offile_off_t kBlock = 65536;
+
+OFCondition systemFailure()
+{
+  return failure(std::strerror(errno));
+}
+
+/// What stands where a file is to go.
+struct Target
+{
+  explicit Target(const std::string& path)
+    : exists(lstat(path.c_str(), &status) == 0), condition(exists || errno == ENOENT ? EC_Normal : systemFailure())
+  {
+  }
+
+  bool isFile() const { return exists && S_ISREG(status.st_mode); }
+
+  /// The rename that replaces it asks neither for its permissions nor for its kind. It refuses directories; a FIFO or a
+  /// symbolic link that somebody put there is neither waited for nor followed.
+  OFCondition checkReplaceable(const std::string& path) const
+  {
+    if (condition.bad())
+      return condition;
+    if (isFile())
+      return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 ? EC_Normal : systemFailure();
+    const bool isDevice = exists && (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode) || S_ISSOCK(status.st_mode));
+    return isDevice ? failure("Not a regular file") : EC_Normal;
+  }
+
+  struct stat status
+  {
+  };
+  bool exists;
+  OFCondition condition;
+};
+
+/// A file that takes the place of another is on the disk before it does.
+bool secureFor(const Target& target, const PartFile& part)
+{
+  return !target.isFile() || (part.setMode(target.status.st_mode & 07777U) && part.sync());
+}
+
+/// Whether the file that is there holds the same bytes. It then stays, as written just now: what a conversion gives
+/// again need not be waited for. One that cannot be compared is replaced.
+bool isThereAlready(const Target& target, const std::string& path, const PartFile& part)
+{
+  struct stat written
+  {
+  };
+  if (!target.isFile() || stat(part.path().c_str(), &written) != 0 || written.st_size != target.status.st_size)
+    return false;
+  try
+  {
+    return fileContent(path) == fileContent(part.path()) && utimensat(AT_FDCWD, path.c_str(), nullptr, 0) == 0;
+  }
+  catch (const imutils::IMException&)
+  {
+    return false;
+  }
+}
+
+OFCondition encode(DcmFileFormat& file, const PartFile& part)
+{
+  const std::unique_ptr<char[]> buffer(new char[kBlock]); // not cleared for each file
+  DcmWriteCache cache;
+  return encodeThrough(
+      buffer.get(), kBlock, file,
+      [&](DcmOutputStream& stream)
+      {
+        return file.write(stream, EXS_Unknown, EET_UndefinedLength, &cache, EGL_recalcGL, EPD_noChange, 0, 0, 0,
+                          EWM_createNewMeta);
+      },
+      [&](const char* bytes, std::size_t length) { return part.write(bytes, length) ? EC_Normal : systemFailure(); });
+}
+
+} // namespace
+
+OFCondition saveFile(DcmFileFormat& file, const std::string& path)
+{
+  const Target target(path);
+  OFCondition status = target.checkReplaceable(path);
+  if (status.bad())
+    return status;
+  PartFile part(path);
+  if (!part.good())
+    return systemFailure();
+  status = encode(file, part);
+  if (status.bad())
+    return status;
+  if (isThereAlready(target, path, part))
+    return EC_Normal;
+  return secureFor(target, part) && part.keep() ? EC_Normal : systemFailure();
+}
+
+} // namespace tarn::dicom

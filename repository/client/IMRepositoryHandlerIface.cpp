@@ -1,0 +1,98 @@
+#include "repository/client/IMRepositoryHandlerIface.h"
+
+#include "base/IMLogger.h"
+
+namespace tarn::repository
+{
+namespace
+{
+
+const imutils::IMLogger& log()
+{
+  static const imutils::IMLogger logger("IMRepositoryHandlerIface");
+  return logger;
+}
+
+const char* shown(const char* text)
+{
+  return text ? text : "(null)";
+}
+
+} // namespace
+
+EntryPoints entryPoints;
+
+bool IMRepositoryHandlerIface::bLoaded = false;
+std::mutex IMRepositoryHandlerIface::mutex;
+
+void CreateDirectoryTrace::operator()(bool called) const
+{
+  log().infoLog("%s createDirectory with repository=%s subDir=%s shouldLock=%s",
+                called ? "called" : "error: not called", shown(repository), shown(subDir),
+                shouldLock ? "true" : "false");
+}
+
+void LoadEachTime::requireLoaded(const HandlerLibrary& library)
+{
+  if (!library.error().empty())
+    throw imutils::IMException("dlopen error: " + library.error());
+}
+
+void* LoadEachTime::lookUp(const HandlerLibrary& library, const char* symbol)
+{
+  std::string error;
+  void* const address = library.symbol(symbol, error);
+  if (!error.empty())
+    throw imutils::IMException("dlsym error initTask: " + error);
+  return address;
+}
+
+void LoadEachTime::logFailure(const imutils::IMException& failure)
+{
+  log().errorLog("%s", failure.what());
+}
+
+void IMRepositoryHandlerIface::init()
+{
+  const std::lock_guard<std::mutex> guard(mutex);
+  if (bLoaded)
+    return;
+  const HandlerLibrary library(true);
+  if (!library.error().empty())
+  {
+    dumpPS();
+    log().errorLog("EXCEPTION: dlopen error (%s): %s", library.path().c_str(), library.error().c_str());
+    return;
+  }
+  entryPoints.forEach(
+      [&](auto& entry)
+      {
+        using Function = decltype(entry.resolved.load());
+        entry.resolved = reinterpret_cast<Function>(lookUp(library, entry.symbol)); // NOLINT: see getFunction
+      });
+  bLoaded = true;
+}
+
+void* IMRepositoryHandlerIface::resolve(const char* symbol)
+{
+  const HandlerLibrary library(true);
+  if (library.error().empty())
+    return lookUp(library, symbol);
+  dumpPS();
+  log().errorLog("EXCEPTION: dlopen error: %s", library.error().c_str());
+  return nullptr;
+}
+
+void* IMRepositoryHandlerIface::lookUp(const HandlerLibrary& library, const char* symbol)
+{
+  std::string error;
+  void* const address = library.symbol(symbol, error);
+  if (!error.empty())
+  {
+    dumpPS();
+    log().errorLog("EXCEPTION: dlsym error %s: %s", symbol, error.c_str());
+  }
+  return address;
+}
+
+} // namespace tarn::repository

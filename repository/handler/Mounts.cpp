@@ -1,0 +1,117 @@
+#include "repository/handler/Mounts.h"
+
+#include "repository/handler/Refusal.h"
+
+#include "base/IMProperties.h"
+#include "base/IMException.h"
+#include "base/environmentValue.h"
+#include "base/fileContent.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
+
+#include <sys/statvfs.h>
+
+namespace tarn::repository
+{
+namespace
+{
+
+namespace fs = std::filesystem;
+
+imutils::IMProperties configuration()
+{
+  imutils::IMProperties properties;
+  const std::string home = environmentValue("REPOSITORYHANDLER_HOME");
+  if (home.empty())
+    return properties;
+  try
+  {
+    std::istringstream text(fileContent(home + "/etc/repositories.conf").value_or(""));
+    properties.read(text);
+    return properties;
+  }
+  catch (const imutils::IMException&)
+  {
+    throw Refusal{kMountUnreachable};
+  }
+}
+
+std::string normal(const std::string& path)
+{
+  if (path.empty() || path.front() != '/')
+    throw Refusal{kMountUnreachable};
+  const fs::path result = fs::path(path).lexically_normal();
+  return (result.has_filename() ? result : result.parent_path()).string();
+}
+
+std::vector<std::string> split(const std::string& value)
+{
+  std::vector<std::string> paths;
+  std::istringstream text(value);
+  for (std::string path; std::getline(text, path, ':');)
+    if (!path.empty())
+      paths.push_back(normal(path));
+  return paths;
+}
+
+bool liesIn(const fs::path& path, const fs::path& mount)
+{
+  return std::mismatch(mount.begin(), mount.end(), path.begin(), path.end()).first == mount.end();
+}
+
+unsigned long percent(fsblkcnt_t part, fsblkcnt_t whole)
+{
+  return whole == 0 ? 100 : static_cast<unsigned long>(100.0 * static_cast<double>(part) / static_cast<double>(whole));
+}
+
+} // namespace
+
+Mounts::Mounts(const std::string& repository)
+{
+  if (!repository.empty() && repository.front() == '/')
+  {
+    online.push_back(normal(repository));
+    return;
+  }
+  const imutils::IMProperties properties = configuration();
+  online = split(properties.getProperty(repository).value_or(""));
+  if (online.empty())
+    throw Refusal{kUnknownRepository};
+  aged = split(properties.getProperty(repository + ".aged").value_or(""));
+  if (const auto value = properties.getProperty(repository + ".reserve"))
+    reserve = std::strtoul(value->c_str(), nullptr, 10);
+}
+
+std::vector<std::string> Mounts::all() const
+{
+  std::vector<std::string> mounts = online;
+  mounts.insert(mounts.end(), aged.begin(), aged.end());
+  return mounts;
+}
+
+std::string Mounts::holding(const std::string& path) const
+{
+  const fs::path wanted = normal(path);
+  std::string best;
+  for (const std::string& mount : all())
+    if (mount.size() > best.size() && liesIn(wanted, mount))
+      best = mount;
+  return best;
+}
+
+Space::Space(const std::string& mount)
+{
+  struct statvfs status
+  {
+  };
+  if (statvfs(mount.c_str(), &status) != 0)
+    throw Refusal{kMountUnreachable};
+  freeBytes = static_cast<unsigned long long>(status.f_bavail) * status.f_frsize;
+  bytePercent = percent(status.f_bavail, status.f_blocks);
+  inodePercent = percent(status.f_favail, status.f_files);
+}
+
+} // namespace tarn::repository

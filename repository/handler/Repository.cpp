@@ -1,0 +1,305 @@
+#include "repository/handler/Repository.h"
+
+#include "repository/handler/Refusal.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tarn::repository
+{
+namespace
+{
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kLongestName = 200; // with the longest suffix it stays a file name
+constexpr char kRemoved[] = ".removed";
+constexpr char kMoving[] = ".moving";
+constexpr char kDirtyFlag[] = ".dirty";
+constexpr char kOverloaded[] = "/.overloaded";
+
+void requireName(const std::string& resource)
+{
+  const bool sound = !resource.empty() && resource.size() <= kLongestName && resource.front() != '.' &&
+                     resource.find('/') == std::string::npos;
+  if (!sound)
+    throw Refusal{kNameRefused};
+}
+
+void requireDone(int result)
+{
+  if (result != 0)
+    throw Refusal{kFailed};
+}
+
+bool exists(const std::string& path)
+{
+  struct stat status
+  {
+  };
+  const bool found = lstat(path.c_str(), &status) == 0;
+  if (!found && errno != ENOENT)
+    throw Refusal{kMountUnreachable};
+  return found;
+}
+
+/// Links are not followed: one that stands under a resource's name would lead out of the repository.
+bool isThere(const Location& location)
+{
+  struct stat status
+  {
+  };
+  if (lstat(location.path().c_str(), &status) != 0)
+  {
+    if (errno != ENOENT)
+      throw Refusal{kMountUnreachable};
+    Repository::requireReachable(location.mount);
+    return false;
+  }
+  if (!S_ISDIR(status.st_mode))
+    throw Refusal{kFailed};
+  return true;
+}
+
+void touchFile(const std::string& path)
+{
+  if (!std::ofstream(path, std::ios::app))
+    throw Refusal{kFailed};
+}
+
+void copyTimes(const std::string& from, const std::string& to)
+{
+  struct stat status
+  {
+  };
+  requireDone(stat(from.c_str(), &status));
+  const struct timespec times[] = {status.st_atim, status.st_mtim};
+  requireDone(utimensat(AT_FDCWD, to.c_str(), times, 0));
+}
+
+} // namespace
+
+bool Location::isDirty() const
+{
+  return exists(beside(kDirtyFlag));
+}
+
+void Location::setDirty(bool dirty) const
+{
+  if (dirty)
+    touchFile(beside(kDirtyFlag));
+  else
+    unlink(beside(kDirtyFlag).c_str());
+}
+
+void Repository::requireReachable(const std::string& mount)
+{
+  struct stat status
+  {
+  };
+  if (stat(mount.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
+    throw Refusal{kMountUnreachable};
+}
+
+std::vector<Location> Repository::find(const std::string& resource, bool includeAged) const
+{
+  requireName(resource);
+  std::vector<Location> found;
+  std::optional<Refusal> problem; // of one mount: matters when no other one has it
+  for (const std::string& mount : includeAged ? mounts.all() : mounts.online)
+    try
+    {
+      if (Location location{mount, resource}; isThere(location))
+        found.push_back(std::move(location));
+    }
+    catch (const Refusal& refusal)
+    {
+      problem = refusal;
+    }
+  if (found.empty() && problem)
+    throw *problem; // NOLINT(misc-throw-by-value-catch-by-reference): a copy is what is wanted
+  return found;
+}
+
+Location Repository::locate(const std::string& resource) const
+{
+  const std::vector<Location> found = find(resource);
+  if (found.empty())
+    throw Refusal{kMissing};
+  return found.front();
+}
+
+void Repository::require(const Location& location, bool includeLocked, bool includeDirty) const
+{
+  if (!includeLocked && isLockedByOther(location.resource))
+    throw Refusal{kLocked};
+  if (!includeDirty && location.isDirty())
+    throw Refusal{kDirty};
+}
+
+std::string Repository::mountForNew(bool balance) const
+{
+  std::vector<std::string> candidates;
+  std::copy_if(mounts.online.begin(), mounts.online.end(), std::back_inserter(candidates),
+               [](const std::string& mount) { return !exists(mount + kOverloaded); });
+  if (candidates.empty())
+    candidates = mounts.online;
+  if (!balance || candidates.size() == 1)
+    return candidates.front();
+  return *std::max_element(candidates.begin(), candidates.end(),
+                           [](const auto& one, const auto& other)
+                           { return Space(one).freeBytes < Space(other).freeBytes; });
+}
+
+Location Repository::place(const std::string& resource, bool exclusive, bool balance, bool& existed) const
+{
+  const std::vector<Location> found = find(resource);
+  existed = !found.empty();
+  if (existed && exclusive)
+    throw Refusal{kExisting};
+  return existed ? found.front() : Location{mountForNew(balance), resource};
+}
+
+Location Repository::create(const std::string& resource, bool exclusive, bool shouldLock, bool balance,
+                            bool& existed) const
+{
+  requireName(resource);
+  const auto guard = shouldLock ? std::make_unique<MountLock>(firstMount()) : nullptr;
+  if (shouldLock && ResourceLock(firstMount(), resource).owner() == ResourceLock::Owner::kOther)
+    throw Refusal{kLocked};
+  Location location = place(resource, exclusive, balance, existed);
+  if (!existed && mkdir(location.path().c_str(), 0777) != 0)
+  {
+    existed = errno == EEXIST && isThere(location); // another process was faster
+    if (!existed || exclusive)
+      throw Refusal{existed ? kExisting : kFailed};
+  }
+  return location;
+}
+
+void Repository::remove(const std::string& resource, bool allMounts, bool honourLock) const
+{
+  requireName(resource);
+  for (const std::string& mount : mounts.all())
+    fs::remove_all(Location{mount, resource}.beside(kRemoved));
+  std::vector<Location> found = find(resource);
+  if (found.empty())
+    throw Refusal{kMissing};
+  if (!allMounts)
+    found.resize(1);
+  for (const Location& location : found)
+    removeAt(location, honourLock);
+}
+
+void Repository::removeAt(const Location& location, bool honourLock) const
+{
+  const std::string aside = location.beside(kRemoved);
+  {
+    const MountLock guard(firstMount());
+    if (honourLock && ResourceLock(firstMount(), location.resource).owner() == ResourceLock::Owner::kOther)
+      throw Refusal{kLocked};
+    requireDone(std::rename(location.path().c_str(), aside.c_str()));
+    location.setDirty(false);
+  }
+  fs::remove_all(aside);
+}
+
+/// Takes the lock of a resource, unless this process has it already, and gives back what it took.
+class Repository::LockDuring
+{
+public:
+  LockDuring(const Repository& owner, const std::string& name)
+    : repository(owner), resource(name), taken(repository.lock(resource))
+  {
+    if (!taken && repository.isLockedByOther(resource))
+      throw Refusal{kLocked};
+  }
+  ~LockDuring()
+  {
+    if (taken)
+      try
+      {
+        repository.unlock(resource);
+      }
+      catch (const Refusal&)
+      {
+        // The mount went away; the lock goes with this process.
+      }
+  }
+  LockDuring(const LockDuring&) = delete;
+  LockDuring& operator=(const LockDuring&) = delete;
+
+private:
+  const Repository& repository;
+  const std::string& resource;
+  const bool taken;
+};
+
+Location Repository::unAge(const std::string& resource) const
+{
+  const std::vector<Location> online = find(resource, false);
+  if (!online.empty())
+    return online.front();
+  const Location aged = locate(resource);
+  Location target{mountForNew(true), resource};
+  const LockDuring held(*this, resource);
+  move(aged, target);
+  return target;
+}
+
+/// A complete copy appears at once, before the original goes.
+void Repository::move(const Location& from, const Location& to) const
+{
+  const std::string moving = to.beside(kMoving);
+  fs::remove_all(moving);
+  fs::copy(from.path(), moving, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+  copyTimes(from.path(), moving);
+  to.setDirty(from.isDirty());
+  requireDone(std::rename(moving.c_str(), to.path().c_str()));
+  removeAt(from, true);
+}
+
+bool Repository::lock(const std::string& resource) const
+{
+  locate(resource);
+  const MountLock guard(firstMount());
+  return ResourceLock(firstMount(), resource).take();
+}
+
+bool Repository::unlock(const std::string& resource) const
+{
+  requireName(resource);
+  const MountLock guard(firstMount());
+  return ResourceLock(firstMount(), resource).release();
+}
+
+bool Repository::isLockedByOther(const std::string& resource) const
+{
+  const MountLock guard(firstMount());
+  return ResourceLock(firstMount(), resource).owner() == ResourceLock::Owner::kOther;
+}
+
+void Repository::markOverloaded(bool mark, bool countInodes) const
+{
+  for (const std::string& mount : mounts.online)
+  {
+    const Space space(mount);
+    const bool lacking = space.bytePercent < mounts.reserve || (countInodes && space.inodePercent < mounts.reserve);
+    if (!lacking)
+      unlink((mount + kOverloaded).c_str());
+    else if (mark)
+      touchFile(mount + kOverloaded);
+  }
+}
+
+} // namespace tarn::repository

@@ -1,0 +1,95 @@
+#include "repository/handler/ResourceLock.h"
+
+#include "repository/handler/Refusal.h"
+
+#include "base/IMException.h"
+#include "base/fileContent.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <fstream>
+#include <sstream>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace tarn::repository
+{
+namespace
+{
+
+std::string hostName()
+{
+  std::array<char, 256> name{};
+  gethostname(name.data(), name.size() - 1);
+  return name.data();
+}
+
+/// What the lock file says; nothing when there is none. One that cannot be read may be another's.
+std::string contentOf(const std::string& file)
+{
+  try
+  {
+    return fileContent(file).value_or("");
+  }
+  catch (const imutils::IMException&)
+  {
+    throw Refusal{kFailed};
+  }
+}
+
+bool hasEnded(pid_t process)
+{
+  return process <= 0 || (kill(process, 0) != 0 && errno == ESRCH);
+}
+
+} // namespace
+
+MountLock::MountLock(const std::string& mount) : descriptor(open(mount.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+{
+  if (descriptor < 0)
+    throw Refusal{kMountUnreachable};
+  while (flock(descriptor, LOCK_EX) != 0)
+    if (errno != EINTR)
+    {
+      close(descriptor);
+      throw Refusal{kFailed};
+    }
+}
+
+MountLock::~MountLock()
+{
+  close(descriptor);
+}
+
+ResourceLock::Owner ResourceLock::owner() const
+{
+  std::istringstream text(contentOf(file));
+  std::string host;
+  pid_t process = 0;
+  if (!(text >> host >> process)) // no file, or its writer died before it was complete
+    return Owner::kNone;
+  if (host != hostName())
+    return Owner::kOther;
+  if (process == getpid())
+    return Owner::kThisProcess;
+  return hasEnded(process) ? Owner::kNone : Owner::kOther;
+}
+
+bool ResourceLock::take() const
+{
+  if (owner() != Owner::kNone)
+    return false;
+  std::ofstream text(file, std::ios::trunc);
+  text << hostName() << ' ' << getpid() << '\n' << std::flush;
+  return text.good();
+}
+
+bool ResourceLock::release() const
+{
+  return owner() == Owner::kThisProcess && unlink(file.c_str()) == 0;
+}
+
+} // namespace tarn::repository

@@ -1,0 +1,72 @@
+#include "support/Config.h"
+
+#include "base/IMException.h"
+#include "base/fileContent.h"
+
+#include <cerrno>
+#include <sstream>
+#include <system_error>
+#include <utility>
+
+namespace tarn::imutils
+{
+
+Config::Config(std::string path) : file(std::move(path)) {}
+
+bool Config::Version::operator==(const Version& other) const
+{
+  return device == other.device && inode == other.inode && size == other.size &&
+         changed.tv_sec == other.changed.tv_sec && changed.tv_nsec == other.changed.tv_nsec;
+}
+
+IMException Config::unreadable(const std::string& reason) const
+{
+  return IMException(file + " cannot be read: " + reason);
+}
+
+Config::Version Config::currentVersion() const
+{
+  struct stat status
+  {
+  };
+  if (stat(file.c_str(), &status) != 0)
+  {
+    if (errno == ENOENT || errno == ENOTDIR)
+      return {};
+    throw unreadable(std::generic_category().message(errno));
+  }
+  return {status.st_dev, status.st_ino, status.st_size, status.st_mtim};
+}
+
+void Config::check()
+{
+  // The version is taken before the file is read: a change in between is loaded again at the next check.
+  const Version current = currentVersion();
+  if (loaded && *loaded == current)
+    return;
+  if (current == Version())
+    reset();
+  else
+    load();
+  loaded = current;
+}
+
+void Config::load()
+{
+  try
+  {
+    std::istringstream text(fileContent(file).value_or(""));
+    properties.read(text);
+  }
+  catch (const IMException& failure)
+  {
+    throw unreadable(failure.what());
+  }
+}
+
+void Config::reset()
+{
+  properties.clear();
+}
+
+} // namespace tarn::imutils
