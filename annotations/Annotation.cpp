@@ -1,6 +1,7 @@
 #include "annotations/Annotation.h"
 
 #include "base/Console.h"
+#include "base/report.h"
 #include "pstate/ElementWriter.h"
 #include "pstate/ValidPresentationState.h"
 #include "base/urlDecode.h"
@@ -56,7 +57,7 @@ std::string Annotation::LabelBuffer::decoded() const
 bool Annotation::enoughArguments(const std::string& type, int count, int required)
 {
   if (count < required)
-    tarn::report("Invalid number of annotation specific arguments for ", type, ": ", count);
+    tarn::base::report("Invalid number of annotation specific arguments for ", type, ": ", count);
   return count >= required;
 }
 
@@ -64,19 +65,19 @@ bool Annotation::process(const std::string& line)
 {
   if (!ps)
   {
-    tarn::report("There is no Presentation State object to update");
+    tarn::base::report("There is no Presentation State object to update");
     return false;
   }
   const std::size_t blank = line.find(' ');
   if (blank == std::string::npos)
   {
-    tarn::report("Invalid annotation line, contains no space: ", line);
+    tarn::base::report("Invalid annotation line, contains no space: ", line);
     return false;
   }
   const std::size_t pipe = line.find('|', blank);
   if (pipe == std::string::npos)
   {
-    tarn::report("Invalid annotation line, contains no pipe: ", line);
+    tarn::base::report("Invalid annotation line, contains no pipe: ", line);
     return false;
   }
   const std::string type = line.substr(0, blank);
@@ -84,9 +85,9 @@ bool Annotation::process(const std::string& line)
   const std::string specific = line.substr(pipe + 1);
   if (debug)
   {
-    tarn::trace("Annotation Type: [", type, "]");
-    tarn::trace("Common Parameters: [", common, "]");
-    tarn::trace("Specific Parameters: [", specific, "]");
+    tarn::base::trace("Annotation Type: [", type, "]");
+    tarn::base::trace("Common Parameters: [", common, "]");
+    tarn::base::trace("Specific Parameters: [", specific, "]");
   }
   return parseCommon(type, common) && parseSpecific(type, specific) && ps->checkAndCreateAnnotationLayer() &&
          createSimple() && createText();
@@ -102,7 +103,7 @@ bool Annotation::parseCommon(const std::string& type, const std::string& common)
                   &indexFlag, &valueFlag, &indexAnchorX, &indexAnchorY, &valueAnchorX, &valueAnchorY, &orientation);
   if (count < kRequiredCommon)
   {
-    tarn::report("Invalid number of common annotation arguments for ", type, ": ", count);
+    tarn::base::report("Invalid number of common annotation arguments for ", type, ": ", count);
     return false;
   }
   color = colorBuffer.data();
@@ -115,18 +116,18 @@ bool Annotation::parseCommon(const std::string& type, const std::string& common)
 
 void Annotation::traceCommon(int count) const
 {
-  tarn::trace("Annotation Common arguments: ", count);
-  tarn::trace(" Index: ", index);
-  tarn::trace(" Color: ", color);
-  tarn::trace(" Show Index: ", showIndex);
-  tarn::trace(" Show Value: ", showValue);
-  tarn::trace(" Base X: ", baseX);
-  tarn::trace(" Base Y: ", baseY);
-  tarn::trace(" Index Anchor X: ", indexAnchorX);
-  tarn::trace(" Index Anchor Y: ", indexAnchorY);
-  tarn::trace(" Value Anchor X: ", valueAnchorX);
-  tarn::trace(" Value Anchor Y: ", valueAnchorY);
-  tarn::trace(" Orientation: ", orientation);
+  tarn::base::trace("Annotation Common arguments: ", count);
+  tarn::base::trace(" Index: ", index);
+  tarn::base::trace(" Color: ", color);
+  tarn::base::trace(" Show Index: ", showIndex);
+  tarn::base::trace(" Show Value: ", showValue);
+  tarn::base::trace(" Base X: ", baseX);
+  tarn::base::trace(" Base Y: ", baseY);
+  tarn::base::trace(" Index Anchor X: ", indexAnchorX);
+  tarn::base::trace(" Index Anchor Y: ", indexAnchorY);
+  tarn::base::trace(" Value Anchor X: ", valueAnchorX);
+  tarn::base::trace(" Value Anchor Y: ", valueAnchorY);
+  tarn::base::trace(" Orientation: ", orientation);
 }
 
 void Annotation::traceItem(DcmItem& item) const

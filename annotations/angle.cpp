@@ -1,6 +1,6 @@
 #include "annotations/angle.h"
 
-#include "base/Console.h"
+#include "base/report.h"
 #include "annotations/extension.h"
 
 #include <cstdio>
@@ -21,13 +21,13 @@ bool Angle::parseSpecific(const std::string& type, const std::string& params)
   label = buffer.decoded();
   if (debug)
   {
-    tarn::trace("Angle arguments: ", count);
-    tarn::trace(" Ray 1 X: ", ray1X);
-    tarn::trace(" Ray 1 Y: ", ray1Y);
-    tarn::trace(" Ray 2 X: ", ray2X);
-    tarn::trace(" Ray 2 Y: ", ray2Y);
-    tarn::trace(" Label: ", label);
-    tarn::trace(" Mode: ", mode);
+    tarn::base::trace("Angle arguments: ", count);
+    tarn::base::trace(" Ray 1 X: ", ray1X);
+    tarn::base::trace(" Ray 1 Y: ", ray1Y);
+    tarn::base::trace(" Ray 2 X: ", ray2X);
+    tarn::base::trace(" Ray 2 Y: ", ray2Y);
+    tarn::base::trace(" Label: ", label);
+    tarn::base::trace(" Mode: ", mode);
   }
   return true;
 }

@@ -1,6 +1,6 @@
 #include "annotations/cobbangle.h"
 
-#include "base/Console.h"
+#include "base/report.h"
 #include "annotations/extension.h"
 
 #include <cstdio>
@@ -13,7 +13,7 @@ namespace
 /// One coordinate of a midpoint; the integer halving truncates toward zero.
 float middle(int a, int b)
 {
-  const int half = tarn::wrapAdd(a, b) / 2;
+  const int half = tarn::base::wrapAdd(a, b) / 2;
   return static_cast<float>(half);
 }
 
@@ -34,15 +34,15 @@ bool CobbAngle::parseSpecific(const std::string& type, const std::string& params
   label = buffer.decoded();
   if (debug)
   {
-    tarn::trace("Cobb Angle arguments: ", count);
-    tarn::trace(" End X: ", endX);
-    tarn::trace(" End Y: ", endY);
-    tarn::trace(" Ray Base X: ", rayBaseX);
-    tarn::trace(" Ray Base Y: ", rayBaseY);
-    tarn::trace(" Ray End X: ", rayEndX);
-    tarn::trace(" Ray End Y: ", rayEndY);
-    tarn::trace(" Label: ", label);
-    tarn::trace(" Mode: ", mode);
+    tarn::base::trace("Cobb Angle arguments: ", count);
+    tarn::base::trace(" End X: ", endX);
+    tarn::base::trace(" End Y: ", endY);
+    tarn::base::trace(" Ray Base X: ", rayBaseX);
+    tarn::base::trace(" Ray Base Y: ", rayBaseY);
+    tarn::base::trace(" Ray End X: ", rayEndX);
+    tarn::base::trace(" Ray End Y: ", rayEndY);
+    tarn::base::trace(" Label: ", label);
+    tarn::base::trace(" Mode: ", mode);
   }
   return true;
 }

@@ -11,7 +11,7 @@ constexpr char kExtensionMode[] = "ex";
 /// `end` mirrored through `start`, one coordinate, in image pixels.
 constexpr float mirrored(int start, int end)
 {
-  return static_cast<float>(tarn::wrapSub(tarn::wrapMul(2, start), end));
+  return static_cast<float>(tarn::base::wrapSub(tarn::base::wrapMul(2, start), end));
 }
 
 } // namespace impsconverter

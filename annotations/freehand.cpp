@@ -1,6 +1,6 @@
 #include "annotations/freehand.h"
 
-#include "base/Console.h"
+#include "base/report.h"
 
 #include <cerrno>
 #include <climits>
@@ -32,7 +32,7 @@ int readNumber(const char*& cursor)
 bool inRange(const char* what, const std::string& type)
 {
   if (errno == ERANGE)
-    tarn::report("Parsing ", what, type, " annotation failed: ", std::strerror(ERANGE));
+    tarn::base::report("Parsing ", what, type, " annotation failed: ", std::strerror(ERANGE));
   return errno != ERANGE;
 }
 
@@ -46,7 +46,7 @@ bool FreeHand::parseSpecific(const std::string& type, const std::string& params)
   LabelBuffer buffer;
   if (std::sscanf(cursor, " " LABEL_FORMAT, buffer.data()) != 1)
   {
-    tarn::report("Parsing label from a ", type, " annotation failed");
+    tarn::base::report("Parsing label from a ", type, " annotation failed");
     return false;
   }
   label = buffer.decoded();
@@ -62,7 +62,7 @@ bool FreeHand::parseVertices(const std::string& type, const char*& cursor)
     return false;
   if (count < 1 || count > kMostVertices)
   {
-    tarn::report("Incorrect number of vertices in a ", type, " annotation failed: ", count);
+    tarn::base::report("Incorrect number of vertices in a ", type, " annotation failed: ", count);
     return false;
   }
   xs.assign(static_cast<std::size_t>(count), 0);
@@ -84,11 +84,11 @@ bool FreeHand::parseVertices(const std::string& type, const char*& cursor)
 
 void FreeHand::traceArguments() const
 {
-  tarn::trace("FreeHand arguments: ");
-  tarn::trace(" Count of vertices: ", xs.size());
+  tarn::base::trace("FreeHand arguments: ");
+  tarn::base::trace(" Count of vertices: ", xs.size());
   for (std::size_t vertex = 0; vertex < xs.size(); ++vertex)
-    tarn::trace(" Vertex[", vertex, "]: {", xs[vertex], ", ", ys[vertex], "}");
-  tarn::trace(" Label: ", label);
+    tarn::base::trace(" Vertex[", vertex, "]: {", xs[vertex], ", ", ys[vertex], "}");
+  tarn::base::trace(" Label: ", label);
 }
 
 bool FreeHand::createSimple()

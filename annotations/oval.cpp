@@ -1,6 +1,6 @@
 #include "annotations/oval.h"
 
-#include "base/Console.h"
+#include "base/report.h"
 #include "pstate/ElementWriter.h"
 #include "base/wrapping.h"
 
@@ -69,19 +69,19 @@ bool Oval::accept(const std::string& type, int count, const Parameters& scanned)
 
 void Oval::setValues(const std::string& type, int x, int y, const LabelBuffer& buffer, float angle, bool center)
 {
-  sizeX = tarn::wrapAbs(x);
-  sizeY = tarn::wrapAbs(y);
+  sizeX = tarn::base::wrapAbs(x);
+  sizeY = tarn::base::wrapAbs(y);
   label = buffer.decoded();
   showCenter = center;
   rotation = angle;
   if (!debug)
     return;
-  tarn::trace("Oval(", type, ")");
-  tarn::trace(" Size X: ", sizeX);
-  tarn::trace(" Size Y: ", sizeY);
-  tarn::trace(" Rotation: ", rotation);
-  tarn::trace(" Label: \"", label, "\"");
-  tarn::trace(" Show Center: ", showCenter);
+  tarn::base::trace("Oval(", type, ")");
+  tarn::base::trace(" Size X: ", sizeX);
+  tarn::base::trace(" Size Y: ", sizeY);
+  tarn::base::trace(" Rotation: ", rotation);
+  tarn::base::trace(" Label: \"", label, "\"");
+  tarn::base::trace(" Show Center: ", showCenter);
 }
 
 std::vector<Float32> Oval::axisEnds() const
@@ -96,10 +96,10 @@ std::vector<Float32> Oval::axisEnds() const
                             x + b * second.cosine, y + b * second.sine, x - b * second.cosine, y - b * second.sine};
   if (debug)
   {
-    tarn::trace(" cos r: ", first.cosine, " sin r: ", first.sine, " cos(r+90): ", second.cosine,
-                " sin(r+90): ", second.sine);
-    tarn::trace("{ (", ends[0], ",", ends[1], "),(", ends[2], ",", ends[3], "),(", ends[4], ",", ends[5], "),(",
-                ends[6], ",", ends[7], ")}\t\t");
+    tarn::base::trace(" cos r: ", first.cosine, " sin r: ", first.sine, " cos(r+90): ", second.cosine,
+                      " sin(r+90): ", second.sine);
+    tarn::base::trace("{ (", ends[0], ",", ends[1], "),(", ends[2], ",", ends[3], "),(", ends[4], ",", ends[5], "),(",
+                      ends[6], ",", ends[7], ")}\t\t");
   }
   return ends;
 }
@@ -111,10 +111,11 @@ bool Oval::createSimple()
 
 bool Oval::createCompound()
 {
-  DcmItem* item = addCompound(
-      {static_cast<Float32>(tarn::wrapSub(baseX, sizeX)), static_cast<Float32>(tarn::wrapSub(baseY, sizeY)),
-       static_cast<Float32>(tarn::wrapAdd(baseX, sizeX)), static_cast<Float32>(tarn::wrapAdd(baseY, sizeY))},
-      "ELLIPSE");
+  DcmItem* item = addCompound({static_cast<Float32>(tarn::base::wrapSub(baseX, sizeX)),
+                               static_cast<Float32>(tarn::base::wrapSub(baseY, sizeY)),
+                               static_cast<Float32>(tarn::base::wrapAdd(baseX, sizeX)),
+                               static_cast<Float32>(tarn::base::wrapAdd(baseY, sizeY))},
+                              "ELLIPSE");
   if (!item)
     return false;
   ElementWriter writer(*item);

@@ -1,6 +1,6 @@
 #include "annotations/pointer.h"
 
-#include "base/Console.h"
+#include "base/report.h"
 #include "annotations/distance.h"
 #include "base/wrapping.h"
 
@@ -18,7 +18,7 @@ constexpr float kHeadLength = 8.0F;
 /// One coordinate of a barb's end, `offset` taken to the nearest integer, halves away from zero.
 Float32 barb(int tip, double offset)
 {
-  return static_cast<Float32>(tarn::wrapAdd(tip, static_cast<int>(std::lround(offset))));
+  return static_cast<Float32>(tarn::base::wrapAdd(tip, static_cast<int>(std::lround(offset))));
 }
 
 } // namespace
@@ -30,9 +30,9 @@ bool Pointer::parseSpecific(const std::string& type, const std::string& params)
     return false;
   if (debug)
   {
-    tarn::trace("Pointer arguments: ", count);
-    tarn::trace(" End X: ", endX);
-    tarn::trace(" End Y: ", endY);
+    tarn::base::trace("Pointer arguments: ", count);
+    tarn::base::trace(" End X: ", endX);
+    tarn::base::trace(" End Y: ", endY);
   }
   return true;
 }
@@ -46,8 +46,8 @@ bool Pointer::createSimple()
 
 bool Pointer::addHead()
 {
-  const int dx = tarn::wrapSub(endX, baseX);
-  const int dy = tarn::wrapSub(endY, baseY);
+  const int dx = tarn::base::wrapSub(endX, baseX);
+  const int dy = tarn::base::wrapSub(endY, baseY);
   if (dx == 0 && dy == 0)
     return true;
   const double length = vectorLength(dx, dy);

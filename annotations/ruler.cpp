@@ -1,6 +1,6 @@
 #include "annotations/ruler.h"
 
-#include "base/Console.h"
+#include "base/report.h"
 #include "pstate/ElementWriter.h"
 
 #include <cstdio>
@@ -19,11 +19,11 @@ bool Ruler::parseSpecific(const std::string& type, const std::string& params)
   showTickMarks = ticks != 0;
   if (debug)
   {
-    tarn::trace("Ruler arguments: ", count);
-    tarn::trace(" End X: ", endX);
-    tarn::trace(" End Y: ", endY);
-    tarn::trace(" Label: ", label);
-    tarn::trace(" Show Tick Marks: ", showTickMarks);
+    tarn::base::trace("Ruler arguments: ", count);
+    tarn::base::trace(" End X: ", endX);
+    tarn::base::trace(" End Y: ", endY);
+    tarn::base::trace(" Label: ", label);
+    tarn::base::trace(" Show Tick Marks: ", showTickMarks);
   }
   return true;
 }

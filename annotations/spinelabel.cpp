@@ -1,6 +1,6 @@
 #include "annotations/spinelabel.h"
 
-#include "base/Console.h"
+#include "base/report.h"
 #include "annotations/distance.h"
 #include "base/wrapping.h"
 
@@ -29,8 +29,8 @@ bool SpineLabel::parseSpecific(const std::string& type, const std::string& param
   label = buffer.decoded();
   if (debug)
   {
-    tarn::trace("SpineLabel arguments: ", count);
-    tarn::trace(" Label: ", label);
+    tarn::base::trace("SpineLabel arguments: ", count);
+    tarn::base::trace(" Label: ", label);
   }
   return true;
 }
@@ -39,8 +39,8 @@ bool SpineLabel::createSimple()
 {
   const auto left = static_cast<Float32>(baseX);
   const auto top = static_cast<Float32>(baseY);
-  const auto right = static_cast<Float32>(tarn::wrapAdd(baseX, kSquareSide));
-  const auto bottom = static_cast<Float32>(tarn::wrapAdd(baseY, kSquareSide));
+  const auto right = static_cast<Float32>(tarn::base::wrapAdd(baseX, kSquareSide));
+  const auto bottom = static_cast<Float32>(tarn::base::wrapAdd(baseY, kSquareSide));
   const bool added = addPolyline({left, top, right, top, right, bottom, left, bottom, left, top});
   if (added && showValue && isLabelAway())
     addTie();
@@ -49,7 +49,7 @@ bool SpineLabel::createSimple()
 
 bool SpineLabel::isLabelAway() const
 {
-  const double distance = vectorLength(tarn::wrapSub(textX, baseX), tarn::wrapSub(textY, baseY));
+  const double distance = vectorLength(tarn::base::wrapSub(textX, baseX), tarn::base::wrapSub(textY, baseY));
   return static_cast<float>(distance) > kLongestUntied;
 }
 
@@ -64,7 +64,7 @@ void SpineLabel::addTie()
 
 bool SpineLabel::createText()
 {
-  const int x = textX == baseX ? tarn::wrapAdd(textX, kSquareSide) : textX;
+  const int x = textX == baseX ? tarn::base::wrapAdd(textX, kSquareSide) : textX;
   return !showValue || addText(x, textY, label, false);
 }
 

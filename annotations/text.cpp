@@ -1,6 +1,6 @@
 #include "annotations/text.h"
 
-#include "base/Console.h"
+#include "base/report.h"
 
 #include <cstdio>
 
@@ -17,8 +17,8 @@ bool Text::parseSpecific(const std::string& type, const std::string& params)
   label = buffer.decoded();
   if (debug)
   {
-    tarn::trace("Text arguments: ", count);
-    tarn::trace(" Label: ", label);
+    tarn::base::trace("Text arguments: ", count);
+    tarn::base::trace(" Label: ", label);
   }
   return true;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace tarn
+namespace tarn::base
 {
 
 /// The deleter of a unique_ptr that owns a handle of a C library: calls that library's own `Close`.
@@ -14,4 +14,4 @@ struct Closer
   }
 };
 
-} // namespace tarn
+} // namespace tarn::base

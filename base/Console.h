@@ -1,9 +1,6 @@
 #pragma once
 
-#include <locale>
 #include <ostream>
-#include <sstream>
-#include <string>
 
 namespace tarn
 {
@@ -26,37 +23,5 @@ private:
   std::ostream* previousOut;
   std::ostream* previousError;
 };
-
-/// `text` with every control character as `\xNN` in hexadecimal: what comes out of a file never forges a second line.
-std::string printable(const std::string& text);
-
-/// The parts as one text, flags as the words true and false; whatever locale and format flags its process or its
-/// streams chose.
-template <class... Parts>
-std::string joined(const Parts&... parts)
-{
-  std::ostringstream text;
-  text.exceptions(std::ios::badbit); // out of memory: no part of a text is taken for the whole
-  text.imbue(std::locale::classic());
-  text << std::boolalpha;
-  (text << ... << parts);
-  return text.str();
-}
-
-void reportLine(const std::string& line);
-
-/// Writes the parts as one message line to consoleError().
-template <class... Parts>
-void report(const Parts&... parts)
-{
-  reportLine(joined(parts...));
-}
-
-/// Writes the parts as one debug line to consoleOut().
-template <class... Parts>
-void trace(const Parts&... parts)
-{
-  consoleOut() << joined(parts...) << '\n';
-}
 
 } // namespace tarn

@@ -1,6 +1,6 @@
 #include "base/IMLogger.h"
 
-#include "base/Console.h"
+#include "base/text.h"
 #include "base/environmentValue.h"
 
 #include <spdlog/logger.h>
@@ -27,7 +27,7 @@ std::shared_ptr<spdlog::sinks::sink> makeSink(const std::string& destination)
     return std::make_shared<spdlog::sinks::stderr_sink_mt>();
   if (destination == "none")
     return std::make_shared<spdlog::sinks::null_sink_mt>();
-  if (destination.rfind(kFilePrefix, 0) == 0)
+  if (base::startsWith(destination, kFilePrefix))
     return std::make_shared<spdlog::sinks::basic_file_sink_mt>(destination.substr(sizeof kFilePrefix - 1));
   return std::make_shared<spdlog::sinks::syslog_sink_mt>("annomend", LOG_PID, LOG_USER, true);
 }
@@ -64,8 +64,8 @@ spdlog::logger& processLogger()
 {
   static spdlog::logger& instance = []() -> spdlog::logger&
   {
-    auto* logger = new spdlog::logger("annomend", openSink(environmentValue("TARN_LOG")));
-    logger->set_level(threshold(environmentValue("TARN_LOG_LEVEL")));
+    auto* logger = new spdlog::logger("annomend", openSink(base::environmentValue("TARN_LOG")));
+    logger->set_level(threshold(base::environmentValue("TARN_LOG_LEVEL")));
     logger->set_pattern("%Y-%m-%d %H:%M:%S.%e %l %v");
     logger->flush_on(spdlog::level::trace);
     logger->set_error_handler([](const std::string&) {});
@@ -97,7 +97,7 @@ void IMLogger::log(LOG_MODE mode, const char* format, std::va_list arguments) co
   const spdlog::level::level_enum level = toLevel(mode);
   if (!destination.should_log(level))
     return;
-  destination.log(level, spdlog::string_view_t(name + ": " + printable(formatted(format, arguments))));
+  destination.log(level, spdlog::string_view_t(name + ": " + base::printable(formatted(format, arguments))));
 }
 
 void IMLogger::errorLog(const char* format, ...) const

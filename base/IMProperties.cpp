@@ -1,18 +1,13 @@
 #include "base/IMProperties.h"
 
+#include "base/text.h"
+
 namespace tarn::imutils
 {
 namespace
 {
 
-std::string trimmed(const std::string& text)
-{
-  constexpr char kBlanks[] = " \t\r";
-  const auto first = text.find_first_not_of(kBlanks);
-  if (first == std::string::npos)
-    return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
+constexpr char kBlanks[] = " \t\r";
 
 std::string unquoted(const std::string& value)
 {
@@ -27,11 +22,12 @@ void IMProperties::read(std::istream& text)
   values.clear();
   for (std::string line; std::getline(text, line);)
   {
-    const std::string content = trimmed(line);
+    const std::string content = base::trimmed(line, kBlanks);
     const auto equals = content.find('=');
     if (equals == std::string::npos || content[0] == '#' || content[0] == '!')
       continue;
-    values[trimmed(content.substr(0, equals))] = unquoted(trimmed(content.substr(equals + 1)));
+    values[base::trimmed(content.substr(0, equals), kBlanks)] =
+        unquoted(base::trimmed(content.substr(equals + 1), kBlanks));
   }
 }
 

@@ -1,16 +1,16 @@
+// A file that is written beside its target and renamed when it is complete.
 #include "base/PartFile.h"
 
 #include <cerrno>
 #include <chrono>
 #include <climits>
 #include <cstdio>
-#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace tarn
+namespace tarn::base
 {
 namespace
 {
@@ -29,67 +29,42 @@ std::string partPathFor(const std::string& target, bool isTaken)
   return target.substr(0, start) + "." + name + suffix;
 }
 
-PartFile::PartFile(const std::string& targetPath) : target(targetPath)
+PartFile::PartFile(const std::string& target) : target(target)
 {
-  for (int tried = 0; fd < 0 && tried < kNamesTried && (tried == 0 || errno == EEXIST); ++tried)
+  for (int tried = 0; !fd && tried < kNamesTried && (tried == 0 || errno == EEXIST); ++tried)
   {
     partPath = partPathFor(target, tried > 0);
-    fd = open(partPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    fd = Fd(open(partPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
   }
-  mustGo = fd >= 0;
+  mustGo = good();
 }
 
 PartFile::~PartFile()
 {
-  if (fd >= 0)
-    close(fd);
   if (mustGo)
     unlink(partPath.c_str());
 }
 
 bool PartFile::write(const char* bytes, std::size_t length) const
 {
-  while (length > 0)
-  {
-    const ssize_t written = ::write(fd, bytes, length);
-    if (written < 0 && errno == EINTR)
-      continue;
-    if (written < 0)
-      return false;
-    bytes += written;
-    length -= static_cast<std::size_t>(written);
-  }
-  return true;
+  return writeAll(fd, {bytes, length});
 }
 
 bool PartFile::setMode(mode_t mode) const
 {
-  return fchmod(fd, mode) == 0;
+  return fchmod(fd.get(), mode) == 0;
 }
 
 bool PartFile::sync() const
 {
-  return fsync(fd) == 0;
+  return fsync(fd.get()) == 0;
 }
 
 bool PartFile::keep()
 {
-  const bool closed = close(std::exchange(fd, -1)) == 0;
-  const bool kept = closed && std::rename(partPath.c_str(), target.c_str()) == 0;
+  const bool kept = fd.close() && std::rename(partPath.c_str(), target.c_str()) == 0;
   mustGo = mustGo && !kept;
   return kept;
 }
 
-bool syncFolder(const std::string& folder)
-{
-  const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd < 0)
-    return false;
-  const bool synced = fsync(fd) == 0;
-  const int reason = errno;
-  close(fd);
-  errno = reason;
-  return synced;
-}
-
-} // namespace tarn
+} // namespace tarn::base

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string>
 
-namespace tarn
+namespace tarn::base
 {
 
 /// What the environment says for `variable`; empty when it is unset.
@@ -13,4 +13,4 @@ inline std::string environmentValue(const char* variable)
   return value ? value : "";
 }
 
-} // namespace tarn
+} // namespace tarn::base

@@ -1,6 +1,6 @@
 #include "base/process.h"
 
-#include "base/Console.h"
+#include "base/report.h"
 
 #include <csignal>
 #include <cstdio>
@@ -12,7 +12,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace tarn
+namespace tarn::base
 {
 namespace
 {
@@ -102,4 +102,4 @@ void endProcess(int status)
 #endif
 }
 
-} // namespace tarn
+} // namespace tarn::base

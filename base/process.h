@@ -2,7 +2,7 @@
 
 #include <functional>
 
-namespace tarn
+namespace tarn::base
 {
 
 /// A whole program: gives what `run` returns. Before it, the standard streams exist, and a write to a closed pipe or
@@ -15,4 +15,4 @@ int runProcess(const char* program, const std::function<int()>& run);
 /// closed is closed before.
 [[noreturn]] void endProcess(int status);
 
-} // namespace tarn
+} // namespace tarn::base

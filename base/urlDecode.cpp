@@ -1,5 +1,7 @@
 #include "base/urlDecode.h"
 
+#include "base/text.h"
+
 #include <cstddef>
 
 namespace im
@@ -7,16 +9,7 @@ namespace im
 namespace
 {
 
-int hexValue(char c)
-{
-  if (c >= '0' && c <= '9')
-    return c - '0';
-  if (c >= 'a' && c <= 'f')
-    return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F')
-    return c - 'A' + 10;
-  return -1;
-}
+using tarn::base::hexValue;
 
 /// The byte of two characters, reading only as far as they are digits.
 char lenientByte(char high, char low)

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace tarn
+namespace tarn::base
 {
 
 /// 32-bit arithmetic that wraps as two's complement: coordinates come from untrusted text.
@@ -21,4 +21,4 @@ constexpr int wrapAbs(int a)
   return a < 0 ? wrapSub(0, a) : a;
 }
 
-} // namespace tarn
+} // namespace tarn::base

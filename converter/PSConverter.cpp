@@ -2,6 +2,7 @@
 
 #include "base/CLocale.h"
 #include "base/Console.h"
+#include "base/report.h"
 #include "dicom/values.h"
 #include "pstate/ElementWriter.h"
 #include "dicom/loadFile.h"
@@ -121,7 +122,7 @@ bool PSConverter::convert(bool touchObjectCache)
     return true;
   if (!fileFormat || !fileFormat->getDataset())
   {
-    tarn::report(inputFile, " does not contain dataset");
+    tarn::base::report(inputFile, " does not contain dataset");
     return true;
   }
   return convertLoaded(touchObjectCache);
@@ -157,9 +158,9 @@ bool PSConverter::convertLoaded(bool touchObjectCache)
   }
   if (debug)
   {
-    tarn::trace(" ======= PBPluginState[ ", text.size(), " ] =========");
-    tarn::trace(text.c_str());
-    tarn::trace(" ====== END PluginState ========");
+    tarn::base::trace(" ======= PBPluginState[ ", text.size(), " ] =========");
+    tarn::base::trace(text.c_str());
+    tarn::base::trace(" ====== END PluginState ========");
   }
   if (touchObjectCache)
   {
@@ -179,7 +180,7 @@ bool PSConverter::fetchPluginState(DcmElement*& element) const
   if (status.bad())
     reportCondition(kNoPluginState, status);
   else if (!element)
-    tarn::report("Private presentation state data is NULL");
+    tarn::base::report("Private presentation state data is NULL");
   return status.good() && element;
 }
 
@@ -200,7 +201,8 @@ bool PSConverter::readIdentity()
   // It becomes part of file names: nothing but a UID passes.
   if (!startsWith(sopInstanceUid, kInputRoot) || !isDigitsAndPoints(sopInstanceUid))
   {
-    tarn::report("SOP Instance UID of the original Presentation State object was not issued by QX: ", sopInstanceUid);
+    tarn::base::report("SOP Instance UID of the original Presentation State object was not issued by QX: ",
+                       sopInstanceUid);
     return false;
   }
   std::string classUid;
@@ -211,8 +213,8 @@ bool PSConverter::readIdentity()
   }
   if (!startsWith(classUid, kPresentationStateClass))
   {
-    tarn::report("Object is not a Grayscale Softcopy Presentation State: ",
-                 dcmFindNameOfUID(classUid.c_str(), classUid.c_str()));
+    tarn::base::report("Object is not a Grayscale Softcopy Presentation State: ",
+                       dcmFindNameOfUID(classUid.c_str(), classUid.c_str()));
     return false;
   }
   return true;
@@ -225,7 +227,7 @@ bool PSConverter::findReferencedSeries()
   if (status.bad())
     reportCondition("DataSet does not contain Source Image Sequence: ", status);
   else if (!referencedSeries)
-    tarn::report("Source Image Sequence is NULL");
+    tarn::base::report("Source Image Sequence is NULL");
   return status.good() && referencedSeries;
 }
 
@@ -244,7 +246,7 @@ bool PSConverter::touchCache()
   catch (...)
   {
   }
-  tarn::report("Checking/re-mapping object cache failed for study ", studyUid, ": ", reason);
+  tarn::base::report("Checking/re-mapping object cache failed for study ", studyUid, ": ", reason);
   return false;
 }
 
@@ -340,14 +342,14 @@ bool PSConverter::nameIsFree(const std::string& outputName, bool mayBeInput)
   else if (!mayBeInput)
     reason = reasonToKeep(outputPrefix + outputName, inputFile);
   if (reason)
-    tarn::report("Presentation State file ", outputName, " could not be saved: ", reason);
+    tarn::base::report("Presentation State file ", outputName, " could not be saved: ", reason);
   return !reason;
 }
 
 bool PSConverter::hasOutput() const
 {
   if (!output)
-    tarn::report("There is no Presentation State object to update");
+    tarn::base::report("There is no Presentation State object to update");
   return output != nullptr;
 }
 

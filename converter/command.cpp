@@ -1,6 +1,7 @@
 #include "converter/command.h"
 
 #include "base/Console.h"
+#include "base/report.h"
 #include "db/DBConnectorSql.h"
 #include "dicom/dictionary.h"
 #include "converter/PSConverter.h"
@@ -77,12 +78,12 @@ bool readOptions(int argc, char** argv, Options& options)
       options.outputPrefix = optarg;
       break;
     default:
-      tarn::report("Unrecognized option: '-", static_cast<char>(optopt), "'");
+      tarn::base::report("Unrecognized option: '-", static_cast<char>(optopt), "'");
       usage();
       return false;
     }
   if (options.inputFile.empty())
-    tarn::report("Missing argument: Presentation State file");
+    tarn::base::report("Missing argument: Presentation State file");
   return !options.inputFile.empty();
 }
 
@@ -96,17 +97,17 @@ int runCommand(int argc, char** argv)
   std::string error;
   if (!tarn::dicom::setUpDictionary(error))
   {
-    tarn::report(error);
+    tarn::base::report(error);
     return kFailure;
   }
   tarn::db::DBConnectorSql db(tarn::db::Missing::refuse);
   PSConverter converter(db, options.inputFile, options.outputPrefix, options.flags, options.debug);
   const bool converted = converter.convert(options.touchObjectCache);
   if (options.debug && !tarn::consoleOut().flush())
-    tarn::report("Standard output cannot be written");
+    tarn::base::report("Standard output cannot be written");
   if (converted)
     return 0;
-  tarn::report("PSConverter returned error");
+  tarn::base::report("PSConverter returned error");
   return kFailure;
 }
 

@@ -1,6 +1,6 @@
 #include "converter/PSConverter.h"
 
-#include "base/Console.h"
+#include "base/report.h"
 #include "images/ObjectInfo.h"
 #include "annotations/angle.h"
 #include "annotations/cobbangle.h"
@@ -46,16 +46,16 @@ SIZE_MODE sizeModeOf(int code)
 bool enoughArguments(const char* line, int count, int required)
 {
   if (count < required)
-    tarn::report("Invalid number of arguments for '", line, "': ", count);
+    tarn::base::report("Invalid number of arguments for '", line, "': ", count);
   return count >= required;
 }
 
 bool isFigure(const std::string& figure)
 {
   if (figure.size() < kFigurePrefixLength)
-    tarn::report("Figure is too short");
+    tarn::base::report("Figure is too short");
   else if (figure.compare(0, kFigurePrefixLength, kFigurePrefix) != 0)
-    tarn::report("Figure starts with an invalid prefix");
+    tarn::base::report("Figure starts with an invalid prefix");
   else
     return true;
   return false;
@@ -95,11 +95,11 @@ bool PSConverter::parsePluginState(const unsigned char* text, unsigned int /*len
   const char* backslash = std::strchr(start, kFigureStart);
   if (!backslash)
   {
-    tarn::report("Plugin State contains no figure");
+    tarn::base::report("Plugin State contains no figure");
     return false;
   }
   if (debug)
-    tarn::trace("Presentation State Label: ", std::string(start, backslash));
+    tarn::base::trace("Presentation State Label: ", std::string(start, backslash));
   while (backslash)
   {
     const char* const next = std::strchr(backslash + 1, kFigureStart);
@@ -109,13 +109,13 @@ bool PSConverter::parsePluginState(const unsigned char* text, unsigned int /*len
     im::URLDecode(figure);
     if (!parseFigure(figure.c_str()))
     {
-      tarn::report("parsePluginState returns false (parseFigure)");
+      tarn::base::report("parsePluginState returns false (parseFigure)");
       return false;
     }
     backslash = next;
   }
   if (debug)
-    tarn::trace("parsePluginState returns true");
+    tarn::base::trace("parsePluginState returns true");
   return true;
 }
 
@@ -123,20 +123,20 @@ bool PSConverter::parseFigure(const char* figure)
 {
   if (debug)
   {
-    tarn::trace(" -------- Figure ----------- ");
-    tarn::trace(figure);
-    tarn::trace(" ------ End Figure --------- ");
+    tarn::base::trace(" -------- Figure ----------- ");
+    tarn::base::trace(figure);
+    tarn::base::trace(" ------ End Figure --------- ");
   }
   bool good = true;
   for (std::string line; good && getLine(figure, line) != 0;)
     good = handleLine(line);
   if (!good || !finishOutput())
   {
-    tarn::report("parseFigure returns false");
+    tarn::base::report("parseFigure returns false");
     return false;
   }
   if (debug)
-    tarn::trace("parseFigure returns true");
+    tarn::base::trace("parseFigure returns true");
   return true;
 }
 
@@ -181,13 +181,13 @@ bool PSConverter::processIDLine(std::string& line)
   const std::size_t slash = line.find('/');
   if (slash == std::string::npos)
   {
-    tarn::report("Invalid ID in figure - contains no slash ('/')");
+    tarn::base::report("Invalid ID in figure - contains no slash ('/')");
     return false;
   }
   const std::size_t underscore = line.rfind('_');
   if (underscore == std::string::npos || underscore < slash)
   {
-    tarn::report("Invalid ID in figure - contains no underscore ('_')");
+    tarn::base::report("Invalid ID in figure - contains no underscore ('_')");
     return false;
   }
   openOutput();
@@ -197,10 +197,10 @@ bool PSConverter::processIDLine(std::string& line)
     return false;
   if (debug && output->hasContent())
   {
-    tarn::trace("Referenced Series Instance UID: ", object.seriesInstanceUid);
-    tarn::trace("Referenced SOP Class UID: ", object.sopClassUid);
-    tarn::trace("Referenced SOP Instance UID: ", object.sopInstanceUid);
-    tarn::trace("Referenced Frame Number: ", frame);
+    tarn::base::trace("Referenced Series Instance UID: ", object.seriesInstanceUid);
+    tarn::base::trace("Referenced SOP Class UID: ", object.sopClassUid);
+    tarn::base::trace("Referenced SOP Instance UID: ", object.sopInstanceUid);
+    tarn::base::trace("Referenced Frame Number: ", frame);
   }
   return setImageReferences(object, frame);
 }
@@ -215,7 +215,7 @@ bool PSConverter::lookUpImage(ObjectInfo& object)
   const int found = object.collect(*studyObjects, *referencedImages);
   if (found == ObjectInfo::kDatabaseFailure)
   {
-    tarn::report("An error occurred while getting SOP class UID for figure ", object.objectName);
+    tarn::base::report("An error occurred while getting SOP class UID for figure ", object.objectName);
     return false;
   }
   if (found == ObjectInfo::kNotFound)
@@ -223,8 +223,8 @@ bool PSConverter::lookUpImage(ObjectInfo& object)
     output->dropContent();
     logger.errorLog("%s: unresolved reference to %s - excluding annotations from output", inputFile.c_str(),
                     object.objectName.c_str());
-    tarn::report("Could not get SOP class UID for ", object.objectName,
-                 " referenced in annotations - excluding from output");
+    tarn::base::report("Could not get SOP class UID for ", object.objectName,
+                       " referenced in annotations - excluding from output");
     return true;
   }
   largestColumns = std::max(largestColumns, object.columns);
@@ -243,11 +243,11 @@ bool PSConverter::processLightLine(std::string& line)
     return false;
   if (debug)
   {
-    tarn::trace("LIGHT arguments: ", count);
-    tarn::trace("window: ", window);
-    tarn::trace("level: ", level);
-    tarn::trace("inverted: ", inverted);
-    tarn::trace("grayscale: ", grayscale);
+    tarn::base::trace("LIGHT arguments: ", count);
+    tarn::base::trace("window: ", window);
+    tarn::base::trace("level: ", level);
+    tarn::base::trace("inverted: ", inverted);
+    tarn::base::trace("grayscale: ", grayscale);
   }
   return setWindowLevel(window, level, inverted != 0);
 }
@@ -263,16 +263,16 @@ bool PSConverter::processSizedLine(std::string& line)
     return false;
   if (debug)
   {
-    tarn::trace("SIZED arguments: ", count);
-    tarn::trace("size: ", sizeX, " ", sizeY);
-    tarn::trace("zoom: ", mode);
-    tarn::trace("orientation: ", orientation);
+    tarn::base::trace("SIZED arguments: ", count);
+    tarn::base::trace("size: ", sizeX, " ", sizeY);
+    tarn::base::trace("zoom: ", mode);
+    tarn::base::trace("orientation: ", orientation);
   }
   if (!setSizeMode(sizeModeOf(mode)))
     return false;
   if (orientation < 0 || orientation >= kOrientations)
   {
-    tarn::report("Invalid image orientation: ", orientation);
+    tarn::base::report("Invalid image orientation: ", orientation);
     return false;
   }
   const int rotation = orientation % kQuarterTurns * 90;
@@ -280,8 +280,8 @@ bool PSConverter::processSizedLine(std::string& line)
   setClip(1, 1, sizeX, sizeY); // a second sized line leaves the first one's area
   if (debug)
   {
-    tarn::trace(" Rotation: ", rotation);
-    tarn::trace(" Horizontal Flip: ", flip);
+    tarn::base::trace(" Rotation: ", rotation);
+    tarn::base::trace(" Horizontal Flip: ", flip);
   }
   return setOrientation(rotation, flip);
 }
@@ -295,9 +295,9 @@ bool PSConverter::processPixelLine(std::string& line)
     return false;
   if (debug)
   {
-    tarn::trace("PIXEL arguments: ", count);
-    tarn::trace("pixelX: ", x);
-    tarn::trace("pixelY: ", y);
+    tarn::base::trace("PIXEL arguments: ", count);
+    tarn::base::trace("pixelX: ", x);
+    tarn::base::trace("pixelY: ", y);
   }
   if (pixelSpacingX == 0.0 && pixelSpacingY == 0.0)
   {
@@ -323,13 +323,13 @@ bool PSConverter::processClipLine(std::string& line)
     zoomY = zoomX;
   if (debug)
   {
-    tarn::trace("CLIP arguments: ", count);
-    tarn::trace("zoom X: ", zoomX);
-    tarn::trace("zoom Y: ", zoomY);
-    tarn::trace("pos X: ", posX);
-    tarn::trace("pos Y: ", posY);
-    tarn::trace("size X: ", sizeX);
-    tarn::trace("size Y: ", sizeY);
+    tarn::base::trace("CLIP arguments: ", count);
+    tarn::base::trace("zoom X: ", zoomX);
+    tarn::base::trace("zoom Y: ", zoomY);
+    tarn::base::trace("pos X: ", posX);
+    tarn::base::trace("pos Y: ", posY);
+    tarn::base::trace("size X: ", sizeX);
+    tarn::base::trace("size Y: ", sizeY);
   }
   return setZoom(zoomX, zoomY);
 }

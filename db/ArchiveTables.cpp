@@ -28,7 +28,7 @@ constexpr NamedByVariable kNamedByVariable[] = {
 ArchiveTables::ArchiveTables()
 {
   for (const NamedByVariable& table : kNamedByVariable)
-    if (std::string name = environmentValue(table.variable); !name.empty())
+    if (std::string name = base::environmentValue(table.variable); !name.empty())
       renamed[table.standard] = std::move(name);
 }
 

@@ -9,7 +9,7 @@
 #include "db/sqlite/SqliteSession.h"
 #include "base/IMException.h"
 #include "base/environmentValue.h"
-#include "base/fileContent.h"
+#include "base/files.h"
 
 #include <unistd.h>
 
@@ -37,12 +37,12 @@ bool startsWith(const std::string& text, std::string_view start)
 /// The first line of the file that TARN_DB_PASSWORD_FILE names; nothing when it names none.
 std::optional<std::string> passwordFromFile()
 {
-  const std::string path = environmentValue("TARN_DB_PASSWORD_FILE");
+  const std::string path = base::environmentValue("TARN_DB_PASSWORD_FILE");
   if (path.empty())
     return std::nullopt;
   try
   {
-    if (const std::string content = fileContent(path).value_or(""); !content.empty())
+    if (const std::string content = base::fileContent(path).value_or(""); !content.empty())
       return content.substr(0, content.find('\n'));
   }
   catch (const imutils::IMException&)
@@ -80,9 +80,9 @@ std::unique_ptr<SqlSession> openSession(const std::string& url, Missing missing)
 /// The folder of the default database, made where it is missing; empty when it cannot be written.
 fs::path stateFolder()
 {
-  fs::path base = environmentValue("XDG_STATE_HOME");
+  fs::path base = base::environmentValue("XDG_STATE_HOME");
   if (!base.is_absolute()) // relative ones are to be ignored
-    base = fs::path(environmentValue("HOME")) / ".local" / "state";
+    base = fs::path(base::environmentValue("HOME")) / ".local" / "state";
   const fs::path folder = base / "annomend";
   std::error_code failure;
   if (!base.is_absolute())
@@ -104,7 +104,7 @@ void DBConnectorSql::connect()
 {
   if (backend)
     return;
-  const std::string url = environmentValue("TARN_DB_URL");
+  const std::string url = base::environmentValue("TARN_DB_URL");
   const std::string file = url.empty() ? defaultFile() : "";
   try
   {

@@ -1,6 +1,6 @@
 #include "db/databaseUrl.h"
 
-#include "base/Console.h"
+#include "base/text.h"
 #include "db/DBException.h"
 
 #include <charconv>
@@ -160,7 +160,7 @@ std::string withoutPassword(const std::string& url)
   std::string shown = url;
   if (colon != std::string::npos && at != std::string::npos && colon < at)
     shown.erase(colon, at - colon);
-  return printable(withKnownParameters(shown));
+  return base::printable(withKnownParameters(shown));
 }
 
 } // namespace tarn::db

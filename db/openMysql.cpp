@@ -1,6 +1,6 @@
 #include "db/openMysql.h"
 
-#include "base/Console.h"
+#include "base/text.h"
 #include "db/DBException.h"
 #include "db/SqlSession.h"
 #include "db/mysql/mysqlModule.h"
@@ -28,7 +28,7 @@ Open load()
       module = dlopen(place, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   void* entry = module ? dlsym(module, "annomend_open_mysql") : nullptr;
   if (!entry)
-    throw DBException("the MySQL backend cannot be loaded: " + printable(dlerror()));
+    throw DBException("the MySQL backend cannot be loaded: " + base::printable(dlerror()));
   return reinterpret_cast<Open>(entry);
 }
 

@@ -1,6 +1,6 @@
 #include "db/sqlIdentifier.h"
 
-#include "base/Console.h"
+#include "base/text.h"
 #include "db/DBException.h"
 
 namespace tarn::db
@@ -18,7 +18,7 @@ bool isIdentifier(std::string_view name)
 const std::string& requireIdentifier(const std::string& name)
 {
   if (!isIdentifier(name))
-    throw DBException("the name '" + printable(name) + "' is no identifier");
+    throw DBException("the name '" + base::printable(name) + "' is no identifier");
   return name;
 }
 

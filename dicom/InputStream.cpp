@@ -1,6 +1,6 @@
 #include "dicom/InputStream.h"
 
-#include "base/Console.h"
+#include "base/text.h"
 #include "dicom/values.h"
 
 #include <algorithm>
@@ -117,7 +117,8 @@ InputStream::InputStream(std::shared_ptr<const InputFile> file, const ReadLimits
 {
   const offile_off_t size = producer.source()->size();
   if (static_cast<std::uint64_t>(size) > limits.fileBytes)
-    tooLarge = failure(joined("The file has ", size, " bytes, and TARN_MAX_FILE_BYTES allows ", limits.fileBytes));
+    tooLarge =
+        failure(base::joined("The file has ", size, " bytes, and TARN_MAX_FILE_BYTES allows ", limits.fileBytes));
 }
 
 OFCondition InputStream::trouble() const
@@ -175,8 +176,8 @@ offile_off_t InputStream::allowed(offile_off_t length) const
 void InputStream::checkInflated()
 {
   if (inflatedFrom >= 0 && static_cast<std::uint64_t>(tell() - inflatedFrom) > limits.inflatedBytes)
-    tooLarge = failure(
-        joined("The data set inflates to more than the ", limits.inflatedBytes, " bytes of TARN_MAX_INFLATED_BYTES"));
+    tooLarge = failure(base::joined("The data set inflates to more than the ", limits.inflatedBytes,
+                                    " bytes of TARN_MAX_INFLATED_BYTES"));
 }
 
 } // namespace tarn::dicom

@@ -1,6 +1,6 @@
 #include "dicom/ParseGuard.h"
 
-#include "base/Console.h"
+#include "base/text.h"
 #include "dicom/values.h"
 
 #include <sys/resource.h>
@@ -46,7 +46,7 @@ ParseGuard::ParseGuard(const ReadLimits& limits, const DcmDataset& readDataset, 
 void ParseGuard::onMark(std::uintptr_t frame)
 {
   if (++elements > maxElements)
-    refuse(failure(joined("The file holds more elements than the ", maxElements, " of TARN_MAX_ELEMENTS")));
+    refuse(failure(base::joined("The file holds more elements than the ", maxElements, " of TARN_MAX_ELEMENTS")));
   markFrame = frame;
   tagWords = 0;
 }

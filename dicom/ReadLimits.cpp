@@ -1,6 +1,6 @@
 #include "dicom/ReadLimits.h"
 
-#include "base/Console.h"
+#include "base/text.h"
 #include "base/environmentValue.h"
 
 #include <charconv>
@@ -16,14 +16,14 @@ constexpr std::uint64_t kMebibyte = 1U << 20U;
 
 std::uint64_t limitFrom(const char* variable, std::uint64_t usual)
 {
-  const std::string text = environmentValue(variable);
+  const std::string text = base::environmentValue(variable);
   if (text.empty())
     return usual;
   std::uint64_t limit = 0;
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, limit);
   if (error != std::errc() || stop != end || limit == 0)
-    throw std::runtime_error(joined(variable, " is no whole number above 0: ", text));
+    throw std::runtime_error(base::joined(variable, " is no whole number above 0: ", text));
   return limit;
 }
 

@@ -4,7 +4,7 @@
 #include "base/IMException.h"
 #include "base/PartFile.h"
 #include "dicom/encoding.h"
-#include "base/fileContent.h"
+#include "base/files.h"
 
 #include <dcmtk/dcmdata/dcwcache.h>
 
@@ -57,14 +57,14 @@ struct Target
 };
 
 /// A file that takes the place of another is on the disk before it does.
-bool secureFor(const Target& target, const PartFile& part)
+bool secureFor(const Target& target, const base::PartFile& part)
 {
   return !target.isFile() || (part.setMode(target.status.st_mode & 07777U) && part.sync());
 }
 
 /// Whether the file that is there holds the same bytes. It then stays, as written just now: what a conversion gives
 /// again need not be waited for. One that cannot be compared is replaced.
-bool isThereAlready(const Target& target, const std::string& path, const PartFile& part)
+bool isThereAlready(const Target& target, const std::string& path, const base::PartFile& part)
 {
   struct stat written
   {
@@ -73,7 +73,8 @@ bool isThereAlready(const Target& target, const std::string& path, const PartFil
     return false;
   try
   {
-    return fileContent(path) == fileContent(part.path()) && utimensat(AT_FDCWD, path.c_str(), nullptr, 0) == 0;
+    return base::fileContent(path) == base::fileContent(part.path()) &&
+           utimensat(AT_FDCWD, path.c_str(), nullptr, 0) == 0;
   }
   catch (const imutils::IMException&)
   {
@@ -81,7 +82,7 @@ bool isThereAlready(const Target& target, const std::string& path, const PartFil
   }
 }
 
-OFCondition encode(DcmFileFormat& file, const PartFile& part)
+OFCondition encode(DcmFileFormat& file, const base::PartFile& part)
 {
   const std::unique_ptr<char[]> buffer(new char[kBlock]); // not cleared for each file
   DcmWriteCache cache;
@@ -103,7 +104,7 @@ OFCondition saveFile(DcmFileFormat& file, const std::string& path)
   OFCondition status = target.checkReplaceable(path);
   if (status.bad())
     return status;
-  PartFile part(path);
+  base::PartFile part(path);
   if (!part.good())
     return systemFailure();
   status = encode(file, part);

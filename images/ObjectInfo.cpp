@@ -1,6 +1,6 @@
 #include "images/ObjectInfo.h"
 
-#include "base/Console.h"
+#include "base/report.h"
 #include "db/DBException.h"
 #include "dicom/values.h"
 #include "db/ObjectAccessor.h"
@@ -43,15 +43,16 @@ try
 }
 catch (const tarn::db::DBException& exception)
 {
-  tarn::report("Database problem: ", exception.what());
+  tarn::base::report("Database problem: ", exception.what());
   return kDatabaseFailure;
 }
 
 void ObjectInfo::copyRecord(const tarn::db::ObjectRecord& record)
 {
   if (record.sopClassUid.empty() || record.sopInstanceUid.empty() || record.seriesInstanceUid.empty())
-    tarn::report("Either SOP Instance UID, SOP Class UID or Series Instance UID was missing from the object table for ",
-                 objectName);
+    tarn::base::report(
+        "Either SOP Instance UID, SOP Class UID or Series Instance UID was missing from the object table for ",
+        objectName);
   sopClassUid = record.sopClassUid;
   sopInstanceUid = record.sopInstanceUid;
   seriesInstanceUid = record.seriesInstanceUid;
@@ -62,11 +63,11 @@ void ObjectInfo::copyRecord(const tarn::db::ObjectRecord& record)
 
 int ObjectInfo::collectFromReferences(ReferencedImages& references)
 {
-  tarn::report("File ", objectName, " was not found in the database - checking referenced series sequence");
+  tarn::base::report("File ", objectName, " was not found in the database - checking referenced series sequence");
   const std::size_t point = objectName.find('.');
   if (point == std::string::npos)
   {
-    tarn::report("Invalid object name ", objectName, "; contains no dot ('.')");
+    tarn::base::report("Invalid object name ", objectName, "; contains no dot ('.')");
     return kNotFound;
   }
   const std::string sought = objectName.substr(point + 1);
@@ -77,7 +78,7 @@ int ObjectInfo::collectFromReferences(ReferencedImages& references)
   const bool hasClass = tarn::dicom::readUid(*reference->image, DCM_ReferencedSOPClassUID, sopClassUid).good();
   if (tarn::dicom::readUid(*reference->series, DCM_SeriesInstanceUID, seriesInstanceUid).bad())
   {
-    tarn::report("Series Instance UID could not get for object ", objectName);
+    tarn::base::report("Series Instance UID could not get for object ", objectName);
     return kNotFound;
   }
   return hasClass ? kInReferences : kNotFound;

@@ -1,6 +1,6 @@
 #include "pstate/ElementWriter.h"
 
-#include "base/Console.h"
+#include "base/report.h"
 
 #include <array>
 
@@ -24,7 +24,7 @@ OFCondition sequenceItem(DcmItem& item, const DcmTagKey& sequence, DcmItem*& res
 
 void reportCondition(const std::string& message, const OFCondition& status)
 {
-  tarn::report(message, status.text());
+  tarn::base::report(message, status.text());
 }
 
 OFCondition insertOwned(DcmItem& item, std::unique_ptr<DcmElement> element, bool replace)

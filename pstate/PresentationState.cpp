@@ -1,6 +1,7 @@
 #include "pstate/PresentationState.h"
 
 #include "base/Console.h"
+#include "base/report.h"
 #include "pstate/ElementWriter.h"
 #include "dicom/saveFile.h"
 #include "base/wrapping.h"
@@ -20,7 +21,7 @@ struct Corners
 
 Sint32 farEdge(int start, int length)
 {
-  return tarn::wrapSub(tarn::wrapAdd(start, length), 1);
+  return tarn::base::wrapSub(tarn::base::wrapAdd(start, length), 1);
 }
 
 Corners arrange(CLIP_BOX_MODE mode, const Corners& box)
@@ -61,10 +62,10 @@ bool PresentationState::save(const std::string& directory)
   clean();
   if (debug)
   {
-    tarn::trace(" ===== Result PS ", name, " =====");
+    tarn::base::trace(" ===== Result PS ", name, " =====");
     fileFormat->getDataset()->print(tarn::consoleOut());
-    tarn::trace(" === END Result PS ", name, " ===");
-    tarn::trace("Saving ", name);
+    tarn::base::trace(" === END Result PS ", name, " ===");
+    tarn::base::trace("Saving ", name);
   }
   const OFCondition status = tarn::dicom::saveFile(*fileFormat, directory + name);
   if (status.bad())

@@ -1,6 +1,6 @@
 #include "pstate/ValidPresentationState.h"
 
-#include "base/Console.h"
+#include "base/report.h"
 #include "pstate/ElementWriter.h"
 #include "dicom/EncodedItems.h"
 #include "images/ObjectInfo.h"
@@ -75,7 +75,7 @@ ValidPresentationState::ValidPresentationState(DcmDataset* dataset, const std::s
 bool ValidPresentationState::hasDisplayedArea() const
 {
   if (!displayedAreaItem)
-    tarn::report("Displayed Area Selection Item was expected but does not exist");
+    tarn::base::report("Displayed Area Selection Item was expected but does not exist");
   return displayedAreaItem != nullptr;
 }
 
@@ -239,7 +239,7 @@ bool ValidPresentationState::clean()
   if (dataset.findAndGetSint32(DCM_InstanceNumber, inputNumber).bad())
     inputNumber = kDefaultInstanceNumber;
   const std::string text =
-      std::to_string(tarn::wrapAdd(tarn::wrapMul(inputNumber, kInstanceNumberFactor), instanceBase));
+      std::to_string(tarn::base::wrapAdd(tarn::base::wrapMul(inputNumber, kInstanceNumberFactor), instanceBase));
   return ElementWriter(dataset)
       .text(DCM_InstanceNumber, text, ("Instance Number " + text + " could not be inserted to dataset: ").c_str())
       .ok();

@@ -1,7 +1,7 @@
 #include "support/Config.h"
 
 #include "base/IMException.h"
-#include "base/fileContent.h"
+#include "base/files.h"
 
 #include <cerrno>
 #include <sstream>
@@ -55,7 +55,7 @@ void Config::load()
 {
   try
   {
-    std::istringstream text(fileContent(file).value_or(""));
+    std::istringstream text(base::fileContent(file).value_or(""));
     properties.read(text);
   }
   catch (const IMException& failure)

@@ -25,7 +25,7 @@ void parseLimit(const std::string& text, unsigned int& limit)
 
 } // namespace
 
-SelfRec::SelfRec() : Config(environmentValue("CONF") + "/self.rec") {}
+SelfRec::SelfRec() : Config(base::environmentValue("CONF") + "/self.rec") {}
 
 SelfRec* SelfRec::Instance()
 {

@@ -94,7 +94,7 @@ void ObjectMetaFile::put(const StudyObject& object)
     ++changedCount;
 }
 
-void ObjectMetaFile::write(const PartFile& file) const
+void ObjectMetaFile::write(const base::PartFile& file) const
 {
   std::string text = std::to_string(size()) + '\n' + std::to_string(meta.columns.size()) + '\n' + lineOf(meta.columns);
   for (const auto& [name, row] : meta.rows)

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <string>
 
-namespace tarn
+namespace tarn::base
 {
 class PartFile;
 }
@@ -34,7 +34,7 @@ public:
   std::size_t changed() const { return changedCount; } ///< by put()
 
   /// Writes it; it is on the disk then. Throws IMException.
-  void write(const PartFile& file) const;
+  void write(const base::PartFile& file) const;
 
 private:
   static constexpr std::size_t kValues = 8; ///< of a StudyObject

@@ -4,6 +4,7 @@
 #include "base/IMException.h"
 #include "tools/ObjectMetaFile.h"
 #include "base/PartFile.h"
+#include "base/files.h"
 #include "study/cache/StudyLock.h"
 
 #include <cerrno>
@@ -31,9 +32,9 @@ void take(db::StudyLock& lock, const std::string& study)
 }
 
 /// Gives a complete file its name, for good.
-void publish(PartFile& file, const std::string& folder)
+void publish(base::PartFile& file, const std::string& folder)
 {
-  if (!file.keep() || !syncFolder(folder))
+  if (!file.keep() || !base::syncFolder(folder))
     throw IMException(file.path() + ": " + std::strerror(errno));
 }
 
@@ -73,7 +74,7 @@ AddedStudy StudyAdmin::add(const std::string& study, const std::vector<StudyObje
     meta.read(path);
   for (const StudyObject& object : objects)
     meta.put(object);
-  PartFile file(path);
+  base::PartFile file(path);
   meta.write(file);
 
   resetEntry(study, before);
@@ -96,7 +97,7 @@ void StudyAdmin::writeStoreState(const std::string& metaDir)
   const std::string path = metaDir + "/storestate.rec";
   if (fs::exists(fs::symlink_status(path)))
     return;
-  PartFile file(path);
+  base::PartFile file(path);
   utils::MetaConn conn(&db);
   if (!file.good() || !metaManager.createDefaultStorestate(file.path(), conn) || !file.sync())
     throw IMException(path + ": the store state cannot be written");

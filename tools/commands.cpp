@@ -1,6 +1,7 @@
 #include "tools/commands.h"
 
-#include "base/Console.h"
+#include "base/report.h"
+#include "base/text.h"
 #include "db/DBConnectorSql.h"
 #include "tools/FileList.h"
 #include "base/IMException.h"
@@ -37,7 +38,7 @@ void requireEnvironment()
 {
   std::string missing;
   for (const char* variable : kNeededToAdd)
-    if (environmentValue(variable).empty())
+    if (base::environmentValue(variable).empty())
       missing += (missing.empty() ? "" : ", ") + std::string(variable);
   if (!missing.empty())
     throw IMException("add-study needs these environment variables: " + missing);
@@ -61,7 +62,7 @@ std::string repositoryWords(int status)
 /// Nothing is read or written before it is known that the result has a place.
 void requireRepository(const char* variable, db::DBConnector& db)
 {
-  const std::string repository = environmentValue(variable);
+  const std::string repository = base::environmentValue(variable);
   const int status = repository::getRepositoryStatus(repository.c_str(), &db);
   if (status != repository::kLocated)
     throw IMException(std::string(variable) + "=" + repository + ": " + repositoryWords(status));
@@ -83,12 +84,12 @@ struct Reading
   void skip(const std::string& path, const std::string& reason)
   {
     ++skipped;
-    report("tarnctl: ", path, ": skipped, ", reason);
+    base::report("tarnctl: ", path, ": skipped, ", reason);
   }
   void fail(const std::string& problem)
   {
     ++failed;
-    report("tarnctl: ", problem);
+    base::report("tarnctl: ", problem);
   }
   void read(const std::string& path, Progress& progress)
   {
@@ -138,13 +139,13 @@ bool addOne(StudyAdmin& admin, const std::string& study, const std::vector<Study
   try
   {
     const AddedStudy result = admin.add(study, objects, options);
-    trace(study, ": ", counted(result.objects, "object", "objects"), ", ", result.added, " added, ", result.changed,
-          " changed");
+    base::trace(study, ": ", counted(result.objects, "object", "objects"), ", ", result.added, " added, ",
+                result.changed, " changed");
     return true;
   }
   catch (const std::exception& failure)
   {
-    report("tarnctl: ", failure.what());
+    base::report("tarnctl: ", failure.what());
     return false;
   }
 }
@@ -196,7 +197,7 @@ void printTable(const std::vector<Row>& rows)
     std::string line;
     for (std::size_t column = 0; column + 1 < row.size(); ++column)
       line += row[column] + std::string(widths[column] - row[column].size() + 2, ' ');
-    trace(printable(line + row.back()));
+    base::trace(base::printable(line + row.back()));
   }
 }
 
@@ -206,7 +207,7 @@ bool initDatabase()
 {
   const auto db = openDatabase(db::Missing::create);
   db::ArchiveAdmin(*db).createSchema();
-  trace("The tables of the database are there.");
+  base::trace("The tables of the database are there.");
   return true;
 }
 
@@ -221,8 +222,8 @@ bool addStudies(const std::vector<std::string>& paths, const AddOptions& options
   std::size_t registered = 0;
   for (const auto& [study, objects] : reading.studies)
     registered += addOne(admin, study, objects, options) ? 1 : 0;
-  trace(counted(registered, "study", "studies"), " registered; files: ", reading.objects, " read, ", reading.skipped,
-        " skipped, ", reading.failed, " failed");
+  base::trace(counted(registered, "study", "studies"), " registered; files: ", reading.objects, " read, ",
+              reading.skipped, " skipped, ", reading.failed, " failed");
   return registered > 0 && registered == reading.studies.size() && reading.failed == 0;
 }
 
@@ -246,14 +247,14 @@ bool showStatus(const std::string& wanted)
 bool clearError(const std::string& study)
 {
   StudyAdmin(*openDatabase()).clearError(study);
-  trace(study, ": the next run imports it");
+  base::trace(study, ": the next run imports it");
   return true;
 }
 
 bool removeStudy(const std::string& study)
 {
   StudyAdmin(*openDatabase()).remove(study);
-  trace(study, ": removed");
+  base::trace(study, ": removed");
   return true;
 }
 

@@ -5,10 +5,10 @@
 
 int main(int argc, char** argv)
 {
-  return tarn::runProcess("tarnctl",
-                          [&]
-                          {
-                            tarn::dicom::redirectToolkitLog();
-                            return tarn::tools::runTarnctl(argc, argv);
-                          });
+  return tarn::base::runProcess("tarnctl",
+                                [&]
+                                {
+                                  tarn::dicom::redirectToolkitLog();
+                                  return tarn::tools::runTarnctl(argc, argv);
+                                });
 }

@@ -1,6 +1,7 @@
 #include "tools/tarnctl.h"
 
 #include "base/Console.h"
+#include "base/report.h"
 #include "dicom/dictionary.h"
 #include "tools/StudyObject.h"
 #include "tools/commands.h"
@@ -75,7 +76,7 @@ public:
     }
     catch (const CLI::ParseError& error)
     {
-      report("tarnctl: ", error.what(), " (see tarnctl --help)");
+      base::report("tarnctl: ", error.what(), " (see tarnctl --help)");
       status = kUsage;
     }
     return false;
@@ -139,11 +140,11 @@ bool runCommandLine(const CommandLine& line)
     std::string error;
     if (dicom::setUpDictionary(error))
       return line.run();
-    report("tarnctl: ", error);
+    base::report("tarnctl: ", error);
   }
   catch (const std::exception& failure)
   {
-    report("tarnctl: ", failure.what());
+    base::report("tarnctl: ", failure.what());
   }
   return false;
 }
@@ -158,7 +159,7 @@ int runTarnctl(int argc, char** argv)
     status = runCommandLine(line) ? kDone : kFailed;
   if (consoleOut().flush())
     return status;
-  report("tarnctl: standard output cannot be written");
+  base::report("tarnctl: standard output cannot be written");
   return kFailed;
 }
 

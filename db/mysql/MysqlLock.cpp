@@ -36,7 +36,7 @@ std::unique_ptr<MysqlLock> MysqlLock::tryLock(const MysqlConnection& connection,
 {
   const auto answer = ask(connection.get(), kTake, name);
   if (!answer)
-    throw DBException("the server could not give the lock " + printable(name));
+    throw DBException("the server could not give the lock " + base::printable(name));
   return std::unique_ptr<MysqlLock>(*answer == "1" ? new MysqlLock(connection, name) : nullptr);
 }
 

@@ -106,7 +106,7 @@ void forbidReconnect([[maybe_unused]] MYSQL* connection)
 
 SqlSession* annomend_open_mysql(const MysqlAddress& address)
 {
-  const MysqlConnection connection(mysql_init(nullptr), Closer<mysql_close>());
+  const MysqlConnection connection(mysql_init(nullptr), base::Closer<mysql_close>());
   if (!connection)
     throw DBException("cannot connect: out of memory");
   setOptions(connection.get(), address);

@@ -1,6 +1,6 @@
 #include "db/sqlite/FileLock.h"
 
-#include "base/Console.h"
+#include "base/text.h"
 #include "db/DBException.h"
 
 #include <fcntl.h>
@@ -22,7 +22,7 @@ namespace
 void check(int error, const std::string& path)
 {
   if (error != 0)
-    throw DBException("cannot lock " + printable(path) + ": " + std::generic_category().message(error));
+    throw DBException("cannot lock " + base::printable(path) + ": " + std::generic_category().message(error));
 }
 
 void mayFail(int /*result*/) {}

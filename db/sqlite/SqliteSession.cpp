@@ -1,6 +1,6 @@
 #include "db/sqlite/SqliteSession.h"
 
-#include "base/Console.h"
+#include "base/text.h"
 #include "db/DBException.h"
 #include "db/sqlite/FileLock.h"
 #include "db/sqlite/ProcessLock.h"
@@ -72,7 +72,7 @@ std::string reason(int code, sqlite3* connection)
 {
   if (!connection)
     return "out of memory";
-  const std::string text = printable(sqlite3_errmsg(connection));
+  const std::string text = base::printable(sqlite3_errmsg(connection));
   const int primary = code & 0xFF;
   const int error = primary == SQLITE_CANTOPEN || primary == SQLITE_IOERR ? sqlite3_system_errno(connection) : 0;
   return error == 0 ? text : text + " (" + std::generic_category().message(error) + ")";

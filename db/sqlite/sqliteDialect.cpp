@@ -1,6 +1,6 @@
 #include "db/sqlite/sqliteDialect.h"
 
-#include "base/Console.h"
+#include "base/text.h"
 #include "db/DBException.h"
 
 #include <cctype>
@@ -36,7 +36,7 @@ void refuseDoubledColumns(const std::string& sql)
   std::set<std::string> seen;
   for (std::string column; std::getline(columns, column, ',');)
     if (!seen.insert(lowerCase(column)).second)
-      throw DBException("cannot prepare a statement: Column '" + printable(column) + "' specified twice");
+      throw DBException("cannot prepare a statement: Column '" + base::printable(column) + "' specified twice");
 }
 
 /// `text` with every VALUES(COLUMN), the value that was to be inserted, as excluded.COLUMN.

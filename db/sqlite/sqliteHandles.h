@@ -9,8 +9,8 @@
 namespace tarn::db
 {
 
-using SqliteConnection = std::unique_ptr<sqlite3, Closer<sqlite3_close_v2>>;
-using SqliteStatementHandle = std::unique_ptr<sqlite3_stmt, Closer<sqlite3_finalize>>;
+using SqliteConnection = std::unique_ptr<sqlite3, base::Closer<sqlite3_close_v2>>;
+using SqliteStatementHandle = std::unique_ptr<sqlite3_stmt, base::Closer<sqlite3_finalize>>;
 
 /// Throws DBException with the library's text unless `code` is good. `what` is what was tried.
 void checkSqlite(int code, const char* what, sqlite3* connection);

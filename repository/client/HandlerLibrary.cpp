@@ -17,7 +17,7 @@ constexpr std::size_t kLongestPath = 1023; // a buffer of 1024 bytes
 /// is ever tried.
 std::string libraryPath()
 {
-  const std::string home = environmentValue("REPOSITORYHANDLER_HOME");
+  const std::string home = base::environmentValue("REPOSITORYHANDLER_HOME");
   return (home.empty() ? "/dev/null" : home) + "/lib/RepositoryHandler.so";
 }
 

@@ -27,7 +27,7 @@ public:
 private:
   std::string file;
   std::string loadError;
-  std::unique_ptr<void, Closer<dlclose>> handle;
+  std::unique_ptr<void, base::Closer<dlclose>> handle;
 };
 
 /// Writes a list of the host's processes to /tmp/error_ps.PID.txt, for whoever looks into a failing load.

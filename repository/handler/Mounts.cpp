@@ -5,7 +5,7 @@
 #include "base/IMProperties.h"
 #include "base/IMException.h"
 #include "base/environmentValue.h"
-#include "base/fileContent.h"
+#include "base/files.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -24,12 +24,12 @@ namespace fs = std::filesystem;
 imutils::IMProperties configuration()
 {
   imutils::IMProperties properties;
-  const std::string home = environmentValue("REPOSITORYHANDLER_HOME");
+  const std::string home = base::environmentValue("REPOSITORYHANDLER_HOME");
   if (home.empty())
     return properties;
   try
   {
-    std::istringstream text(fileContent(home + "/etc/repositories.conf").value_or(""));
+    std::istringstream text(base::fileContent(home + "/etc/repositories.conf").value_or(""));
     properties.read(text);
     return properties;
   }

@@ -3,7 +3,7 @@
 #include "repository/handler/Refusal.h"
 
 #include "base/IMException.h"
-#include "base/fileContent.h"
+#include "base/files.h"
 
 #include <array>
 #include <cerrno>
@@ -32,7 +32,7 @@ std::string contentOf(const std::string& file)
 {
   try
   {
-    return fileContent(file).value_or("");
+    return base::fileContent(file).value_or("");
   }
   catch (const imutils::IMException&)
   {

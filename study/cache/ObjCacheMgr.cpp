@@ -53,8 +53,9 @@ DBConnectorSql& sqlConnector(DBConnector* db)
 } // namespace
 
 ObjCacheMgr::ObjCacheMgr(DBConnector* connector)
-  : db(connector), objectTable(environmentValue("OBJECTTBL")), objCacheTable(environmentValue("QXOBJCACHETBL")),
-    dicomDataRepository(environmentValue("REPOSITORY_DICOM_DATA")), logger("ObjCacheMgr")
+  : db(connector), objectTable(base::environmentValue("OBJECTTBL")),
+    objCacheTable(base::environmentValue("QXOBJCACHETBL")),
+    dicomDataRepository(base::environmentValue("REPOSITORY_DICOM_DATA")), logger("ObjCacheMgr")
 {
 }
 

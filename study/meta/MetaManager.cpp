@@ -34,7 +34,8 @@ bool isMissing(int status)
 } // namespace
 
 MetaManager::MetaManager()
-  : metaRepository(environmentValue("REPOSITORY_META")), tempMetaRepository(environmentValue("REPOSITORY_TEMPMETA")),
+  : metaRepository(base::environmentValue("REPOSITORY_META")),
+    tempMetaRepository(base::environmentValue("REPOSITORY_TEMPMETA")),
     logger(std::make_shared<SyslogLogger>(imutils::LOG_MODE_ERROR))
 {
 }
@@ -130,7 +131,7 @@ Status MetaManager::findTemp(const std::string& study, std::string& metaDir, con
 
 Status MetaManager::copyLegacy(const std::string& study, std::string& metaDir, const MetaConn& conn) const
 {
-  const std::string dataRepository = environmentValue("REPOSITORY_DICOM_DATA");
+  const std::string dataRepository = base::environmentValue("REPOSITORY_DICOM_DATA");
   if (dataRepository.empty())
     return logger->log0("Missing environment variable: REPOSITORY_DICOM_DATA"), STATUS_MISSING;
   int status = 0;

@@ -27,10 +27,10 @@ constexpr int kCopyAttempts = 10;                   // at most this often
 class Scratch
 {
 public:
-  explicit Scratch(const fs::path& target) : path(partPathFor(target, false))
+  explicit Scratch(const fs::path& target) : path(base::partPathFor(target, false))
   {
     while (!fs::create_directory(path))
-      path = partPathFor(target, true);
+      path = base::partPathFor(target, true);
   }
   ~Scratch()
   {
@@ -57,7 +57,7 @@ std::unique_ptr<Scratch> makeScratch(const std::string& study, const fs::path& t
   }
   catch (const std::exception&)
   {
-    reportNotCreated(study, partPathFor(target, false), logger);
+    reportNotCreated(study, base::partPathFor(target, false), logger);
     throw;
   }
 }

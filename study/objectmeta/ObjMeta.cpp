@@ -78,7 +78,7 @@ public:
 
 private:
   bool isAbsent = false;
-  std::unique_ptr<std::FILE, Closer<std::fclose>> file;
+  std::unique_ptr<std::FILE, base::Closer<std::fclose>> file;
   char* buffer = nullptr;
   std::size_t capacity = 0;
 };

@@ -1,6 +1,6 @@
 #include "study/objectmeta/ObjMetaInsert.h"
 
-#include "base/Console.h"
+#include "base/report.h"
 #include "db/DeferredSync.h"
 #include "db/sqlIdentifier.h"
 #include "db/QueryBindings.h"
@@ -65,7 +65,7 @@ ImportCode ObjMetaInsert::run()
     const std::size_t batch = std::min({kMostRows, fitting, left});
     if (!insert(batch, next))
     {
-      report("ObjCacheMgr PROBLEM: ", -kRowsRanOut);
+      base::report("ObjCacheMgr PROBLEM: ", -kRowsRanOut);
       return kRowsRanOut;
     }
     left -= batch;

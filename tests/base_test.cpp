@@ -3,6 +3,7 @@
 #include "tests/support/TempDir.h"
 
 #include "support/Config.h"
+#include "base/report.h"
 #include "base/IMException.h"
 #include "base/IMProperties.h"
 #include "base/IMSemaphore.h"
@@ -28,23 +29,23 @@ TEST(Console, ScopesNestAndBelongToTheirThread)
   const Capture outer;
   {
     const Capture inner;
-    tarn::report("n ", 7, " forged\nline\x1b\x7f");
+    tarn::base::report("n ", 7, " forged\nline\x1b\x7f");
     EXPECT_EQ(inner.error.str(), "n 7 forged\\x0Aline\\x1B\\x7F\n");
     EXPECT_EQ(std::async(std::launch::async, [] { return &tarn::consoleError(); }).get(), &std::cerr);
   }
-  tarn::report("after");
-  tarn::trace("flag ", true);
+  tarn::base::report("after");
+  tarn::base::trace("flag ", true);
   EXPECT_EQ(outer.error.str() + outer.out.str(), "after\nflag true\n");
 }
 
 TEST(PartFile, StepsAroundWhatIsThere)
 {
   const TempDir dir;
-  const std::string taken = tarn::partPathFor(dir / "f", false);
+  const std::string taken = tarn::base::partPathFor(dir / "f", false);
   put(taken, "another's ");
   for (const bool keep : {true, false})
   {
-    tarn::PartFile file(dir / "f");
+    tarn::base::PartFile file(dir / "f");
     EXPECT_TRUE(file.good() && file.write(keep ? "kept" : "dropped", 4) && (!keep || file.keep()));
   }
   EXPECT_EQ(namesIn(dir.path()).size(), 2U);

@@ -1,0 +1,74 @@
+// Files as they are read and looked at everywhere: whole, with every result checked.
+#include "base/files.h"
+
+#include <cerrno>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tarn::base
+{
+
+FileError::FileError(int code) : FileError(std::generic_category().message(code), code) {}
+
+std::optional<std::string> fileContent(const std::string& path)
+{
+  const Fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!fd && (errno == ENOENT || errno == ENOTDIR))
+    return std::nullopt;
+  std::string content;
+  if (!fd || !readAll(fd, content))
+    throw FileError(errno);
+  return content;
+}
+
+RegularFile::RegularFile(const std::string& path) : fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC))
+{
+  struct stat status = {};
+  if (!fd || fstat(fd.get(), &status) != 0)
+    throw FileError(errno);
+  if (!S_ISREG(status.st_mode))
+    throw FileError("Not a regular file", 0);
+  size = static_cast<std::uint64_t>(status.st_size);
+}
+
+std::string RegularFile::content() const
+{
+  std::string bytes(size, '\0');
+  const std::ptrdiff_t got = readUpTo(fd, bytes.data(), bytes.size());
+  if (got < 0)
+    throw FileError(errno);
+  if (static_cast<std::uint64_t>(got) < size)
+    throw FileError("The file became shorter while it was read", 0);
+  return bytes;
+}
+
+std::string baseName(const std::string& path)
+{
+  const std::size_t end = path.find_last_not_of('/');
+  if (end == std::string::npos)
+    return path.empty() ? "." : "/";
+  const std::size_t slash = path.rfind('/', end);
+  const std::size_t start = slash == std::string::npos ? 0 : slash + 1;
+  return path.substr(start, end - start + 1);
+}
+
+bool exists(const std::string& path)
+{
+  struct stat status = {};
+  if (lstat(path.c_str(), &status) == 0)
+    return true;
+  if (errno != ENOENT && errno != ENOTDIR)
+    throw FileError(errno);
+  return false;
+}
+
+bool syncFolder(const std::string& folder)
+{
+  const Fd fd(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return fd && fsync(fd.get()) == 0;
+}
+
+} // namespace tarn::base

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "base/Fd.h"
+#include "base/IMException.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace tarn::base
+{
+
+/// A file that cannot be read. `what()` is the system's reason, or "Not a regular file", or "The file became shorter
+/// while it was read".
+class FileError : public imutils::IMException
+{
+public:
+  FileError(const std::string& reason, int code) : IMException(reason), code(code) {}
+  /// With the system's text for `code`, a value of errno.
+  explicit FileError(int code);
+
+  const int code; ///< errno; 0 where the reason is not the system's
+};
+
+/// The bytes of the file at `path`; nothing where there is no such file. Throws FileError where it cannot be read: part
+/// of a file is never taken for the whole.
+std::optional<std::string> fileContent(const std::string& path);
+
+/// A regular file that is open for reading, and its size in bytes when it was opened.
+struct RegularFile
+{
+  /// Opens the file at `path`, links followed. Neither a FIFO nor a device is waited for. Throws FileError.
+  explicit RegularFile(const std::string& path);
+
+  /// All bytes that the file had when it was opened. Throws FileError.
+  std::string content() const;
+
+  Fd fd;
+  std::uint64_t size = 0;
+};
+
+/// The last part of `path` as basename(1) gives it: "." for an empty path, "/" for the root.
+std::string baseName(const std::string& path);
+
+/// Whether anything stands under `path`; links are not followed. Throws FileError where the system does not tell.
+bool exists(const std::string& path);
+
+/// Returns when the names in `folder` are on the disk as they are now; false, with the reason in errno, on a failure.
+[[nodiscard]] bool syncFolder(const std::string& folder);
+
+} // namespace tarn::base

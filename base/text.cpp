@@ -1,0 +1,47 @@
+// What strings need everywhere.
+#include "base/text.h"
+
+namespace tarn::base
+{
+namespace
+{
+
+bool isControl(char c)
+{
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < 0x20 || byte == 0x7f;
+}
+
+} // namespace
+
+std::string printable(const std::string& text)
+{
+  constexpr char kHex[] = "0123456789ABCDEF";
+  std::string shown;
+  shown.reserve(text.size());
+  for (const char c : text)
+    if (isControl(c))
+      shown.append("\\x").append(1, kHex[static_cast<unsigned char>(c) >> 4U]).append(1, kHex[c & 0xF]);
+    else
+      shown += c;
+  return shown;
+}
+
+std::string trimmed(std::string_view text, std::string_view blanks)
+{
+  const std::size_t first = text.find_first_not_of(blanks);
+  if (first == std::string_view::npos)
+    return {};
+  return std::string(text.substr(first, text.find_last_not_of(blanks) - first + 1));
+}
+
+std::vector<std::string> split(const std::string& text, char separator)
+{
+  std::vector<std::string> parts;
+  std::istringstream rest(text);
+  for (std::string part; std::getline(rest, part, separator);)
+    parts.push_back(part);
+  return parts;
+}
+
+} // namespace tarn::base

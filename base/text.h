@@ -1,0 +1,51 @@
+#pragma once
+
+#include <locale>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarn::base
+{
+
+/// The parts as one text, flags as the words true and false, whatever locale the process and whatever format flags its
+/// streams have.
+template <class... Parts>
+std::string joined(const Parts&... parts)
+{
+  std::ostringstream text;
+  text.exceptions(std::ios::badbit); // out of memory: no part of a text is taken for the whole
+  text.imbue(std::locale::classic());
+  text << std::boolalpha;
+  (text << ... << parts);
+  return text.str();
+}
+
+/// `text` with every control character as `\xNN` in hexadecimal: a value from a file never forges a second line.
+std::string printable(const std::string& text);
+
+constexpr bool startsWith(std::string_view text, std::string_view start)
+{
+  return text.substr(0, start.size()) == start;
+}
+
+/// `text` without the characters of `blanks` at both ends.
+std::string trimmed(std::string_view text, std::string_view blanks = " ");
+
+/// The parts of `text` between the separators. A separator at the end adds no empty part; an empty text has no part.
+std::vector<std::string> split(const std::string& text, char separator);
+
+/// The value of a hexadecimal digit, -1 for any other character.
+constexpr int hexValue(char c)
+{
+  if (c >= '0' && c <= '9')
+    return c - '0';
+  if (c >= 'a' && c <= 'f')
+    return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F')
+    return c - 'A' + 10;
+  return -1;
+}
+
+} // namespace tarn::base
