@@ -58,16 +58,12 @@ std::string baseName(const std::string& path)
 /// leads there, or the system does not tell. Null when there is no reason.
 const char* reasonToKeep(const std::string& path, const std::string& inputFile)
 {
-  struct stat there
-  {
-  };
+  struct stat there = {};
   if (lstat(path.c_str(), &there) != 0)
     return errno == ENOENT ? nullptr : std::strerror(errno);
   for (const auto look : {stat, lstat})
   {
-    struct stat input
-    {
-    };
+    struct stat input = {};
     if (look(inputFile.c_str(), &input) != 0 && errno != ENOENT)
       return std::strerror(errno);
     if (there.st_dev == input.st_dev && there.st_ino == input.st_ino)

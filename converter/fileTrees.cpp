@@ -40,9 +40,7 @@ bool addObjects(const std::string& directory, std::list<std::string>& paths)
   for (std::string name; !(name = nextName(opened.get())).empty();)
   {
     const std::string path = std::string(directory).append("/").append(name);
-    struct stat status
-    {
-    };
+    struct stat status = {};
     if (stat(path.c_str(), &status) != 0)
       return false;
     if (!S_ISDIR(status.st_mode))
@@ -57,9 +55,7 @@ bool deleteDirectoryRecursively(const std::string& path)
     for (std::string name; !(name = nextName(opened.get())).empty();)
     {
       const std::string entry = std::string(path).append("/").append(name);
-      struct stat status
-      {
-      };
+      struct stat status = {};
       if (lstat(entry.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
         static_cast<void>(deleteDirectoryRecursively(entry));
       else

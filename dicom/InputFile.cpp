@@ -23,9 +23,7 @@ InputFile::~InputFile()
 OFCondition InputFile::open(const std::string& path)
 {
   fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-  struct stat status
-  {
-  };
+  struct stat status = {};
   if (fd < 0 || fstat(fd, &status) != 0)
     return failure(std::strerror(errno));
   bytes = status.st_size;

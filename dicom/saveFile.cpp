@@ -49,9 +49,7 @@ struct Target
     return isDevice ? failure("Not a regular file") : EC_Normal;
   }
 
-  struct stat status
-  {
-  };
+  struct stat status = {};
   bool exists;
   OFCondition condition;
 };
@@ -66,9 +64,7 @@ bool secureFor(const Target& target, const base::PartFile& part)
 /// again need not be waited for. One that cannot be compared is replaced.
 bool isThereAlready(const Target& target, const std::string& path, const base::PartFile& part)
 {
-  struct stat written
-  {
-  };
+  struct stat written = {};
   if (!target.isFile() || stat(part.path().c_str(), &written) != 0 || written.st_size != target.status.st_size)
     return false;
   try

@@ -26,9 +26,7 @@ IMException Config::unreadable(const std::string& reason) const
 
 Config::Version Config::currentVersion() const
 {
-  struct stat status
-  {
-  };
+  struct stat status = {};
   if (stat(file.c_str(), &status) != 0)
   {
     if (errno == ENOENT || errno == ENOTDIR)

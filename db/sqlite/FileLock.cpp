@@ -30,9 +30,7 @@ void mayFail(int /*result*/) {}
 /// What the system refuses of it is refused to whoever did not make the file, and was done by whoever did.
 void takeRights(int descriptor, const std::string& model)
 {
-  struct stat status
-  {
-  };
+  struct stat status = {};
   if (stat(model.c_str(), &status) != 0)
     return;
   mayFail(fchown(descriptor, static_cast<uid_t>(-1), status.st_gid));
@@ -54,12 +52,8 @@ FileLock::~FileLock()
 
 bool FileLock::isCurrent() const
 {
-  struct stat opened
-  {
-  };
-  struct stat named
-  {
-  };
+  struct stat opened = {};
+  struct stat named = {};
   return fstat(descriptor, &opened) == 0 && stat(path.c_str(), &named) == 0 && opened.st_dev == named.st_dev &&
          opened.st_ino == named.st_ino;
 }

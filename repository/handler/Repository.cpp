@@ -44,9 +44,7 @@ void requireDone(int result)
 
 bool exists(const std::string& path)
 {
-  struct stat status
-  {
-  };
+  struct stat status = {};
   const bool found = lstat(path.c_str(), &status) == 0;
   if (!found && errno != ENOENT)
     throw Refusal{kMountUnreachable};
@@ -56,9 +54,7 @@ bool exists(const std::string& path)
 /// Links are not followed: one that stands under a resource's name would lead out of the repository.
 bool isThere(const Location& location)
 {
-  struct stat status
-  {
-  };
+  struct stat status = {};
   if (lstat(location.path().c_str(), &status) != 0)
   {
     if (errno != ENOENT)
@@ -79,9 +75,7 @@ void touchFile(const std::string& path)
 
 void copyTimes(const std::string& from, const std::string& to)
 {
-  struct stat status
-  {
-  };
+  struct stat status = {};
   requireDone(stat(from.c_str(), &status));
   const struct timespec times[] = {status.st_atim, status.st_mtim};
   requireDone(utimensat(AT_FDCWD, to.c_str(), times, 0));
@@ -104,9 +98,7 @@ void Location::setDirty(bool dirty) const
 
 void Repository::requireReachable(const std::string& mount)
 {
-  struct stat status
-  {
-  };
+  struct stat status = {};
   if (stat(mount.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
     throw Refusal{kMountUnreachable};
 }

@@ -235,9 +235,7 @@ bool getTimeProperties_(const char* repository, const char* resource, struct uti
   return holds(
       [&]
       {
-        struct stat status
-        {
-        };
+        struct stat status = {};
         if (!times || stat(Repository(text(repository)).locate(text(resource)).path().c_str(), &status) != 0)
           return false;
         *times = {status.st_atime, status.st_mtime};

@@ -50,9 +50,7 @@ public:
   {
     const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     isAbsent = descriptor < 0 && errno == ENOENT;
-    struct stat status
-    {
-    };
+    struct stat status = {};
     if (descriptor >= 0 && fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode))
       file.reset(fdopen(descriptor, "r"));
     if (!file && descriptor >= 0)
