@@ -123,8 +123,8 @@ private:
   /// What every output starts from: the input without what an output replaces or never keeps, so that a large plug-in
   /// state or reference list is not copied into each.
   std::unique_ptr<DcmDataset> outputTemplate;
-  std::optional<StudyObjects> studyObjects;
-  std::optional<ReferencedImages> referencedImages;
+  std::optional<tarn::images::StudyObjects> studyObjects;
+  std::optional<tarn::images::ReferencedImages> referencedImages;
   std::set<std::string> usedNames; ///< of this run, as far as one may come again
 };
 

@@ -213,12 +213,12 @@ bool PSConverter::lookUpImage(ObjectInfo& object)
     studyObjects.emplace(db, studyUid);
   db.connect(); // a database that cannot be opened is no failed look-up
   const int found = object.collect(*studyObjects, *referencedImages);
-  if (found == ObjectInfo::kDatabaseFailure)
+  if (found == ObjectInfo::databaseFailure)
   {
     tarn::base::report("An error occurred while getting SOP class UID for figure ", object.objectName);
     return false;
   }
-  if (found == ObjectInfo::kNotFound)
+  if (found == ObjectInfo::notFound)
   {
     output->dropContent();
     logger.errorLog("%s: unresolved reference to %s - excluding annotations from output", inputFile.c_str(),

@@ -1,20 +1,22 @@
+// Which image an ID line means: the object table's row, else the presentation state's own reference.
 #include "images/ObjectInfo.h"
+
+#include <cstddef>
+#include <cstdlib>
 
 #include "base/report.h"
 #include "db/DBException.h"
-#include "dicom/values.h"
 #include "db/ObjectAccessor.h"
+#include "dicom/values.h"
 #include "images/ReferencedImages.h"
 #include "images/StudyObjects.h"
-
-#include <cstdlib>
-#include <cstddef>
 
 namespace impsconverter
 {
 namespace
 {
 
+/// Rows and Columns are unsigned shorts (PS3.3 C.7.6.3): the low 16 bits of what the table says count.
 Uint16 atLeastOne(int value)
 {
   const auto number = static_cast<Uint16>(value);
@@ -23,28 +25,34 @@ Uint16 atLeastOne(int value)
 
 } // namespace
 
-ObjectInfo::ObjectInfo(const std::string& study, const std::string& name) : studyKey(study), objectName(name) {}
+ObjectInfo::ObjectInfo(const std::string& studyKey, const std::string& objectName)
+  : studyKey(studyKey), objectName(objectName)
+{
+}
 
 int ObjectInfo::collect(tarn::db::DBConnector& db, DcmSequenceOfItems* referencedSeries)
 {
-  StudyObjects objects(db, studyKey);
-  ReferencedImages references(referencedSeries);
+  tarn::images::StudyObjects objects(db, studyKey);
+  tarn::images::ReferencedImages references(referencedSeries);
   return collect(objects, references);
 }
 
-int ObjectInfo::collect(StudyObjects& objects, ReferencedImages& references)
-try
+int ObjectInfo::collect(tarn::images::StudyObjects& objects, tarn::images::ReferencedImages& references)
 {
-  const tarn::db::ObjectRecord* record = objects.find(objectName);
+  const tarn::db::ObjectRecord* record = nullptr;
+  try
+  {
+    record = objects.find(objectName);
+  }
+  catch (const tarn::db::DBException& exception)
+  {
+    tarn::base::report("Database problem: ", exception.what());
+    return databaseFailure;
+  }
   if (!record)
     return collectFromReferences(references);
   copyRecord(*record);
-  return kInDatabase;
-}
-catch (const tarn::db::DBException& exception)
-{
-  tarn::base::report("Database problem: ", exception.what());
-  return kDatabaseFailure;
+  return inDatabase;
 }
 
 void ObjectInfo::copyRecord(const tarn::db::ObjectRecord& record)
@@ -61,27 +69,28 @@ void ObjectInfo::copyRecord(const tarn::db::ObjectRecord& record)
   frames = atLeastOne(record.frames);
 }
 
-int ObjectInfo::collectFromReferences(ReferencedImages& references)
+int ObjectInfo::collectFromReferences(tarn::images::ReferencedImages& references)
 {
   tarn::base::report("File ", objectName, " was not found in the database - checking referenced series sequence");
   const std::size_t point = objectName.find('.');
   if (point == std::string::npos)
   {
     tarn::base::report("Invalid object name ", objectName, "; contains no dot ('.')");
-    return kNotFound;
+    return notFound;
   }
   const std::string sought = objectName.substr(point + 1);
-  const ReferencedImages::Reference* reference = references.find(sought);
+  const tarn::images::ReferencedImages::Reference* reference = references.find(sought);
   if (!reference)
-    return kNotFound;
+    return notFound;
+  // PS3.3 C.11.11: the series item holds the Series Instance UID, the image item both SOP UIDs (table 10-3).
   sopInstanceUid = sought;
   const bool hasClass = tarn::dicom::readUid(*reference->image, DCM_ReferencedSOPClassUID, sopClassUid).good();
   if (tarn::dicom::readUid(*reference->series, DCM_SeriesInstanceUID, seriesInstanceUid).bad())
   {
     tarn::base::report("Series Instance UID could not get for object ", objectName);
-    return kNotFound;
+    return notFound;
   }
-  return hasClass ? kInReferences : kNotFound;
+  return hasClass ? inReferences : notFound;
 }
 
 int ObjectInfo::toInt(const char* text, int fallback)

@@ -1,43 +1,34 @@
+// The images that a presentation state says it refers to.
 #include "images/ReferencedImages.h"
 
+#include "dicom/contents.h"
 #include "dicom/values.h"
 
-namespace impsconverter
+namespace tarn::images
 {
-namespace
-{
-
-template <class Visit>
-void forEachItem(DcmSequenceOfItems& sequence, Visit visit)
-{
-  for (DcmObject* object = nullptr; (object = sequence.nextInContainer(object)) != nullptr;)
-    if (auto* item = dynamic_cast<DcmItem*>(object))
-      visit(*item);
-}
-
-} // namespace
 
 void ReferencedImages::addSeries(DcmItem& series)
 {
+  // PS3.3 C.11.11 and table 10-3: each series names its images by their SOP Instance UIDs.
   DcmSequenceOfItems* images = nullptr;
   if (series.findAndGetSequence(DCM_ReferencedImageSequence, images).bad() || !images)
     return;
-  forEachItem(*images,
-              [&](DcmItem& image)
-              {
-                std::string uid;
-                if (tarn::dicom::readText(image, DCM_ReferencedSOPInstanceUID, uid).good())
-                  references.emplace(uid, Reference{&series, &image});
-              });
+  for (DcmItem* image : dicom::itemsOf(*images))
+  {
+    std::string uid;
+    if (dicom::readText(*image, DCM_ReferencedSOPInstanceUID, uid).good())
+      references.emplace(uid, Reference{&series, image});
+  }
 }
 
 const ReferencedImages::Reference* ReferencedImages::find(const std::string& sopInstanceUid)
 {
-  if (unread)
-    forEachItem(*unread, [this](DcmItem& series) { addSeries(series); });
-  unread = nullptr;
+  if (unindexed)
+    for (DcmItem* series : dicom::itemsOf(*unindexed))
+      addSeries(*series);
+  unindexed = nullptr;
   const auto found = references.find(sopInstanceUid);
   return found == references.end() ? nullptr : &found->second;
 }
 
-} // namespace impsconverter
+} // namespace tarn::images

@@ -6,31 +6,32 @@
 #include <string>
 #include <unordered_map>
 
-namespace impsconverter
+namespace tarn::images
 {
 
-/// Which series and image items of a Referenced Series Sequence (PS3.3 C.11.11) speak of which image: one walk over
-/// the sequence at the first look-up, so that thousands do not each walk it. Borrows the sequence and its items.
+/// An index of a Referenced Series Sequence (PS3.3 C.11.11): the items that refer to each image. The sequence is walked
+/// once, at the first look-up, so that the time of many look-ups stays linear. Borrows the sequence and its items.
 class ReferencedImages
 {
 public:
   struct Reference
   {
-    DcmItem* series;
-    DcmItem* image;
+    DcmItem* series; ///< item of the Referenced Series Sequence (0008,1115)
+    DcmItem* image;  ///< item of its Referenced Image Sequence (0008,1140)
   };
 
-  /// Of several image items with one Referenced SOP Instance UID the first is kept. Null gives an empty index.
-  explicit ReferencedImages(DcmSequenceOfItems* referencedSeries) : unread(referencedSeries) {}
+  /// Of several image items with one Referenced SOP Instance UID, the first one counts. A null sequence is an empty
+  /// one.
+  explicit ReferencedImages(DcmSequenceOfItems* referencedSeries) : unindexed(referencedSeries) {}
 
-  /// Null when no item refers to the instance.
+  /// Returns null when no item refers to the instance.
   const Reference* find(const std::string& sopInstanceUid);
 
 private:
   void addSeries(DcmItem& series);
 
-  DcmSequenceOfItems* unread; ///< null once it is indexed
+  DcmSequenceOfItems* unindexed; ///< null once it is indexed
   std::unordered_map<std::string, Reference> references;
 };
 
-} // namespace impsconverter
+} // namespace tarn::images

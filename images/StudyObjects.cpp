@@ -1,22 +1,20 @@
+// The object table, asked once for each image of a run.
 #include "images/StudyObjects.h"
 
 #include <utility>
 
-namespace impsconverter
+namespace tarn::images
 {
 
-StudyObjects::StudyObjects(tarn::db::DBConnector& database, std::string studyUid)
-  : db(database), study(std::move(studyUid))
-{
-}
+StudyObjects::StudyObjects(db::DBConnector& db, std::string studyUid) : db(db), studyUid(std::move(studyUid)) {}
 
-const tarn::db::ObjectRecord* StudyObjects::find(const std::string& name)
+const db::ObjectRecord* StudyObjects::find(const std::string& name)
 {
   auto known = remembered.find(name);
   if (known == remembered.end())
   {
-    tarn::db::ObjectRecord record;
-    const bool found = db.objects().findObject(study, name, record);
+    db::ObjectRecord record;
+    const bool found = db.objects().findObject(studyUid, name, record);
     if (remembered.size() == kMostRemembered)
       remembered.clear();
     known = remembered.emplace(name, found ? std::make_optional(std::move(record)) : std::nullopt).first;
@@ -24,4 +22,4 @@ const tarn::db::ObjectRecord* StudyObjects::find(const std::string& name)
   return known->second ? &*known->second : nullptr;
 }
 
-} // namespace impsconverter
+} // namespace tarn::images

@@ -1,11 +1,19 @@
+// The archive's private block of one item: found or reserved, read and written.
 #include "privateblock/PBItem.h"
-
-#include <syslog.h>
 
 #include <algorithm>
 #include <cstring>
 #include <memory>
 #include <vector>
+
+#include <syslog.h>
+
+#include "dicom/contents.h"
+#include "privateblock/legacyKeys.h"
+#include "privateblock/relocation.h"
+
+using tarn::privateblock::retag;
+using tarn::privateblock::slotOf;
 
 makeOFConditionConst(EC_PBPrivateTagProblem, OFM_dcmdata, 0x7010, OF_error,
                      "No private block and no free slot for one");
@@ -24,33 +32,9 @@ constexpr Uint16 kLegacyDA = 0xDA;
 constexpr Uint16 kCanonicSlot = 0x10;
 constexpr char kLegacyCreator[] = "Quillbrookes";
 
-struct LegacyKey
-{
-  Uint16 element;
-  unsigned short key;
-};
-
-constexpr LegacyKey kLegacyKeys[] = {
-    {0xBA01, 0x01}, {0xBA02, 0x02}, {0xBA03, 0x03}, {0xBA04, 0x04}, {0xBA05, 0x05}, {0xBA06, 0x06}, {0xBA07, 0x07},
-    {0xDA71, 0x0A}, {0xDA72, 0x0B}, {0xDA73, 0x0C}, {0xDA74, 0x0D}, {0xBA31, 0x0E}, {0xBA00, 0x10}, {0xBA11, 0x11},
-    {0xBA12, 0x12}, {0xBA21, 0x13}, {0xBA22, 0x14}, {0xBA51, 0x15}, {0xBA52, 0x16}, {0xBA53, 0x17}, {0xBA54, 0x18},
-    {0xBA41, 0x1A}, {0xBA42, 0x1B}, {0xBABA, 0x1D}, {0xDADA, 0x1E}, {0xBA71, 0x21}, {0xBA72, 0x22}, {0xBA73, 0x23},
-    {0xBA74, 0x24}, {0xBA75, 0x25}, {0xBA61, 0x2A}, {0xBA62, 0x2B}, {0xBA81, 0x31}, {0xBA82, 0x32}, {0xBA83, 0x33},
-    {0xBA91, 0x34}, {0xBA92, 0x35}, {0xBA93, 0x36}, {0xBA94, 0x94}, {0xBAA0, 0x37}, {0xBAA1, 0x38}, {0xDA80, 0x3A},
-    {0xDA01, 0x41}, {0xDA02, 0x42}, {0xDA03, 0x43}, {0xDA04, 0x44}, {0xDA11, 0x51}, {0xDA12, 0x52}, {0xDA13, 0x53},
-    {0xDA14, 0x54}, {0xDA15, 0x55}, {0xDA21, 0x61}, {0xDA31, 0x62}, {0xDA32, 0x63}, {0xDA33, 0x64}, {0xDA38, 0x65},
-    {0xDA41, 0x6A}, {0xDA42, 0x6B}, {0xDA43, 0x6C}, {0xDA51, 0x71}, {0xDA52, 0x72}, {0xDA53, 0x73}, {0xDA61, 0x76},
-    {0xDA62, 0x7A}, {0xDA63, 0x7B},
-};
-
 bool equals(const char* value, const char* expected)
 {
   return value && std::strcmp(value, expected) == 0;
-}
-
-Uint16 slotOf(const DcmTagKey& tag)
-{
-  return static_cast<Uint16>(tag.getElement() >> 8U);
 }
 
 DcmTagKey creatorKey(Uint16 slot)
@@ -58,6 +42,15 @@ DcmTagKey creatorKey(Uint16 slot)
   return {kGroup, slot};
 }
 
+/// Whether a moved element has a place in the canonic block.
+bool hasKey(const DcmObject* object)
+{
+  unsigned short key = 0;
+  return PBItem::getCanonicKey(object->getTag(), key);
+}
+
+/// Writes a line that operators know, under an identity and a facility of its own. Both calls change the log of the
+/// whole process: later messages of a host program have no longer the identity and the facility that it chose.
 void logDebug(const char* text)
 {
   openlog("PBItem", LOG_PID, LOG_LOCAL3);
@@ -65,29 +58,9 @@ void logDebug(const char* text)
   closelog();
 }
 
-/// Makes `tag` one of our block; its VR stays.
-void retag(DcmTag& tag, Uint16 elementNumber)
-{
-  tag.setElement(elementNumber);
-  tag.setPrivateCreator(PBItem::kCreator);
-}
-
-/// The toolkit has no setter for an element's tag; changing it in place keeps VR and value.
-void retag(DcmElement& element, Uint16 elementNumber)
-{
-  retag(const_cast<DcmTag&>(element.getTag()), elementNumber);
-}
-
-/// Inserts without replacing; an element whose place is taken is deleted.
-void insertOrDelete(DcmItem& item, std::unique_ptr<DcmElement> element)
-{
-  if (item.insert(element.get()).good())
-    static_cast<void>(element.release());
-}
-
 } // namespace
 
-PBItem::PBItem(DcmItem& wrapped) : item(&wrapped)
+PBItem::PBItem(DcmItem& item) : item(&item)
 {
   std::call_once(m_isMapCreated, createMap);
 }
@@ -111,7 +84,6 @@ bool PBItem::calcPrivateBlock(bool moveCanonic)
       continue;
     block = static_cast<Uint16>(slot << 8U);
     reserved = !free;
-    calculated = true; // relocation reserves the block
     calculated = relocateLegacyPrivateTags(moveCanonic);
     return calculated;
   }
@@ -122,7 +94,7 @@ bool PBItem::checkAndReservePrivateBlock()
 {
   if (reserved)
     return true;
-  if (!calculated)
+  if (block == 0)
     return false;
   const DcmTag creator(creatorKey(static_cast<Uint16>(block >> 8U)), EVR_LO);
   reserved = item->putAndInsertString(creator, kCreator).good();
@@ -136,48 +108,22 @@ bool PBItem::isOldBlockOurs(int blockByte)
   return status.bad() || equals(creator, kLegacyCreator);
 }
 
-bool PBItem::isMoved(const DcmTagKey& tag, bool moveBA, bool moveDA, bool moveCanonic) const
-{
-  if (tag.getGroup() != kGroup)
-    return false;
-  const Uint16 slot = slotOf(tag);
-  return (slot == kLegacyBA && moveBA) || (slot == kLegacyDA && moveDA) || (slot == kCanonicSlot && moveCanonic);
-}
-
 bool PBItem::relocateLegacyPrivateTags(bool moveCanonic)
 {
-  const bool moveBA = isOldBlockOurs(kLegacyBA);
-  const bool moveDA = isOldBlockOurs(kLegacyDA);
+  std::vector<Uint16> slots;
+  for (const Uint16 legacy : {kLegacyBA, kLegacyDA})
+    if (isOldBlockOurs(legacy))
+      slots.push_back(legacy);
+  const std::vector<Uint16> legacySlots = slots;
+  if (moveCanonic)
+    slots.push_back(kCanonicSlot);
+  const std::vector<DcmObject*> moved = tarn::privateblock::elementsIn(*item, slots);
 
-  std::vector<DcmObject*> moved;
-  for (DcmObject* object = nullptr; (object = item->nextInContainer(object)) != nullptr;)
-    if (isMoved(object->getTag(), moveBA, moveDA, moveCanonic))
-      moved.push_back(object);
-  const auto hasPlace = [](const DcmObject* object)
-  {
-    unsigned short key = 0;
-    return getCanonicKey(object->getTag(), key);
-  };
-
-  if (moveBA)
-    item->findAndDeleteElement(creatorKey(kLegacyBA));
-  if (moveDA)
-    item->findAndDeleteElement(creatorKey(kLegacyDA));
-  if (std::any_of(moved.begin(), moved.end(), hasPlace) && !checkAndReservePrivateBlock())
+  for (const Uint16 legacy : legacySlots)
+    item->findAndDeleteElement(creatorKey(legacy));
+  if (std::any_of(moved.begin(), moved.end(), hasKey) && !checkAndReservePrivateBlock())
     return false; // before anything is taken out
-
-  DcmItem holding;
-  for (DcmObject* object : moved)
-  {
-    std::unique_ptr<DcmElement> element(item->remove(object));
-    unsigned short key = 0;
-    if (!getCanonicKey(element->getTag(), key))
-      continue;
-    retag(*element, static_cast<Uint16>(block | key));
-    insertOrDelete(holding, std::move(element));
-  }
-  while (holding.card() > 0)
-    insertOrDelete(*item, std::unique_ptr<DcmElement>(holding.remove(0UL)));
+  tarn::privateblock::moveInto(block, *item, moved);
   return true;
 }
 
@@ -192,21 +138,9 @@ OFCondition PBItem::findAndGetPBElement(unsigned short key, DcmElement*& element
   const OFCondition status = item->findAndGetElement(blockTag(key, EVR_UN), element);
   if (!searchIntoSub || status != EC_TagNotFound)
     return status;
-  return searchSequences(key, element);
-}
-
-OFCondition PBItem::searchSequences(unsigned short key, DcmElement*& element)
-{
-  for (DcmObject* object = nullptr; (object = item->nextInContainer(object)) != nullptr;)
-  {
-    auto* sequence = dynamic_cast<DcmSequenceOfItems*>(object);
-    for (DcmObject* nested = nullptr; sequence && (nested = sequence->nextInContainer(nested)) != nullptr;)
-    {
-      auto* nestedItem = dynamic_cast<DcmItem*>(nested);
-      if (nestedItem && PBItem(*nestedItem).findAndGetPBElement(key, element, true).good())
-        return EC_Normal;
-    }
-  }
+  for (DcmItem* nested : tarn::dicom::nestedItems(*item))
+    if (PBItem(*nested).findAndGetPBElement(key, element, true).good())
+      return EC_Normal;
   return EC_TagNotFound;
 }
 
@@ -263,12 +197,12 @@ OFCondition PBItem::insertPB(unsigned short key, DcmElement* element, bool repla
 {
   if (!element)
     return EC_IllegalParameter;
-  return put(key, EVR_UN,
-             [&](const DcmTag& tag)
-             {
-               retag(*element, tag.getElement());
-               return item->insert(element, replaceOld);
-             });
+  const auto insert = [&](const DcmTag& tag)
+  {
+    retag(*element, tag.getElement());
+    return item->insert(element, replaceOld);
+  };
+  return put(key, EVR_UN, insert);
 }
 
 DcmElement* PBItem::removePB(unsigned short key)
@@ -291,12 +225,9 @@ OFCondition PBItem::copyPrivateElement(unsigned short key, PBItem& destination)
 
 void PBItem::nukePrivateTags()
 {
-  std::vector<DcmObject*> ours;
-  for (DcmObject* object = nullptr; (object = item->nextInContainer(object)) != nullptr;)
+  for (DcmObject* object : tarn::dicom::contentsOf(*item))
     if (object->getGTag() == kGroup)
-      ours.push_back(object);
-  for (DcmObject* object : ours)
-    delete item->remove(object);
+      delete item->remove(object);
   block = 0;
   reserved = false;
   calculated = false;

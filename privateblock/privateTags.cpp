@@ -1,5 +1,7 @@
+// The relocation of legacy elements over whole objects and files; the converter itself does not use it.
 #include "privateblock/privateTags.h"
 
+#include "dicom/contents.h"
 #include "dicom/loadFile.h"
 #include "dicom/saveFile.h"
 #include "privateblock/PBItem.h"
@@ -10,13 +12,8 @@ namespace
 bool relocateEverywhere(DcmItem& item, bool moveCanonic)
 {
   bool good = PBItem(item).calcPrivateBlock(moveCanonic);
-  for (DcmObject* object = nullptr; (object = item.nextInContainer(object)) != nullptr;)
-  {
-    auto* sequence = dynamic_cast<DcmSequenceOfItems*>(object);
-    for (DcmObject* nested = nullptr; sequence && (nested = sequence->nextInContainer(nested)) != nullptr;)
-      if (auto* nestedItem = dynamic_cast<DcmItem*>(nested))
-        good = relocateEverywhere(*nestedItem, moveCanonic) && good;
-  }
+  for (DcmItem* nested : tarn::dicom::nestedItems(item))
+    good = relocateEverywhere(*nested, moveCanonic) && good;
   return good;
 }
 

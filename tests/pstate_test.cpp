@@ -155,7 +155,7 @@ TEST_F(PStateTest, ADatabaseThatFailsEndsTheConversion)
 
 TEST_F(PStateTest, AnObjectIsAskedForOnce)
 {
-  StudyObjects objects(*db, "1.2");
+  tarn::images::StudyObjects objects(*db, "1.2");
   const auto columns = [&](const std::string& name)
   {
     const auto* row = objects.find(name);
@@ -169,8 +169,8 @@ TEST_F(PStateTest, AnObjectIsAskedForOnce)
   execute("UPDATE objects SET FNAME='CT.1.2.4'");
   EXPECT_EQ(columns("CT.1.2.3"), 512);
   EXPECT_EQ(columns("CT.1.2.4"), -1);
-  EXPECT_EQ(StudyObjects(*db, "1.2").find("CT.1.2.4")->columns, 512) << "another run asks anew";
-  for (std::size_t other = 0; other < StudyObjects::kMostRemembered; ++other)
+  EXPECT_EQ(tarn::images::StudyObjects(*db, "1.2").find("CT.1.2.4")->columns, 512) << "another run asks anew";
+  for (std::size_t other = 0; other < tarn::images::StudyObjects::kMostRemembered; ++other)
     EXPECT_EQ(columns(std::to_string(other)), -1);
   EXPECT_EQ(columns("CT.1.2.3"), -1) << "what is remembered is bounded";
 }

@@ -1,19 +1,16 @@
+// Where the repository handler library lies, and how it is loaded.
 #include "repository/client/HandlerLibrary.h"
 
 #include "base/environmentValue.h"
-
-#include <cstdio>
-
-#include <unistd.h>
 
 namespace tarn::repository
 {
 namespace
 {
 
-constexpr std::size_t kLongestPath = 1023; // a buffer of 1024 bytes
+constexpr std::size_t kLongestPath = 1023; // what callers know: a buffer of 1024 bytes
 
-/// Without a home the path is one that no file can have: neither a relative path nor the system's own library folder
+/// Without a home, returns a path that no file can have: neither a relative path nor the system's own library folder
 /// is ever tried.
 std::string libraryPath()
 {
@@ -29,11 +26,15 @@ std::string lastError()
 
 } // namespace
 
-HandlerLibrary::HandlerLibrary(bool keepMapped) : file(libraryPath())
+HandlerLibrary::HandlerLibrary(Mapping mapping) : file(libraryPath())
 {
   if (file.size() > kLongestPath)
+  {
     loadError = file + ": File name too long";
-  else if (handle.reset(dlopen(file.c_str(), RTLD_LAZY | (keepMapped ? RTLD_NODELETE : 0))); !handle)
+    return;
+  }
+  handle.reset(dlopen(file.c_str(), RTLD_LAZY | (mapping == Mapping::permanent ? RTLD_NODELETE : 0)));
+  if (!handle)
     loadError = lastError();
 }
 
@@ -43,13 +44,6 @@ void* HandlerLibrary::symbol(const char* name, std::string& error) const
   void* const address = dlsym(handle.get(), name);
   error = lastError();
   return address;
-}
-
-void dumpPS()
-{
-  const std::string command = "ps --forest eax > /tmp/error_ps." + std::to_string(getpid()) + ".txt";
-  if (std::FILE* pipe = popen(command.c_str(), "r")) // NOLINT(cert-env33-c): a fixed command
-    pclose(pipe);
 }
 
 } // namespace tarn::repository

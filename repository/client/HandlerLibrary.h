@@ -1,11 +1,11 @@
 #pragma once
 
-#include "base/Closer.h"
-
 #include <memory>
 #include <string>
 
 #include <dlfcn.h>
+
+#include "base/Closer.h"
 
 namespace tarn::repository
 {
@@ -14,14 +14,21 @@ namespace tarn::repository
 class HandlerLibrary
 {
 public:
-  /// What is wrong is told by error(). `keepMapped`: addresses from symbol() stay good for the life of the process.
-  explicit HandlerLibrary(bool keepMapped);
+  /// How long the library stays mapped, and the addresses from symbol() with it.
+  enum class Mapping
+  {
+    whileLoaded, ///< until the object that loaded it ends
+    permanent    ///< for the life of the process
+  };
+
+  /// Loads the library; error() tells whether that succeeded.
+  explicit HandlerLibrary(Mapping mapping);
 
   /// Why the library could not be loaded; empty when it was.
   const std::string& error() const { return loadError; }
   const std::string& path() const { return file; }
 
-  /// The address of a symbol, which may be null; `error` gets the reason when it was not found.
+  /// The address of a symbol, which may be null. `error` gets the reason when the symbol is not found, else nothing.
   void* symbol(const char* name, std::string& error) const;
 
 private:
@@ -29,8 +36,5 @@ private:
   std::string loadError;
   std::unique_ptr<void, base::Closer<dlclose>> handle;
 };
-
-/// Writes a list of the host's processes to /tmp/error_ps.PID.txt, for whoever looks into a failing load.
-void dumpPS();
 
 } // namespace tarn::repository

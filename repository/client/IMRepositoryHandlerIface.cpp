@@ -1,6 +1,8 @@
+// The calls into the repository handler library that the templates of the header do not hold, and the log lines.
 #include "repository/client/IMRepositoryHandlerIface.h"
 
 #include "base/IMLogger.h"
+#include "repository/client/dumpPS.h"
 
 namespace tarn::repository
 {
@@ -57,25 +59,25 @@ void IMRepositoryHandlerIface::init()
   const std::lock_guard<std::mutex> guard(mutex);
   if (bLoaded)
     return;
-  const HandlerLibrary library(true);
+  const HandlerLibrary library(HandlerLibrary::Mapping::permanent);
   if (!library.error().empty())
   {
     dumpPS();
     log().errorLog("EXCEPTION: dlopen error (%s): %s", library.path().c_str(), library.error().c_str());
     return;
   }
-  entryPoints.forEach(
-      [&](auto& entry)
-      {
-        using Function = decltype(entry.resolved.load());
-        entry.resolved = reinterpret_cast<Function>(lookUp(library, entry.symbol)); // NOLINT: see getFunction
-      });
+  const auto store = [&](auto& entry)
+  {
+    using Function = decltype(entry.resolved.load());
+    entry.resolved = reinterpret_cast<Function>(lookUp(library, entry.symbol)); // NOLINT: see getFunction
+  };
+  entryPoints.forEach(store);
   bLoaded = true;
 }
 
 void* IMRepositoryHandlerIface::resolve(const char* symbol)
 {
-  const HandlerLibrary library(true);
+  const HandlerLibrary library(HandlerLibrary::Mapping::permanent);
   if (library.error().empty())
     return lookUp(library, symbol);
   dumpPS();

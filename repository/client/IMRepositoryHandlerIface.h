@@ -1,12 +1,11 @@
 #pragma once
 
-#include "repository/client/HandlerLibrary.h"
-#include "repository/client/RepositoryOperations.h"
-
-#include "base/IMException.h"
-
 #include <mutex>
 #include <string>
+
+#include "base/IMException.h"
+#include "repository/client/HandlerLibrary.h"
+#include "repository/client/RepositoryOperations.h"
 
 namespace tarn::repository
 {
@@ -42,8 +41,8 @@ public:
   template <class FunctionPointer>
   static FunctionPointer getFunction(const char* symbol)
   {
-    return reinterpret_cast<FunctionPointer>(
-        resolve(symbol)); // NOLINT: how the address of a function comes from a library
+    void* const address = resolve(symbol);
+    return reinterpret_cast<FunctionPointer>(address); // NOLINT: how the address of a function comes from a library
   }
 
 private:
@@ -84,7 +83,7 @@ Result LoadEachTime::call(const EntryPoint<Result(Parameters...)>& entry, const 
   trace(true);
   try
   {
-    const HandlerLibrary library(false);
+    const HandlerLibrary library(HandlerLibrary::Mapping::whileLoaded);
     requireLoaded(library);
     using Function = Result(Parameters...);
     if (auto* const function = reinterpret_cast<Function*>(lookUp(library, entry.symbol))) // NOLINT: see getFunction

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "repository/handler/RepositoryHandler.h"
-
 #include <atomic>
 #include <list>
 #include <string>
 #include <type_traits>
+
+#include "repository/handler/RepositoryHandler.h"
 
 namespace tarn::repository
 {
@@ -18,7 +18,7 @@ struct EntryPoint
   std::atomic<Function*> resolved{nullptr};
 };
 
-/// All of them, in the order in which they are resolved.
+/// All entry points, in the order in which they are resolved.
 struct EntryPoints
 {
   EntryPoint<decltype(createDirectory_)> createDirectory{"createDirectory_"};
@@ -72,11 +72,13 @@ Result failureValue()
     return Result();
 }
 
-/// What is logged of a call, given whether it is made: of createDirectory its arguments, of the others nothing.
+/// What is logged of a call, given whether the call is made: nothing.
 struct Silent
 {
   void operator()(bool) const {}
 };
+
+/// What is logged of a call of createDirectory: its arguments.
 struct CreateDirectoryTrace
 {
   const char* repository;
@@ -86,9 +88,10 @@ struct CreateDirectoryTrace
 };
 
 /// The operations of the repository handler, as the rest of the system calls them, over one way of reaching the
-/// library. What they do is told in RepositoryHandler.h; the constants are the variants that are never asked for.
-/// Nothing is thrown; a library that cannot be loaded, or lacks the entry point, is one error line and the failure
-/// value. Texts and lists that are returned are the caller's to free().
+/// library. RepositoryHandler.h tells what they do. The constants that they pass belong to the contract: the variants
+/// that the constants switch off are never asked for. Operations throw nothing; where the library cannot be loaded or
+/// lacks the entry point, they log one error line and return the failure value. The caller frees the texts and lists
+/// that they return.
 template <class Way>
 struct RepositoryOperations
 {

@@ -1,11 +1,5 @@
+// Which mounts a repository has and how much space is free on each.
 #include "repository/handler/Mounts.h"
-
-#include "repository/handler/Refusal.h"
-
-#include "base/IMProperties.h"
-#include "base/IMException.h"
-#include "base/environmentValue.h"
-#include "base/files.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -13,6 +7,13 @@
 #include <sstream>
 
 #include <sys/statvfs.h>
+
+#include "base/IMException.h"
+#include "base/IMProperties.h"
+#include "base/environmentValue.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "repository/handler/Refusal.h"
 
 namespace tarn::repository
 {
@@ -47,11 +48,11 @@ std::string normal(const std::string& path)
   return (result.has_filename() ? result : result.parent_path()).string();
 }
 
-std::vector<std::string> split(const std::string& value)
+/// The paths that the value of `key` lists, with colons between them; none where there is no such key.
+std::vector<std::string> pathsOf(const imutils::IMProperties& properties, const std::string& key)
 {
   std::vector<std::string> paths;
-  std::istringstream text(value);
-  for (std::string path; std::getline(text, path, ':');)
+  for (const std::string& path : base::split(properties.getProperty(key).value_or(""), ':'))
     if (!path.empty())
       paths.push_back(normal(path));
   return paths;
@@ -77,10 +78,10 @@ Mounts::Mounts(const std::string& repository)
     return;
   }
   const imutils::IMProperties properties = configuration();
-  online = split(properties.getProperty(repository).value_or(""));
+  online = pathsOf(properties, repository);
   if (online.empty())
     throw Refusal{kUnknownRepository};
-  aged = split(properties.getProperty(repository + ".aged").value_or(""));
+  aged = pathsOf(properties, repository + ".aged");
   if (const auto value = properties.getProperty(repository + ".reserve"))
     reserve = std::strtoul(value->c_str(), nullptr, 10);
 }
@@ -104,9 +105,7 @@ std::string Mounts::holding(const std::string& path) const
 
 Space::Space(const std::string& mount)
 {
-  struct statvfs status
-  {
-  };
+  struct statvfs status = {};
   if (statvfs(mount.c_str(), &status) != 0)
     throw Refusal{kMountUnreachable};
   freeBytes = static_cast<unsigned long long>(status.f_bavail) * status.f_frsize;

@@ -1,19 +1,19 @@
+// One repository during one call: its resources found, made, locked, moved between mounts and removed.
 #include "repository/handler/Repository.h"
-
-#include "repository/handler/Refusal.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
-#include <memory>
 #include <optional>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "repository/handler/Refusal.h"
+#include "repository/handler/checked.h"
 
 namespace tarn::repository
 {
@@ -25,7 +25,6 @@ namespace fs = std::filesystem;
 constexpr std::size_t kLongestName = 200; // with the longest suffix it stays a file name
 constexpr char kRemoved[] = ".removed";
 constexpr char kMoving[] = ".moving";
-constexpr char kDirtyFlag[] = ".dirty";
 constexpr char kOverloaded[] = "/.overloaded";
 
 void requireName(const std::string& resource)
@@ -34,43 +33,6 @@ void requireName(const std::string& resource)
                      resource.find('/') == std::string::npos;
   if (!sound)
     throw Refusal{kNameRefused};
-}
-
-void requireDone(int result)
-{
-  if (result != 0)
-    throw Refusal{kFailed};
-}
-
-bool exists(const std::string& path)
-{
-  struct stat status = {};
-  const bool found = lstat(path.c_str(), &status) == 0;
-  if (!found && errno != ENOENT)
-    throw Refusal{kMountUnreachable};
-  return found;
-}
-
-/// Links are not followed: one that stands under a resource's name would lead out of the repository.
-bool isThere(const Location& location)
-{
-  struct stat status = {};
-  if (lstat(location.path().c_str(), &status) != 0)
-  {
-    if (errno != ENOENT)
-      throw Refusal{kMountUnreachable};
-    Repository::requireReachable(location.mount);
-    return false;
-  }
-  if (!S_ISDIR(status.st_mode))
-    throw Refusal{kFailed};
-  return true;
-}
-
-void touchFile(const std::string& path)
-{
-  if (!std::ofstream(path, std::ios::app))
-    throw Refusal{kFailed};
 }
 
 void copyTimes(const std::string& from, const std::string& to)
@@ -83,24 +45,10 @@ void copyTimes(const std::string& from, const std::string& to)
 
 } // namespace
 
-bool Location::isDirty() const
+void Repository::requireReachable() const
 {
-  return exists(beside(kDirtyFlag));
-}
-
-void Location::setDirty(bool dirty) const
-{
-  if (dirty)
-    touchFile(beside(kDirtyFlag));
-  else
-    unlink(beside(kDirtyFlag).c_str());
-}
-
-void Repository::requireReachable(const std::string& mount)
-{
-  struct stat status = {};
-  if (stat(mount.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
-    throw Refusal{kMountUnreachable};
+  for (const std::string& mount : mounts.all())
+    requireMount(mount);
 }
 
 std::vector<Location> Repository::find(const std::string& resource, bool includeAged) const
@@ -111,7 +59,7 @@ std::vector<Location> Repository::find(const std::string& resource, bool include
   for (const std::string& mount : includeAged ? mounts.all() : mounts.online)
     try
     {
-      if (Location location{mount, resource}; isThere(location))
+      if (Location location{mount, resource}; location.exists())
         found.push_back(std::move(location));
     }
     catch (const Refusal& refusal)
@@ -139,44 +87,63 @@ void Repository::require(const Location& location, bool includeLocked, bool incl
     throw Refusal{kDirty};
 }
 
+std::vector<Location> Repository::included(const std::vector<Location>& found, bool includeLocked,
+                                           bool includeDirty) const
+{
+  std::vector<Location> result;
+  for (const Location& location : found)
+    try
+    {
+      require(location, includeLocked, includeDirty);
+      result.push_back(location);
+    }
+    catch (const Refusal&)
+    {
+      if (result.empty() && &location == &found.back())
+        throw;
+    }
+  return result;
+}
+
 std::string Repository::mountForNew(bool balance) const
 {
+  const auto hasReserve = [](const std::string& mount) { return !modeOf(mount + kOverloaded); };
+  const auto hasLess = [](const auto& one, const auto& other) { return Space(one).freeBytes < Space(other).freeBytes; };
   std::vector<std::string> candidates;
-  std::copy_if(mounts.online.begin(), mounts.online.end(), std::back_inserter(candidates),
-               [](const std::string& mount) { return !exists(mount + kOverloaded); });
+  std::copy_if(mounts.online.begin(), mounts.online.end(), std::back_inserter(candidates), hasReserve);
   if (candidates.empty())
     candidates = mounts.online;
   if (!balance || candidates.size() == 1)
     return candidates.front();
-  return *std::max_element(candidates.begin(), candidates.end(),
-                           [](const auto& one, const auto& other)
-                           { return Space(one).freeBytes < Space(other).freeBytes; });
+  return *std::max_element(candidates.begin(), candidates.end(), hasLess);
 }
 
-Location Repository::place(const std::string& resource, bool exclusive, bool balance, bool& existed) const
+Place Repository::place(const std::string& resource, bool exclusive, bool balance) const
 {
   const std::vector<Location> found = find(resource);
-  existed = !found.empty();
-  if (existed && exclusive)
+  if (found.empty())
+    return {{mountForNew(balance), resource}, false};
+  if (exclusive)
     throw Refusal{kExisting};
-  return existed ? found.front() : Location{mountForNew(balance), resource};
+  return {found.front(), true};
 }
 
-Location Repository::create(const std::string& resource, bool exclusive, bool shouldLock, bool balance,
-                            bool& existed) const
+Place Repository::create(const std::string& resource, bool exclusive, bool shouldLock, bool balance) const
 {
   requireName(resource);
-  const auto guard = shouldLock ? std::make_unique<MountLock>(firstMount()) : nullptr;
-  if (shouldLock && ResourceLock(firstMount(), resource).owner() == ResourceLock::Owner::kOther)
+  std::optional<MountLock> guard;
+  if (shouldLock)
+    guard.emplace(firstMount());
+  if (shouldLock && ResourceLock(firstMount(), resource).owner() == ResourceLock::Owner::other)
     throw Refusal{kLocked};
-  Location location = place(resource, exclusive, balance, existed);
-  if (!existed && mkdir(location.path().c_str(), 0777) != 0)
+  Place made = place(resource, exclusive, balance);
+  if (!made.existed && mkdir(made.location.path().c_str(), 0777) != 0)
   {
-    existed = errno == EEXIST && isThere(location); // another process was faster
-    if (!existed || exclusive)
-      throw Refusal{existed ? kExisting : kFailed};
+    made.existed = errno == EEXIST && made.location.exists(); // another process was faster
+    if (!made.existed || exclusive)
+      throw Refusal{made.existed ? kExisting : kFailed};
   }
-  return location;
+  return made;
 }
 
 void Repository::remove(const std::string& resource, bool allMounts, bool honourLock) const
@@ -198,7 +165,7 @@ void Repository::removeAt(const Location& location, bool honourLock) const
   const std::string aside = location.beside(kRemoved);
   {
     const MountLock guard(firstMount());
-    if (honourLock && ResourceLock(firstMount(), location.resource).owner() == ResourceLock::Owner::kOther)
+    if (honourLock && ResourceLock(firstMount(), location.resource).owner() == ResourceLock::Owner::other)
       throw Refusal{kLocked};
     requireDone(std::rename(location.path().c_str(), aside.c_str()));
     location.setDirty(false);
@@ -210,8 +177,8 @@ void Repository::removeAt(const Location& location, bool honourLock) const
 class Repository::LockDuring
 {
 public:
-  LockDuring(const Repository& owner, const std::string& name)
-    : repository(owner), resource(name), taken(repository.lock(resource))
+  LockDuring(const Repository& repository, const std::string& resource)
+    : repository(repository), resource(resource), taken(repository.lock(resource))
   {
     if (!taken && repository.isLockedByOther(resource))
       throw Refusal{kLocked};
@@ -278,7 +245,7 @@ bool Repository::unlock(const std::string& resource) const
 bool Repository::isLockedByOther(const std::string& resource) const
 {
   const MountLock guard(firstMount());
-  return ResourceLock(firstMount(), resource).owner() == ResourceLock::Owner::kOther;
+  return ResourceLock(firstMount(), resource).owner() == ResourceLock::Owner::other;
 }
 
 void Repository::markOverloaded(bool mark, bool countInodes) const

@@ -1,27 +1,20 @@
 #pragma once
 
-#include "repository/handler/Mounts.h"
-#include "repository/handler/RepositoryHandler.h"
-#include "repository/handler/ResourceLock.h"
-
 #include <string>
 #include <vector>
+
+#include "repository/handler/Location.h"
+#include "repository/handler/Mounts.h"
+#include "repository/handler/ResourceLock.h"
 
 namespace tarn::repository
 {
 
-/// Where a resource is or is to be.
-struct Location
+/// The location of a resource that exists, or of one that is to be made or was made.
+struct Place
 {
-  std::string mount;
-  std::string resource;
-
-  std::string path() const { return mount + "/" + resource; }
-  /// The library's own file or directory beside it.
-  std::string beside(const char* suffix) const { return mount + "/." + resource + suffix; }
-  bool isDirty() const;
-  /// Makes or removes the flag.
-  void setDirty(bool dirty) const;
+  Location location;
+  bool existed = false;
 };
 
 /// One repository during one call. Operations throw Refusal.
@@ -34,29 +27,32 @@ public:
   std::vector<Location> find(const std::string& resource, bool includeAged = true) const;
   /// The first of them; kMissing is refused.
   Location locate(const std::string& resource) const;
-  /// Refuses a location whose resource is locked by another process, or dirty, where that is left out.
-  void require(const Location& location, bool includeLocked, bool includeDirty) const;
+  /// The locations that the flags include, at least one. Where they leave all out, the last one's refusal is thrown.
+  std::vector<Location> included(const std::vector<Location>& found, bool includeLocked, bool includeDirty) const;
 
-  /// Where the resource is, with `existed`, or where a new one goes.
-  Location place(const std::string& resource, bool exclusive, bool balance, bool& existed) const;
-  Location create(const std::string& resource, bool exclusive, bool shouldLock, bool balance, bool& existed) const;
+  /// Where the resource is or where a new one goes.
+  Place place(const std::string& resource, bool exclusive, bool balance) const;
+  Place create(const std::string& resource, bool exclusive, bool shouldLock, bool balance) const;
   void remove(const std::string& resource, bool allMounts, bool honourLock) const;
   Location unAge(const std::string& resource) const;
 
   bool lock(const std::string& resource) const;
   bool unlock(const std::string& resource) const;
-  bool isLockedByOther(const std::string& resource) const;
-  static void requireReachable(const std::string& mount);
+  /// Refuses when one of the mounts, the aged ones too, cannot be searched.
+  void requireReachable() const;
   void markOverloaded(bool mark, bool countInodes) const;
-
-  const Mounts mounts;
 
 private:
   class LockDuring;
   const std::string& firstMount() const { return mounts.online.front(); }
+  bool isLockedByOther(const std::string& resource) const;
+  /// Refuses a location whose resource is locked by another process, or dirty, where that is left out.
+  void require(const Location& location, bool includeLocked, bool includeDirty) const;
   std::string mountForNew(bool balance) const;
   void removeAt(const Location& location, bool honourLock) const;
   void move(const Location& from, const Location& to) const;
+
+  Mounts mounts;
 };
 
 } // namespace tarn::repository

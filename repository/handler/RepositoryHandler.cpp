@@ -1,17 +1,19 @@
+// The entry points of RepositoryHandler.so: each looks its repository up anew, does one operation and answers with
+// statuses and blocks from malloc(). All 20 are part of the contract with the programs that load the library. This
+// system calls six of them (createDirectory_, createLocation_, getLocations_, getLocation_, getRepositoryStatus_ and
+// removeResource_); the other 14 stay because those programs look every one of them up by its name.
 #include "repository/handler/RepositoryHandler.h"
-
-#include "repository/handler/listNames.h"
-#include "repository/handler/Refusal.h"
-#include "repository/handler/Repository.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <new>
 #include <string>
 #include <vector>
 
-#include <fcntl.h>
-#include <sys/stat.h>
+#include "repository/handler/Refusal.h"
+#include "repository/handler/Repository.h"
+#include "repository/handler/listNames.h"
 
 using namespace tarn::repository;
 using tarn::db::DBConnector;
@@ -24,13 +26,14 @@ std::string text(const char* argument)
   return argument ? argument : "";
 }
 
-/// The only ways out of the library: `work`'s result, or what its exception stands for.
+/// Returns `done` when `work` returns, else the status of the exception that left it.
 template <class Work>
-int statusOf(Work work) noexcept
+int statusOf(HandlerStatus done, Work work) noexcept
 {
   try
   {
-    return work();
+    work();
+    return done;
   }
   catch (const Refusal& refusal)
   {
@@ -42,54 +45,52 @@ int statusOf(Work work) noexcept
   }
 }
 
-/// Of work that says whether something holds: no failure does.
-template <class Work>
-bool holds(Work work) noexcept
+/// Returns what `work` returns, or `failure` when an exception leaves it.
+template <class Result, class Work>
+Result valueOr(Result failure, Work work) noexcept
 {
-  bool result = false;
-  return statusOf([&] { return (result = work()), kDone; }) == kDone && result;
+  statusOf(kDone, [&] { failure = work(); });
+  return failure;
 }
 
-/// The path that `work` gives, for the caller to free().
+/// Returns the path that `work` gives, for the caller to free(), or null.
 template <class Work>
 char* pathOf(int* status, Work work) noexcept
 {
-  std::string path;
-  int answer = statusOf([&] { return (path = work()), kLocated; });
-  char* const result = answer == kLocated ? strdup(path.c_str()) : nullptr;
-  if (answer == kLocated && !result)
-    answer = kFailed;
+  char* path = nullptr;
+  const auto copy = [&]
+  {
+    path = strdup(work().c_str());
+    if (!path)
+      throw std::bad_alloc();
+  };
+  const int answer = statusOf(kLocated, copy);
   if (status)
     *status = answer;
-  return result;
+  return path;
+}
+
+/// Returns the path of the place that `work` gives, as pathOf() does.
+template <class Work>
+char* placeOf(int* status, int* existed, Work work) noexcept
+{
+  const auto path = [&]
+  {
+    const Place place = work();
+    if (existed)
+      *existed = place.existed ? 1 : 0;
+    return place.location.path();
+  };
+  return pathOf(status, path);
 }
 
 char** list(const char* directory, Kind kind, bool fullPath, long* count) noexcept
 {
-  char** names = nullptr;
   long number = -1;
-  const int status = statusOf([&] { return (names = listNames(text(directory), kind, fullPath, number)), kDone; });
+  const auto names = [&] { return listNames(text(directory), kind, fullPath, number); };
+  char** const result = valueOr<char**>(nullptr, names);
   if (count)
-    *count = status == kDone ? number : -1; // cppcheck-suppress duplicateValueTernary ; listNames has set it
-  return names;
-}
-
-/// The locations that the flags include. Where they leave all out, the refusal says why.
-std::vector<Location> included(const Repository& repository, const std::vector<Location>& found, bool includeLocked,
-                               bool includeDirty)
-{
-  std::vector<Location> result;
-  for (const Location& location : found)
-    try
-    {
-      repository.require(location, includeLocked, includeDirty);
-      result.push_back(location);
-    }
-    catch (const Refusal&)
-    {
-      if (result.empty() && &location == &found.back())
-        throw;
-    }
+    *count = number;
   return result;
 }
 
@@ -98,114 +99,93 @@ std::vector<Location> included(const Repository& repository, const std::vector<L
 char* createDirectory_(const char* repository, const char* subDir, int* status, int* existed, bool exclusive,
                        bool shouldLock, bool balance, DBConnector*)
 {
-  return pathOf(status,
-                [&]
-                {
-                  bool wasThere = false;
-                  const Location location =
-                      Repository(text(repository)).create(text(subDir), exclusive, shouldLock, balance, wasThere);
-                  if (existed)
-                    *existed = wasThere ? 1 : 0;
-                  return location.path();
-                });
+  const auto create = [&]
+  {
+    const Repository changed(text(repository));
+    return changed.create(text(subDir), exclusive, shouldLock, balance);
+  };
+  return placeOf(status, existed, create);
 }
 
 char* createLocation_(const char* repository, const char* name, int* status, int* existed, bool exclusive, DBConnector*)
 {
-  return pathOf(status,
-                [&]
-                {
-                  bool isThere = false;
-                  const Location location = Repository(text(repository)).place(text(name), exclusive, true, isThere);
-                  if (existed)
-                    *existed = isThere ? 1 : 0;
-                  return location.path();
-                });
+  const auto place = [&] { return Repository(text(repository)).place(text(name), exclusive, true); };
+  return placeOf(status, existed, place);
 }
 
 int getLocations_(const char* repository, const char* name, std::list<std::string>& locations, bool skipLocked,
                   bool skipDirty, DBConnector*)
 {
-  return statusOf(
-      [&]
-      {
-        const Repository there(text(repository));
-        const std::vector<Location> found = included(there, there.find(text(name)), !skipLocked, !skipDirty);
-        for (const Location& location : found)
-          locations.push_back(location.path());
-        return found.empty() ? kMissing : kLocated;
-      });
+  const auto append = [&]
+  {
+    const Repository searched(text(repository));
+    const std::vector<Location> found = searched.find(text(name));
+    if (found.empty())
+      throw Refusal{kMissing};
+    for (const Location& location : searched.included(found, !skipLocked, !skipDirty))
+      locations.push_back(location.path());
+  };
+  return statusOf(kLocated, append);
 }
 
 char* getLocation_(const char* repository, const char* name, int* status, bool includeAged, bool includeLocked,
                    bool includeDirty, bool create, DBConnector*)
 {
-  return pathOf(status,
-                [&]
-                {
-                  const Repository there(text(repository));
-                  const std::vector<Location> found = there.find(text(name), includeAged);
-                  if (!found.empty())
-                    return included(there, found, includeLocked, includeDirty).front().path();
-                  if (!create)
-                    throw Refusal{kMissing};
-                  bool existed = false;
-                  return there.create(text(name), false, true, true, existed).path();
-                });
+  const auto first = [&]
+  {
+    const Repository searched(text(repository));
+    const std::vector<Location> found = searched.find(text(name), includeAged);
+    if (!found.empty())
+      return searched.included(found, includeLocked, includeDirty).front().path();
+    if (!create)
+      throw Refusal{kMissing};
+    return searched.create(text(name), false, true, true).location.path();
+  };
+  return pathOf(status, first);
 }
 
 int getRepositoryStatus_(const char* repository, DBConnector*)
 {
-  return statusOf(
-      [&]
-      {
-        const Repository there(text(repository));
-        for (const std::string& mount : there.mounts.all())
-          there.requireReachable(mount);
-        return kLocated;
-      });
+  return statusOf(kLocated, [&] { Repository(text(repository)).requireReachable(); });
 }
 
 int checkResourceStatus_(const char* repository, const char* resource, DBConnector*)
 {
-  return statusOf([&] { return Repository(text(repository)).locate(text(resource)), kLocated; });
+  return statusOf(kLocated, [&] { Repository(text(repository)).locate(text(resource)); });
 }
 
 int removeResource_(const char* repository, const char* resource, bool allMounts, bool honourLock, DBConnector*)
 {
-  return statusOf([&] { return Repository(text(repository)).remove(text(resource), allMounts, honourLock), kDone; });
+  return statusOf(kDone, [&] { Repository(text(repository)).remove(text(resource), allMounts, honourLock); });
 }
 
 char** listFiles_(const char* directory, long* count, bool fullPath, DBConnector*)
 {
-  return list(directory, Kind::kFiles, fullPath, count);
+  return list(directory, Kind::files, fullPath, count);
 }
 
 char** listDirs_(const char* directory, long* count, bool fullPath, DBConnector*)
 {
-  return list(directory, Kind::kDirectories, fullPath, count);
+  return list(directory, Kind::directories, fullPath, count);
 }
 
 void checkOverload_(const char* repository, bool mark, bool countInodes, DBConnector*)
 {
-  statusOf([&] { return Repository(text(repository)).markOverloaded(mark, countInodes), kDone; });
+  statusOf(kDone, [&] { Repository(text(repository)).markOverloaded(mark, countInodes); });
 }
 
 int freeMount_(const char* repository, const char* mount, bool percent, DBConnector*)
 {
-  int result = -1;
-  statusOf(
-      [&]
-      {
-        const std::string holder = Mounts(text(repository)).holding(text(mount));
-        if (holder != Mounts(text(mount)).online.front())
-          return kFailed;
-        const Space space(holder);
-        const unsigned long long amount = percent ? space.bytePercent : space.freeBytes >> 20U;
-        result = static_cast<int>(std::min<unsigned long long>(amount, INT_MAX));
-        return kDone;
-      });
-  return result;
+  const auto measure = [&]
+  {
+    const std::string holder = Mounts(text(repository)).holding(text(mount));
+    if (holder != Mounts(text(mount)).online.front())
+      return -1;
+    const Space space(holder);
+    const unsigned long long amount = percent ? space.bytePercent : space.freeBytes >> 20U;
+    return static_cast<int>(std::min<unsigned long long>(amount, INT_MAX));
+  };
+  return valueOr(-1, measure);
 }
 
 char* getMountPathForDirectory_(const char* repository, const char* directory, DBConnector*)
@@ -215,14 +195,14 @@ char* getMountPathForDirectory_(const char* repository, const char* directory, D
 
 char* getMountFromPath_(const char* repository, const char* path, DBConnector*)
 {
-  return pathOf(nullptr,
-                [&]
-                {
-                  std::string mount = Mounts(text(repository)).holding(text(path));
-                  if (mount.empty())
-                    throw Refusal{kMissing};
-                  return mount;
-                });
+  const auto mountOf = [&]
+  {
+    std::string mount = Mounts(text(repository)).holding(text(path));
+    if (mount.empty())
+      throw Refusal{kMissing};
+    return mount;
+  };
+  return pathOf(nullptr, mountOf);
 }
 
 char* unAge_(const char* repository, const char* resource, DBConnector*)
@@ -232,46 +212,32 @@ char* unAge_(const char* repository, const char* resource, DBConnector*)
 
 bool getTimeProperties_(const char* repository, const char* resource, struct utimbuf* times, DBConnector*)
 {
-  return holds(
-      [&]
-      {
-        struct stat status = {};
-        if (!times || stat(Repository(text(repository)).locate(text(resource)).path().c_str(), &status) != 0)
-          return false;
-        *times = {status.st_atime, status.st_mtime};
-        return true;
-      });
+  const auto read = [&] { *times = Repository(text(repository)).locate(text(resource)).times(); };
+  return times && statusOf(kDone, read) == kDone;
 }
 
 bool setTimeProperties_(const char* repository, const char* resource, struct utimbuf* times, DBConnector*)
 {
-  return holds(
-      [&]
-      {
-        if (!times)
-          return false;
-        const timespec both[] = {{times->actime, 0}, {times->modtime, 0}};
-        const std::string path = Repository(text(repository)).locate(text(resource)).path();
-        return utimensat(AT_FDCWD, path.c_str(), both, 0) == 0;
-      });
+  const auto write = [&] { Repository(text(repository)).locate(text(resource)).setTimes(*times); };
+  return times && statusOf(kDone, write) == kDone;
 }
 
 bool lockResource_(const char* repository, const char* resource, DBConnector*)
 {
-  return holds([&] { return Repository(text(repository)).lock(text(resource)); });
+  return valueOr(false, [&] { return Repository(text(repository)).lock(text(resource)); });
 }
 
 bool unlockResource_(const char* repository, const char* resource, DBConnector*)
 {
-  return holds([&] { return Repository(text(repository)).unlock(text(resource)); });
+  return valueOr(false, [&] { return Repository(text(repository)).unlock(text(resource)); });
 }
 
 bool isDirty_(const char* repository, const char* resource, DBConnector*)
 {
-  return holds([&] { return Repository(text(repository)).locate(text(resource)).isDirty(); });
+  return valueOr(false, [&] { return Repository(text(repository)).locate(text(resource)).isDirty(); });
 }
 
 void setDirty_(const char* repository, const char* resource, bool dirty, DBConnector*)
 {
-  statusOf([&] { return Repository(text(repository)).locate(text(resource)).setDirty(dirty), kDone; });
+  statusOf(kDone, [&] { Repository(text(repository)).locate(text(resource)).setDirty(dirty); });
 }

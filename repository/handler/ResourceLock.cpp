@@ -1,9 +1,5 @@
+// Who holds a mount during a call, and a resource across calls.
 #include "repository/handler/ResourceLock.h"
-
-#include "repository/handler/Refusal.h"
-
-#include "base/IMException.h"
-#include "base/files.h"
 
 #include <array>
 #include <cerrno>
@@ -14,6 +10,10 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
+
+#include "base/IMException.h"
+#include "base/files.h"
+#include "repository/handler/Refusal.h"
 
 namespace tarn::repository
 {
@@ -47,21 +47,13 @@ bool hasEnded(pid_t process)
 
 } // namespace
 
-MountLock::MountLock(const std::string& mount) : descriptor(open(mount.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+MountLock::MountLock(const std::string& mount) : fd(open(mount.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
 {
-  if (descriptor < 0)
+  if (!fd)
     throw Refusal{kMountUnreachable};
-  while (flock(descriptor, LOCK_EX) != 0)
+  while (flock(fd.get(), LOCK_EX) != 0)
     if (errno != EINTR)
-    {
-      close(descriptor);
       throw Refusal{kFailed};
-    }
-}
-
-MountLock::~MountLock()
-{
-  close(descriptor);
 }
 
 ResourceLock::Owner ResourceLock::owner() const
@@ -70,17 +62,17 @@ ResourceLock::Owner ResourceLock::owner() const
   std::string host;
   pid_t process = 0;
   if (!(text >> host >> process)) // no file, or its writer died before it was complete
-    return Owner::kNone;
+    return Owner::none;
   if (host != hostName())
-    return Owner::kOther;
+    return Owner::other;
   if (process == getpid())
-    return Owner::kThisProcess;
-  return hasEnded(process) ? Owner::kNone : Owner::kOther;
+    return Owner::thisProcess;
+  return hasEnded(process) ? Owner::none : Owner::other;
 }
 
 bool ResourceLock::take() const
 {
-  if (owner() != Owner::kNone)
+  if (owner() != Owner::none)
     return false;
   std::ofstream text(file, std::ios::trunc);
   text << hostName() << ' ' << getpid() << '\n' << std::flush;
@@ -89,7 +81,7 @@ bool ResourceLock::take() const
 
 bool ResourceLock::release() const
 {
-  return owner() == Owner::kThisProcess && unlink(file.c_str()) == 0;
+  return owner() == Owner::thisProcess && unlink(file.c_str()) == 0;
 }
 
 } // namespace tarn::repository

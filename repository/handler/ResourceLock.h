@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "base/Fd.h"
+
 namespace tarn::repository
 {
 
@@ -11,12 +13,9 @@ class MountLock
 public:
   /// Waits; throws Refusal when the mount cannot be opened.
   explicit MountLock(const std::string& mount);
-  ~MountLock();
-  MountLock(const MountLock&) = delete;
-  MountLock& operator=(const MountLock&) = delete;
 
 private:
-  int descriptor;
+  base::Fd fd; ///< of the mount's directory; closing it ends the lock
 };
 
 /// The lock of a resource: a file beside it that names the host and the process that hold it, so that it outlives the
@@ -29,9 +28,9 @@ public:
 
   enum class Owner
   {
-    kNone,
-    kThisProcess,
-    kOther
+    none,
+    thisProcess,
+    other
   };
   /// A process of this host that has ended owns nothing. Throws Refusal when the file cannot be read.
   Owner owner() const;

@@ -1,3 +1,4 @@
+// Lists of names as the callers of the library take them over: one block each.
 #include "repository/handler/listNames.h"
 
 #include <cstdlib>
@@ -15,7 +16,7 @@ namespace fs = std::filesystem;
 
 std::set<std::string> namesIn(const std::string& directory, Kind kind, bool fullPath)
 {
-  const fs::file_type wanted = kind == Kind::kFiles ? fs::file_type::regular : fs::file_type::directory;
+  const fs::file_type wanted = kind == Kind::files ? fs::file_type::regular : fs::file_type::directory;
   std::set<std::string> names;
   for (const fs::directory_entry& entry : fs::directory_iterator(directory))
     if (entry.symlink_status().type() == wanted)

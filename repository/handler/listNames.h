@@ -7,8 +7,8 @@ namespace tarn::repository
 
 enum class Kind
 {
-  kFiles,
-  kDirectories
+  files,
+  directories
 };
 
 /// The names of what is in `directory` and of that kind (a link is neither), in byte order, as one block from malloc():
