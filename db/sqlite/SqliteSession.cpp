@@ -3,7 +3,6 @@
 #include "base/text.h"
 #include "db/DBException.h"
 #include "db/sqlite/FileLock.h"
-#include "db/sqlite/ProcessLock.h"
 #include "db/sqlite/sqliteHandles.h"
 #include "db/sqlite/SqliteStatement.h"
 #include "db/sqlite/sqliteSchema.h"
@@ -50,7 +49,7 @@ public:
   std::unique_ptr<GlobalLock> tryLock(const std::string& name) override
   {
     if (isInMemory())
-      return ProcessLock::tryLock(name);
+      return std::make_unique<GlobalLock>(); // nobody else sees this database
     return FileLock::tryLock(file() + "-" + fileNamePart(name) + ".lock", file());
   }
   bool isInMemory() const override { return file().empty(); }
