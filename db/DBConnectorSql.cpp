@@ -35,6 +35,11 @@ bool DBConnectorSql::isInMemory()
   return session().isInMemory();
 }
 
+void DBConnectorSql::sync()
+{
+  session().sync();
+}
+
 std::shared_ptr<GlobalLock> DBConnectorSql::tryLock(const std::string& name)
 {
   heldLocks.erase(

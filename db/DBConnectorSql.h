@@ -47,6 +47,8 @@ public:
   const ArchiveTables& tables() const { return tableNames; }
   /// Whether the database ends with this connection: nobody else will see what is written.
   bool isInMemory();
+  /// Returns when every change that has been committed survives a power cut; throws DBException.
+  void sync();
   bool inTransaction() const { return transactionOpen; }
 
   /// One attempt, without waiting, to get the lock `name`; null when another connection holds it. Where this

@@ -104,13 +104,15 @@ void StudyAdmin::writeStoreState(const std::string& metaDir)
   publish(file, metaDir);
 }
 
-/// The rows that a valid entry stands for are about to be no longer those of the object meta file.
+/// The rows that a valid entry stands for are about to be no longer those of the object meta file: the entry is gone
+/// for good before the file changes.
 void StudyAdmin::resetEntry(const std::string& study, const db::StudyState& state)
 {
   if (state.row)
     admin.registerStudy(study, state.row->objectCount, state.row->metaRequired);
   else
     admin.clearError(study);
+  db.sync();
 }
 
 void StudyAdmin::clearError(const std::string& study)

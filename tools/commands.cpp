@@ -207,6 +207,7 @@ bool initDatabase()
 {
   const auto db = openDatabase(db::Missing::create);
   db::ArchiveAdmin(*db).createSchema();
+  db->sync();
   base::trace("The tables of the database are there.");
   return true;
 }
@@ -222,6 +223,7 @@ bool addStudies(const std::vector<std::string>& paths, const AddOptions& options
   std::size_t registered = 0;
   for (const auto& [study, objects] : reading.studies)
     registered += addOne(admin, study, objects, options) ? 1 : 0;
+  db->sync();
   base::trace(counted(registered, "study", "studies"), " registered; files: ", reading.objects, " read, ",
               reading.skipped, " skipped, ", reading.failed, " failed");
   return registered > 0 && registered == reading.studies.size() && reading.failed == 0;
@@ -246,14 +248,18 @@ bool showStatus(const std::string& wanted)
 
 bool clearError(const std::string& study)
 {
-  StudyAdmin(*openDatabase()).clearError(study);
+  const auto db = openDatabase();
+  StudyAdmin(*db).clearError(study);
+  db->sync();
   base::trace(study, ": the next run imports it");
   return true;
 }
 
 bool removeStudy(const std::string& study)
 {
-  StudyAdmin(*openDatabase()).remove(study);
+  const auto db = openDatabase();
+  StudyAdmin(*db).remove(study);
+  db->sync();
   base::trace(study, ": removed");
   return true;
 }

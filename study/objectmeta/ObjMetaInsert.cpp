@@ -1,7 +1,6 @@
 #include "study/objectmeta/ObjMetaInsert.h"
 
 #include "base/report.h"
-#include "db/DeferredSync.h"
 #include "db/sqlIdentifier.h"
 #include "db/QueryBindings.h"
 #include "db/TmpPSCache.h"
@@ -57,7 +56,6 @@ ObjMetaInsert::ObjMetaInsert(DBConnectorSql& connector, const std::string& table
 
 ImportCode ObjMetaInsert::run()
 {
-  const DeferredSync untilEntryIsWritten(db);
   const std::size_t fitting = std::max<std::size_t>(1, kMostValues / meta.columns.size());
   Position next = meta.rows.begin();
   for (std::size_t left = meta.rowCount; left > 0;)

@@ -13,8 +13,8 @@ class DBConnectorSql;
 
 /// Writes the rows of an object meta file into a table, up to 300 in one statement (fewer where that many values are
 /// more than a statement can have: 65,535). Each statement is a transaction of its own; a row whose key is there
-/// already changes nothing. On the embedded database the rows are on the disk once the next change is, which is the
-/// study's entry: an entry that says valid never stands without its rows.
+/// already changes nothing. No power cut keeps a later change, such as the study's entry, and takes rows back: an entry
+/// that says valid never stands without its rows.
 class ObjMetaInsert
 {
 public:
