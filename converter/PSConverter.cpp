@@ -140,7 +140,7 @@ bool PSConverter::convertLoaded(bool touchObjectCache)
   DcmElement* element = nullptr;
   if (!fetchPluginState(element) || !readIdentity() || !findReferencedSeries())
     return false;
-  // Large values of a caller's object may still lie in its file, which need not outlive the conversion.
+  // Large values of a caller's object may still lie in a file, which may be replaced by what is written here.
   if (const OFCondition status = fileFormat->loadAllDataIntoMemory(); status.bad())
   {
     reportCondition(inputFile + " could not be loaded: ", status);

@@ -56,16 +56,16 @@ bool FileProducer::fill()
 {
   if (position >= blockStart && position < blockStart + static_cast<offile_off_t>(block.size()))
     return true;
-  buffer.resize(static_cast<std::size_t>(std::min(kBlock, avail())));
+  ahead.resize(static_cast<std::size_t>(std::min(kBlock, avail())));
   try
   {
-    file->read(static_cast<std::uint64_t>(position), buffer.data(), buffer.size());
+    file->read(static_cast<std::uint64_t>(position), ahead.data(), ahead.size());
   }
   catch (const base::FileError& error)
   {
     condition = failure(error.what());
   }
-  block = buffer;
+  block = ahead;
   blockStart = position;
   return condition.good();
 }

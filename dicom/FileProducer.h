@@ -42,7 +42,7 @@ private:
 
   std::shared_ptr<const InputFile> file;
   offile_off_t position;
-  std::string buffer;          ///< what was read ahead from a file that is read in parts
+  std::string ahead;           ///< what was read ahead from a file that is read in parts
   std::string_view block;      ///< the bytes at hand
   offile_off_t blockStart = 0; ///< their place in the file
   OFCondition condition;

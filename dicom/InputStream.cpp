@@ -12,10 +12,6 @@ namespace tarn::dicom
 namespace
 {
 
-/// Bytes that the parser asks for at once where it looks for a tag: the header of an element (PS3.5 7.1.2), in parts or
-/// whole. What it asks for beyond is a value.
-constexpr offile_off_t kLongestHeader = 12;
-
 // Not the address of a local variable: that may lie on a heap of the address sanitizer.
 [[gnu::always_inline]] inline std::uintptr_t frameHere()
 {
@@ -38,8 +34,6 @@ offile_off_t InputStream::read(void* buffer, offile_off_t length)
 {
   const offile_off_t got = DcmInputStream::read(buffer, allowed(length));
   checkInflated();
-  if (got <= kLongestHeader)
-    tags.see(buffer, static_cast<std::size_t>(got));
   guard.onRead(frameHere(), buffer, got);
   return got;
 }

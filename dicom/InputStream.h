@@ -1,6 +1,5 @@
 #pragma once
 
-#include "dicom/AttributeSupply.h"
 #include "dicom/FileProducer.h"
 #include "dicom/ParseGuard.h"
 #include "dicom/ReadLimits.h"
@@ -40,7 +39,6 @@ private:
   void checkInflated();
 
   FileProducer producer;
-  TagWatch tags;
   const ReadLimits limits;
   ParseGuard guard;
   offile_off_t inflatedFrom = -1; ///< where the deflated part begins, -1 without one
