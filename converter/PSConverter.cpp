@@ -140,7 +140,7 @@ bool PSConverter::convertLoaded(bool touchObjectCache)
   DcmElement* element = nullptr;
   if (!fetchPluginState(element) || !readIdentity() || !findReferencedSeries())
     return false;
-  // Large values are read from the file on first use, and the file may be replaced by what is written here.
+  // Large values of a caller's object may still lie in a file, which may be replaced by what is written here.
   if (const OFCondition status = fileFormat->loadAllDataIntoMemory(); status.bad())
   {
     reportCondition(inputFile + " could not be loaded: ", status);
