@@ -50,7 +50,7 @@ public:
   {
     if (isInMemory())
       return std::make_unique<GlobalLock>(); // nobody else sees this database
-    return FileLock::tryLock(file() + "-" + fileNamePart(name) + ".lock", file());
+    return FileLock::tryLock(file(), name);
   }
   bool isInMemory() const override { return file().empty(); }
   std::string_view schema() const override { return sqliteSchema(); }
