@@ -91,7 +91,6 @@ TEST_P(Database, RefusesWhatTheOtherRefuses)
       {"STUDYUID,FNAME", "('1','" + std::string(255, 'f') + " ')"},
       {"STUDYUID,FNAME", "('1','" + tooWide + "')"},
       {"STUDYUID,FNAME", "('1',NULL)"},
-      {"STUDYUID,FNAME,fname", "('1','f','g')"},
       {"STUDYUID,FNAME,rowid", "('1','f','1')"},
       {"STUDYUID,FNAME,IMGROWS", "('1','f','1'),('1','g','x')"},
       {"STUDYUID,FNAME,IMGROWS", "('1','f','')"},
