@@ -7,6 +7,8 @@
 #include "db/ObjectAccessorSql.h"
 #include "db/ReferenceAccessorSql.h"
 #include "db/SqlSession.h"
+#include "db/SqlStatement.h"
+#include "db/runStatement.h"
 
 #include <algorithm>
 
@@ -28,6 +30,16 @@ SqlSession& DBConnectorSql::session()
 {
   connect();
   return *backend;
+}
+
+std::vector<SqlRow> DBConnectorSql::run(const std::string& sql, const std::vector<SqlValue>& values)
+{
+  std::unique_ptr<SqlStatement>& statement = statements[sql];
+  if (!statement)
+    statement = session().prepare(sql);
+  std::vector<SqlRow> rows;
+  runStatement(*statement, values, [&](SqlRow& row) { rows.push_back(std::move(row)); });
+  return rows;
 }
 
 bool DBConnectorSql::isInMemory()
