@@ -156,6 +156,8 @@ const Refused kRefused[] = {
     {"a field missing", -23, 2, kBad},
     {"its own end marker", -23, 1, kHeader + "s\tCT.1\t<<EOL>>\t<<EOL>>\n"},
     {"the name 'X)--' is no identifier", 0, 1, "0\n3\nSTUDYUID\tFNAME\tX)--\ns\tCT.1\t1\n"},
+    {"cannot prepare a statement: Column 'FNAME' specified twice\n", 0, 1,
+     "0\n3\nSTUDYUID\tfName\tFNAME\ns\tCT.1\t1\n"},
     {"the name 'objects;--' is no identifier", 0, 2, kGood, {{"OBJECTTBL", "objects;--"}}},
     {"nowhere", 0, 2, kGood, {{"OBJECTTBL", "nowhere"}}},
     {"SOPINSTUID", 0, 600, metaText(599) + "s\tZ\t" + std::string(65, '1') + "\n"},

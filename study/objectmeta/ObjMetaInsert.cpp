@@ -2,11 +2,13 @@
 
 #include "base/report.h"
 #include "db/sqlIdentifier.h"
+#include "db/DBException.h"
 #include "db/QueryBindings.h"
 #include "db/TmpPSCache.h"
 #include "base/urlDecode.h"
 
 #include <algorithm>
+#include <set>
 
 namespace tarn::db
 {
@@ -17,6 +19,21 @@ constexpr std::size_t kMostRows = 300;
 constexpr std::size_t kMostValues = 65535;
 constexpr char kNull[] = "<<NULL>>";
 constexpr char kReplacementCharacter[] = "%EF%BF%BD"; // U+FFFD, as it stands in the file
+
+/// A server refuses them by itself, in the same words; SQLite takes the statement.
+void refuseDoubledColumns(const ObjMeta::Row& columns)
+{
+  const auto inCapitals = [](std::string name)
+  {
+    for (char& c : name)
+      c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+    return name;
+  };
+  std::set<std::string> seen;
+  for (const std::string& column : columns)
+    if (!seen.insert(inCapitals(column)).second)
+      throw db::DBException("cannot prepare a statement: Column '" + column + "' specified twice");
+}
 
 std::string withoutReplacementCharacters(const std::string& text)
 {
@@ -56,6 +73,8 @@ ObjMetaInsert::ObjMetaInsert(DBConnectorSql& connector, const std::string& table
 
 ImportCode ObjMetaInsert::run()
 {
+  if (meta.rowCount > 0)
+    refuseDoubledColumns(meta.columns);
   const std::size_t fitting = std::max<std::size_t>(1, kMostValues / meta.columns.size());
   Position next = meta.rows.begin();
   for (std::size_t left = meta.rowCount; left > 0;)
