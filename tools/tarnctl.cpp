@@ -3,8 +3,8 @@
 #include "base/Console.h"
 #include "base/report.h"
 #include "dicom/dictionary.h"
-#include "tools/StudyObject.h"
-#include "tools/commands.h"
+#include "dicom/uid.h"
+#include "tools/tarnctlCommands.h"
 
 #include <CLI/CLI.hpp>
 
@@ -122,7 +122,8 @@ private:
 
   CLI::Option* addStudyArgument(CLI::App& command)
   {
-    const auto refusal = [](const std::string& text) { return isUid(text) ? "" : "'" + text + "' is no study UID"; };
+    const auto refusal = [](const std::string& text)
+    { return dicom::isUid(text) ? "" : "'" + text + "' is no study UID"; };
     return command.add_option("STUDY", study, "Study Instance UID")->type_name("")->check(CLI::Validator(refusal, ""));
   }
 
