@@ -7,6 +7,8 @@
 #include "db/ObjectAccessorSql.h"
 #include "db/ReferenceAccessorSql.h"
 #include "db/SqlSession.h"
+#include "db/SqlStatement.h"
+#include "db/runStatement.h"
 
 #include <algorithm>
 
@@ -30,9 +32,24 @@ SqlSession& DBConnectorSql::session()
   return *backend;
 }
 
+std::vector<SqlRow> DBConnectorSql::run(const std::string& sql, const std::vector<SqlValue>& values)
+{
+  std::unique_ptr<SqlStatement>& statement = statements[sql];
+  if (!statement)
+    statement = session().prepare(sql);
+  std::vector<SqlRow> rows;
+  runStatement(*statement, values, [&](SqlRow& row) { rows.push_back(std::move(row)); });
+  return rows;
+}
+
 bool DBConnectorSql::isInMemory()
 {
   return session().isInMemory();
+}
+
+void DBConnectorSql::sync()
+{
+  session().sync();
 }
 
 std::shared_ptr<GlobalLock> DBConnectorSql::tryLock(const std::string& name)

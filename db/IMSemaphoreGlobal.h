@@ -16,9 +16,9 @@ namespace tarn::imutils
 
 /// A lock between all processes and hosts that use one database, given back when this is destroyed and when its
 /// process or connection ends. On MySQL it is the server's GET_LOCK on this connection (a name above 64 bytes is
-/// hashed by the server), beside an embedded database a locked file, for one in memory a lock of this process. A lock
-/// that went with its connection shows by the next operation on the connection, which throws DBException. Two
-/// semaphores of one name on one connection share the lock.
+/// hashed by the server), beside an embedded database a locked file, for one in memory, which no other connection sees,
+/// nothing. A lock that went with its connection shows by the next operation on the connection, which throws
+/// DBException. Two semaphores of one name on one connection share the lock.
 class IMSemaphoreGlobal : public IMSemaphore
 {
 public:

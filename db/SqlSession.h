@@ -20,9 +20,9 @@ public:
   virtual void execute(const std::string& sql) = 0;
   /// Starts a transaction that writes.
   virtual void begin() = 0;
-  /// Whether commits may reach the disk only with a later one, which takes all before it along; not so at first. Until
-  /// then a power cut may take them back, the last ones first. A server decides for itself and ignores it.
-  virtual void deferSync(bool deferred) noexcept = 0;
+  /// Returns when every change that has been committed survives a power cut. Before that a power cut may take the last
+  /// commits back, never one without those after it. A server decides this for itself.
+  virtual void sync() = 0;
   /// One attempt, without waiting, to get the lock `name`; null when somebody else holds it.
   virtual std::unique_ptr<GlobalLock> tryLock(const std::string& name) = 0;
   /// Whether the database ends with this connection.

@@ -8,6 +8,7 @@
 #include "db/IMSemaphoreGlobal.h"
 #include "study/cache/ObjCacheMgr.h"
 #include "db/ObjectAccessor.h"
+#include "db/ReferenceAccessor.h"
 #include "db/SqlSession.h"
 #include "tools/tarnctl.h"
 
@@ -267,6 +268,25 @@ TEST_F(Tarnctl, NoFailureLeavesAWrongValidEntry)
   EXPECT_EQ(kInError + "|1|0|error|then|3|{}/meta/1.2.3\n2", addWithoutCount("2"));
   run("add-study {}/in");
   EXPECT_EQ("|2|2|valid|then|0|{}/meta/1.2.3\n", stateOnceImported());
+}
+
+/// A connection that stays open keeps the log, which a power cut may take away.
+TEST_F(Tarnctl, WhatItDidStandsInTheFileWithoutItsLog)
+{
+  put("in/a", "1.2.3.4");
+  const auto other = db::DBConnectorSql::open(db::Missing::refuse);
+  other->session().execute("DROP TABLE studies");
+  for (const std::string command : {"init", "add-study {}/in", "clear-error 1.2.3", "remove-study 1.2.3"})
+  {
+    if (command == "clear-error 1.2.3")
+      other->references().addReference(kStudy, "STUDYDIR", "ocerror");
+    other->sync();
+    run(command);
+    const std::string status = run("status");
+    fs::copy_file(root / "archive.db", root / "alone.db", fs::copy_options::overwrite_existing);
+    const ScopedEnvironment alone("TARN_DB_URL", "sqlite:" + folder / "alone.db");
+    EXPECT_EQ(run("status"), status) << command;
+  }
 }
 
 TEST_F(Tarnctl, WaitsForAnImport)

@@ -131,13 +131,15 @@ void StudyAdmin::writeStoreState(const std::string& metaDir)
   publish(file, metaDir);
 }
 
-/// A valid entry must not outlive the object meta file that its rows come from.
+/// A valid entry must not outlive the object meta file that its rows come from: it is gone for good before the file
+/// changes.
 void StudyAdmin::resetEntry(const std::string& studyUid, const db::StudyState& state)
 {
   if (state.row)
     admin.registerStudy(studyUid, state.row->objectCount, state.row->metaRequired);
   else
     admin.clearError(studyUid);
+  db.sync();
 }
 
 void StudyAdmin::clearError(const std::string& studyUid)

@@ -210,6 +210,7 @@ bool initDatabase()
 {
   const auto db = openDatabase(db::Missing::create);
   db::ArchiveAdmin(*db).createSchema();
+  db->sync();
   base::trace("The tables of the database are there.");
   return true;
 }
@@ -225,6 +226,7 @@ bool addStudies(const std::vector<std::string>& paths, const AddOptions& options
   std::size_t registered = 0;
   for (const auto& [studyUid, objects] : reading.studies)
     registered += addOne(admin, studyUid, objects, options) ? 1 : 0;
+  db->sync();
   base::trace(counted(registered, "study", "studies"), " registered; files: ", reading.objects, " read, ",
               reading.skipped, " skipped, ", reading.failed, " failed");
   return registered > 0 && registered == reading.studies.size() && reading.failed == 0;
@@ -249,14 +251,18 @@ bool showStatus(const std::string& wanted)
 
 bool clearError(const std::string& studyUid)
 {
-  StudyAdmin(*openDatabase()).clearError(studyUid);
+  const auto db = openDatabase();
+  StudyAdmin(*db).clearError(studyUid);
+  db->sync();
   base::trace(studyUid, ": the next run imports it");
   return true;
 }
 
 bool removeStudy(const std::string& studyUid)
 {
-  StudyAdmin(*openDatabase()).remove(studyUid);
+  const auto db = openDatabase();
+  StudyAdmin(*db).remove(studyUid);
+  db->sync();
   base::trace(studyUid, ": removed");
   return true;
 }

@@ -22,7 +22,7 @@ std::optional<std::string> ask(MYSQL* connection, const char* sql, const std::st
   SqlRow row;
   if (!statement.fetch(row))
     return std::nullopt;
-  return row.front();
+  return row.columns.front();
 }
 
 } // namespace

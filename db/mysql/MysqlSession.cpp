@@ -35,7 +35,7 @@ public:
                connection.get());
   }
   void begin() override { execute("START TRANSACTION"); }
-  void deferSync(bool /*deferred*/) noexcept override {}
+  void sync() override {}
   std::unique_ptr<GlobalLock> tryLock(const std::string& name) override { return MysqlLock::tryLock(connection, name); }
   bool isInMemory() const override { return false; }
   std::string_view schema() const override { return mysqlSchema(); }

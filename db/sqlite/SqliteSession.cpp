@@ -3,7 +3,6 @@
 #include "base/text.h"
 #include "db/DBException.h"
 #include "db/sqlite/FileLock.h"
-#include "db/sqlite/ProcessLock.h"
 #include "db/sqlite/sqliteHandles.h"
 #include "db/sqlite/SqliteStatement.h"
 #include "db/sqlite/sqliteSchema.h"
@@ -41,17 +40,17 @@ public:
   }
   /// Takes the right to write at once: a transaction that asks for it later fails where another writer came between.
   void begin() override { execute("BEGIN IMMEDIATE"); }
-  /// In WAL mode NORMAL leaves the log unsynced at a commit, and the next commit in FULL syncs the whole of it.
-  void deferSync(bool deferred) noexcept override
+  /// A checkpoint of the whole log, which waits for other readers and writers. Without a log each commit is synced.
+  void sync() override
   {
-    sqlite3_exec(connection.get(), deferred ? "PRAGMA synchronous=NORMAL" : "PRAGMA synchronous=FULL", nullptr, nullptr,
-                 nullptr);
+    const int code = sqlite3_wal_checkpoint_v2(connection.get(), nullptr, SQLITE_CHECKPOINT_FULL, nullptr, nullptr);
+    checkSqlite(code, "cannot write the log to the file", connection.get());
   }
   std::unique_ptr<GlobalLock> tryLock(const std::string& name) override
   {
     if (isInMemory())
-      return ProcessLock::tryLock(name);
-    return FileLock::tryLock(file() + "-" + fileNamePart(name) + ".lock", file());
+      return std::make_unique<GlobalLock>(); // nobody else sees this database
+    return FileLock::tryLock(file(), name);
   }
   bool isInMemory() const override { return file().empty(); }
   std::string_view schema() const override { return sqliteSchema(); }
@@ -100,17 +99,28 @@ SqliteConnection openFile(const std::string& path, bool create)
   return connection;
 }
 
-/// Processes that switch a new database at once refuse each other without waiting, whatever the busy time-out.
+/// The callback of a pragma that gives one value, the journal mode.
+int isWal(void* answer, int /*columns*/, char** values, char** /*names*/)
+{
+  *static_cast<bool*>(answer) = std::string_view(values[0]) == "wal";
+  return 0;
+}
+
+/// Processes that switch a new database at once refuse each other without waiting, whatever the busy time-out. With a
+/// log, commits need not be synced to keep their order; without one, they are, as the library does by itself.
 void enterWalMode(sqlite3* connection)
 {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kBusyMilliseconds);
   int code = SQLITE_BUSY;
+  bool entered = false;
   while (code == SQLITE_BUSY && std::chrono::steady_clock::now() < deadline)
   {
-    code = sqlite3_exec(connection, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr);
+    code = sqlite3_exec(connection, "PRAGMA journal_mode=WAL", isWal, &entered, nullptr);
     if (code == SQLITE_BUSY)
       sqlite3_sleep(kSwitchRetryMilliseconds);
   }
+  if (code == SQLITE_OK && entered)
+    code = sqlite3_exec(connection, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
   checkSqlite(code, "cannot enter WAL mode", connection);
 }
 

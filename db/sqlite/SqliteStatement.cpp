@@ -66,9 +66,9 @@ bool SqliteStatement::fetch(SqlRow& row)
   if (code == SQLITE_DONE)
     return false;
   checkSqlite(code == SQLITE_ROW ? SQLITE_OK : code, "cannot execute a statement", connection);
-  row.resize(resultCount());
-  for (std::size_t i = 0; i < row.size(); ++i)
-    row[i] = columnOf(handle.get(), static_cast<int>(i));
+  row.columns.resize(resultCount());
+  for (std::size_t i = 0; i < row.columns.size(); ++i)
+    row.columns[i] = columnOf(handle.get(), static_cast<int>(i));
   return true;
 }
 

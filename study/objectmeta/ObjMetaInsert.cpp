@@ -3,12 +3,13 @@
 
 #include "base/report.h"
 #include "base/urlDecode.h"
-#include "db/DeferredSync.h"
+#include "db/DBException.h"
 #include "db/QueryBindings.h"
 #include "db/TmpPSCache.h"
 #include "db/sqlIdentifier.h"
 
 #include <algorithm>
+#include <set>
 
 namespace tarn::study
 {
@@ -18,6 +19,21 @@ namespace
 constexpr std::size_t kMostRows = 300;
 constexpr std::size_t kMostValues = 65535;
 constexpr char kReplacementCharacter[] = "%EF%BF%BD"; // U+FFFD, as it stands in the file
+
+/// A server refuses a repeated column itself, with the same text; SQLite accepts the statement.
+void refuseDoubledColumns(const ObjMeta::Row& columns)
+{
+  const auto inCapitals = [](std::string name)
+  {
+    for (char& c : name)
+      c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+    return name;
+  };
+  std::set<std::string> seen;
+  for (const std::string& column : columns)
+    if (!seen.insert(inCapitals(column)).second)
+      throw db::DBException("cannot prepare a statement: Column '" + column + "' specified twice");
+}
 
 std::string withoutReplacementCharacters(const std::string& text)
 {
@@ -32,11 +48,11 @@ std::string withoutReplacementCharacters(const std::string& text)
 
 void bindField(db::QueryBindings& bindings, std::size_t index, std::string& value)
 {
-  static const bool kIsNull[] = {false, true};
+  static const bool kSet = true;
   const bool isNull = value == ObjMeta::kNull;
   value = isNull ? std::string() : im::urlDecode(withoutReplacementCharacters(value));
   bindings.bindParam(static_cast<int>(index), MYSQL_TYPE_STRING, value.data(), value.size(), nullptr,
-                     &kIsNull[isNull ? 1 : 0]);
+                     isNull ? &kSet : nullptr);
 }
 
 } // namespace
@@ -57,7 +73,8 @@ ObjMetaInsert::ObjMetaInsert(db::DBConnectorSql& db, const std::string& table, O
 
 ImportCode ObjMetaInsert::run()
 {
-  const db::DeferredSync untilEntryIsWritten(db);
+  if (meta.rowCount > 0)
+    refuseDoubledColumns(meta.columns);
   const std::size_t fitting = std::max<std::size_t>(1, kMostValues / meta.columns.size());
   Position next = meta.rows.begin();
   for (std::size_t left = meta.rowCount; left > 0;)

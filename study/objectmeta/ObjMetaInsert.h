@@ -16,8 +16,8 @@ namespace tarn::study
 
 /// Writes the rows of an object meta file into a table, up to 300 in one statement, or fewer where these have more
 /// values than the 65,535 that a statement can have. Each statement is a transaction of its own; a row whose key exists
-/// already changes nothing. On the embedded database the rows are on the disk once the next change is. That is the
-/// study's entry, so an entry that says valid never stands without its rows.
+/// already changes nothing. No power cut keeps a later change, such as the study's entry, and takes rows back: an entry
+/// that says valid never stands without its rows.
 class ObjMetaInsert
 {
 public:
