@@ -22,6 +22,7 @@ namespace
 namespace fs = std::filesystem;
 using namespace tarn::db;
 using tarn::imutils::IMSemaphore;
+using tarn::study::StudyLock;
 using Lines = std::vector<std::string>;
 
 std::vector<float> lockArguments; // the last lock's
@@ -277,6 +278,25 @@ TEST_P(ObjCache, StatesOfTheEntry)
       db->references().addReference("s", "STUDYDIR", "ocerror");
     EXPECT_EQ(touch(!has('u')), row.message);
     EXPECT_EQ(state(), row.after);
+  }
+}
+
+TEST_P(ObjCache, TheExceptionTellsWhetherReferencesAreForced)
+{
+  const std::pair<const char*, bool> rows[] = {{"", true}, {"1,0", true}, {"2,1", false}, {"3,0", false}};
+  for (const auto& [entry, forced] : rows)
+  {
+    begin(kBad, 2);
+    putEntry(entry);
+    try
+    {
+      ObjCacheMgr(db.get()).doTouch("s", true);
+      ADD_FAILURE() << entry;
+    }
+    catch (const ObjCacheException& failure)
+    {
+      EXPECT_EQ(failure.forceErrorRefs, forced) << entry;
+    }
   }
 }
 
