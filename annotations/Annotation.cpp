@@ -4,10 +4,8 @@
 #include "base/report.h"
 #include "pstate/ElementWriter.h"
 #include "pstate/ValidPresentationState.h"
-#include "base/urlDecode.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace impsconverter
 {
@@ -15,6 +13,7 @@ namespace
 {
 
 constexpr int kRequiredCommon = 9;
+constexpr std::size_t kLongestColor = 16;
 constexpr float kCellWidth = 8.0F;
 constexpr float kCellHeight = 20.0F;
 constexpr double kHelperGrey = 204.0;
@@ -47,18 +46,9 @@ void writeGraphic(ElementWriter& writer, const std::vector<Float32>& points, con
 
 Annotation::Annotation(ValidPresentationState* state) : debug(state && state->isDebug()), ps(state) {}
 
-std::string Annotation::LabelBuffer::decoded() const
+Parameters Annotation::specific(const std::string& type, const std::string& params) const
 {
-  std::string label = encoded.data();
-  im::URLDecode(label);
-  return label;
-}
-
-bool Annotation::enoughArguments(const std::string& type, int count, int required)
-{
-  if (count < required)
-    tarn::base::report("Invalid number of annotation specific arguments for ", type, ": ", count);
-  return count >= required;
+  return {"annotation specific arguments", type, params.c_str(), debug};
 }
 
 bool Annotation::process(const std::string& line)
@@ -95,39 +85,21 @@ bool Annotation::process(const std::string& line)
 
 bool Annotation::parseCommon(const std::string& type, const std::string& common)
 {
-  std::array<char, 17> colorBuffer{};
-  int indexFlag = 0;
-  int valueFlag = 0;
-  const int count =
-      std::sscanf(common.c_str(), "%d %16s %d %d %d %d %d %d %d %d %d ", &index, colorBuffer.data(), &baseX, &baseY,
-                  &indexFlag, &valueFlag, &indexAnchorX, &indexAnchorY, &valueAnchorX, &valueAnchorY, &orientation);
-  if (count < kRequiredCommon)
-  {
-    tarn::base::report("Invalid number of common annotation arguments for ", type, ": ", count);
-    return false;
-  }
-  color = colorBuffer.data();
-  showIndex = indexFlag != 0;
-  showValue = valueFlag != 0;
-  if (debug)
-    traceCommon(count);
-  return true;
-}
-
-void Annotation::traceCommon(int count) const
-{
-  tarn::base::trace("Annotation Common arguments: ", count);
-  tarn::base::trace(" Index: ", index);
-  tarn::base::trace(" Color: ", color);
-  tarn::base::trace(" Show Index: ", showIndex);
-  tarn::base::trace(" Show Value: ", showValue);
-  tarn::base::trace(" Base X: ", baseX);
-  tarn::base::trace(" Base Y: ", baseY);
-  tarn::base::trace(" Index Anchor X: ", indexAnchorX);
-  tarn::base::trace(" Index Anchor Y: ", indexAnchorY);
-  tarn::base::trace(" Value Anchor X: ", valueAnchorX);
-  tarn::base::trace(" Value Anchor Y: ", valueAnchorY);
-  tarn::base::trace(" Orientation: ", orientation);
+  return Parameters("common annotation arguments", type, common.c_str(), debug)
+      .number(index, " Index")
+      .word(color, " Color", kLongestColor)
+      .number(baseX, " Base X")
+      .number(baseY, " Base Y")
+      .flag(showIndex, " Show Index")
+      .tracedAt(2)
+      .flag(showValue, " Show Value")
+      .tracedAt(3)
+      .number(indexAnchorX, " Index Anchor X")
+      .number(indexAnchorY, " Index Anchor Y")
+      .number(valueAnchorX, " Value Anchor X")
+      .number(valueAnchorY, " Value Anchor Y")
+      .number(orientation, " Orientation")
+      .atLeast(kRequiredCommon, "Annotation Common");
 }
 
 void Annotation::traceItem(DcmItem& item) const

@@ -1,16 +1,13 @@
 #pragma once
 
 #include "annotations/DicomCieLab.h"
+#include "annotations/Parameters.h"
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>
 
-#include <array>
 #include <string>
 #include <vector>
-
-/// The conversion of a label into a LabelBuffer, for the formats of the kinds.
-#define LABEL_FORMAT "%512s"
 
 namespace impsconverter
 {
@@ -47,19 +44,8 @@ public:
   virtual ~Annotation() = default;
 
 protected:
-  /// Receives a label of at most 512 bytes as it stands in the line, URL-encoded.
-  class LabelBuffer
-  {
-  public:
-    char* data() { return encoded.data(); }
-    std::string decoded() const;
-
-  private:
-    std::array<char, 513> encoded{};
-  };
-
-  /// Reports a scan that converted fewer than `required` parameters; true for enough. `count` is what sscanf returned.
-  static bool enoughArguments(const std::string& type, int count, int required);
+  /// The scanner of what follows the first '|' of a line; `type` is named in its message.
+  Parameters specific(const std::string& type, const std::string& params) const;
 
   /// A POLYLINE through `count` points, x and y of each in turn.
   bool addPolyline(float* points, int count);
@@ -104,7 +90,6 @@ protected:
 
 private:
   bool parseCommon(const std::string& type, const std::string& common);
-  void traceCommon(int count) const;
   bool addInstanceId(ElementWriter& writer) const;
   bool finish(ElementWriter& writer, DcmItem& item) const;
 };

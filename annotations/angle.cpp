@@ -1,35 +1,20 @@
 #include "annotations/angle.h"
 
-#include "base/report.h"
 #include "annotations/extension.h"
-
-#include <cstdio>
 
 namespace impsconverter
 {
 
 bool Angle::parseSpecific(const std::string& type, const std::string& params)
 {
-  LabelBuffer buffer;
-  LabelBuffer modeBuffer;
-  const int count = std::sscanf(params.c_str(), " %d %d %d %d " LABEL_FORMAT " " LABEL_FORMAT, &ray1X, &ray1Y, &ray2X,
-                                &ray2Y, buffer.data(), modeBuffer.data());
-  if (!enoughArguments(type, count, 5))
-    return false;
-  if (count == 6)
-    mode = modeBuffer.data();
-  label = buffer.decoded();
-  if (debug)
-  {
-    tarn::base::trace("Angle arguments: ", count);
-    tarn::base::trace(" Ray 1 X: ", ray1X);
-    tarn::base::trace(" Ray 1 Y: ", ray1Y);
-    tarn::base::trace(" Ray 2 X: ", ray2X);
-    tarn::base::trace(" Ray 2 Y: ", ray2Y);
-    tarn::base::trace(" Label: ", label);
-    tarn::base::trace(" Mode: ", mode);
-  }
-  return true;
+  return specific(type, params)
+      .number(ray1X, " Ray 1 X")
+      .number(ray1Y, " Ray 1 Y")
+      .number(ray2X, " Ray 2 X")
+      .number(ray2Y, " Ray 2 Y")
+      .label(label, " Label")
+      .word(mode, " Mode")
+      .atLeast(5, "Angle");
 }
 
 bool Angle::createSimple()

@@ -1,9 +1,6 @@
 #include "annotations/cobbangle.h"
 
-#include "base/report.h"
 #include "annotations/extension.h"
-
-#include <cstdio>
 
 namespace impsconverter
 {
@@ -21,30 +18,19 @@ float middle(int a, int b)
 
 bool CobbAngle::parseSpecific(const std::string& type, const std::string& params)
 {
-  LabelBuffer buffer;
-  LabelBuffer modeBuffer;
-  int unused = 0;
-  const int count =
-      std::sscanf(params.c_str(), " %d %d %d %d %d %d " LABEL_FORMAT " %d %d %d " LABEL_FORMAT, &rayBaseX, &rayBaseY,
-                  &endX, &endY, &rayEndX, &rayEndY, buffer.data(), &unused, &unused, &unused, modeBuffer.data());
-  if (!enoughArguments(type, count, 7))
-    return false;
-  if (count == 11)
-    mode = modeBuffer.data();
-  label = buffer.decoded();
-  if (debug)
-  {
-    tarn::base::trace("Cobb Angle arguments: ", count);
-    tarn::base::trace(" End X: ", endX);
-    tarn::base::trace(" End Y: ", endY);
-    tarn::base::trace(" Ray Base X: ", rayBaseX);
-    tarn::base::trace(" Ray Base Y: ", rayBaseY);
-    tarn::base::trace(" Ray End X: ", rayEndX);
-    tarn::base::trace(" Ray End Y: ", rayEndY);
-    tarn::base::trace(" Label: ", label);
-    tarn::base::trace(" Mode: ", mode);
-  }
-  return true;
+  return specific(type, params)
+      .number(rayBaseX, " Ray Base X")
+      .number(rayBaseY, " Ray Base Y")
+      .number(endX, " End X")
+      .tracedAt(0)
+      .number(endY, " End Y")
+      .tracedAt(1)
+      .number(rayEndX, " Ray End X")
+      .number(rayEndY, " Ray End Y")
+      .label(label, " Label")
+      .skipNumbers(3)
+      .word(mode, " Mode")
+      .atLeast(7, "Cobb Angle");
 }
 
 bool CobbAngle::createSimple()

@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -43,13 +42,11 @@ bool FreeHand::parseSpecific(const std::string& type, const std::string& params)
   const char* cursor = params.c_str();
   if (!parseVertices(type, cursor))
     return false;
-  LabelBuffer buffer;
-  if (std::sscanf(cursor, " " LABEL_FORMAT, buffer.data()) != 1)
+  if (Parameters("labels", type, cursor, debug).label(label).count() != 1)
   {
     tarn::base::report("Parsing label from a ", type, " annotation failed");
     return false;
   }
-  label = buffer.decoded();
   if (debug)
     traceArguments();
   return true;

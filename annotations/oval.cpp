@@ -2,10 +2,10 @@
 
 #include "base/report.h"
 #include "pstate/ElementWriter.h"
+#include "base/urlDecode.h"
 #include "base/wrapping.h"
 
 #include <cmath>
-#include <cstdio>
 
 namespace impsconverter
 {
@@ -30,50 +30,54 @@ Direction direction(float degrees)
 
 bool Oval::parseSpecific(const std::string& type, const std::string& params)
 {
-  Parameters p;
-  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %d", &p.x, &p.y, p.label.data(), &p.center);
-  return accept(type, count, p);
+  Values v;
+  return accept(type, specific(type, params).number(v.sizeX).number(v.sizeY).word(v.label).number(v.center), v);
 }
 
 bool SkewOval::parseSpecific(const std::string& type, const std::string& params)
 {
-  Parameters p;
-  const int count =
-      std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %g %d", &p.x, &p.y, p.label.data(), &p.angle, &p.center);
-  return accept(type, count, p);
+  Values v;
+  return accept(
+      type, specific(type, params).number(v.sizeX).number(v.sizeY).word(v.label).real(v.rotation).number(v.center), v);
 }
 
 bool HounsField::parseSpecific(const std::string& type, const std::string& params)
 {
-  Parameters p;
-  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %lg %lg %d", &p.x, &p.y, p.label.data(),
-                                &p.unused, &p.unused, &p.center);
-  return accept(type, count, p);
+  Values v;
+  return accept(type,
+                specific(type, params).number(v.sizeX).number(v.sizeY).word(v.label).skipReals(2).number(v.center), v);
 }
 
 bool SkewHounsField::parseSpecific(const std::string& type, const std::string& params)
 {
-  Parameters p;
-  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %lg %lg %g %d", &p.x, &p.y, p.label.data(),
-                                &p.unused, &p.unused, &p.angle, &p.center);
-  return accept(type, count, p);
+  Values v;
+  return accept(type,
+                specific(type, params)
+                    .number(v.sizeX)
+                    .number(v.sizeY)
+                    .word(v.label)
+                    .skipReals(2)
+                    .real(v.rotation)
+                    .number(v.center),
+                v);
 }
 
-bool Oval::accept(const std::string& type, int count, const Parameters& scanned)
+bool Oval::accept(const std::string& type, const Parameters& scanned, const Values& values)
 {
-  if (!enoughArguments(type, count, kRequired))
+  if (!scanned.atLeast(kRequired, nullptr))
     return false;
-  setValues(type, scanned.x, scanned.y, scanned.label, scanned.angle, scanned.center == 1);
+  setValues(type, values.sizeX, values.sizeY, values.label, values.rotation, values.center == 1);
   return true;
 }
 
-void Oval::setValues(const std::string& type, int x, int y, const LabelBuffer& buffer, float angle, bool center)
+void Oval::setValues(const std::string& type, int x, int y, const std::string& encodedLabel, float degrees, bool center)
 {
   sizeX = tarn::base::wrapAbs(x);
   sizeY = tarn::base::wrapAbs(y);
-  label = buffer.decoded();
+  label = encodedLabel;
+  im::URLDecode(label);
+  rotation = degrees;
   showCenter = center;
-  rotation = angle;
   if (!debug)
     return;
   tarn::base::trace("Oval(", type, ")");

@@ -1,11 +1,9 @@
 #include "annotations/pointer.h"
 
-#include "base/report.h"
 #include "annotations/distance.h"
 #include "base/wrapping.h"
 
 #include <cmath>
-#include <cstdio>
 
 namespace impsconverter
 {
@@ -25,16 +23,7 @@ Float32 barb(int tip, double offset)
 
 bool Pointer::parseSpecific(const std::string& type, const std::string& params)
 {
-  const int count = std::sscanf(params.c_str(), " %d %d", &endX, &endY);
-  if (!enoughArguments(type, count, 2))
-    return false;
-  if (debug)
-  {
-    tarn::base::trace("Pointer arguments: ", count);
-    tarn::base::trace(" End X: ", endX);
-    tarn::base::trace(" End Y: ", endY);
-  }
-  return true;
+  return specific(type, params).number(endX, " End X").number(endY, " End Y").atLeast(2, "Pointer");
 }
 
 bool Pointer::createSimple()

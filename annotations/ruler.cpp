@@ -1,31 +1,18 @@
 #include "annotations/ruler.h"
 
-#include "base/report.h"
 #include "pstate/ElementWriter.h"
-
-#include <cstdio>
 
 namespace impsconverter
 {
 
 bool Ruler::parseSpecific(const std::string& type, const std::string& params)
 {
-  LabelBuffer buffer;
-  int ticks = 0;
-  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %d", &endX, &endY, buffer.data(), &ticks);
-  if (!enoughArguments(type, count, 4))
-    return false;
-  label = buffer.decoded();
-  showTickMarks = ticks != 0;
-  if (debug)
-  {
-    tarn::base::trace("Ruler arguments: ", count);
-    tarn::base::trace(" End X: ", endX);
-    tarn::base::trace(" End Y: ", endY);
-    tarn::base::trace(" Label: ", label);
-    tarn::base::trace(" Show Tick Marks: ", showTickMarks);
-  }
-  return true;
+  return specific(type, params)
+      .number(endX, " End X")
+      .number(endY, " End Y")
+      .label(label, " Label")
+      .flag(showTickMarks, " Show Tick Marks")
+      .atLeast(4, "Ruler");
 }
 
 std::vector<Float32> Ruler::ends() const

@@ -1,10 +1,7 @@
 #include "annotations/spinelabel.h"
 
-#include "base/report.h"
 #include "annotations/distance.h"
 #include "base/wrapping.h"
-
-#include <cstdio>
 
 namespace impsconverter
 {
@@ -20,19 +17,13 @@ constexpr float kLongestUntied = 20.0F;
 
 bool SpineLabel::parseSpecific(const std::string& type, const std::string& params)
 {
-  LabelBuffer buffer;
-  int unused = 0;
-  const int count = std::sscanf(params.c_str(), " %d %d %d %d " LABEL_FORMAT " %d", &unused, &unused, &textX, &textY,
-                                buffer.data(), &unused);
-  if (!enoughArguments(type, count, 6))
-    return false;
-  label = buffer.decoded();
-  if (debug)
-  {
-    tarn::base::trace("SpineLabel arguments: ", count);
-    tarn::base::trace(" Label: ", label);
-  }
-  return true;
+  return specific(type, params)
+      .skipNumbers(2)
+      .number(textX)
+      .number(textY)
+      .label(label, " Label")
+      .skipNumbers(1)
+      .atLeast(6, "SpineLabel");
 }
 
 bool SpineLabel::createSimple()

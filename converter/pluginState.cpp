@@ -6,6 +6,7 @@
 #include "annotations/cobbangle.h"
 #include "annotations/freehand.h"
 #include "annotations/oval.h"
+#include "annotations/Parameters.h"
 #include "annotations/pointer.h"
 #include "annotations/ruler.h"
 #include "annotations/spinelabel.h"
@@ -13,7 +14,6 @@
 #include "base/urlDecode.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 namespace impsconverter
@@ -43,11 +43,10 @@ SIZE_MODE sizeModeOf(int code)
   }
 }
 
-bool enoughArguments(const char* line, int count, int required)
+/// The scanner of a view line, of what follows its first word; `subject` names the line in the message.
+Parameters viewParameters(const std::string& line, const char* subject, bool debug)
 {
-  if (count < required)
-    tarn::base::report("Invalid number of arguments for '", line, "': ", count);
-  return count >= required;
+  return {"arguments", subject, line.c_str() + line.find(' '), debug};
 }
 
 bool isFigure(const std::string& figure)
@@ -238,18 +237,13 @@ bool PSConverter::processLightLine(std::string& line)
   int level = 0;
   int inverted = 0;
   int grayscale = 0;
-  const int count = std::sscanf(line.c_str(), "light %d %d %d %d\n", &window, &level, &inverted, &grayscale);
-  if (!enoughArguments("light", count, 4))
-    return false;
-  if (debug)
-  {
-    tarn::base::trace("LIGHT arguments: ", count);
-    tarn::base::trace("window: ", window);
-    tarn::base::trace("level: ", level);
-    tarn::base::trace("inverted: ", inverted);
-    tarn::base::trace("grayscale: ", grayscale);
-  }
-  return setWindowLevel(window, level, inverted != 0);
+  return viewParameters(line, "'light'", debug)
+             .number(window, "window")
+             .number(level, "level")
+             .number(inverted, "inverted")
+             .number(grayscale, "grayscale")
+             .atLeast(4, "LIGHT") &&
+         setWindowLevel(window, level, inverted != 0);
 }
 
 bool PSConverter::processSizedLine(std::string& line)
@@ -258,17 +252,13 @@ bool PSConverter::processSizedLine(std::string& line)
   int sizeY = 0;
   int mode = 0;
   int orientation = 0;
-  const int count = std::sscanf(line.c_str(), "sized %d %d %d %d\n", &sizeX, &sizeY, &mode, &orientation);
-  if (!enoughArguments("sized", count, 4))
-    return false;
-  if (debug)
-  {
-    tarn::base::trace("SIZED arguments: ", count);
-    tarn::base::trace("size: ", sizeX, " ", sizeY);
-    tarn::base::trace("zoom: ", mode);
-    tarn::base::trace("orientation: ", orientation);
-  }
-  if (!setSizeMode(sizeModeOf(mode)))
+  const bool read = viewParameters(line, "'sized'", debug)
+                        .number(sizeX, "size")
+                        .number(sizeY, "")
+                        .number(mode, "zoom")
+                        .number(orientation, "orientation")
+                        .atLeast(4, "SIZED");
+  if (!read || !setSizeMode(sizeModeOf(mode)))
     return false;
   if (orientation < 0 || orientation >= kOrientations)
   {
@@ -290,15 +280,8 @@ bool PSConverter::processPixelLine(std::string& line)
 {
   double x = 0.0;
   double y = 0.0;
-  const int count = std::sscanf(line.c_str(), "pixel %lg %lg\n", &x, &y);
-  if (!enoughArguments("pixel", count, 2))
+  if (!viewParameters(line, "'pixel'", debug).real(x, "pixelX").real(y, "pixelY").atLeast(2, "PIXEL"))
     return false;
-  if (debug)
-  {
-    tarn::base::trace("PIXEL arguments: ", count);
-    tarn::base::trace("pixelX: ", x);
-    tarn::base::trace("pixelY: ", y);
-  }
   if (pixelSpacingX == 0.0 && pixelSpacingY == 0.0)
   {
     pixelSpacingX = x;
@@ -310,28 +293,18 @@ bool PSConverter::processPixelLine(std::string& line)
 bool PSConverter::processClipLine(std::string& line)
 {
   double zoomX = 0.0;
-  double zoomY = 0.0;
   int posX = 0;
   int posY = 0;
   int sizeX = 0;
   int sizeY = 0;
-  const int count =
-      std::sscanf(line.c_str(), "clip %lg %d %d %d %d %lg\n", &zoomX, &posX, &posY, &sizeX, &sizeY, &zoomY);
-  if (!enoughArguments("pixel", count, 5)) // the text that clip lines have always had
-    return false;
-  if (count == 5)
-    zoomY = zoomX;
-  if (debug)
-  {
-    tarn::base::trace("CLIP arguments: ", count);
-    tarn::base::trace("zoom X: ", zoomX);
-    tarn::base::trace("zoom Y: ", zoomY);
-    tarn::base::trace("pos X: ", posX);
-    tarn::base::trace("pos Y: ", posY);
-    tarn::base::trace("size X: ", sizeX);
-    tarn::base::trace("size Y: ", sizeY);
-  }
-  return setZoom(zoomX, zoomY);
+  Parameters clip = viewParameters(line, "'pixel'", debug); // the text that clip lines have always had
+  clip.real(zoomX, "zoom X")
+      .number(posX, "pos X")
+      .number(posY, "pos Y")
+      .number(sizeX, "size X")
+      .number(sizeY, "size Y");
+  double zoomY = zoomX; // unless the line says another
+  return clip.real(zoomY, "zoom Y").tracedAt(1).atLeast(5, "CLIP") && setZoom(zoomX, zoomY);
 }
 
 } // namespace impsconverter
