@@ -33,12 +33,12 @@ void writeShape(ElementWriter& writer, const std::vector<Float32>& points, const
               "Number of Graphic Points could not be created: ")
       .floats(DCM_GraphicData, points,
               "Graphic Data value could not be inserted: ", "Graphic Data could not be inserted: ")
-      .text(DCM_GraphicType, type, "Graphic Type could not be created: ");
+      .text(DCM_GraphicType, EVR_CS, type, "Graphic Type could not be created: ");
 }
 
 void writeGraphic(ElementWriter& writer, const std::vector<Float32>& points, const char* type)
 {
-  writer.text(DCM_GraphicAnnotationUnits, "PIXEL", kUnitsMessage);
+  writer.text(DCM_GraphicAnnotationUnits, EVR_CS, "PIXEL", kUnitsMessage);
   writeShape(writer, points, type);
 }
 
@@ -160,9 +160,9 @@ bool Annotation::addDashedLine(float x1, float y1, float x2, float y2, const Dic
   if (!writer.appendItem(DCM_LineStyleSequence, style, nullptr).ok())
     return false;
   lineColor.addTo(style, DCM_PatternOnColorCIELabValue);
-  style->putAndInsertFloat32(DCM_PatternOnOpacity, kPatternOnOpacity);
-  style->putAndInsertFloat32(DCM_PatternOffOpacity, kPatternOffOpacity);
-  style->putAndInsertString(DCM_LineDashingStyle, "DASHED");
+  style->putAndInsertFloat32(DcmTag(DCM_PatternOnOpacity, EVR_FL), kPatternOnOpacity);
+  style->putAndInsertFloat32(DcmTag(DCM_PatternOffOpacity, EVR_FL), kPatternOffOpacity);
+  style->putAndInsertString(DcmTag(DCM_LineDashingStyle, EVR_CS), "DASHED");
   return ElementWriter(*style).number(DCM_LinePattern, kDashPattern, nullptr).ok() && finish(writer, *graphic);
 }
 
@@ -203,19 +203,19 @@ bool Annotation::addText(int x, int y, const std::string& text, bool centered)
            .ok())
     return false;
   ElementWriter writer(*object);
-  writer.text(DCM_AnchorPointAnnotationUnits, "PIXEL", "Anchor Point Annotation Units could not be created: ")
-      .text(DCM_UnformattedTextValue, text, "Unformatted Text Value could not be created: ")
+  writer.text(DCM_AnchorPointAnnotationUnits, EVR_CS, "PIXEL", "Anchor Point Annotation Units could not be created: ")
+      .text(DCM_UnformattedTextValue, EVR_ST, text, "Unformatted Text Value could not be created: ")
       .floats(DCM_AnchorPoint, {anchorX, anchorY},
               "Anchor Point value could not be inserted: ", "Anchor Point could not be inserted: ")
-      .text(DCM_AnchorPointVisibility, "N", "Anchor Point Visibility could not be created: ")
-      .text(DCM_BoundingBoxAnnotationUnits, "PIXEL", "Bounding Box Annotation Units could not be created: ")
+      .text(DCM_AnchorPointVisibility, EVR_CS, "N", "Anchor Point Visibility could not be created: ")
+      .text(DCM_BoundingBoxAnnotationUnits, EVR_CS, "PIXEL", "Bounding Box Annotation Units could not be created: ")
       .floats(DCM_BoundingBoxTopLeftHandCorner, {left, top},
               "Bounding Box Top Left Hand Corner value could not be inserted: ",
               "Bounding Box Top Left Hand Corner could not be inserted: ")
       .floats(DCM_BoundingBoxBottomRightHandCorner, {right, bottom},
               "Bounding Box Bottom Right Hand Corner value could not be inserted: ",
               "Bounding Box Bottom Right Hand Corner could not be inserted: ")
-      .text(DCM_BoundingBoxTextHorizontalJustification, centered ? "CENTER" : "LEFT",
+      .text(DCM_BoundingBoxTextHorizontalJustification, EVR_CS, centered ? "CENTER" : "LEFT",
             "Bounding Box Text Horizontal Justification could not be created: ");
   return finish(writer, *object);
 }
@@ -234,7 +234,7 @@ DcmItem* Annotation::addCompound(const std::vector<Float32>& points, const char*
     return nullptr;
   ElementWriter writer(*item);
   addInstanceId(writer);
-  writer.text(DCM_CompoundGraphicUnits, "PIXEL", "Compound Graphic Units could not be created: ");
+  writer.text(DCM_CompoundGraphicUnits, EVR_CS, "PIXEL", "Compound Graphic Units could not be created: ");
   writeShape(writer, points, type);
   return writer.ok() ? item : nullptr;
 }

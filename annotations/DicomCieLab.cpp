@@ -54,7 +54,7 @@ DicomCieLab::DicomCieLab(double red, double green, double blue)
 OFCondition DicomCieLab::addTo(DcmItem* item, const DcmTagKey& tag) const
 {
   const std::array<Uint16, 3> values{lowBits(L), lowBits(a), lowBits(b)};
-  auto element = std::make_unique<DcmUnsignedShort>(DcmTag(tag));
+  auto element = std::make_unique<DcmUnsignedShort>(DcmTag(tag, EVR_US));
   OFCondition status = element->putUint16Array(values.data(), values.size());
   if (status.bad())
   {

@@ -123,7 +123,7 @@ bool Oval::createCompound()
   if (!item)
     return false;
   ElementWriter writer(*item);
-  writer.text(DCM_GraphicFilled, "N", "Graphic Filled could not be created: ");
+  writer.text(DCM_GraphicFilled, EVR_CS, "N", "Graphic Filled could not be created: ");
   if (rotation != 0.0F)
     writer
         .floats(DCM_RotationPoint, {static_cast<Float32>(baseX), static_cast<Float32>(baseY)},

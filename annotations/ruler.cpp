@@ -33,9 +33,9 @@ bool Ruler::createCompound()
     return false;
   ElementWriter writer(*item);
   if (showTickMarks)
-    writer.text(DCM_TickAlignment, "CENTER", "Tick Alignment could not be created: ")
-        .text(DCM_TickLabelAlignment, "BOTTOM", "Tick Label Alignment could not be created: ")
-        .text(DCM_ShowTickLabel, "N", "Show Tick Label could not be created: ");
+    writer.text(DCM_TickAlignment, EVR_CS, "CENTER", "Tick Alignment could not be created: ")
+        .text(DCM_TickLabelAlignment, EVR_CS, "BOTTOM", "Tick Label Alignment could not be created: ")
+        .text(DCM_ShowTickLabel, EVR_CS, "N", "Show Tick Label could not be created: ");
   return complete(writer, *item);
 }
 

@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <iostream>
 #include <new>
 
 #include <fcntl.h>
@@ -88,18 +87,6 @@ int runProcess(const char* program, const std::function<int()>& run)
     reportUncaught();
     return EXIT_FAILURE;
   }
-}
-
-void endProcess(int status)
-{
-  std::cout.flush();
-  std::cerr.flush();
-  std::fflush(nullptr);
-#ifdef __SANITIZE_ADDRESS__
-  std::exit(status); // leaks are looked for then
-#else
-  std::_Exit(status);
-#endif
 }
 
 } // namespace tarn::base

@@ -10,9 +10,4 @@ namespace tarn::base
 /// error, `program: text`, and status 1, also where there is no memory left. `program` is a literal.
 int runProcess(const char* program, const std::function<int()>& run);
 
-/// Ends the process with `status` after its streams were written out. Objects of static duration are not destroyed: to
-/// take thousands of heap blocks apart that end with the process takes longer than some conversions. What has to be
-/// closed is closed before.
-[[noreturn]] void endProcess(int status);
-
 } // namespace tarn::base

@@ -278,12 +278,12 @@ void PSConverter::fixOriginal()
                      "Displayed Area Selection Sequence item could not created: ")
           .ok())
   {
-    area->putAndInsertString(DCM_PixelOriginInterpretation, "FRAME");
-    area->putAndInsertString(DCM_PresentationSizeMode, "SCALE TO FIT");
+    area->putAndInsertString(DcmTag(DCM_PixelOriginInterpretation, EVR_CS), "FRAME");
+    area->putAndInsertString(DcmTag(DCM_PresentationSizeMode, EVR_CS), "SCALE TO FIT");
     fillDisplayArea(*area, CLIP_BOX_NORMAL, 1, 1, largestColumns, largestRows);
     fillPixelSpacing(*area, pixelSpacingX == 0.0 ? 1.0 : pixelSpacingX, pixelSpacingY == 0.0 ? 1.0 : pixelSpacingY);
   }
-  const OFCondition status = dataset.putAndInsertString(DCM_PresentationLUTShape, "IDENTITY", OFFalse);
+  const OFCondition status = dataset.putAndInsertString(DcmTag(DCM_PresentationLUTShape, EVR_CS), "IDENTITY", OFFalse);
   if (status.bad() && status != EC_DoubledTag)
     reportCondition("Presentation LUT Shape could not be inserted to dataset: ", status);
 }

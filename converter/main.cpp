@@ -5,10 +5,10 @@
 
 int main(int argc, char** argv)
 {
-  tarn::base::endProcess(tarn::base::runProcess("annomend",
-                                                [&]
-                                                {
-                                                  tarn::dicom::redirectToolkitLog();
-                                                  return impsconverter::runCommand(argc, argv);
-                                                }));
+  return tarn::base::runProcess("annomend",
+                                [&]
+                                {
+                                  tarn::dicom::redirectToolkitLog();
+                                  return impsconverter::runCommand(argc, argv);
+                                });
 }

@@ -16,7 +16,7 @@ constexpr signed long kAppend = -2;
 OFCondition sequenceItem(DcmItem& item, const DcmTagKey& sequence, DcmItem*& result, signed long position)
 {
   result = nullptr;
-  const OFCondition status = item.findOrCreateSequenceItem(DcmTag(sequence), result, position);
+  const OFCondition status = item.findOrCreateSequenceItem(DcmTag(sequence, EVR_SQ), result, position);
   return status.good() && !result ? EC_InvalidVR : status;
 }
 
@@ -47,35 +47,35 @@ ElementWriter& ElementWriter::step(const char* message, Put put)
   return *this;
 }
 
-ElementWriter& ElementWriter::text(const DcmTagKey& tag, const std::string& value, const char* message)
+ElementWriter& ElementWriter::text(const DcmTagKey& tag, DcmEVR vr, const std::string& value, const char* message)
 {
-  return step(message, [&] { return item->putAndInsertString(DcmTag(tag), value.c_str()); });
+  return step(message, [&] { return item->putAndInsertString(DcmTag(tag, vr), value.c_str()); });
 }
 
 ElementWriter& ElementWriter::number(const DcmTagKey& tag, Uint16 value, const char* message)
 {
-  return step(message, [&] { return item->putAndInsertUint16(DcmTag(tag), value); });
+  return step(message, [&] { return item->putAndInsertUint16(DcmTag(tag, EVR_US), value); });
 }
 
 ElementWriter& ElementWriter::number(const DcmTagKey& tag, Uint32 value, const char* message)
 {
-  return step(message, [&] { return item->putAndInsertUint32(DcmTag(tag), value); });
+  return step(message, [&] { return item->putAndInsertUint32(DcmTag(tag, EVR_UL), value); });
 }
 
 ElementWriter& ElementWriter::real(const DcmTagKey& tag, Float32 value, const char* message)
 {
-  return step(message, [&] { return item->putAndInsertFloat32(DcmTag(tag), value); });
+  return step(message, [&] { return item->putAndInsertFloat32(DcmTag(tag, EVR_FL), value); });
 }
 
 ElementWriter& ElementWriter::real(const DcmTagKey& tag, Float64 value, const char* message)
 {
-  return step(message, [&] { return item->putAndInsertFloat64(DcmTag(tag), value); });
+  return step(message, [&] { return item->putAndInsertFloat64(DcmTag(tag, EVR_FD), value); });
 }
 
 ElementWriter& ElementWriter::floats(const DcmTagKey& tag, const std::vector<Float32>& values, const char* valueMessage,
                                      const char* insertMessage)
 {
-  auto element = std::make_unique<DcmFloatingPointSingle>(DcmTag(tag));
+  auto element = std::make_unique<DcmFloatingPointSingle>(DcmTag(tag, EVR_FL));
   step(valueMessage, [&] { return element->putFloat32Array(values.data(), values.size()); });
   return step(insertMessage, [&] { return insertOwned(*item, std::move(element), true); });
 }
@@ -83,7 +83,7 @@ ElementWriter& ElementWriter::floats(const DcmTagKey& tag, const std::vector<Flo
 ElementWriter& ElementWriter::newPair(const DcmTagKey& tag, Sint32 first, Sint32 second, const char* valueMessage,
                                       const char* insertMessage)
 {
-  auto element = std::make_unique<DcmSignedLong>(DcmTag(tag));
+  auto element = std::make_unique<DcmSignedLong>(DcmTag(tag, EVR_SL));
   const std::array<Sint32, 2> values{first, second};
   step(valueMessage, [&] { return element->putSint32Array(values.data(), values.size()); });
   return step(insertMessage, [&] { return insertOwned(*item, std::move(element), false); });

@@ -51,9 +51,9 @@ PresentationState::PresentationState(DcmDataset* dataset, bool isDebug)
 bool PresentationState::clean()
 {
   DcmDataset& dataset = *fileFormat->getDataset();
-  dataset.insertEmptyElement(DCM_ContentDescription);
-  dataset.insertEmptyElement(DCM_ContentCreatorName);
-  dataset.putAndInsertString(DCM_Modality, "PR");
+  dataset.insertEmptyElement(DcmTag(DCM_ContentDescription, EVR_LO));
+  dataset.insertEmptyElement(DcmTag(DCM_ContentCreatorName, EVR_PN));
+  dataset.putAndInsertString(DcmTag(DCM_Modality, EVR_CS), "PR");
   return true;
 }
 
@@ -92,7 +92,7 @@ bool PresentationState::fillPixelSpacing(DcmItem& item, double first, double sec
   std::array<char, 64> text{};
   std::snprintf(text.data(), text.size(), "%lg\\%lg", first, second);
   return ElementWriter(item)
-      .text(DCM_PresentationPixelSpacing, text.data(),
+      .text(DCM_PresentationPixelSpacing, EVR_DS, text.data(),
             "Presentation Pixel Spacing could not be inserted to Displayed Area Selection Item: ")
       .ok();
 }

@@ -49,7 +49,7 @@ const char* sizeModeText(SIZE_MODE mode)
 bool insertSequence(DcmItem& target, const DcmTagKey& tag, std::unique_ptr<DcmItem> item, const char* itemMessage,
                     const char* sequenceMessage)
 {
-  auto sequence = std::make_unique<DcmSequenceOfItems>(DcmTag(tag));
+  auto sequence = std::make_unique<DcmSequenceOfItems>(DcmTag(tag, EVR_SQ));
   if (const OFCondition status = sequence->insert(item.get()); status.bad())
   {
     reportCondition(itemMessage, status);
@@ -68,7 +68,7 @@ ValidPresentationState::ValidPresentationState(DcmDataset* dataset, const std::s
                                                bool isDebug)
   : PresentationState(dataset, isDebug), instanceBase(base)
 {
-  fileFormat->getDataset()->putAndInsertString(DCM_SOPInstanceUID, sopInstanceUid.c_str());
+  fileFormat->getDataset()->putAndInsertString(DcmTag(DCM_SOPInstanceUID, EVR_UI), sopInstanceUid.c_str());
   name = (kFilePrefix + ("." + sopInstanceUid)).substr(0, kLongestName);
 }
 
@@ -86,7 +86,7 @@ bool ValidPresentationState::setOrientation(int rotation, bool flip)
       clipMode = row.mode;
   return ElementWriter(*fileFormat->getDataset())
       .number(DCM_ImageRotation, static_cast<Uint16>(rotation), "Image Rotation could not be set: ")
-      .text(DCM_ImageHorizontalFlip, flip ? "Y" : "N", "Image Horizontal Flip could not be set: ")
+      .text(DCM_ImageHorizontalFlip, EVR_CS, flip ? "Y" : "N", "Image Horizontal Flip could not be set: ")
       .ok();
 }
 
@@ -100,7 +100,7 @@ bool ValidPresentationState::setSizeMode(SIZE_MODE mode)
   sizeMode = mode;
   return hasDisplayedArea() &&
          ElementWriter(*displayedAreaItem)
-             .text(DCM_PresentationSizeMode, sizeModeText(mode),
+             .text(DCM_PresentationSizeMode, EVR_CS, sizeModeText(mode),
                    "Presentation Size Mode could not be inserted to Displayed Area Selection Item: ")
              .ok();
 }
@@ -128,14 +128,14 @@ bool ValidPresentationState::setWindowLevel(int window, int level, bool inverted
   DcmItem* lut = nullptr;
   const bool found =
       ElementWriter(dataset)
-          .text(DCM_PresentationLUTShape, inverted ? "INVERSE" : "IDENTITY",
+          .text(DCM_PresentationLUTShape, EVR_CS, inverted ? "INVERSE" : "IDENTITY",
                 "Presentation LUT Shape could not be inserted to dataset: ")
           .firstItem(DCM_SoftcopyVOILUTSequence, lut, "Softcopy VOI LUT Sequence item could not created: ")
           .ok();
   return found && ElementWriter(*lut)
-                      .text(DCM_WindowCenter, std::to_string(level),
+                      .text(DCM_WindowCenter, EVR_DS, std::to_string(level),
                             "Window Center could not be inserted to Softcopy VOI LUT Sequence item: ")
-                      .text(DCM_WindowWidth, std::to_string(window),
+                      .text(DCM_WindowWidth, EVR_DS, std::to_string(window),
                             "Window Width could not be inserted to Softcopy VOI LUT Sequence item: ")
                       .ok();
 }
@@ -144,18 +144,18 @@ bool ValidPresentationState::replaceReferences(const ObjectInfo& object, const s
 {
   auto image = std::make_unique<DcmItem>();
   const bool filled = ElementWriter(*image)
-                          .text(DCM_ReferencedSOPClassUID, object.sopClassUid,
+                          .text(DCM_ReferencedSOPClassUID, EVR_UI, object.sopClassUid,
                                 "Referenced SOP Class UID could not be inserted to Referenced Image Sequence: ")
-                          .text(DCM_ReferencedSOPInstanceUID, object.sopInstanceUid,
+                          .text(DCM_ReferencedSOPInstanceUID, EVR_UI, object.sopInstanceUid,
                                 "Referenced SOP Instance UID could not be inserted to Referenced Image Sequence: ")
                           .ok();
   if (!filled)
     return false;
-  image->putAndInsertString(DCM_ReferencedFrameNumber, frames.c_str());
+  image->putAndInsertString(DcmTag(DCM_ReferencedFrameNumber, EVR_IS), frames.c_str());
 
   auto series = std::make_unique<DcmItem>();
   return ElementWriter(*series)
-             .text(DCM_SeriesInstanceUID, object.seriesInstanceUid,
+             .text(DCM_SeriesInstanceUID, EVR_UI, object.seriesInstanceUid,
                    "Series Instance UID could not be inserted to Referenced Series Sequence item: ")
              .ok() &&
          insertSequence(*series, DCM_ReferencedImageSequence, std::move(image),
@@ -194,12 +194,12 @@ bool ValidPresentationState::checkAndCreateAnnotationLayer()
            .ok())
     return false;
   if (!ElementWriter(*layer)
-           .text(DCM_GraphicLayer, ANNLAYERNAME, "Graphic Layer name could not be created: ")
-           .text(DCM_GraphicLayerOrder, "1", "Graphic Layer Order could not be created: ")
+           .text(DCM_GraphicLayer, EVR_CS, ANNLAYERNAME, "Graphic Layer name could not be created: ")
+           .text(DCM_GraphicLayerOrder, EVR_IS, "1", "Graphic Layer Order could not be created: ")
            .ok())
     return false;
-  const OFCondition inserted =
-      fileFormat->getDataset()->insertSequenceItem(DcmTag(DCM_GraphicAnnotationSequence), pendingAnnotationItem.get());
+  const OFCondition inserted = fileFormat->getDataset()->insertSequenceItem(
+      DcmTag(DCM_GraphicAnnotationSequence, EVR_SQ), pendingAnnotationItem.get());
   if (!annotationItem || inserted.bad())
   {
     reportCondition("Graphic Annotation Sequence item could not be created: ", inserted);
@@ -207,7 +207,7 @@ bool ValidPresentationState::checkAndCreateAnnotationLayer()
   }
   static_cast<void>(pendingAnnotationItem.release()); // the dataset's
   return ElementWriter(*annotationItem)
-      .text(DCM_GraphicLayer, ANNLAYERNAME, "Graphic Layer could not be added to Graphic Annotation Sequence: ")
+      .text(DCM_GraphicLayer, EVR_CS, ANNLAYERNAME, "Graphic Layer could not be added to Graphic Annotation Sequence: ")
       .ok();
 }
 
@@ -241,7 +241,8 @@ bool ValidPresentationState::clean()
   const std::string text =
       std::to_string(tarn::base::wrapAdd(tarn::base::wrapMul(inputNumber, kInstanceNumberFactor), instanceBase));
   return ElementWriter(dataset)
-      .text(DCM_InstanceNumber, text, ("Instance Number " + text + " could not be inserted to dataset: ").c_str())
+      .text(DCM_InstanceNumber, EVR_IS, text,
+            ("Instance Number " + text + " could not be inserted to dataset: ").c_str())
       .ok();
 }
 
