@@ -1,6 +1,6 @@
 #pragma once
 
-#include "annotations/DicomCieLab.h"
+#include "pstate/DicomCieLab.h"
 #include "annotations/Parameters.h"
 
 #include <dcmtk/config/osconfig.h>

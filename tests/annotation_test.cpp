@@ -1,6 +1,6 @@
 #include "tests/support/StateFixture.h"
 
-#include "annotations/DicomCieLab.h"
+#include "pstate/DicomCieLab.h"
 #include "images/ObjectInfo.h"
 #include "pstate/ValidPresentationState.h"
 #include "annotations/Parameters.h"
