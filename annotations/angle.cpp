@@ -1,3 +1,4 @@
+// An angle at the base point, between two rays.
 #include "annotations/angle.h"
 
 #include "annotations/extension.h"
@@ -19,26 +20,16 @@ bool Angle::parseSpecific(const std::string& type, const std::string& params)
 
 bool Angle::createSimple()
 {
-  const auto vertexX = static_cast<Float32>(baseX);
-  const auto vertexY = static_cast<Float32>(baseY);
-  const bool added = addPolyline({static_cast<Float32>(ray1X), static_cast<Float32>(ray1Y), vertexX, vertexY,
-                                  static_cast<Float32>(ray2X), static_cast<Float32>(ray2Y)});
+  const bool added = addPolyline({pointAt(ray1X, ray1Y), base(), pointAt(ray2X, ray2Y)});
   if (added && mode == kExtensionMode)
-    addHelperLine(vertexX, vertexY, mirrored(baseX, ray2X), mirrored(baseY, ray2Y));
+    addHelperLine(base(), {mirrored(baseX, ray2X), mirrored(baseY, ray2Y)});
   return added;
 }
 
 bool Angle::createCompound()
 {
   compound = true;
-  const auto vertexX = static_cast<Float32>(baseX);
-  const auto vertexY = static_cast<Float32>(baseY);
-  DcmItem* item = addCompound({vertexX, vertexY, static_cast<Float32>(ray1X), static_cast<Float32>(ray1Y), vertexX,
-                               vertexY, static_cast<Float32>(ray2X), static_cast<Float32>(ray2Y)},
-                              "MULTILINE");
-  if (item)
-    traceItem(*item);
-  return item != nullptr;
+  return addCompound(GraphicType::multiLine, {base(), pointAt(ray1X, ray1Y), base(), pointAt(ray2X, ray2Y)});
 }
 
 bool Angle::createText()

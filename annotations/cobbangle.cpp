@@ -1,3 +1,4 @@
+// A Cobb angle: two lines that need not meet, tied to their label.
 #include "annotations/cobbangle.h"
 
 #include "annotations/extension.h"
@@ -35,10 +36,8 @@ bool CobbAngle::parseSpecific(const std::string& type, const std::string& params
 
 bool CobbAngle::createSimple()
 {
-  const bool added = addPolyline({static_cast<Float32>(baseX), static_cast<Float32>(baseY), static_cast<Float32>(endX),
-                                  static_cast<Float32>(endY)}) &&
-                     addPolyline({static_cast<Float32>(rayBaseX), static_cast<Float32>(rayBaseY),
-                                  static_cast<Float32>(rayEndX), static_cast<Float32>(rayEndY)});
+  const bool added = addPolyline({base(), pointAt(endX, endY)}) &&
+                     addPolyline({pointAt(rayBaseX, rayBaseY), pointAt(rayEndX, rayEndY)});
   if (added)
     addHelperLines();
   return added;
@@ -46,22 +45,18 @@ bool CobbAngle::createSimple()
 
 void CobbAngle::addHelperLines()
 {
-  const float firstX = middle(endX, baseX);
-  const float firstY = middle(endY, baseY);
-  const float secondX = middle(rayEndX, rayBaseX);
-  const float secondY = middle(rayEndY, rayBaseY);
+  const Point first{middle(endX, baseX), middle(endY, baseY)};
+  const Point second{middle(rayEndX, rayBaseX), middle(rayEndY, rayBaseY)};
   if (showValue)
   {
-    const auto anchorX = static_cast<float>(valueAnchorX);
-    const auto anchorY = static_cast<float>(valueAnchorY);
-    addHelperLine(firstX, firstY, anchorX, anchorY);
-    addHelperLine(secondX, secondY, anchorX, anchorY);
+    const Point anchor = pointAt(valueAnchorX, valueAnchorY);
+    addHelperLine(first, anchor);
+    addHelperLine(second, anchor);
   }
   else
-    addHelperLine(firstX, firstY, secondX, secondY);
+    addHelperLine(first, second);
   if (mode == kExtensionMode)
-    addHelperLine(static_cast<float>(rayBaseX), static_cast<float>(rayBaseY), mirrored(rayBaseX, rayEndX),
-                  mirrored(rayBaseY, rayEndY));
+    addHelperLine(pointAt(rayBaseX, rayBaseY), {mirrored(rayBaseX, rayEndX), mirrored(rayBaseY, rayEndY)});
 }
 
 bool CobbAngle::createText()

@@ -1,3 +1,4 @@
+// A closed outline of any number of vertices.
 #include "annotations/freehand.h"
 
 #include "base/report.h"
@@ -92,15 +93,11 @@ bool FreeHand::createSimple()
 {
   if (xs.empty())
     return true; // nothing was parsed
-  std::vector<Float32> points;
-  points.reserve(2 * (xs.size() + 1));
+  std::vector<Point> points;
+  points.reserve(xs.size() + 1);
   for (std::size_t vertex = 0; vertex < xs.size(); ++vertex)
-  {
-    points.push_back(static_cast<Float32>(xs[vertex]));
-    points.push_back(static_cast<Float32>(ys[vertex]));
-  }
-  points.push_back(points[0]);
-  points.push_back(points[1]);
+    points.push_back(pointAt(xs[vertex], ys[vertex]));
+  points.push_back(points.front()); // PS3.3 C.10.5.1.2: closed by its first point
   return addPolyline(points);
 }
 

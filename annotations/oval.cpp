@@ -1,3 +1,4 @@
+// Ovals and Hounsfield regions: an ellipse, which the parameters of each class describe in an order of their own.
 #include "annotations/oval.h"
 
 #include "base/report.h"
@@ -88,7 +89,7 @@ void Oval::setValues(const std::string& type, int x, int y, const std::string& e
   tarn::base::trace(" Show Center: ", showCenter);
 }
 
-std::vector<Float32> Oval::axisEnds() const
+std::vector<Point> Oval::axisEnds() const
 {
   const Direction first = rotation == 0.0F ? Direction{1.0F, 0.0F} : direction(rotation);
   const Direction second = rotation == 0.0F ? Direction{0.0F, 1.0F} : direction(rotation + 90.0F);
@@ -96,40 +97,44 @@ std::vector<Float32> Oval::axisEnds() const
   const auto y = static_cast<float>(baseY);
   const auto a = static_cast<float>(sizeX);
   const auto b = static_cast<float>(sizeY);
-  std::vector<Float32> ends{x + a * first.cosine,  y + a * first.sine,  x - a * first.cosine,  y - a * first.sine,
-                            x + b * second.cosine, y + b * second.sine, x - b * second.cosine, y - b * second.sine};
+  std::vector<Point> ends{{x + a * first.cosine, y + a * first.sine},
+                          {x - a * first.cosine, y - a * first.sine},
+                          {x + b * second.cosine, y + b * second.sine},
+                          {x - b * second.cosine, y - b * second.sine}};
   if (debug)
   {
     tarn::base::trace(" cos r: ", first.cosine, " sin r: ", first.sine, " cos(r+90): ", second.cosine,
                       " sin(r+90): ", second.sine);
-    tarn::base::trace("{ (", ends[0], ",", ends[1], "),(", ends[2], ",", ends[3], "),(", ends[4], ",", ends[5], "),(",
-                      ends[6], ",", ends[7], ")}\t\t");
+    tarn::base::trace("{ (", ends[0].column, ",", ends[0].row, "),(", ends[1].column, ",", ends[1].row, "),(",
+                      ends[2].column, ",", ends[2].row, "),(", ends[3].column, ",", ends[3].row, ")}\t\t");
   }
   return ends;
 }
 
 bool Oval::createSimple()
 {
-  return addGraphic(axisEnds(), "ELLIPSE", true);
+  // PS3.3 C.10.5.1.2: the ends of one axis, then of the other; that of size X comes first, also where it is the
+  // shorter.
+  return addIdentifiedGraphic(GraphicType::ellipse, axisEnds());
 }
 
 bool Oval::createCompound()
 {
-  DcmItem* item = addCompound({static_cast<Float32>(tarn::base::wrapSub(baseX, sizeX)),
-                               static_cast<Float32>(tarn::base::wrapSub(baseY, sizeY)),
-                               static_cast<Float32>(tarn::base::wrapAdd(baseX, sizeX)),
-                               static_cast<Float32>(tarn::base::wrapAdd(baseY, sizeY))},
-                              "ELLIPSE");
-  if (!item)
-    return false;
-  ElementWriter writer(*item);
-  writer.text(DCM_GraphicFilled, EVR_CS, "N", "Graphic Filled could not be created: ");
-  if (rotation != 0.0F)
-    writer
-        .floats(DCM_RotationPoint, {static_cast<Float32>(baseX), static_cast<Float32>(baseY)},
-                "Rotation Point value could not be inserted: ", "Rotation Point could not be inserted: ")
-        .real(DCM_RotationAngle, static_cast<Float64>(rotation), "Rotation Angle could not be created: ");
-  return complete(writer, *item);
+  // PS3.3 C.10.5.1.3.3: two corners of the box before the rotation, which is about the centre.
+  const std::vector<Point> box{pointAt(tarn::base::wrapSub(baseX, sizeX), tarn::base::wrapSub(baseY, sizeY)),
+                               pointAt(tarn::base::wrapAdd(baseX, sizeX), tarn::base::wrapAdd(baseY, sizeY))};
+  return addCompound(
+      GraphicType::ellipse, box,
+      [&](ElementWriter& writer)
+      {
+        writer.text(DCM_GraphicFilled, EVR_CS, "N", "Graphic Filled could not be created: ");
+        if (rotation == 0.0F)
+          return;
+        writer
+            .floats(DCM_RotationPoint, {base().column, base().row},
+                    "Rotation Point value could not be inserted: ", "Rotation Point could not be inserted: ")
+            .real(DCM_RotationAngle, static_cast<Float64>(rotation), "Rotation Angle could not be created: ");
+      });
 }
 
 bool Oval::createText()

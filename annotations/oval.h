@@ -34,7 +34,7 @@ protected:
   void setValues(const std::string& type, int x, int y, const std::string& encodedLabel, float degrees, bool center);
 
 private:
-  std::vector<Float32> axisEnds() const;
+  std::vector<Point> axisEnds() const;
 
   int sizeX = 0; ///< half-axis along the rotated X direction, image pixels
   int sizeY = 0;

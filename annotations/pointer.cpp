@@ -1,3 +1,4 @@
+// An arrow: its shaft, and a head of two barbs.
 #include "annotations/pointer.h"
 
 #include "annotations/distance.h"
@@ -14,9 +15,9 @@ namespace
 constexpr float kHeadLength = 8.0F;
 
 /// One coordinate of a barb's end, `offset` taken to the nearest integer, halves away from zero.
-Float32 barb(int tip, double offset)
+int barb(int tip, double offset)
 {
-  return static_cast<Float32>(tarn::base::wrapAdd(tip, static_cast<int>(std::lround(offset))));
+  return tarn::base::wrapAdd(tip, static_cast<int>(std::lround(offset)));
 }
 
 } // namespace
@@ -28,9 +29,7 @@ bool Pointer::parseSpecific(const std::string& type, const std::string& params)
 
 bool Pointer::createSimple()
 {
-  return addPolyline({static_cast<Float32>(baseX), static_cast<Float32>(baseY), static_cast<Float32>(endX),
-                      static_cast<Float32>(endY)}) &&
-         addHead();
+  return addPolyline({base(), pointAt(endX, endY)}) && addHead();
 }
 
 bool Pointer::addHead()
@@ -42,19 +41,14 @@ bool Pointer::addHead()
   const double length = vectorLength(dx, dy);
   const double a = static_cast<float>(dx) * kHeadLength / length;
   const double b = static_cast<float>(dy) * kHeadLength / length;
-  return addPolyline({barb(baseX, a + b), barb(baseY, b - a), static_cast<Float32>(baseX), static_cast<Float32>(baseY),
-                      barb(baseX, a - b), barb(baseY, a + b)});
+  return addPolyline(
+      {pointAt(barb(baseX, a + b), barb(baseY, b - a)), base(), pointAt(barb(baseX, a - b), barb(baseY, a + b))});
 }
 
 bool Pointer::createCompound()
 {
   compound = true;
-  DcmItem* item = addCompound({static_cast<Float32>(endX), static_cast<Float32>(endY), static_cast<Float32>(baseX),
-                               static_cast<Float32>(baseY)},
-                              "ARROW");
-  if (item)
-    traceItem(*item);
-  return item != nullptr;
+  return addCompound(GraphicType::arrow, {pointAt(endX, endY), base()});
 }
 
 } // namespace impsconverter

@@ -1,3 +1,4 @@
+// A distance between two points.
 #include "annotations/ruler.h"
 
 #include "pstate/ElementWriter.h"
@@ -15,10 +16,9 @@ bool Ruler::parseSpecific(const std::string& type, const std::string& params)
       .atLeast(4, "Ruler");
 }
 
-std::vector<Float32> Ruler::ends() const
+std::vector<Point> Ruler::ends() const
 {
-  return {static_cast<Float32>(baseX), static_cast<Float32>(baseY), static_cast<Float32>(endX),
-          static_cast<Float32>(endY)};
+  return {base(), pointAt(endX, endY)};
 }
 
 bool Ruler::createSimple()
@@ -28,15 +28,14 @@ bool Ruler::createSimple()
 
 bool Ruler::createCompound()
 {
-  DcmItem* item = addCompound(ends(), showTickMarks ? "RULER" : "RANGELINE");
-  if (!item)
-    return false;
-  ElementWriter writer(*item);
-  if (showTickMarks)
+  const auto writeTicks = [](ElementWriter& writer)
+  {
     writer.text(DCM_TickAlignment, EVR_CS, "CENTER", "Tick Alignment could not be created: ")
         .text(DCM_TickLabelAlignment, EVR_CS, "BOTTOM", "Tick Label Alignment could not be created: ")
         .text(DCM_ShowTickLabel, EVR_CS, "N", "Show Tick Label could not be created: ");
-  return complete(writer, *item);
+  };
+  return showTickMarks ? addCompound(GraphicType::ruler, ends(), writeTicks)
+                       : addCompound(GraphicType::rangeLine, ends());
 }
 
 bool Ruler::createText()

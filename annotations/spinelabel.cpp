@@ -1,3 +1,4 @@
+// A vertebra: a small square, and its name beside it.
 #include "annotations/spinelabel.h"
 
 #include "annotations/distance.h"
@@ -28,11 +29,10 @@ bool SpineLabel::parseSpecific(const std::string& type, const std::string& param
 
 bool SpineLabel::createSimple()
 {
-  const auto left = static_cast<Float32>(baseX);
-  const auto top = static_cast<Float32>(baseY);
-  const auto right = static_cast<Float32>(tarn::base::wrapAdd(baseX, kSquareSide));
-  const auto bottom = static_cast<Float32>(tarn::base::wrapAdd(baseY, kSquareSide));
-  const bool added = addPolyline({left, top, right, top, right, bottom, left, bottom, left, top});
+  const int right = tarn::base::wrapAdd(baseX, kSquareSide);
+  const int bottom = tarn::base::wrapAdd(baseY, kSquareSide);
+  const bool added =
+      addPolyline({base(), pointAt(right, baseY), pointAt(right, bottom), pointAt(baseX, bottom), base()});
   if (added && showValue && isLabelAway())
     addTie();
   return added;
@@ -46,17 +46,16 @@ bool SpineLabel::isLabelAway() const
 
 void SpineLabel::addTie()
 {
-  float width = 0.0F;
-  float height = 0.0F;
-  calcTextBox(label, width, height);
-  addHelperLine(static_cast<float>(textX) + width * 0.5F, static_cast<float>(textY) + height * 0.5F,
-                static_cast<float>(baseX) + kSquareMiddle, static_cast<float>(baseY) + kSquareMiddle);
+  const TextBox box(label);
+  const Point text = pointAt(textX, textY);
+  addHelperLine({text.column + box.width * 0.5F, text.row + box.height * 0.5F},
+                {base().column + kSquareMiddle, base().row + kSquareMiddle});
 }
 
 bool SpineLabel::createText()
 {
   const int x = textX == baseX ? tarn::base::wrapAdd(textX, kSquareSide) : textX;
-  return !showValue || addText(x, textY, label, false);
+  return !showValue || addText(pointAt(x, textY), label, Placement::leftBelow);
 }
 
 } // namespace impsconverter

@@ -1,3 +1,4 @@
+// A text of its own.
 #include "annotations/text.h"
 
 namespace impsconverter
@@ -10,7 +11,7 @@ bool Text::parseSpecific(const std::string& type, const std::string& params)
 
 bool Text::createText()
 {
-  return addText(baseX, baseY, label, false);
+  return addText(base(), label, Placement::leftBelow);
 }
 
 } // namespace impsconverter

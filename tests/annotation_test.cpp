@@ -146,6 +146,33 @@ TEST_F(AnnotationTest, CompoundFormsReadBack)
   }
 }
 
+/// A kind of somebody else's, which draws by plain coordinates.
+class PlainKind : public Text
+{
+public:
+  using Text::Text;
+  bool createSimple() override
+  {
+    float points[] = {1.5F, 2, 3, 4};
+    float width = 0.0F;
+    float height = 0.0F;
+    calcTextBox("ab\n", width, height);
+    return addPolyline(points, 2) && addDashedLine(1, 2, width, height, DicomCieLab(0, 0, 0)) &&
+           addText(100, 100, "abcd", true) && addText(5, 6, "", false);
+  }
+};
+
+TEST_F(AnnotationTest, KindsMayDrawByPlainCoordinates)
+{
+  ValidPresentationState saved(file->getDataset(), "1.8", 1, false);
+  ASSERT_TRUE(saved.setImageReferences(ObjectInfo("1.2", "CT.1.2.3"), "1") && saved.checkAndCreateAnnotationLayer());
+  ASSERT_TRUE(PlainKind(&saved).createSimple() && saved.save(prefix));
+  EXPECT_EQ("abcd 84\\90 116\\110  5\\6 13\\26 1.5\\2\\3\\4 1\\2\\16\\20 DASHED",
+            valuesIn({DCM_GraphicData, DCM_LineDashingStyle, DCM_UnformattedTextValue, DCM_BoundingBoxTopLeftHandCorner,
+                      DCM_BoundingBoxBottomRightHandCorner},
+                     "PR.1.8"));
+}
+
 TEST_F(AnnotationTest, AnElementThatIsNotTakenEndsTheAnnotationWithOneLine)
 {
   const std::tuple<Make, DcmTagKey, const char*> rows[] = {
