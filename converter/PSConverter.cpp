@@ -72,24 +72,6 @@ const char* reasonToKeep(const std::string& path, const std::string& inputFile)
   return nullptr;
 }
 
-/// Keeps an element out of its item while it lives.
-class ElementAside
-{
-public:
-  ElementAside(DcmItem& from, const DcmTagKey& tag) : item(from), element(from.remove(tag)) {}
-  ~ElementAside()
-  {
-    if (element && item.insert(element.get()).good())
-      static_cast<void>(element.release());
-  }
-  ElementAside(const ElementAside&) = delete;
-  ElementAside& operator=(const ElementAside&) = delete;
-
-private:
-  DcmItem& item;
-  std::unique_ptr<DcmElement> element;
-};
-
 } // namespace
 
 PSConverter::PSConverter(tarn::db::DBConnector& database, const std::string& input, const std::string& prefix,
@@ -300,16 +282,10 @@ void PSConverter::genUid(std::string& uid)
 void PSConverter::openOutput()
 {
   if (!outputTemplate)
-  {
-    DcmDataset& input = *fileFormat->getDataset();
-    const ElementAside pluginState(input, PBItem(input).getTag(PBItem::kPluginStateKey));
-    const ElementAside references(input, DCM_ReferencedSeriesSequence);
-    const ElementAside sources(input, DCM_SourceImageSequence);
-    outputTemplate = std::make_unique<DcmDataset>(input);
-  }
+    outputTemplate.emplace(*fileFormat->getDataset());
   std::string uid;
   genUid(uid);
-  output = std::make_unique<ValidPresentationState>(outputTemplate.get(), uid, figureCounter, debug);
+  output = std::make_unique<ValidPresentationState>(*outputTemplate, uid, figureCounter, debug);
 }
 
 bool PSConverter::finishOutput()

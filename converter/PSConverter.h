@@ -2,6 +2,7 @@
 
 #include "db/DBConnector.h"
 #include "base/IMLogger.h"
+#include "pstate/OutputTemplate.h"
 #include "pstate/PresentationState.h"
 #include "images/ReferencedImages.h"
 #include "images/StudyObjects.h"
@@ -120,9 +121,7 @@ private:
   std::string outputPrefix;
   tarn::imutils::IMLogger logger{"PSConverter"};
 
-  /// What every output starts from: the input without what an output replaces or never keeps, so that a large plug-in
-  /// state or reference list is not copied into each.
-  std::unique_ptr<DcmDataset> outputTemplate;
+  std::optional<OutputTemplate> outputTemplate;
   std::optional<StudyObjects> studyObjects;
   std::optional<ReferencedImages> referencedImages;
   std::set<std::string> usedNames; ///< of this run, as far as one may come again
