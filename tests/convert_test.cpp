@@ -134,6 +134,42 @@ TEST_F(ConvertTest, LibraryCallersOwnWhatTheyGet)
   }
 }
 
+TEST_F(ConvertTest, ALibraryCallersFileStaysItsOwnWithoutAList)
+{
+  const auto file = state("label");
+  const Capture said;
+  EXPECT_FALSE(PSConverter(*db, file.get(), nullptr, 0, false).convert(false));
+  EXPECT_TRUE(file->getDataset()->tagExists(kPluginState));
+}
+
+TEST_F(ConvertTest, TellsWhatItCameTo)
+{
+  using impsconverter::Outcome;
+  const auto run = [&](const std::string& path, bool touchObjectCache = false)
+  {
+    const Capture said;
+    return PSConverter(*db, path, prefix, 0, false).run(touchObjectCache);
+  };
+  const auto runOn = [&](DcmFileFormat& file, bool touchObjectCache = false)
+  {
+    samples::writeFile(inputPath, samples::encodeFile(*file.getDataset(), EXS_LittleEndianExplicit));
+    return run(inputPath, touchObjectCache);
+  };
+  const auto without = [&](const DcmTagKey& tag)
+  {
+    auto file = state(kOneId);
+    file->getDataset()->findAndDeleteElement(tag);
+    return file;
+  };
+  EXPECT_EQ(Outcome::done, runOn(*state(kOneId)));
+  EXPECT_EQ(Outcome::nothingToDo, runOn(*without(kPluginState)));
+  EXPECT_EQ(Outcome::refused, runOn(*without(DCM_ReferencedSeriesSequence)));
+  EXPECT_EQ(Outcome::refused, runOn(*without(DCM_SOPInstanceUID)));
+  EXPECT_EQ(Outcome::notLoaded, run(folder / "nowhere"));
+  EXPECT_EQ(Outcome::cacheFailed, runOn(*state(kOneId), true));
+  EXPECT_EQ(Outcome::failed, runOn(*state("label")));
+}
+
 TEST_F(ConvertTest, TheCopyIsFixedOnRequest)
 {
   const auto fixed = [](const char* corner, const char* spacing, const char* shape)
