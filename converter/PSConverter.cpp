@@ -113,7 +113,7 @@ PSConverter::~PSConverter()
 
 bool PSConverter::convert(bool touchObjectCache)
 {
-  const tarn::imutils::CLocale numbersAsWritten;
+  const tarn::base::CLocale numbersAsWritten;
   if (!inputFile.empty() && !loadInput())
     return true;
   if (!fileFormat || !fileFormat->getDataset())
