@@ -8,17 +8,17 @@
 namespace tarn::imutils
 {
 
-/// The properties of a text, one `key = value` a line. Blanks around key and value are dropped. A value may stand in
-/// double quotes, which are dropped; what they enclose stays as it is. Lines that start with '#' or '!' are comments,
-/// and lines without '=' are ignored. Of several lines with the same key, the last one counts.
+/// Properties text: one `key = value` a line. Blanks around key and value are dropped. A value may stand in double
+/// quotes, which are dropped too; what is inside stays. Lines that start with '#' or '!' and empty lines are comments;
+/// lines without '=' are ignored. Of several lines with one key the last one holds.
 class IMProperties
 {
 public:
-  /// Replaces all properties by those of `text`.
+  /// Replaces all values by those of `text`.
   void read(std::istream& text);
   void clear() { values.clear(); }
 
-  /// The value of `key`, nothing when the text does not have it. Keys are case-sensitive.
+  /// Returns the value of `key`, nothing when it is absent. Keys are case-sensitive.
   std::optional<std::string> getProperty(const std::string& key) const;
 
 private:

@@ -1,4 +1,4 @@
-// Files as they are read and looked at everywhere: whole, with every result checked.
+// The one way in which files are read: whole, and with every result checked.
 #include "base/files.h"
 
 #include <algorithm>

@@ -64,7 +64,7 @@ bool PSConverter::convert(bool touchObjectCache)
 
 Outcome PSConverter::run(bool touchObjectCache)
 {
-  const tarn::imutils::CLocale numbersAsWritten;
+  const tarn::base::CLocale numbersAsWritten;
   if (!loadInput())
     return Outcome::notLoaded;
   std::string text;

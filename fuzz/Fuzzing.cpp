@@ -1,7 +1,7 @@
 #include "fuzz/Fuzzing.h"
 
 #include "dicom/dictionary.h"
-#include "samples/DicomFile.h"
+#include "samples/dicomFile.h"
 #include "dicom/loadFile.h"
 #include "dicom/toolkitLog.h"
 

@@ -5,7 +5,7 @@
 #include "tests/support/TempDir.h"
 
 #include "db/DBConnector.h"
-#include "samples/DicomFile.h"
+#include "samples/dicomFile.h"
 #include "dicom/loadFile.h"
 #include "converter/PSConverter.h"
 

@@ -1,6 +1,6 @@
 #include "tests/support/StateFixture.h"
 
-#include "samples/DicomFile.h"
+#include "samples/dicomFile.h"
 #include "converter/PSConverter.h"
 #include "converter/annomend.h"
 #include "converter/fileTrees.h"

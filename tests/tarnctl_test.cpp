@@ -4,7 +4,7 @@
 
 #include "dicom/dictionary.h"
 #include "db/DBConnectorSql.h"
-#include "samples/DicomFile.h"
+#include "samples/dicomFile.h"
 #include "db/IMSemaphoreGlobal.h"
 #include "study/cache/ObjCacheMgr.h"
 #include "db/ObjectAccessor.h"

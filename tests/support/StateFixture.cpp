@@ -1,8 +1,8 @@
 #include "tests/support/StateFixture.h"
 
-#include "samples/DicomFile.h"
+#include "samples/dicomFile.h"
 #include "converter/PSConverter.h"
-#include "samples/PluginState.h"
+#include "samples/pluginState.h"
 
 #include <dcmtk/oflog/oflog.h>
 
