@@ -1,5 +1,6 @@
 #include "tests/support/Capture.h"
 #include "tests/support/Files.h"
+#include "tests/support/Named.h"
 #include "tests/support/TempDir.h"
 
 #include "support/Config.h"
@@ -16,7 +17,7 @@
 #include <chrono>
 #include <future>
 #include <iostream>
-#include <tuple>
+#include <optional>
 
 using namespace tarn::imutils;
 using namespace std::string_literals;
@@ -24,68 +25,120 @@ using namespace std::string_literals;
 namespace
 {
 
-TEST(Console, ScopesNestAndBelongToTheirThread)
+TEST(Console, AMessageShowsControlCharactersAsDigits)
+{
+  const Capture said;
+  tarn::base::report("n ", 7, " forged\nline\x1b\x7f");
+  EXPECT_EQ(said.error.str(), "n 7 forged\\x0Aline\\x1B\\x7F\n");
+}
+
+TEST(Console, ScopesNest)
 {
   const Capture outer;
   {
     const Capture inner;
-    tarn::base::report("n ", 7, " forged\nline\x1b\x7f");
-    EXPECT_EQ(inner.error.str(), "n 7 forged\\x0Aline\\x1B\\x7F\n");
-    EXPECT_EQ(std::async(std::launch::async, [] { return &tarn::consoleError(); }).get(), &std::cerr);
+    tarn::base::report("during");
+    EXPECT_EQ(inner.error.str(), "during\n");
   }
   tarn::base::report("after");
   tarn::base::trace("flag ", true);
-  EXPECT_EQ(outer.error.str() + outer.out.str(), "after\nflag true\n");
+  EXPECT_EQ(outer.error.str(), "after\n");
+  EXPECT_EQ(outer.out.str(), "flag true\n");
 }
 
-TEST(PartFile, StepsAroundWhatIsThere)
+TEST(Console, AScopeBelongsToItsThread)
+{
+  const Capture scope;
+  EXPECT_EQ(std::async(std::launch::async, [] { return &tarn::consoleError(); }).get(), &std::cerr);
+}
+
+TEST(PartFile, StepsAroundThatOfAnotherAndGoesUnlessKept)
 {
   const TempDir dir;
-  const std::string taken = tarn::base::partPathFor(dir / "f", false);
-  put(taken, "another's ");
-  for (const bool keep : {true, false})
+  const std::string target = dir / "f", others = tarn::base::partPathFor(target, false);
+  put(others, "another's");
   {
-    tarn::base::PartFile file(dir / "f");
-    EXPECT_TRUE(file.good() && file.write(keep ? "kept" : "dropped", 4) && (!keep || file.keep()));
+    const tarn::base::PartFile dropped(target);
+    EXPECT_TRUE(dropped.good() && dropped.write("dropped", 7));
   }
+  EXPECT_EQ(namesIn(dir.path()).size(), 1U) << "only that of another is left";
+  tarn::base::PartFile kept(target);
+  EXPECT_TRUE(kept.write("kept", 4) && kept.keep());
+  EXPECT_EQ(contents(target), "kept");
+  EXPECT_EQ(contents(others), "another's");
   EXPECT_EQ(namesIn(dir.path()).size(), 2U);
-  EXPECT_EQ(contents(taken) + contents(dir / "f"), "another's kept");
 }
 
-TEST(UrlDecode, BothForms)
+struct UrlRow : Named
 {
-  const std::tuple<std::string, std::string, std::string> rows[] = {
-      {"a%20b+%2541", "a b %41", "a b %41"}, // a decoded percent sign is not decoded again
-      {"%c3%Ff", "\xc3\xff", "\xc3\xff"},
-      {"ab%4", "ab", "ab"},
-      {"%zz+%4", "%zz ", "\0 "s},
-      {"%4xy%%41", "%4xy%A", "\4y\0"s + "1"},
-      {"%-1x", "%-1x", "\0x"s}, // a sign is no digit
-      {"a%00b", "a", "a\0b"s},
-  };
-  for (const auto& [text, plugin, meta] : rows)
-  {
-    std::string decoded = text;
-    im::URLDecode(decoded);
-    EXPECT_EQ(decoded, plugin) << text;
-    EXPECT_EQ(im::urlDecode(text), meta) << text;
-  }
+  std::string text, plugin, meta; ///< encoded; decoded as a plug-in state, as an object meta file
+};
+
+const UrlRow kUrlRows[] = {
+    {"Escape", "a%20b", "a b", "a b"},
+    {"Plus", "b+c", "b c", "b c"},
+    {"DecodedPercentSign", "%2541", "%41", "%41"}, // is not decoded again
+    {"DigitsOfBothCases", "%c3%Ff", "\xc3\xff", "\xc3\xff"},
+    {"CutAfterOneDigit", "ab%4", "ab", "ab"},
+    {"NoDigits", "%zz+", "%zz ", "\0 "s},
+    {"OneDigit", "%4xy", "%4xy", "\4y"},
+    {"SecondPercentSign", "%%41", "%A", "\0"s + "1"},
+    {"Sign", "%-1x", "%-1x", "\0x"s},
+    {"Nul", "a%00b", "a", "a\0b"s},
+};
+
+using UrlDecode = testing::TestWithParam<UrlRow>;
+INSTANTIATE_TEST_SUITE_P(, UrlDecode, testing::ValuesIn(kUrlRows), nameOf<UrlRow>);
+
+TEST_P(UrlDecode, Gives)
+{
+  std::string decoded = GetParam().text;
+  im::URLDecode(decoded);
+  EXPECT_EQ(decoded, GetParam().plugin);
+  EXPECT_EQ(im::urlDecode(GetParam().text), GetParam().meta);
 }
 
-TEST(IMProperties, Lines)
+struct PropertyRow : Named
+{
+  std::string key;
+  std::optional<std::string> value;
+};
+
+constexpr char kProperties[] = "plain=1\n  spaced key \t=  a b \r\n# plain=2\n! plain=3\nplain 4\nquoted=\" x \"\n"
+                               "half=\"y\ntwice=1\ntwice=2\nempty=\nequals=a=b\nlast=z";
+const PropertyRow kPropertyRows[] = {
+    {"CommentsDoNotReplace", "plain", "1"},
+    {"BlanksAroundBoth", "spaced key", "a b"},
+    {"BlanksInQuotes", "quoted", " x "},
+    {"OneQuote", "half", "\"y"},
+    {"SecondLineOfTheKey", "twice", "2"},
+    {"NoValue", "empty", ""},
+    {"SecondEqualsSign", "equals", "a=b"},
+    {"NoLineEnd", "last", "z"},
+    {"OtherCase", "Plain", {}},
+    {"CommentWithNumberSign", "# plain", {}},
+    {"CommentWithExclamationMark", "! plain", {}},
+    {"NoEqualsSign", "plain 4", {}},
+};
+
+using Properties = testing::TestWithParam<PropertyRow>;
+INSTANTIATE_TEST_SUITE_P(, Properties, testing::ValuesIn(kPropertyRows), nameOf<PropertyRow>);
+
+TEST_P(Properties, Give)
 {
   IMProperties properties;
-  std::istringstream text("plain=1\n  spaced key \t=  a b \r\n# plain=2\n! plain=3\nplain 4\nquoted=\" x \"\nhalf=\"y\n"
-                          "twice=1\ntwice=2\nempty=\nequals=a=b\nlast=z");
+  std::istringstream text(kProperties);
   properties.read(text);
-  std::string read;
-  for (const char* key : {"plain", "spaced key", "quoted", "half", "twice", "empty", "equals", "last", "Plain",
-                          "# plain", "! plain", "plain 4"})
-    read += properties.getProperty(key).value_or("-") + "|";
-  EXPECT_EQ(read, "1|a b| x |\"y|2||a=b|z|-|-|-|-|");
-  std::istringstream other("b=2");
-  properties.read(other);
-  EXPECT_FALSE(properties.getProperty("plain")) << "a second read replaces";
+  EXPECT_EQ(properties.getProperty(GetParam().key), GetParam().value);
+}
+
+TEST(IMProperties, ASecondReadReplaces)
+{
+  IMProperties properties;
+  std::istringstream first("a=1"), second("b=2");
+  properties.read(first);
+  properties.read(second);
+  EXPECT_FALSE(properties.getProperty("a"));
 }
 
 TEST(Config, FollowsItsFile)
@@ -118,7 +171,8 @@ struct CountedLock : IMSemaphore
   int freeAt, attempts = 0;
 };
 
-/// The number of attempts: of the one that found the lock free, below 0 when the time ran out before.
+/// Polls a lock that is free at its `freeAt`-th attempt; times are in milliseconds. Returns the number of attempts,
+/// below 0 when the time ran out.
 int attempts(int freeAt, int timeout, float firstWait, float factor, float longestWait)
 {
   CountedLock lock;
@@ -138,14 +192,16 @@ int attempts(int freeAt, int timeout, float firstWait, float factor, float longe
   }
 }
 
+constexpr int kNever = 999;
+
 TEST(IMSemaphore, PollsUntilFreeOrOutOfTime)
 {
   using namespace testing;
-  EXPECT_EQ(attempts(9, 0, 10, 1.5F, 1000), -1) << "no time";
-  EXPECT_EQ(attempts(3, 5000, 1, 2, 1000), 3);
-  EXPECT_THAT(attempts(999, 100, 1, 3, 1000), AllOf(Ge(-8), Le(-4))) << "waits grow";
-  EXPECT_THAT(attempts(999, 100, 1000, 1, 5), AllOf(Ge(-40), Le(-3))) << "the longest wait bounds all";
-  EXPECT_EQ(attempts(999, 50, 60000, 1, 60000), -2) << "a wait beyond the time-out ends with it";
+  EXPECT_EQ(attempts(kNever, 0, 10, 1.5F, 1000), -1) << "without time it tries once";
+  EXPECT_EQ(attempts(3, 5000, 1, 2, 1000), 3) << "the lock is free at the third attempt";
+  EXPECT_THAT(attempts(kNever, 100, 1, 3, 1000), AllOf(Ge(-8), Le(-4))) << "the factor lengthens the waits";
+  EXPECT_THAT(attempts(kNever, 100, 1000, 1, 5), AllOf(Ge(-40), Le(-3))) << "the longest wait bounds the first";
+  EXPECT_EQ(attempts(kNever, 50, 60000, 1, 60000), -2) << "a wait beyond the time-out ends with it";
 }
 
 } // namespace

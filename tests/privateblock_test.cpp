@@ -1,3 +1,4 @@
+#include "tests/support/Named.h"
 #include "tests/support/TempDir.h"
 
 #include "dicom/values.h"
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -73,56 +75,63 @@ std::string takenTo(unsigned last)
   return creators;
 }
 
-TEST(PrivateTags, LegacyElementsMoveIntoTheBlockOfEachItem)
+struct LegacyRow : Named
 {
-  const struct
-  {
-    const char* odd;
-    std::string given, expected;
-    bool moveCanonic = false;
-  } rows[] = {
-      {"legacy without creator", "BA94 LT:abcd", "0010 LO:PB group A, 1094 LT:abcd"},
-      {"another's slot 10", "0010 LO:X, BA94 OB:ab", "0010 LO:X, 0011 LO:PB group A, 1194 OB:ab"},
-      {"ours in slot 12", "0010 LO:X, 0011 LO:Y, 0012 LO:PB group A, DA01 UN:ab",
-       "0010 LO:X, 0011 LO:Y, 0012 LO:PB group A, 1241 UN:ab"},
-      {"the first free slot wins over a later one of ours", "0010 LO:X, 0012 LO:PB group A, BA94 UN:ab",
-       "0010 LO:X, 0011 LO:PB group A, 0012 LO:PB group A, 1194 UN:ab"},
-      {"creator as UN", "0010 UN:PB group A, BA94 UN:ab", "0010 UN:PB group A, 0011 LO:PB group A, 1194 UN:ab"},
-      {"small letters", "0010 LO:pb group a, BA94 UN:ab", "0010 LO:pb group a, 0011 LO:PB group A, 1194 UN:ab"},
-      {"legacy creator ours", "00BA LO:Quillbrookes, BA94 UN:ab", "0010 LO:PB group A, 1094 UN:ab"},
-      {"legacy creator unreadable", "00BA UN:whoever, BA94 UN:ab", "0010 LO:PB group A, 1094 UN:ab"},
-      {"legacy creator of another", "00BA LO:OTHER, BA94 UN:ab", "00BA LO:OTHER, BA94 UN:ab"},
-      {"legacy creator empty", "00DA LO:, DA01 UN:ab", "00DA LO:, DA01 UN:ab"},
-      {"one legacy block of two", "00BA LO:OTHER, 00DA LO:Quillbrookes, BA94 UN:ab, DA01 UN:cd",
-       "0010 LO:PB group A, 00BA LO:OTHER, 1041 UN:cd, BA94 UN:ab"},
-      {"no row in the map: deleted, creators too", "00BA LO:Quillbrookes, 00DA LO:Quillbrookes, BA08 UN:ab", ""},
-      {"place taken", "0010 LO:PB group A, 1094 UN:new, BA94 UN:old", "0010 LO:PB group A, 1094 UN:new"},
-      {"another's slot 10 stays", "0010 LO:X, 1094 UN:ab", "0010 LO:X, 1094 UN:ab"},
-      {"slot 10 moves when asked", "0010 LO:X, 10FE ST:ab", "0010 LO:X, 0011 LO:PB group A, 11FE ST:ab", true},
-      {"slot 10 and legacy for one place", "0010 LO:X, 1094 UN:canonic, BA94 UN:legacy",
-       "0010 LO:X, 0011 LO:PB group A, 1194 UN:canonic", true},
-      {"a slot below the legacy ones", takenTo(0xB9) + ", BA94 UN:ab",
-       takenTo(0xB9) + ", 00BA LO:PB group A, BA94 UN:ab"},
-      {"the last slot", takenTo(0xFE) + ", 1094 UN:ab", takenTo(0xFE) + ", 00FF LO:PB group A, FF94 UN:ab", true},
-  };
-  for (const bool known : {false, true}) // to the dictionary, which then has a VR of its own for the element
-  {
-    if (known)
-    {
-      dcmDataDict.wrlock().addEntry(
-          new DcmDictEntry(PBItem::kGroup, 0x94, DcmVR(EVR_FD), "State", 1, 1, "private", OFTrue, PBItem::kCreator));
-      dcmDataDict.wrunlock();
-    }
-    for (const auto& row : rows)
-    {
-      DcmDataset dataset;
-      DcmItem* nested = nullptr;
-      dataset.findOrCreateSequenceItem(DCM_ReferencedSeriesSequence, nested, -2);
-      insert(*nested, row.given);
-      EXPECT_TRUE(row.moveCanonic ? handleCanonicAndOldPrivateTags(dataset) : handlePrivateTags(dataset)) << row.odd;
-      EXPECT_EQ(listed(*nested), row.expected) << row.odd << known;
-    }
-  }
+  std::string given, expected;
+  bool moveCanonic = false;
+};
+
+const LegacyRow kLegacyRows[] = {
+    {"NoCreator", "BA94 LT:abcd", "0010 LO:PB group A, 1094 LT:abcd"},
+    {"SlotOfAnother", "0010 LO:X, BA94 OB:ab", "0010 LO:X, 0011 LO:PB group A, 1194 OB:ab"},
+    {"OurLaterSlot", "0010 LO:X, 0011 LO:Y, 0012 LO:PB group A, DA01 UN:ab",
+     "0010 LO:X, 0011 LO:Y, 0012 LO:PB group A, 1241 UN:ab"},
+    {"FreeSlotBeforeOurs", "0010 LO:X, 0012 LO:PB group A, BA94 UN:ab",
+     "0010 LO:X, 0011 LO:PB group A, 0012 LO:PB group A, 1194 UN:ab"},
+    {"CreatorAsUN", "0010 UN:PB group A, BA94 UN:ab", "0010 UN:PB group A, 0011 LO:PB group A, 1194 UN:ab"},
+    {"CreatorInSmallLetters", "0010 LO:pb group a, BA94 UN:ab", "0010 LO:pb group a, 0011 LO:PB group A, 1194 UN:ab"},
+    {"OurLegacyCreator", "00BA LO:Quillbrookes, BA94 UN:ab", "0010 LO:PB group A, 1094 UN:ab"},
+    {"UnreadableLegacyCreator", "00BA UN:whoever, BA94 UN:ab", "0010 LO:PB group A, 1094 UN:ab"},
+    {"LegacyCreatorOfAnother", "00BA LO:OTHER, BA94 UN:ab", "00BA LO:OTHER, BA94 UN:ab"},
+    {"EmptyLegacyCreator", "00DA LO:, DA01 UN:ab", "00DA LO:, DA01 UN:ab"},
+    {"OneLegacyBlockOfTwo", "00BA LO:OTHER, 00DA LO:Quillbrookes, BA94 UN:ab, DA01 UN:cd",
+     "0010 LO:PB group A, 00BA LO:OTHER, 1041 UN:cd, BA94 UN:ab"},
+    {"NoShortKey", "00BA LO:Quillbrookes, 00DA LO:Quillbrookes, BA08 UN:ab", ""},
+    {"PlaceTaken", "0010 LO:PB group A, 1094 UN:new, BA94 UN:old", "0010 LO:PB group A, 1094 UN:new"},
+    {"CanonicSlotOfAnother", "0010 LO:X, 1094 UN:ab", "0010 LO:X, 1094 UN:ab"},
+    {"CanonicSlotWhenAsked", "0010 LO:X, 10FE ST:ab", "0010 LO:X, 0011 LO:PB group A, 11FE ST:ab", true},
+    {"CanonicSlotAndLegacyForOnePlace", "0010 LO:X, 1094 UN:canonic, BA94 UN:legacy",
+     "0010 LO:X, 0011 LO:PB group A, 1194 UN:canonic", true},
+    {"LastSlotBelowTheLegacyBlocks", takenTo(0xB9) + ", BA94 UN:ab",
+     takenTo(0xB9) + ", 00BA LO:PB group A, BA94 UN:ab"},
+    {"LastSlot", takenTo(0xFE) + ", 1094 UN:ab", takenTo(0xFE) + ", 00FF LO:PB group A, FF94 UN:ab", true},
+};
+
+using LegacyElements = testing::TestWithParam<LegacyRow>;
+INSTANTIATE_TEST_SUITE_P(, LegacyElements, testing::ValuesIn(kLegacyRows), nameOf<LegacyRow>);
+
+void expectMoved(const LegacyRow& row)
+{
+  DcmDataset dataset;
+  DcmItem* nested = nullptr;
+  dataset.findOrCreateSequenceItem(DCM_ReferencedSeriesSequence, nested, -2);
+  insert(*nested, row.given);
+  EXPECT_TRUE(row.moveCanonic ? handleCanonicAndOldPrivateTags(dataset) : handlePrivateTags(dataset));
+  EXPECT_EQ(listed(*nested), row.expected);
+}
+
+TEST_P(LegacyElements, MoveIntoTheBlockOfTheirItem)
+{
+  expectMoved(GetParam());
+}
+
+/// Their VR stays where the dictionary has one of its own for the element.
+TEST_P(LegacyElements, MoveIntoABlockThatTheDictionaryKnows)
+{
+  dcmDataDict.wrlock().addEntry(
+      new DcmDictEntry(PBItem::kGroup, 0x94, DcmVR(EVR_FD), "State", 1, 1, "private", OFTrue, PBItem::kCreator));
+  dcmDataDict.wrunlock();
+  expectMoved(GetParam());
 }
 
 TEST(PBItem, WithoutABlockNothingIsMoved)
@@ -133,134 +142,219 @@ TEST(PBItem, WithoutABlockNothingIsMoved)
   EXPECT_EQ(listed(dataset), "BA08 UN:no, BA94 UN:ab");
 }
 
-TEST(PBItem, WithoutASlotEveryOperationFails)
+/// An item with the elements given, and what the operations on it find and write.
+struct Subject
 {
-  DcmDataset dataset, other;
-  const std::string before = takenTo(0xFF) + ", BA94 UN:ab";
-  insert(dataset, before);
-  PBItem item(dataset), destination(other);
+  explicit Subject(const std::string& elements) { insert(dataset, elements); }
+  OFCondition insertText()
+  {
+    auto text = std::make_unique<DcmLongText>(DcmTag(PBItem::canonicTag(1), EVR_LT));
+    const OFCondition status = item.insertPB(8, text.get());
+    if (status.good())
+      static_cast<void>(text.release());
+    return status;
+  }
+
+  DcmDataset dataset;
+  PBItem item{dataset};
   DcmElement* element = nullptr;
-  const std::unique_ptr<DcmElement> unused(new DcmLongString(PBItem::canonicTag(1)));
-  const char* text = nullptr;
   DcmSequenceOfItems* sequence = nullptr;
   DcmItem* nested = nullptr;
-  const Uint8 byte = 1;
-  const Uint16 word = 1;
-  for (const OFCondition& status :
-       {item.findAndGetPBElement(1, element, true), item.findAndGetPBString(1, text),
-        item.findAndGetPBSequence(1, sequence), item.findAndGetPBSequenceItem(1, nested),
-        item.findOrCreatePBSequenceItem(1, nested), item.putAndInsertPBString(1, "x"),
-        item.putAndInsertPBUint8Array(1, &byte, 1), item.putAndInsertPBUint16Array(1, &word, 1),
-        item.insertPBEmptyElement(1), item.insertPB(1, unused.get()), item.copyPrivateElement(1, destination)})
-    EXPECT_TRUE(status == EC_PBPrivateTagProblem) << status.text();
-  DcmTag tag(PBItem::kGroup, 0xBA94);
-  EXPECT_FALSE(item.calcPrivateBlock(false) || item.checkAndReservePrivateBlock() || item.convertTag(tag));
-  EXPECT_FALSE(item.removePB(0x94) || handlePrivateTags(dataset));
-  EXPECT_EQ(listed(dataset), before);
+  const char* text = nullptr;
+  const Uint8 bytes[2] = {'a', 'b'};
+  const Uint16 words[2] = {'c', 'd'};
+};
+
+struct OperationRow : Named
+{
+  OFCondition (*run)(Subject&);
+  std::string written; ///< nothing where there is nothing to find
+};
+
+const OperationRow kOperationRows[] = {
+    {"FindElement", [](Subject& in) { return in.item.findAndGetPBElement(1, in.element, true); }, ""},
+    {"FindString", [](Subject& in) { return in.item.findAndGetPBString(1, in.text); }, ""},
+    {"FindSequence", [](Subject& in) { return in.item.findAndGetPBSequence(1, in.sequence); }, ""},
+    {"FindItem", [](Subject& in) { return in.item.findAndGetPBSequenceItem(1, in.nested); }, ""},
+    {"Copy", [](Subject& in) { return in.item.copyPrivateElement(1, in.item); }, ""},
+    {"CreateItem", [](Subject& in) { return in.item.findOrCreatePBSequenceItem(6, in.nested); }, "1106 SQ:"},
+    {"PutString", [](Subject& in) { return in.item.putAndInsertPBString(1, "text"); }, "1101 LO:text"},
+    {"PutBytes", [](Subject& in) { return in.item.putAndInsertPBUint8Array(3, in.bytes, 2); }, "1103 OB:ab"},
+    {"PutWords", [](Subject& in) { return in.item.putAndInsertPBUint16Array(4, in.words, 2); }, "1104 OW:cd"},
+    {"InsertEmpty", [](Subject& in) { return in.item.insertPBEmptyElement(5, EVR_ST); }, "1105 ST:"},
+    {"Insert", [](Subject& in) { return in.insertText(); }, "1108 LT:"},
+};
+
+using Operation = testing::TestWithParam<OperationRow>;
+INSTANTIATE_TEST_SUITE_P(, Operation, testing::ValuesIn(kOperationRows), nameOf<OperationRow>);
+
+const std::string kOther = "0010 LO:OTHER", kSecondSlot = kOther + ", 0011 LO:PB group A, ";
+const std::string kFull = takenTo(0xFF) + ", BA94 UN:ab";
+
+TEST_P(Operation, UsesTheFirstFreeSlot)
+{
+  const std::string& written = GetParam().written;
+  Subject subject(kOther);
+  EXPECT_STREQ(GetParam().run(subject).text(), written.empty() ? "Tag not found" : "Normal");
+  EXPECT_EQ(listed(subject.dataset), written.empty() ? kOther : kSecondSlot + written);
 }
 
-TEST(PBItem, KeyMap)
+TEST_P(Operation, FailsWithoutASlot)
 {
-  std::string map;
+  Subject subject(kFull);
+  EXPECT_TRUE(GetParam().run(subject) == EC_PBPrivateTagProblem);
+  EXPECT_EQ(listed(subject.dataset), kFull);
+}
+
+TEST(PBItem, HasNoBlockWithoutASlot)
+{
+  Subject full(kFull);
+  DcmTag tag(PBItem::kGroup, 0xBA94);
+  EXPECT_FALSE(full.item.calcPrivateBlock(false));
+  EXPECT_FALSE(full.item.checkAndReservePrivateBlock());
+  EXPECT_FALSE(full.item.convertTag(tag));
+  EXPECT_FALSE(full.item.removePB(0x94));
+  EXPECT_FALSE(handlePrivateTags(full.dataset));
+  EXPECT_EQ(listed(full.dataset), kFull);
+}
+
+const std::map<unsigned, int> kShortKeys = { // of the legacy elements
+    {0xBA00, 0x10}, {0xBA01, 0x01}, {0xBA02, 0x02}, {0xBA03, 0x03}, {0xBA04, 0x04}, {0xBA05, 0x05}, {0xBA06, 0x06},
+    {0xBA07, 0x07}, {0xBA11, 0x11}, {0xBA12, 0x12}, {0xBA21, 0x13}, {0xBA22, 0x14}, {0xBA31, 0x0E}, {0xBA41, 0x1A},
+    {0xBA42, 0x1B}, {0xBA51, 0x15}, {0xBA52, 0x16}, {0xBA53, 0x17}, {0xBA54, 0x18}, {0xBA61, 0x2A}, {0xBA62, 0x2B},
+    {0xBA71, 0x21}, {0xBA72, 0x22}, {0xBA73, 0x23}, {0xBA74, 0x24}, {0xBA75, 0x25}, {0xBA81, 0x31}, {0xBA82, 0x32},
+    {0xBA83, 0x33}, {0xBA91, 0x34}, {0xBA92, 0x35}, {0xBA93, 0x36}, {0xBA94, 0x94}, {0xBAA0, 0x37}, {0xBAA1, 0x38},
+    {0xBABA, 0x1D}, {0xDA01, 0x41}, {0xDA02, 0x42}, {0xDA03, 0x43}, {0xDA04, 0x44}, {0xDA11, 0x51}, {0xDA12, 0x52},
+    {0xDA13, 0x53}, {0xDA14, 0x54}, {0xDA15, 0x55}, {0xDA21, 0x61}, {0xDA31, 0x62}, {0xDA32, 0x63}, {0xDA33, 0x64},
+    {0xDA38, 0x65}, {0xDA41, 0x6A}, {0xDA42, 0x6B}, {0xDA43, 0x6C}, {0xDA51, 0x71}, {0xDA52, 0x72}, {0xDA53, 0x73},
+    {0xDA61, 0x76}, {0xDA62, 0x7A}, {0xDA63, 0x7B}, {0xDA71, 0x0A}, {0xDA72, 0x0B}, {0xDA73, 0x0C}, {0xDA74, 0x0D},
+    {0xDA80, 0x3A}, {0xDADA, 0x1E}};
+
+TEST(PBItem, KnowsTheShortKeysOfTheLegacyElements)
+{
   for (unsigned element = 0x1100; element <= 0xFFFF; ++element)
-    if (unsigned short key = 0; PBItem::getCanonicKey(DcmTagKey(PBItem::kGroup, static_cast<Uint16>(element)), key))
-      map += hex(element) + ":" + hex(key).substr(2) + " ";
-  EXPECT_EQ(map,
-            "BA00:10 BA01:01 BA02:02 BA03:03 BA04:04 BA05:05 BA06:06 BA07:07 BA11:11 BA12:12 BA21:13 BA22:14 BA31:0E "
-            "BA41:1A BA42:1B BA51:15 BA52:16 BA53:17 BA54:18 BA61:2A BA62:2B BA71:21 BA72:22 BA73:23 BA74:24 BA75:25 "
-            "BA81:31 BA82:32 BA83:33 BA91:34 BA92:35 BA93:36 BA94:94 BAA0:37 BAA1:38 BABA:1D DA01:41 DA02:42 DA03:43 "
-            "DA04:44 DA11:51 DA12:52 DA13:53 DA14:54 DA15:55 DA21:61 DA31:62 DA32:63 DA33:64 DA38:65 DA41:6A DA42:6B "
-            "DA43:6C DA51:71 DA52:72 DA53:73 DA61:76 DA62:7A DA63:7B DA71:0A DA72:0B DA73:0C DA74:0D DA80:3A DADA:1E ");
+  {
+    unsigned short key = 0;
+    const bool found = PBItem::getCanonicKey(DcmTagKey(PBItem::kGroup, static_cast<Uint16>(element)), key);
+    const auto row = kShortKeys.find(element);
+    EXPECT_EQ(found ? key : -1, row == kShortKeys.end() ? -1 : row->second) << hex(element);
+  }
 }
 
 TEST(PBItem, SearchesSequencesWhenAsked)
 {
   DcmDataset dataset;
-  DcmItem *empty = nullptr, *outer = nullptr, *inner = nullptr;
-  dataset.findOrCreateSequenceItem(DCM_ReferencedSeriesSequence, empty, -2);
-  dataset.findOrCreateSequenceItem(DCM_ReferencedSeriesSequence, outer, -2);
-  outer->findOrCreateSequenceItem(DCM_ReferencedImageSequence, inner, -2);
-  const std::tuple<DcmItem*, const char*, const char*, const char*> rows[] = {
-      {inner, "BA02 LT:deep", "Tag not found", "deep"},
-      {empty, "BA02 UN:first1", "Tag not found", "first1"},
-      {&dataset, "BA02 LT:here", "here", "here"},
-  };
-  for (const auto& [item, given, here, anywhere] : rows)
+  DcmItem *first = nullptr, *second = nullptr, *deep = nullptr;
+  dataset.findOrCreateSequenceItem(DCM_ReferencedSeriesSequence, first, -2);
+  dataset.findOrCreateSequenceItem(DCM_ReferencedSeriesSequence, second, -2);
+  second->findOrCreateSequenceItem(DCM_ReferencedImageSequence, deep, -2);
+  const auto found = [&](bool searchIntoSub)
   {
-    insert(*item, given);
-    for (const bool search : {false, true})
-    {
-      DcmElement* element = nullptr;
-      std::string found = PBItem(dataset).findAndGetPBElement(2, element, search).text();
-      if (element)
-        tarn::dicom::readBytes(*element, found);
-      EXPECT_EQ(found, search ? anywhere : here);
-    }
+    DcmElement* element = nullptr;
+    std::string value = PBItem(dataset).findAndGetPBElement(2, element, searchIntoSub).text();
+    if (element)
+      tarn::dicom::readBytes(*element, value);
+    return value;
+  };
+  insert(*deep, "BA02 LT:deep");
+  EXPECT_EQ(found(false), "Tag not found");
+  EXPECT_EQ(found(true), "deep");
+  insert(*first, "BA02 UN:first1");
+  EXPECT_EQ(found(true), "first1") << "the item that comes first counts";
+  EXPECT_EQ(found(false), "Tag not found");
+  insert(dataset, "BA02 LT:here");
+  EXPECT_EQ(found(true), "here") << "the sequences count after their parent";
+  EXPECT_EQ(found(false), "here");
+}
+
+TEST(PBItem, CopiesALegacyElement)
+{
+  Subject legacy("BA02 LT:legacy"), destination(kOther);
+  EXPECT_TRUE(legacy.item.copyPrivateElement(2, destination.item).good());
+  EXPECT_EQ(listed(destination.dataset), kSecondSlot + "1102 LT:legacy");
+}
+
+TEST(PBItem, RefusesWhatDoesNotFit)
+{
+  Subject subject("0010 LO:PB group A, 1001 LO:text");
+  EXPECT_TRUE(subject.item.findOrCreatePBSequenceItem(6, subject.nested).good() && subject.nested);
+  EXPECT_TRUE(subject.item.findOrCreatePBSequenceItem(1, subject.nested).bad() && !subject.nested);
+  EXPECT_TRUE(subject.item.insertPB(7, nullptr).bad());
+}
+
+TEST(PBItem, ReplacesAndRemovesAnElement)
+{
+  Subject subject("0010 LO:PB group A, 1001 LO:old");
+  EXPECT_TRUE(subject.item.putAndInsertPBString(1, "new").good());
+  EXPECT_EQ(listed(subject.dataset), "0010 LO:PB group A, 1001 LO:new");
+  EXPECT_TRUE(std::unique_ptr<DcmElement>(subject.item.removePB(1)));
+  EXPECT_EQ(subject.item.removePB(1), nullptr) << "it is gone";
+}
+
+TEST(PBItem, ForgetsTheBlockWithAllPrivateElements)
+{
+  Subject subject(kSecondSlot + "1101 LO:text");
+  subject.dataset.putAndInsertString(DCM_PatientName, "A");
+  EXPECT_EQ(subject.item.getTag(1).getElement(), 0x1101);
+  subject.item.nukePrivateTags();
+  EXPECT_EQ(listed(subject.dataset), "");
+  EXPECT_EQ(subject.item.getTag(1).getElement(), 0x1001);
+  EXPECT_EQ(subject.dataset.card(), 2U) << "the name and the new creator";
+}
+
+TEST(PBItem, ConvertsALegacyTag)
+{
+  Subject subject(kOther);
+  DcmTag tag(PBItem::kGroup, 0xDA63, DcmVR(EVR_LT));
+  EXPECT_TRUE(subject.item.convertTag(tag));
+  EXPECT_EQ(tag, DcmTagKey(PBItem::kGroup, 0x117B));
+  EXPECT_STREQ(tag.getPrivateCreator(), "PB group A");
+  EXPECT_EQ(tag.getEVR(), EVR_LT);
+}
+
+TEST(PBItem, UpdatesACanonicTagAndNoOther)
+{
+  Subject subject(kOther);
+  DcmTag canonic = PBItem::canonicTag(0x94), other(PBItem::kGroup, 0x1294);
+  EXPECT_EQ(canonic, DcmTagKey(PBItem::kGroup, 0x1094));
+  EXPECT_STREQ(canonic.getPrivateCreator(), "PB group A");
+  EXPECT_TRUE(checkAndUpdateCanonicPrivateTag(subject.dataset, canonic));
+  EXPECT_EQ(canonic, DcmTagKey(PBItem::kGroup, 0x1194));
+  EXPECT_FALSE(subject.item.convertTag(other));
+  EXPECT_TRUE(checkAndUpdateCanonicPrivateTag(subject.dataset, other));
+  EXPECT_EQ(other, DcmTagKey(PBItem::kGroup, 0x1294));
+}
+
+TEST(PBItem, TellsItsElementsFromThoseOfAnother)
+{
+  Subject subject(kOther);
+  EXPECT_TRUE(subject.item.isObjectOurPrivateElement(DcmLongText(DcmTag(PBItem::kGroup, 0x11FF))));
+  EXPECT_FALSE(subject.item.isObjectOurPrivateElement(DcmLongText(DcmTag(PBItem::kGroup, 0x10FF))));
+}
+
+TEST(PBItem, TellsCreatorsFromElementsByTheirNumber)
+{
+  const std::tuple<Uint16, bool, bool> rows[] = {{0x000F, false, false}, {0x0010, true, false},  {0x00FF, true, false},
+                                                 {0x0100, false, false}, {0x0FFF, false, false}, {0x1000, false, true}};
+  for (const auto& [element, isCreator, isKey] : rows)
+  {
+    SCOPED_TRACE(hex(element));
+    EXPECT_EQ(PBItem::isOurPrivateCreator(DcmTag(0xF215, element)), isCreator);
+    EXPECT_EQ(PBItem::isOurPrivateTagKey(DcmTagKey(0xF215, element)), isKey);
+    EXPECT_FALSE(PBItem::isOurPrivateCreator(DcmTag(0xF217, element)));
+    EXPECT_FALSE(PBItem::isOurPrivateTagKey(DcmTagKey(0xF217, element)));
   }
-}
-
-TEST(PBItem, WritesUnderItsCreator)
-{
-  DcmDataset dataset, other;
-  insert(dataset, "0010 LO:OTHER");
-  insert(other, "BA02 LT:legacy");
-  PBItem item(dataset), source(other);
-  const Uint8 bytes[] = {'a', 'b'};
-  const Uint16 words[] = {'c', 'd'};
-  DcmItem* nested = nullptr;
-  EXPECT_TRUE(item.putAndInsertPBString(1, "old").good() && item.putAndInsertPBString(1, "text").good());
-  EXPECT_TRUE(source.copyPrivateElement(2, item).good());
-  EXPECT_TRUE(item.putAndInsertPBUint8Array(3, bytes, 2).good());
-  EXPECT_TRUE(item.putAndInsertPBUint16Array(4, words, 2).good());
-  EXPECT_TRUE(item.insertPBEmptyElement(5, EVR_ST).good());
-  EXPECT_TRUE(item.findOrCreatePBSequenceItem(6, nested).good() && nested);
-  EXPECT_TRUE(item.insertPB(7, nullptr).bad());
-  EXPECT_TRUE(item.findOrCreatePBSequenceItem(1, nested).bad() && !nested) << "a text is no sequence";
-  EXPECT_STREQ(source.copyPrivateElement(9, item).text(), "Tag not found");
-  EXPECT_TRUE(item.insertPB(8, std::make_unique<DcmLongText>(DcmTag(PBItem::canonicTag(1), EVR_LT)).release()).good());
-  EXPECT_EQ(listed(dataset), "0010 LO:OTHER, 0011 LO:PB group A, 1101 LO:text, 1102 LT:legacy, 1103 OB:ab, 1104 OW:cd, "
-                             "1105 ST:, 1106 SQ:, 1108 LT:");
-  EXPECT_TRUE(std::unique_ptr<DcmElement>(item.removePB(3)));
-  EXPECT_EQ(item.removePB(3), nullptr);
-  dataset.putAndInsertString(DCM_PatientName, "A");
-  item.nukePrivateTags();
-  EXPECT_EQ(listed(dataset), "");
-  EXPECT_EQ(item.getTag(1).getElement(), 0x1001);
-  EXPECT_EQ(dataset.card(), 2U);
-}
-
-TEST(PBItem, TellsItsTags)
-{
-  DcmDataset dataset;
-  insert(dataset, "0010 LO:OTHER");
-  PBItem item(dataset);
-  DcmTag legacy(PBItem::kGroup, 0xDA63, DcmVR(EVR_LT)), foreign(PBItem::kGroup, 0x1294);
-  EXPECT_TRUE(item.convertTag(legacy));
-  EXPECT_EQ(legacy.toString() + legacy.getPrivateCreator() + legacy.getVRName(), "(f215,117b)PB group ALT");
-  EXPECT_FALSE(item.convertTag(foreign));
-  DcmTag canonic = PBItem::canonicTag(0x94);
-  EXPECT_EQ(canonic.toString() + canonic.getPrivateCreator(), "(f215,1094)PB group A");
-  EXPECT_TRUE(checkAndUpdateCanonicPrivateTag(dataset, canonic) && checkAndUpdateCanonicPrivateTag(dataset, foreign));
-  EXPECT_EQ(canonic.toString() + foreign.toString(), "(f215,1194)(f215,1294)");
-  EXPECT_TRUE(item.isObjectOurPrivateElement(DcmLongText(DcmTag(PBItem::kGroup, 0x11FF))));
-  EXPECT_FALSE(item.isObjectOurPrivateElement(DcmLongText(DcmTag(PBItem::kGroup, 0x10FF))));
-  std::string kinds; // a letter each: Creator, Key, neither
-  for (const Uint16 group : {Uint16{0xF215}, Uint16{0xF217}})
-    for (const Uint16 element : std::vector<Uint16>{0x0F, 0x10, 0xFF, 0x100, 0x0FFF, 0x1000})
-      kinds += PBItem::isOurPrivateCreator(DcmTag(group, element))     ? 'C'
-               : PBItem::isOurPrivateTagKey(DcmTagKey(group, element)) ? 'K'
-                                                                       : 'n';
-  EXPECT_EQ(kinds, "nCCnnKnnnnnn");
 }
 
 TEST(PrivateTags, AFileIsConvertedInPlaceWithItsVRs)
 {
   const TempDir dir;
-  const std::string path = dir.path() / "state";
-  const char* const known = "0010 LO:PB group A, 1001 OB:o, 1002 LT:l , 1005 UN:n, 1010 UN:?";
-  const char* const unknown = "0010 LO:PB group A, 1001 ??:o, 1002 ??:l , 1005 ??:n, 1010 ??:?";
+  const std::string path = dir / "state";
+  const std::string known = "0010 LO:PB group A, 1001 OB:o, 1002 LT:l , 1005 UN:n, 1010 UN:?";
+  const std::string unknown = "0010 LO:PB group A, 1001 ??:o, 1002 ??:l , 1005 ??:n, 1010 ??:?";
   for (const E_TransferSyntax syntax : {EXS_LittleEndianExplicit, EXS_BigEndianExplicit, EXS_LittleEndianImplicit})
   {
+    SCOPED_TRACE(DcmXfer(syntax).getXferName());
     DcmFileFormat file, saved;
     file.getDataset()->putAndInsertString(DCM_SOPClassUID, UID_GrayscaleSoftcopyPresentationStateStorage);
     file.getDataset()->putAndInsertString(DCM_SOPInstanceUID, "1.2");
@@ -271,7 +365,12 @@ TEST(PrivateTags, AFileIsConvertedInPlaceWithItsVRs)
     EXPECT_EQ(saved.getDataset()->getOriginalXfer(), syntax);
     EXPECT_EQ(listed(*saved.getDataset()), syntax == EXS_LittleEndianImplicit ? unknown : known);
   }
-  EXPECT_STREQ(convertFilePrivateTags(dir.path() / "none").text(), "No such file or directory");
+}
+
+TEST(PrivateTags, AFileThatIsNotThereIsToldByItsError)
+{
+  const TempDir dir;
+  EXPECT_STREQ(convertFilePrivateTags(dir / "none").text(), "No such file or directory");
 }
 
 } // namespace
