@@ -168,10 +168,7 @@ bool PSConverter::handleLine(std::string& line)
 template <class Kind>
 bool PSConverter::annotationLine(std::string& line)
 {
-  if (!Kind(output.get()).process(line))
-    return false;
-  const bool needsElements = outputList || debug; // of a caller, and of the dump
-  return needsElements || output->encodeAnnotations();
+  return Kind(output.get()).process(line);
 }
 
 bool PSConverter::processIDLine(std::string& line)
