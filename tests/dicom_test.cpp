@@ -4,7 +4,6 @@
 
 #include "dicom/dictionary.h"
 #include "dicom/values.h"
-#include "dicom/EncodedItems.h"
 #include "dicom/loadFile.h"
 #include "dicom/saveFile.h"
 #include "dicom/toolkitLog.h"
@@ -66,46 +65,6 @@ TEST(FileWriter, WritesAgainWhatTheToolkitWrote)
       ASSERT_STREQ(saveFile(file, output).text(), "Normal");
       EXPECT_TRUE(contents(output) == contents(input));
     }
-}
-
-/// Adds items to a sequence of its file, with an element of each length, and has them encoded one by one.
-void annotate(DcmDataset& dataset, bool encoded)
-{
-  dataset.putAndInsertUint32(DcmTag(0x0070, 0x0000, EVR_UL), 0); // the length of the group is written where it was
-  DcmItem *annotation = nullptr, *object = nullptr, *style = nullptr;
-  DcmSequenceOfItems* objects = nullptr;
-  dataset.findOrCreateSequenceItem(DCM_GraphicAnnotationSequence, annotation, -2);
-  for (const std::size_t length : {0U, 2U, 4000U, 4096U, 70000U})
-  {
-    annotation->findOrCreateSequenceItem(DCM_GraphicObjectSequence, object, -2);
-    object->findOrCreateSequenceItem(DCM_LineStyleSequence, style, -2);
-    style->putAndInsertFloat32(DCM_PatternOnOpacity, 0.5F);
-    const std::vector<Float32> points(length / 4, 1.5F);
-    object->putAndInsertFloat32Array(DCM_GraphicData, points.data(), points.size());
-    object->putAndInsertString(DCM_UnformattedTextValue, std::string(length, 't').c_str());
-    annotation->findAndGetSequence(DCM_GraphicObjectSequence, objects);
-    EXPECT_TRUE(!encoded || EncodedItems::absorb(*objects, dataset.getOriginalXfer()).good());
-  }
-}
-
-TEST(EncodedItems, AreWrittenAsTheItemsWere)
-{
-  const TempDir dir;
-  const fs::path input = dir.path() / "input";
-  for (const E_TransferSyntax syntax : kSyntaxes)
-  {
-    ASSERT_TRUE(makeState(3)->saveFile(input.c_str(), syntax).good());
-    std::string written[2];
-    for (const bool encoded : {false, true})
-    {
-      DcmFileFormat file;
-      ASSERT_TRUE(loadFile(file, input).good());
-      annotate(*file.getDataset(), encoded);
-      ASSERT_TRUE(saveFile(file, dir / "output").good());
-      written[encoded ? 1 : 0] = contents(dir / "output");
-    }
-    EXPECT_TRUE(written[0] == written[1]) << DcmXfer(syntax).getXferName();
-  }
 }
 
 TEST(FileWriter, ReadOnlyStaysAndTheLongestNameFits)
