@@ -7,7 +7,7 @@
 namespace tarn::db
 {
 
-/// One prepared statement whose text is made at run time.
+/// One prepared statement whose text is made at run time, of which it keeps a copy.
 class TmpPSCache : public PSCache
 {
 public:
