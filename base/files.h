@@ -35,6 +35,9 @@ struct RegularFile
   /// All bytes that the file had when it was opened. Throws FileError.
   std::string content() const;
 
+  /// Reads the `length` bytes at `offset`, which lie in the file. Throws FileError.
+  void read(std::uint64_t offset, char* buffer, std::size_t length) const;
+
   Fd fd;
   std::uint64_t size = 0;
 };

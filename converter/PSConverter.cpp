@@ -94,7 +94,7 @@ Outcome PSConverter::readInput(std::string& text)
     return Outcome::nothingToDo;
   if (!readIdentity(dataset, studyUid, sopInstanceUid) || !findReferencedSeries(dataset, referencedSeries))
     return Outcome::refused;
-  // Large values are read from the file on first use, and the file may be replaced by what is written here.
+  // Large values of a caller's object may still lie in a file, which may be replaced by what is written here.
   if (const OFCondition status = fileFormat->loadAllDataIntoMemory(); status.bad())
   {
     reportCondition(inputFile + " could not be loaded: ", status);

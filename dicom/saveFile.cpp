@@ -3,9 +3,9 @@
 #include "dicom/values.h"
 #include "base/IMException.h"
 #include "base/PartFile.h"
-#include "dicom/encoding.h"
 #include "base/files.h"
 
+#include <dcmtk/dcmdata/dcostrmb.h>
 #include <dcmtk/dcmdata/dcwcache.h>
 
 #include <fcntl.h>
@@ -78,18 +78,36 @@ bool isThereAlready(const Target& target, const std::string& path, const base::P
   }
 }
 
+/// Encodes into a buffer, which goes to the file each time that it is full.
 OFCondition encode(DcmFileFormat& file, const base::PartFile& part)
 {
   const std::unique_ptr<char[]> buffer(new char[kBlock]); // not cleared for each file
+  DcmOutputBufferStream stream(buffer.get(), kBlock);
   DcmWriteCache cache;
-  return encodeThrough(
-      buffer.get(), kBlock, file,
-      [&](DcmOutputStream& stream)
-      {
-        return file.write(stream, EXS_Unknown, EET_UndefinedLength, &cache, EGL_recalcGL, EPD_noChange, 0, 0, 0,
-                          EWM_createNewMeta);
-      },
-      [&](const char* bytes, std::size_t length) { return part.write(bytes, length) ? EC_Normal : systemFailure(); });
+  const auto drain = [&]
+  {
+    void* bytes = nullptr;
+    offile_off_t length = 0;
+    stream.flushBuffer(bytes, length);
+    return part.write(static_cast<const char*>(bytes), static_cast<std::size_t>(length)) ? EC_Normal : systemFailure();
+  };
+  file.transferInit();
+  OFCondition status = EC_StreamNotifyClient;
+  while (status == EC_StreamNotifyClient)
+  {
+    status = file.write(stream, EXS_Unknown, EET_UndefinedLength, &cache, EGL_recalcGL, EPD_noChange, 0, 0, 0,
+                        EWM_createNewMeta);
+    if (status.good() || status == EC_StreamNotifyClient)
+      if (const OFCondition drained = drain(); drained.bad())
+        status = drained;
+  }
+  file.transferEnd();
+  while (status.good() && !stream.isFlushed())
+  {
+    stream.flush();
+    status = drain();
+  }
+  return status;
 }
 
 } // namespace

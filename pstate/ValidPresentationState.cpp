@@ -3,7 +3,6 @@
 
 #include "base/report.h"
 #include "pstate/ElementWriter.h"
-#include "dicom/EncodedItems.h"
 #include "images/ObjectInfo.h"
 #include "pstate/OutputTemplate.h"
 #include "base/wrapping.h"
@@ -224,23 +223,6 @@ bool ValidPresentationState::checkAndCreateAnnotationLayer()
   return ElementWriter(*annotationItem)
       .text(DCM_GraphicLayer, EVR_CS, ANNLAYERNAME, "Graphic Layer could not be added to Graphic Annotation Sequence: ")
       .ok();
-}
-
-bool ValidPresentationState::encodeAnnotations()
-{
-  const E_TransferSyntax syntax = fileFormat->getDataset()->getOriginalXfer();
-  for (unsigned long i = 0; i < annotationItem->card(); ++i)
-  {
-    auto* const objects = dynamic_cast<DcmSequenceOfItems*>(annotationItem->getElement(i));
-    if (!objects)
-      continue;
-    if (const OFCondition status = tarn::dicom::EncodedItems::absorb(*objects, syntax); status.bad())
-    {
-      reportCondition("Presentation State file " + name + " could not be saved: ", status);
-      return false;
-    }
-  }
-  return true;
 }
 
 bool ValidPresentationState::clean()

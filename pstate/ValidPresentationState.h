@@ -44,10 +44,6 @@ public:
   /// into the dataset; once done it does nothing. To be called before an annotation writes.
   [[nodiscard]] bool checkAndCreateAnnotationLayer();
 
-  /// Reduces the graphic and text objects written so far to what a file holds of them, so that an image may have any
-  /// number of annotations. The object can only be saved afterwards. Failures are one line and a false result.
-  [[nodiscard]] bool encodeAnnotations();
-
   /// The object is written; false for one whose image could not be found.
   bool hasContent() const { return content; }
   void dropContent() { content = false; }

@@ -196,7 +196,7 @@ TEST_F(CommandTest, EveryDictionaryGivesTheSame)
     const auto converted = [&](bool dumped)
     { return outcome([&] { return PSConverter(*db, state, out, kFlags, dumped).convert(false); }); };
     const std::string dump = expected[state] = converted(true);
-    const std::string quiet = converted(false); // annotations are encoded as they come
+    const std::string quiet = converted(false);
     ASSERT_LT(quiet.size(), dump.size()) << state;
     EXPECT_TRUE(dump.substr(dump.size() - quiet.size()) == quiet) << "a dump changes " << state;
   }

@@ -2,7 +2,7 @@
 #include "tests/support/Capture.h"
 #include "tests/support/Files.h"
 
-#include "dicom/AttributeSupply.h"
+#include "dicom/dictionary.h"
 #include "db/DBConnectorSql.h"
 #include "samples/DicomFile.h"
 #include "db/IMSemaphoreGlobal.h"

@@ -9,7 +9,6 @@
 #include <charconv>
 #include <cstring>
 #include <fstream>
-#include <limits>
 
 namespace tarn::tools
 {
@@ -131,9 +130,7 @@ StudyObject readStudyObject(const std::string& path)
   if (!beginsLikeDicom(startOf(path)))
     throw NoObject("no DICOM file");
   DcmFileFormat file;
-  dicom::ReadLimits limits = dicom::ReadLimits::fromEnvironment();
-  limits.fileBytes = std::numeric_limits<std::uint64_t>::max(); // pixel data stay in their file
-  if (const OFCondition status = dicom::loadFile(file, path, limits); status.bad())
+  if (const OFCondition status = dicom::loadLazily(file, path); status.bad()) // pixel data stay in their file
     throw UnusableObject(status.text());
   if (isDirectoryOfMedia(file))
     throw NoObject("a DICOMDIR");
