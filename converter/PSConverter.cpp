@@ -4,12 +4,10 @@
 #include "base/CLocale.h"
 #include "base/Console.h"
 #include "base/report.h"
-#include "base/text.h"
 #include "converter/PluginStateParser.h"
+#include "converter/inputChecks.h"
 #include "dicom/loadFile.h"
-#include "dicom/values.h"
 #include "images/ObjectInfo.h"
-#include "privateblock/PBItem.h"
 #include "pstate/ElementWriter.h"
 #include "study/cache/ObjCacheMgr.h"
 
@@ -23,18 +21,8 @@ namespace impsconverter
 namespace
 {
 
-/// The organisation's root and its branch of viewer-made presentation states.
-constexpr char kInputRoot[] = "1.2.826.0.1.7770001.2.11.4";
 constexpr std::size_t kInputRootLength = sizeof kInputRoot - 1;
 constexpr char kOutputFormat[] = "1.2.826.0.1.7770001.2.11.7.%d%s";
-
-constexpr char kNoPluginState[] = "DataSet does not contain private presentation state data: ";
-constexpr char kPresentationStateClass[] = "1.2.840.10008.5.1.4.1.1.11.1";
-
-bool isDigitsAndPoints(const std::string& uid)
-{
-  return uid.find_first_not_of("0123456789.") == std::string::npos;
-}
 
 } // namespace
 
@@ -44,9 +32,9 @@ PSConverter::PSConverter(tarn::db::DBConnector& db, const std::string& inputFile
 {
 }
 
-PSConverter::PSConverter(tarn::db::DBConnector& db, DcmFileFormat* file, std::list<DcmFileFormat*>* out,
+PSConverter::PSConverter(tarn::db::DBConnector& db, DcmFileFormat* file, std::list<DcmFileFormat*>* outputList,
                          unsigned long flags, bool debug)
-  : PluginStateTarget(nullptr, debug), db(db), outputList(out), flags(flags)
+  : PluginStateTarget(nullptr, debug), db(db), outputList(outputList), flags(flags)
 {
   fileFormat.reset(file);
 }
@@ -98,12 +86,13 @@ bool PSConverter::loadInput()
 
 Outcome PSConverter::readInput(std::string& text)
 {
+  DcmDataset& dataset = *fileFormat->getDataset();
   if (debug)
-    fileFormat->getDataset()->print(tarn::consoleOut());
+    dataset.print(tarn::consoleOut());
   DcmElement* element = nullptr;
-  if (!fetchPluginState(element))
+  if (!findPluginState(dataset, element))
     return Outcome::nothingToDo;
-  if (!readIdentity() || !findReferencedSeries())
+  if (!readIdentity(dataset, studyUid, sopInstanceUid) || !findReferencedSeries(dataset, referencedSeries))
     return Outcome::refused;
   // Large values of a caller's object may still lie in a file, which may be replaced by what is written here.
   if (const OFCondition status = fileFormat->loadAllDataIntoMemory(); status.bad())
@@ -111,11 +100,8 @@ Outcome PSConverter::readInput(std::string& text)
     reportCondition(inputFile + " could not be loaded: ", status);
     return Outcome::notLoaded;
   }
-  if (const OFCondition status = tarn::dicom::readBytes(*element, text); status.bad())
-  {
-    reportCondition(kNoPluginState, status);
+  if (!readPluginState(*element, text))
     return Outcome::refused;
-  }
   if (debug)
   {
     tarn::base::trace(" ======= PBPluginState[ ", text.size(), " ] =========");
@@ -123,64 +109,6 @@ Outcome PSConverter::readInput(std::string& text)
     tarn::base::trace(" ====== END PluginState ========");
   }
   return Outcome::done;
-}
-
-bool PSConverter::fetchPluginState(DcmElement*& element) const
-{
-  const OFCondition status =
-      PBItem(*fileFormat->getDataset()).findAndGetPBElement(PBItem::kPluginStateKey, element, false);
-  if (status.bad())
-    reportCondition(kNoPluginState, status);
-  else if (!element)
-    tarn::base::report("Private presentation state data is NULL");
-  return status.good() && element;
-}
-
-bool PSConverter::readIdentity()
-{
-  DcmDataset& dataset = *fileFormat->getDataset();
-  constexpr char kMissing[] = "Original Presentation State object does not contain ";
-  if (const OFCondition status = tarn::dicom::readUid(dataset, DCM_StudyInstanceUID, studyUid); status.bad())
-  {
-    reportCondition(std::string(kMissing) + "Study Instance UID: ", status);
-    return false;
-  }
-  if (const OFCondition status = tarn::dicom::readText(dataset, DCM_SOPInstanceUID, sopInstanceUid); status.bad())
-  {
-    reportCondition(std::string(kMissing) + "SOP Instance UID: ", status);
-    return false;
-  }
-  // PS3.3 C.12.1. It becomes part of file names: nothing but a UID passes.
-  if (!tarn::base::startsWith(sopInstanceUid, kInputRoot) || !isDigitsAndPoints(sopInstanceUid))
-  {
-    tarn::base::report("SOP Instance UID of the original Presentation State object was not issued by QX: ",
-                       sopInstanceUid);
-    return false;
-  }
-  std::string classUid;
-  if (const OFCondition status = tarn::dicom::readText(dataset, DCM_SOPClassUID, classUid); status.bad())
-  {
-    reportCondition(std::string(kMissing) + "SOP Class UID: ", status);
-    return false;
-  }
-  if (!tarn::base::startsWith(classUid, kPresentationStateClass))
-  {
-    tarn::base::report("Object is not a Grayscale Softcopy Presentation State: ",
-                       dcmFindNameOfUID(classUid.c_str(), classUid.c_str()));
-    return false;
-  }
-  return true;
-}
-
-bool PSConverter::findReferencedSeries()
-{
-  const OFCondition status =
-      fileFormat->getDataset()->findAndGetSequence(DCM_ReferencedSeriesSequence, referencedSeries);
-  if (status.bad())
-    reportCondition("DataSet does not contain Source Image Sequence: ", status);
-  else if (!referencedSeries)
-    tarn::base::report("Source Image Sequence is NULL");
-  return status.good() && referencedSeries;
 }
 
 bool PSConverter::touchCache()

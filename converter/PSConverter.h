@@ -39,16 +39,16 @@ public:
   /// Command mode: loads `inputFile` and writes the outputs to `outputPrefix` + their names.
   PSConverter(tarn::db::DBConnector& db, const std::string& inputFile, const std::string& outputPrefix,
               unsigned long flags, bool debug);
-  /// Library mode: appends the outputs to `out`, whose objects are the caller's. `file` stays the caller's too, and is
-  /// appended last when the original is to be included.
-  PSConverter(tarn::db::DBConnector& db, DcmFileFormat* file, std::list<DcmFileFormat*>* out, unsigned long flags,
-              bool debug);
+  /// Library mode: appends the outputs to `outputList`, whose objects are the caller's. `file` stays the caller's too,
+  /// and is appended last when the original is to be included. Without a list outputs are saved under their bare names.
+  PSConverter(tarn::db::DBConnector& db, DcmFileFormat* file, std::list<DcmFileFormat*>* outputList,
+              unsigned long flags, bool debug);
   ~PSConverter() override;
 
   /// The whole pass. True also when the input cannot be loaded or the study's object table not be made sure of;
   /// every failure is a line on the console.
   [[nodiscard]] bool convert(bool touchObjectCache);
-  /// The same, with what it came to.
+  /// The same, telling what it came to.
   [[nodiscard]] Outcome run(bool touchObjectCache);
 
   /// Cleans the input object, and fixes it where the flags say so.
@@ -68,7 +68,7 @@ public:
   bool setImageReferences(const ObjectInfo& object, const std::string& frames) override;
   bool setOrientation(int rotation, bool flip) override;
   bool setSizeMode(SIZE_MODE mode) override;
-  /// Keeps the first pair that says more than two zeros for the original.
+  /// Also keeps the first pair that is not two zeros, for the original.
   bool setPixelSpacing(double first, double second) override;
   bool setZoom(double zoomX, double zoomY) override;
   bool setClip(int x, int y, int width, int height) override;
@@ -82,9 +82,6 @@ private:
   // The pass, in this order.
   bool loadInput();
   Outcome readInput(std::string& text);
-  bool fetchPluginState(DcmElement*& element) const;
-  bool readIdentity();
-  bool findReferencedSeries();
   bool touchCache();
   void includeOriginal();
   void fixOriginal();

@@ -1,3 +1,4 @@
+// The entry points of programs that hold the dataset in memory.
 #include "converter/annomend.h"
 
 #include "dicom/values.h"

@@ -11,10 +11,10 @@ namespace impsconverter
 
 /// Converts a Grayscale Softcopy Presentation State (PS3.3 A.33.1) that is in memory: for each image that its plug-in
 /// state annotates, one new presentation state is appended to `out`, and last the object itself, made fit to leave the
-/// archive. The caller owns all of `out`; `file` stays the caller's too when it is not there. With `touchObjectCache`
-/// the study's object table is made sure of first. The object's dataset is changed. Returns false after a message on
-/// the console (see ConsoleScope); what was appended before stays. True with nothing appended, and a message, where
-/// the study's object table could not be made sure of.
+/// archive. The caller owns all of `out`; `file` stays the caller's also when it is not in the list. With
+/// `touchObjectCache` the study's object table is made sure of first. The object's dataset is changed. Returns false
+/// after a message on the console (see ConsoleScope); what was appended before stays. True with nothing appended, and a
+/// message, where the study's object table could not be made sure of.
 [[nodiscard]] bool convertPSObject(tarn::db::DBConnector& db, DcmFileFormat* file, std::list<DcmFileFormat*>& out,
                                    bool touchObjectCache);
 

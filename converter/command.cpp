@@ -1,3 +1,4 @@
+// The options of the command, and its one conversion.
 #include "converter/command.h"
 
 #include "base/Console.h"

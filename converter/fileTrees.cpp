@@ -1,3 +1,4 @@
+// Folders of files that a library caller lists or drops.
 #include "converter/fileTrees.h"
 
 #include <dirent.h>
@@ -17,17 +18,17 @@ struct DirectoryCloser
 };
 using Directory = std::unique_ptr<DIR, DirectoryCloser>;
 
-/// The next entry that is not "." or ".."; empty at the end.
-std::string nextName(DIR* directory)
+/// Reads the next entry that is not "." or ".."; false at the end.
+bool readName(DIR* directory, std::string& name)
 {
   // cppcheck-suppress readdirCalled ; one thread reads a directory stream, and the C library advises against readdir_r
   while (const dirent* entry = readdir(directory))
   {
-    std::string name = entry->d_name;
+    name = entry->d_name;
     if (name != "." && name != "..")
-      return name;
+      return true;
   }
-  return {};
+  return false;
 }
 
 } // namespace
@@ -37,7 +38,7 @@ bool addObjects(const std::string& directory, std::list<std::string>& paths)
   const Directory opened(opendir(directory.c_str()));
   if (!opened)
     return false;
-  for (std::string name; !(name = nextName(opened.get())).empty();)
+  for (std::string name; readName(opened.get(), name);)
   {
     const std::string path = std::string(directory).append("/").append(name);
     struct stat status = {};
@@ -52,7 +53,7 @@ bool addObjects(const std::string& directory, std::list<std::string>& paths)
 bool deleteDirectoryRecursively(const std::string& path)
 {
   if (const Directory opened{opendir(path.c_str())})
-    for (std::string name; !(name = nextName(opened.get())).empty();)
+    for (std::string name; readName(opened.get(), name);)
     {
       const std::string entry = std::string(path).append("/").append(name);
       struct stat status = {};

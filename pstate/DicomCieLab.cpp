@@ -1,9 +1,11 @@
+// Colours as style elements have them, CIELab scaled to 16 bits (PS3.3 C.10.7.1.1).
 #include "pstate/DicomCieLab.h"
 
 #include "pstate/ElementWriter.h"
 
 #include <array>
 #include <cmath>
+#include <memory>
 
 namespace impsconverter
 {

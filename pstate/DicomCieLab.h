@@ -12,10 +12,10 @@ class DicomCieLab
 public:
   /// Red, green and blue of sRGB, 0 to 1. Larger ones, as the helper lines pass on a scale to 255, are converted by the
   /// same formulas, and the result exceeds 65535.
-  DicomCieLab(double r, double g, double b);
+  DicomCieLab(double red, double green, double blue);
 
   /// Puts the colour into `item` as a US element of three values L, a, b, each rounded and reduced to its low 16 bits.
-  /// A failure is reported and returned, an element that is there already (EC_DoubledTag) included.
+  /// Reports and returns a failure, also that of an element that exists already (EC_DoubledTag).
   OFCondition addTo(DcmItem* item, const DcmTagKey& tag) const;
 
   double L = 0.0;

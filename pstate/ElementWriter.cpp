@@ -1,3 +1,4 @@
+// Elements put into an item, one after another, each failure a line.
 #include "pstate/ElementWriter.h"
 
 #include "base/report.h"

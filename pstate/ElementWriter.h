@@ -11,14 +11,15 @@ namespace impsconverter
 {
 
 /// A run of "put an element, check, report" on one item. The first step that fails writes its message and the
-/// toolkit's text as one line and turns the steps after it into no-ops; what was written before stays. An element
-/// already there is replaced, except by `newPair`. A step without a message fails silently.
+/// toolkit's text as one line and turns the steps after it into no-ops; what was written before stays. An element that
+/// exists already is replaced, except by `newPair`. A step without a message fails silently.
 ///
 /// Each step says the VR that its element gets; the toolkit's dictionary is not asked.
 class ElementWriter
 {
 public:
-  explicit ElementWriter(DcmItem& target) : item(&target) {}
+  /// `item` is borrowed.
+  explicit ElementWriter(DcmItem& item) : item(&item) {}
 
   /// A text as it stands, of a VR whose values are texts (PS3.5 6.2).
   ElementWriter& text(const DcmTagKey& tag, DcmEVR vr, const std::string& value, const char* message);
@@ -31,7 +32,7 @@ public:
   /// An FD value.
   ElementWriter& real(const DcmTagKey& tag, Float64 value, const char* message);
 
-  /// FL values; a value that the element takes not and an element that the item takes not have messages of their own.
+  /// FL values. Reports rejected values and a failed insertion with different messages.
   ElementWriter& floats(const DcmTagKey& tag, const std::vector<Float32>& values, const char* valueMessage,
                         const char* insertMessage);
   /// Two SL values, inserted only where the item has no such element.

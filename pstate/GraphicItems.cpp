@@ -14,7 +14,7 @@ namespace
 constexpr float kCellWidth = 8.0F;
 constexpr float kCellHeight = 20.0F;
 
-constexpr char kPixel[] = "PIXEL";
+constexpr char kPixel[] = "PIXEL"; // relative to the image, not to the displayed area
 constexpr Uint32 kDashPattern = 0x0F0F;
 constexpr Float32 kPatternOnOpacity = 0.3F;
 constexpr Float32 kPatternOffOpacity = 1.0F;
@@ -118,7 +118,7 @@ bool GraphicItems::addDashedLine(Point from, Point to, const DicomCieLab& color,
     return false;
   ElementWriter writer(*graphic);
   writeGraphic(writer, GraphicType::polyline, {from, to});
-  DcmItem* style = nullptr;
+  DcmItem* style = nullptr; // PS3.3 C.10.5.1.3.13
   if (!writer.appendItem(DCM_LineStyleSequence, style, nullptr).ok())
     return false;
   color.addTo(style, DCM_PatternOnColorCIELabValue);
@@ -165,7 +165,7 @@ bool GraphicItems::addCompound(GraphicType type, const std::vector<Point>& point
   if (!item)
     return false;
   ElementWriter writer(*item);
-  writeInstanceId(writer, id);
+  writeInstanceId(writer, id); // PS3.3 C.10.5.1.3.1
   writer.text(DCM_CompoundGraphicUnits, EVR_CS, kPixel, "Compound Graphic Units could not be created: ");
   writeShape(writer, type, points);
   if (writeMore)

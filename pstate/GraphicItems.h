@@ -68,8 +68,8 @@ public:
   GraphicItems(DcmItem& annotation, bool debug) : annotation(&annotation), debug(debug) {}
 
   [[nodiscard]] bool addGraphic(GraphicType type, const std::vector<Point>& points, InstanceId id);
-  /// A line that the reader dashes in `color`, by a Line Style Sequence. Elements of the style that cannot be put are
-  /// left out; only the pattern has to be there, and its failure has no line.
+  /// A line that a viewer dashes in `color`, by a Line Style Sequence (PS3.3 C.10.5.1.3.13). Elements of the style that
+  /// cannot be put are left out; only the pattern is required, and its failure has no message.
   [[nodiscard]] bool addDashedLine(Point from, Point to, const DicomCieLab& color, InstanceId id);
   /// A text that is tied to `anchor`, which itself is not shown.
   [[nodiscard]] bool addText(Point anchor, const std::string& text, Placement placement, InstanceId id);

@@ -1,3 +1,4 @@
+// What all presentation states have: a file object, its cleaning and saving, and the corners of a displayed area.
 #include "pstate/PresentationState.h"
 
 #include "base/Console.h"
@@ -24,6 +25,8 @@ Sint32 farEdge(int start, int length)
   return tarn::base::wrapSub(tarn::base::wrapAdd(start, length), 1);
 }
 
+/// PS3.3 C.10.4: the corners are those that show at the top left and the bottom right of the screen, that is, after the
+/// rotation and the flip of C.10.6.
 Corners arrange(CLIP_BOX_MODE mode, const Corners& box)
 {
   switch (mode)
@@ -43,14 +46,15 @@ Corners arrange(CLIP_BOX_MODE mode, const Corners& box)
 
 } // namespace
 
-PresentationState::PresentationState(DcmDataset* dataset, bool isDebug)
-  : fileFormat(dataset ? std::make_unique<DcmFileFormat>(dataset) : nullptr), debug(isDebug)
+PresentationState::PresentationState(DcmDataset* dataset, bool debug)
+  : fileFormat(dataset ? std::make_unique<DcmFileFormat>(dataset) : nullptr), debug(debug)
 {
 }
 
 bool PresentationState::clean()
 {
   DcmDataset& dataset = *fileFormat->getDataset();
+  // PS3.3 C.11.10 asks for both elements, C.11.9 for the modality.
   dataset.insertEmptyElement(DcmTag(DCM_ContentDescription, EVR_LO));
   dataset.insertEmptyElement(DcmTag(DCM_ContentCreatorName, EVR_PN));
   dataset.putAndInsertString(DcmTag(DCM_Modality, EVR_CS), "PR");

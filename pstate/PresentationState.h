@@ -43,18 +43,19 @@ public:
   /// Makes the dataset fit to leave the archive; `save` calls it.
   virtual bool clean();
 
-  /// The image that the state is for; `frames` is written as it stands (IS, not checked).
+  /// The image that the state is for (PS3.3 C.11.11); `frames` is written as it stands (IS, not checked).
   virtual bool setImageReferences(const ObjectInfo& object, const std::string& frames) = 0;
   /// Degrees clockwise, and a horizontal flip after the rotation (PS3.3 C.10.6); the value is not checked.
   virtual bool setOrientation(int rotation, bool flip) = 0;
   virtual bool setSizeMode(SIZE_MODE mode) = 0;
-  /// Millimetres, in the order of Presentation Pixel Spacing (0070,0101).
+  /// Millimetres (PS3.3 C.10.4), in the order of Presentation Pixel Spacing (0070,0101).
   virtual bool setPixelSpacing(double first, double second) = 0;
-  /// Displayed pixels an image pixel, along columns and rows.
+  /// Displayed pixels for each image pixel, along columns and rows (PS3.3 C.10.4).
   virtual bool setZoom(double zoomX, double zoomY) = 0;
-  /// The area shown: its top left pixel, and its size in pixels.
+  /// The area that is shown: its top left pixel, and its size in pixels (PS3.3 C.10.4).
   virtual bool setClip(int x, int y, int width, int height) = 0;
-  /// Window width and centre, in the values that the state's Modality LUT gives; `inverted` shows high values dark.
+  /// Window width and centre (PS3.3 C.11.8), in the values that the state's Modality LUT gives; `inverted` shows high
+  /// values dark.
   virtual bool setWindowLevel(int window, int level, bool inverted) = 0;
 
   virtual ~PresentationState() = default;
@@ -70,9 +71,9 @@ public:
 
 protected:
   /// Puts the two corners (PS3.3 C.10.4) of an area `width` x `height` pixels at (x, y) into `item`; the far edges wrap
-  /// at 32 bits. A corner that is there already is a failure and stays.
+  /// at 32 bits. A corner that exists already is a failure and stays.
   static bool fillDisplayArea(DcmItem& item, CLIP_BOX_MODE mode, int x, int y, int width, int height);
-  /// Puts Presentation Pixel Spacing, six digits a value, over what is there.
+  /// Puts Presentation Pixel Spacing, six digits a value, in place of one that exists.
   static bool fillPixelSpacing(DcmItem& item, double first, double second);
 
   std::unique_ptr<DcmFileFormat> fileFormat;

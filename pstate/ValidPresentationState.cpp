@@ -31,12 +31,14 @@ struct Arrangement
   CLIP_BOX_MODE mode;
 };
 
-// A quarter turn exchanges corners as a flip does; pairs that are not listed leave the corners as they were.
+// PS3.3 C.10.4: corners as seen after the rotation and the flip. A quarter turn exchanges them as a flip does, which
+// the viewer's outputs have always done; pairs that are not listed leave the corners as they were.
 constexpr Arrangement kArrangements[] = {
     {90, false, CLIP_BOX_TOP_BOTTOM}, {180, true, CLIP_BOX_TOP_BOTTOM},  {180, false, CLIP_BOX_TURNED},
     {270, true, CLIP_BOX_TURNED},     {270, false, CLIP_BOX_LEFT_RIGHT}, {0, true, CLIP_BOX_LEFT_RIGHT},
 };
 
+/// PS3.3 C.10.4
 const char* sizeModeText(SIZE_MODE mode)
 {
   if (mode == SIZE_MODE_MAGNIFY)
@@ -91,6 +93,7 @@ bool ValidPresentationState::setOrientation(int rotation, bool flip)
   for (const Arrangement& row : kArrangements)
     if (row.rotation == rotation && row.flip == flip)
       clipMode = row.mode;
+  // PS3.3 C.10.6
   return ElementWriter(*fileFormat->getDataset())
       .number(DCM_ImageRotation, static_cast<Uint16>(rotation), "Image Rotation could not be set: ")
       .text(DCM_ImageHorizontalFlip, EVR_CS, flip ? "Y" : "N", "Image Horizontal Flip could not be set: ")
@@ -116,6 +119,7 @@ bool ValidPresentationState::setZoom(double zoomX, double /*zoomY*/)
 {
   if (!hasDisplayedArea())
     return false;
+  // PS3.3 C.10.4: the ratio is for "MAGNIFY"; "TRUE SIZE" carries it too.
   if (sizeMode != SIZE_MODE_MAGNIFY && sizeMode != SIZE_MODE_TRUE_SIZE)
     return true;
   return ElementWriter(*displayedAreaItem)
@@ -134,7 +138,7 @@ bool ValidPresentationState::setWindowLevel(int window, int level, bool inverted
   DcmDataset& dataset = *fileFormat->getDataset();
   DcmItem* lut = nullptr;
   const bool found =
-      ElementWriter(dataset)
+      ElementWriter(dataset) // PS3.3 C.11.6, and C.11.8 for the window
           .text(DCM_PresentationLUTShape, EVR_CS, inverted ? "INVERSE" : "IDENTITY",
                 "Presentation LUT Shape could not be inserted to dataset: ")
           .firstItem(DCM_SoftcopyVOILUTSequence, lut, "Softcopy VOI LUT Sequence item could not created: ")
@@ -149,6 +153,7 @@ bool ValidPresentationState::setWindowLevel(int window, int level, bool inverted
 
 bool ValidPresentationState::replaceReferences(const ObjectInfo& object, const std::string& frames)
 {
+  // PS3.3 C.11.11: one series, one image of it
   auto image = std::make_unique<DcmItem>();
   const bool filled = ElementWriter(*image)
                           .text(DCM_ReferencedSOPClassUID, EVR_UI, object.sopClassUid,
@@ -195,6 +200,7 @@ bool ValidPresentationState::checkAndCreateAnnotationLayer()
 {
   if (annotationItem && !pendingAnnotationItem)
     return true;
+  // PS3.3 C.10.7: annotations belong to a layer
   DcmItem* layer = nullptr;
   if (!ElementWriter(*fileFormat->getDataset())
            .firstItem(DCM_GraphicLayerSequence, layer, "Graphic Layer Sequence item could not be created: ")
@@ -205,6 +211,7 @@ bool ValidPresentationState::checkAndCreateAnnotationLayer()
            .text(DCM_GraphicLayerOrder, EVR_IS, "1", "Graphic Layer Order could not be created: ")
            .ok())
     return false;
+  // PS3.3 C.10.5
   const OFCondition inserted = fileFormat->getDataset()->insertSequenceItem(
       DcmTag(DCM_GraphicAnnotationSequence, EVR_SQ), pendingAnnotationItem.get());
   if (!annotationItem || inserted.bad())
@@ -226,6 +233,7 @@ bool ValidPresentationState::clean()
     OutputTemplate::removeSource(dataset);
   holdsSource = false;
 
+  // PS3.3 C.11.10: a number of its own; outputs of one series differ in it.
   Sint32 inputNumber = 0;
   if (dataset.findAndGetSint32(DCM_InstanceNumber, inputNumber).bad())
     inputNumber = kDefaultInstanceNumber;

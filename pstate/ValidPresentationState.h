@@ -27,15 +27,15 @@ public:
   /// Removes Source Image Sequence and the plug-in state, and gives the object its own Instance Number.
   bool clean() override;
 
-  /// Makes the object refer to one image of one series (PS3.3 C.11.11), and adds a displayed-area item behind those
-  /// that the input has.
+  /// Makes the object refer to one image of one series (PS3.3 C.11.11), and adds a displayed-area item (C.10.4) after
+  /// those that the input has.
   bool setImageReferences(const ObjectInfo& object, const std::string& frames) override;
   bool setOrientation(int rotation, bool flip) override;
   bool setSizeMode(SIZE_MODE mode) override;
   bool setPixelSpacing(double first, double second) override;
   /// Writes `zoomX` as Presentation Pixel Magnification Ratio for the size modes "MAGNIFY" and "TRUE SIZE".
   bool setZoom(double zoomX, double zoomY) override;
-  /// Writes the displayed area, its corners arranged as the last orientation asks for. A second time fails.
+  /// Writes the displayed area, its corners arranged as the last orientation asks for. A second call fails.
   bool setClip(int x, int y, int width, int height) override;
   /// Writes Presentation LUT Shape, and the window into the first item of the Softcopy VOI LUT Sequence (PS3.3 C.11.8).
   bool setWindowLevel(int window, int level, bool inverted) override;
@@ -57,7 +57,8 @@ private:
   CLIP_BOX_MODE clipMode = CLIP_BOX_NORMAL;
 
 public:
-  /// Item of the Graphic Annotation Sequence that the annotations fill; null until setImageReferences.
+  /// Item of the Graphic Annotation Sequence that the annotations fill; null until setImageReferences. It stands here
+  /// because the order of the fields is fixed.
   DcmItem* annotationItem = nullptr;
 
 private:
