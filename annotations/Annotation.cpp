@@ -1,13 +1,8 @@
+// One line of the plug-in state: its common parameters, and the graphic items that its kind draws (PS3.3 C.10.5).
 #include "annotations/Annotation.h"
 
-#include "base/Console.h"
 #include "base/report.h"
-#include "pstate/ElementWriter.h"
 #include "pstate/ValidPresentationState.h"
-#include "base/urlDecode.h"
-
-#include <algorithm>
-#include <cstdio>
 
 namespace impsconverter
 {
@@ -15,50 +10,16 @@ namespace
 {
 
 constexpr int kRequiredCommon = 9;
-constexpr float kCellWidth = 8.0F;
-constexpr float kCellHeight = 20.0F;
+constexpr std::size_t kLongestColor = 16;
 constexpr double kHelperGrey = 204.0;
-constexpr Uint32 kDashPattern = 0x0F0F;
-constexpr Float32 kPatternOnOpacity = 0.3F;
-constexpr Float32 kPatternOffOpacity = 1.0F;
-
-constexpr char kUnitsMessage[] = "Graphic Annotation Units could not be created: ";
-constexpr char kInstanceIdMessage[] = "Compound Graphic Instance ID could not be created: ";
-constexpr char kItemMessage[] = "Graphic Object Sequence item could not be created: ";
-
-/// Dimensions, points, data and type: what graphic objects and compound graphics have in common.
-void writeShape(ElementWriter& writer, const std::vector<Float32>& points, const char* type)
-{
-  writer.number(DCM_GraphicDimensions, Uint16{2}, "Graphic Dimensions could not be created: ")
-      .number(DCM_NumberOfGraphicPoints, static_cast<Uint16>(points.size() / 2),
-              "Number of Graphic Points could not be created: ")
-      .floats(DCM_GraphicData, points,
-              "Graphic Data value could not be inserted: ", "Graphic Data could not be inserted: ")
-      .text(DCM_GraphicType, EVR_CS, type, "Graphic Type could not be created: ");
-}
-
-void writeGraphic(ElementWriter& writer, const std::vector<Float32>& points, const char* type)
-{
-  writer.text(DCM_GraphicAnnotationUnits, EVR_CS, "PIXEL", kUnitsMessage);
-  writeShape(writer, points, type);
-}
 
 } // namespace
 
-Annotation::Annotation(ValidPresentationState* state) : debug(state && state->isDebug()), ps(state) {}
+Annotation::Annotation(ValidPresentationState* ps) : debug(ps && ps->isDebug()), ps(ps) {}
 
-std::string Annotation::LabelBuffer::decoded() const
+Parameters Annotation::specific(const std::string& type, const std::string& params) const
 {
-  std::string label = encoded.data();
-  im::URLDecode(label);
-  return label;
-}
-
-bool Annotation::enoughArguments(const std::string& type, int count, int required)
-{
-  if (count < required)
-    tarn::base::report("Invalid number of annotation specific arguments for ", type, ": ", count);
-  return count >= required;
+  return {"annotation specific arguments", type, params.c_str(), debug};
 }
 
 bool Annotation::process(const std::string& line)
@@ -95,176 +56,87 @@ bool Annotation::process(const std::string& line)
 
 bool Annotation::parseCommon(const std::string& type, const std::string& common)
 {
-  std::array<char, 17> colorBuffer{};
-  int indexFlag = 0;
-  int valueFlag = 0;
-  const int count =
-      std::sscanf(common.c_str(), "%d %16s %d %d %d %d %d %d %d %d %d ", &index, colorBuffer.data(), &baseX, &baseY,
-                  &indexFlag, &valueFlag, &indexAnchorX, &indexAnchorY, &valueAnchorX, &valueAnchorY, &orientation);
-  if (count < kRequiredCommon)
-  {
-    tarn::base::report("Invalid number of common annotation arguments for ", type, ": ", count);
-    return false;
-  }
-  color = colorBuffer.data();
-  showIndex = indexFlag != 0;
-  showValue = valueFlag != 0;
-  if (debug)
-    traceCommon(count);
-  return true;
+  return Parameters("common annotation arguments", type, common.c_str(), debug)
+      .number(index, " Index")
+      .word(color, " Color", kLongestColor)
+      .number(baseX, " Base X")
+      .number(baseY, " Base Y")
+      .flag(showIndex, " Show Index")
+      .tracedAt(2)
+      .flag(showValue, " Show Value")
+      .tracedAt(3)
+      .number(indexAnchorX, " Index Anchor X")
+      .number(indexAnchorY, " Index Anchor Y")
+      .number(valueAnchorX, " Value Anchor X")
+      .number(valueAnchorY, " Value Anchor Y")
+      .number(orientation, " Orientation")
+      .atLeast(kRequiredCommon, "Annotation Common");
 }
 
-void Annotation::traceCommon(int count) const
+GraphicItems Annotation::items() const
 {
-  tarn::base::trace("Annotation Common arguments: ", count);
-  tarn::base::trace(" Index: ", index);
-  tarn::base::trace(" Color: ", color);
-  tarn::base::trace(" Show Index: ", showIndex);
-  tarn::base::trace(" Show Value: ", showValue);
-  tarn::base::trace(" Base X: ", baseX);
-  tarn::base::trace(" Base Y: ", baseY);
-  tarn::base::trace(" Index Anchor X: ", indexAnchorX);
-  tarn::base::trace(" Index Anchor Y: ", indexAnchorY);
-  tarn::base::trace(" Value Anchor X: ", valueAnchorX);
-  tarn::base::trace(" Value Anchor Y: ", valueAnchorY);
-  tarn::base::trace(" Orientation: ", orientation);
+  return {*ps->annotationItem, debug};
 }
 
-void Annotation::traceItem(DcmItem& item) const
+GraphicItems::InstanceId Annotation::idIfCompound() const
 {
-  if (debug)
-    item.print(tarn::consoleOut());
-}
-
-bool Annotation::complete(const ElementWriter& writer, DcmItem& item) const
-{
-  if (writer.ok())
-    traceItem(item);
-  return writer.ok();
-}
-
-bool Annotation::addInstanceId(ElementWriter& writer) const
-{
-  return writer.number(DCM_CompoundGraphicInstanceID, static_cast<Uint32>(index), kInstanceIdMessage).ok();
-}
-
-bool Annotation::finish(ElementWriter& writer, DcmItem& item) const
-{
-  if (compound)
-    addInstanceId(writer);
-  return complete(writer, item);
+  return compound ? GraphicItems::InstanceId(ownId()) : std::nullopt;
 }
 
 bool Annotation::addPolyline(float* points, int count)
 {
-  return addPolyline(std::vector<Float32>(points, points + 2 * static_cast<std::ptrdiff_t>(count)));
+  std::vector<Point> typed;
+  for (const float* const end = points + 2 * static_cast<std::ptrdiff_t>(count); points != end; points += 2)
+    typed.push_back({points[0], points[1]});
+  return addPolyline(typed);
 }
 
-bool Annotation::addPolyline(const std::vector<Float32>& points)
+bool Annotation::addPolyline(const std::vector<Point>& points)
 {
-  return addGraphic(points, "POLYLINE", compound);
-}
-
-bool Annotation::addGraphic(const std::vector<Float32>& points, const char* type, bool withInstanceId)
-{
-  DcmItem* graphic = nullptr;
-  if (!ElementWriter(*ps->annotationItem).appendItem(DCM_GraphicObjectSequence, graphic, kItemMessage).ok())
-    return false;
-  ElementWriter writer(*graphic);
-  writeGraphic(writer, points, type);
-  if (withInstanceId)
-    addInstanceId(writer);
-  return complete(writer, *graphic);
+  return items().addGraphic(GraphicType::polyline, points, idIfCompound());
 }
 
 bool Annotation::addDashedLine(float x1, float y1, float x2, float y2, const DicomCieLab& lineColor)
 {
-  DcmItem* graphic = nullptr;
-  if (!ElementWriter(*ps->annotationItem).appendItem(DCM_GraphicObjectSequence, graphic, kItemMessage).ok())
-    return false;
-  ElementWriter writer(*graphic);
-  writeGraphic(writer, {x1, y1, x2, y2}, "POLYLINE");
-  DcmItem* style = nullptr;
-  if (!writer.appendItem(DCM_LineStyleSequence, style, nullptr).ok())
-    return false;
-  lineColor.addTo(style, DCM_PatternOnColorCIELabValue);
-  style->putAndInsertFloat32(DcmTag(DCM_PatternOnOpacity, EVR_FL), kPatternOnOpacity);
-  style->putAndInsertFloat32(DcmTag(DCM_PatternOffOpacity, EVR_FL), kPatternOffOpacity);
-  style->putAndInsertString(DcmTag(DCM_LineDashingStyle, EVR_CS), "DASHED");
-  return ElementWriter(*style).number(DCM_LinePattern, kDashPattern, nullptr).ok() && finish(writer, *graphic);
+  return items().addDashedLine({x1, y1}, {x2, y2}, lineColor, idIfCompound());
 }
 
-void Annotation::addHelperLine(float x1, float y1, float x2, float y2)
+void Annotation::addHelperLine(Point from, Point to)
 {
-  addDashedLine(x1, y1, x2, y2, DicomCieLab(kHelperGrey, kHelperGrey, kHelperGrey));
-}
-
-void Annotation::calcTextBox(const std::string& text, float& width, float& height)
-{
-  std::size_t lines = 0;
-  std::size_t longest = 0;
-  for (std::size_t start = 0; lines == 0 || start < text.size(); ++lines)
-  {
-    const std::size_t end = std::min(text.find('\n', start), text.size());
-    longest = std::max(longest, end - start);
-    start = end + 1;
-  }
-  width = kCellWidth * static_cast<float>(std::max<std::size_t>(longest, 1));
-  height = kCellHeight * static_cast<float>(lines);
+  addDashedLine(from.column, from.row, to.column, to.row, DicomCieLab(kHelperGrey, kHelperGrey, kHelperGrey));
 }
 
 bool Annotation::addText(int x, int y, const std::string& text, bool centered)
 {
-  float width = 0.0F;
-  float height = 0.0F;
-  calcTextBox(text, width, height);
-  const auto anchorX = static_cast<float>(x);
-  const auto anchorY = static_cast<float>(y);
-  const float left = centered ? anchorX - width / 2.0F : anchorX;
-  const float top = centered ? anchorY - height / 2.0F : anchorY;
-  const float right = centered ? anchorX + width / 2.0F : anchorX + width;
-  const float bottom = centered ? anchorY + height / 2.0F : anchorY + height;
+  return addText(pointAt(x, y), text, centered ? Placement::centered : Placement::leftBelow);
+}
 
-  DcmItem* object = nullptr;
-  if (!ElementWriter(*ps->annotationItem)
-           .appendItem(DCM_TextObjectSequence, object, "Text Object Sequence item could not be created: ")
-           .ok())
-    return false;
-  ElementWriter writer(*object);
-  writer.text(DCM_AnchorPointAnnotationUnits, EVR_CS, "PIXEL", "Anchor Point Annotation Units could not be created: ")
-      .text(DCM_UnformattedTextValue, EVR_ST, text, "Unformatted Text Value could not be created: ")
-      .floats(DCM_AnchorPoint, {anchorX, anchorY},
-              "Anchor Point value could not be inserted: ", "Anchor Point could not be inserted: ")
-      .text(DCM_AnchorPointVisibility, EVR_CS, "N", "Anchor Point Visibility could not be created: ")
-      .text(DCM_BoundingBoxAnnotationUnits, EVR_CS, "PIXEL", "Bounding Box Annotation Units could not be created: ")
-      .floats(DCM_BoundingBoxTopLeftHandCorner, {left, top},
-              "Bounding Box Top Left Hand Corner value could not be inserted: ",
-              "Bounding Box Top Left Hand Corner could not be inserted: ")
-      .floats(DCM_BoundingBoxBottomRightHandCorner, {right, bottom},
-              "Bounding Box Bottom Right Hand Corner value could not be inserted: ",
-              "Bounding Box Bottom Right Hand Corner could not be inserted: ")
-      .text(DCM_BoundingBoxTextHorizontalJustification, EVR_CS, centered ? "CENTER" : "LEFT",
-            "Bounding Box Text Horizontal Justification could not be created: ");
-  return finish(writer, *object);
+bool Annotation::addText(Point anchor, const std::string& text, Placement placement)
+{
+  return items().addText(anchor, text, placement, idIfCompound());
 }
 
 bool Annotation::addValueLabel(const std::string& label)
 {
-  return !showValue || addText(valueAnchorX, valueAnchorY, label, true);
+  return !showValue || addText(pointAt(valueAnchorX, valueAnchorY), label, Placement::centered);
 }
 
-DcmItem* Annotation::addCompound(const std::vector<Float32>& points, const char* type)
+void Annotation::calcTextBox(const std::string& text, float& width, float& height)
 {
-  DcmItem* item = nullptr;
-  if (!ElementWriter(*ps->annotationItem)
-           .appendItem(DCM_CompoundGraphicSequence, item, "Compound Graphic Sequence item could not be created: ")
-           .ok())
-    return nullptr;
-  ElementWriter writer(*item);
-  addInstanceId(writer);
-  writer.text(DCM_CompoundGraphicUnits, EVR_CS, "PIXEL", "Compound Graphic Units could not be created: ");
-  writeShape(writer, points, type);
-  return writer.ok() ? item : nullptr;
+  const TextBox box(text);
+  width = box.width;
+  height = box.height;
+}
+
+bool Annotation::addIdentifiedGraphic(GraphicType type, const std::vector<Point>& points)
+{
+  return items().addGraphic(type, points, ownId());
+}
+
+bool Annotation::addCompound(GraphicType type, const std::vector<Point>& points,
+                             const std::function<void(ElementWriter&)>& writeMore)
+{
+  return items().addCompound(type, points, ownId(), writeMore);
 }
 
 } // namespace impsconverter

@@ -1,21 +1,16 @@
 #pragma once
 
-#include "annotations/DicomCieLab.h"
+#include "annotations/Parameters.h"
+#include "pstate/DicomCieLab.h"
+#include "pstate/GraphicItems.h"
 
-#include <dcmtk/config/osconfig.h>
-#include <dcmtk/dcmdata/dctk.h>
-
-#include <array>
+#include <functional>
 #include <string>
 #include <vector>
-
-/// The conversion of a label into a LabelBuffer, for the formats of the kinds.
-#define LABEL_FORMAT "%512s"
 
 namespace impsconverter
 {
 
-class ElementWriter;
 class ValidPresentationState;
 
 /// One annotation of the viewer: a line of the plug-in state, written into a presentation state as graphic and text
@@ -35,9 +30,9 @@ public:
   [[nodiscard]] bool process(const std::string& line);
 
   /// Reads what follows the first '|' of a line; `type` is the line's first word, for the message. False for too few
-  /// parameters; text behind those that are needed is ignored.
+  /// parameters; text after those that are needed is ignored.
   virtual bool parseSpecific(const std::string& type, const std::string& params) = 0;
-  /// Writes the annotation as a compound graphic (PS3.3 C.10.5, Compound Graphic Sequence). No conversion calls it.
+  /// Writes the annotation as a compound graphic (PS3.3 C.10.5.1.3). No conversion calls it.
   virtual bool createCompound() = 0;
   /// Writes the lines and shapes as graphic objects.
   virtual bool createSimple() = 0;
@@ -47,44 +42,30 @@ public:
   virtual ~Annotation() = default;
 
 protected:
-  /// Receives a label of at most 512 bytes as it stands in the line, URL-encoded.
-  class LabelBuffer
-  {
-  public:
-    char* data() { return encoded.data(); }
-    std::string decoded() const;
+  /// The scanner of what follows the first '|' of a line; `type` is named in its message.
+  Parameters specific(const std::string& type, const std::string& params) const;
 
-  private:
-    std::array<char, 513> encoded{};
-  };
-
-  /// Reports a scan that converted fewer than `required` parameters; true for enough. `count` is what sscanf returned.
-  static bool enoughArguments(const std::string& type, int count, int required);
-
-  /// A POLYLINE through `count` points, x and y of each in turn.
+  /// A POLYLINE through `count` points, column and row of each in turn.
   bool addPolyline(float* points, int count);
-  bool addPolyline(const std::vector<Float32>& points);
-  /// A graphic object of any type; `points` holds x and y of each point in turn.
-  bool addGraphic(const std::vector<Float32>& points, const char* type, bool withInstanceId);
-  /// A line that the reader dashes in `color`, by a Line Style Sequence (PS3.3 C.10.5.1.3.13). Elements of the style
-  /// that cannot be put are left out; only the pattern has to be there, and its failure has no line.
-  bool addDashedLine(float x1, float y1, float x2, float y2, const DicomCieLab& color);
-  /// The same in the light grey of helper lines; a failure has been reported and changes nothing.
-  void addHelperLine(float x1, float y1, float x2, float y2);
+  bool addPolyline(const std::vector<Point>& points);
+  bool addDashedLine(float x1, float y1, float x2, float y2, const DicomCieLab& lineColor);
+  /// A dashed line in the light grey of helper lines; a failure has been reported and changes nothing.
+  void addHelperLine(Point from, Point to);
   /// A text object anchored at (x, y): its box is centred there, or has its top left corner there.
   bool addText(int x, int y, const std::string& text, bool centered);
+  bool addText(Point anchor, const std::string& text, Placement placement);
   /// The label at the value anchor, centred; nothing when values are not shown.
   bool addValueLabel(const std::string& label);
-  /// The box of a text, in image pixels: cells of 8 x 20 a byte, lines separated by line feeds; one feed at the end
-  /// adds none. At least one cell.
+  /// The size of a TextBox.
   static void calcTextBox(const std::string& text, float& width, float& height);
 
-  /// A compound graphic with its common elements; null after a failure, which has been reported.
-  DcmItem* addCompound(const std::vector<Float32>& points, const char* type);
-  /// Prints a finished item when debugging.
-  void traceItem(DcmItem& item) const;
-  /// The end of a run of elements on `item`: whether all are written, and then the item printed when debugging.
-  bool complete(const ElementWriter& writer, DcmItem& item) const;
+  /// A graphic object that carries its Compound Graphic Instance ID in every case.
+  bool addIdentifiedGraphic(GraphicType type, const std::vector<Point>& points);
+  /// A compound graphic with its ID; `writeMore` writes what the type has beyond the common elements.
+  bool addCompound(GraphicType type, const std::vector<Point>& points,
+                   const std::function<void(ElementWriter&)>& writeMore = {});
+
+  Point base() const { return pointAt(baseX, baseY); }
 
   // The common parameters, in their order. Those that the line leaves out are 0.
   int index = 0;          ///< Compound Graphic Instance ID of what carries one
@@ -104,9 +85,10 @@ protected:
 
 private:
   bool parseCommon(const std::string& type, const std::string& common);
-  void traceCommon(int count) const;
-  bool addInstanceId(ElementWriter& writer) const;
-  bool finish(ElementWriter& writer, DcmItem& item) const;
+  /// Where the annotation is written; only with a presentation state that has its image references.
+  GraphicItems items() const;
+  Uint32 ownId() const { return static_cast<Uint32>(index); }
+  GraphicItems::InstanceId idIfCompound() const;
 };
 
 } // namespace impsconverter

@@ -1,9 +1,7 @@
+// A Cobb angle: two lines that need not meet, tied to their label.
 #include "annotations/cobbangle.h"
 
-#include "base/report.h"
 #include "annotations/extension.h"
-
-#include <cstdio>
 
 namespace impsconverter
 {
@@ -21,38 +19,25 @@ float middle(int a, int b)
 
 bool CobbAngle::parseSpecific(const std::string& type, const std::string& params)
 {
-  LabelBuffer buffer;
-  LabelBuffer modeBuffer;
-  int unused = 0;
-  const int count =
-      std::sscanf(params.c_str(), " %d %d %d %d %d %d " LABEL_FORMAT " %d %d %d " LABEL_FORMAT, &rayBaseX, &rayBaseY,
-                  &endX, &endY, &rayEndX, &rayEndY, buffer.data(), &unused, &unused, &unused, modeBuffer.data());
-  if (!enoughArguments(type, count, 7))
-    return false;
-  if (count == 11)
-    mode = modeBuffer.data();
-  label = buffer.decoded();
-  if (debug)
-  {
-    tarn::base::trace("Cobb Angle arguments: ", count);
-    tarn::base::trace(" End X: ", endX);
-    tarn::base::trace(" End Y: ", endY);
-    tarn::base::trace(" Ray Base X: ", rayBaseX);
-    tarn::base::trace(" Ray Base Y: ", rayBaseY);
-    tarn::base::trace(" Ray End X: ", rayEndX);
-    tarn::base::trace(" Ray End Y: ", rayEndY);
-    tarn::base::trace(" Label: ", label);
-    tarn::base::trace(" Mode: ", mode);
-  }
-  return true;
+  return specific(type, params)
+      .number(rayBaseX, " Ray Base X")
+      .number(rayBaseY, " Ray Base Y")
+      .number(endX, " End X")
+      .tracedAt(0)
+      .number(endY, " End Y")
+      .tracedAt(1)
+      .number(rayEndX, " Ray End X")
+      .number(rayEndY, " Ray End Y")
+      .label(label, " Label")
+      .skipNumbers(3)
+      .word(mode, " Mode")
+      .atLeast(7, "Cobb Angle");
 }
 
 bool CobbAngle::createSimple()
 {
-  const bool added = addPolyline({static_cast<Float32>(baseX), static_cast<Float32>(baseY), static_cast<Float32>(endX),
-                                  static_cast<Float32>(endY)}) &&
-                     addPolyline({static_cast<Float32>(rayBaseX), static_cast<Float32>(rayBaseY),
-                                  static_cast<Float32>(rayEndX), static_cast<Float32>(rayEndY)});
+  const bool added = addPolyline({base(), pointAt(endX, endY)}) &&
+                     addPolyline({pointAt(rayBaseX, rayBaseY), pointAt(rayEndX, rayEndY)});
   if (added)
     addHelperLines();
   return added;
@@ -60,22 +45,18 @@ bool CobbAngle::createSimple()
 
 void CobbAngle::addHelperLines()
 {
-  const float firstX = middle(endX, baseX);
-  const float firstY = middle(endY, baseY);
-  const float secondX = middle(rayEndX, rayBaseX);
-  const float secondY = middle(rayEndY, rayBaseY);
+  const Point first{middle(endX, baseX), middle(endY, baseY)};
+  const Point second{middle(rayEndX, rayBaseX), middle(rayEndY, rayBaseY)};
   if (showValue)
   {
-    const auto anchorX = static_cast<float>(valueAnchorX);
-    const auto anchorY = static_cast<float>(valueAnchorY);
-    addHelperLine(firstX, firstY, anchorX, anchorY);
-    addHelperLine(secondX, secondY, anchorX, anchorY);
+    const Point anchor = pointAt(valueAnchorX, valueAnchorY);
+    addHelperLine(first, anchor);
+    addHelperLine(second, anchor);
   }
   else
-    addHelperLine(firstX, firstY, secondX, secondY);
+    addHelperLine(first, second);
   if (mode == kExtensionMode)
-    addHelperLine(static_cast<float>(rayBaseX), static_cast<float>(rayBaseY), mirrored(rayBaseX, rayEndX),
-                  mirrored(rayBaseY, rayEndY));
+    addHelperLine(pointAt(rayBaseX, rayBaseY), {mirrored(rayBaseX, rayEndX), mirrored(rayBaseY, rayEndY)});
 }
 
 bool CobbAngle::createText()

@@ -1,10 +1,10 @@
+// A closed outline of any number of vertices.
 #include "annotations/freehand.h"
 
 #include "base/report.h"
 
 #include <cerrno>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -43,13 +43,11 @@ bool FreeHand::parseSpecific(const std::string& type, const std::string& params)
   const char* cursor = params.c_str();
   if (!parseVertices(type, cursor))
     return false;
-  LabelBuffer buffer;
-  if (std::sscanf(cursor, " " LABEL_FORMAT, buffer.data()) != 1)
+  if (Parameters("labels", type, cursor, debug).label(label).count() != 1)
   {
     tarn::base::report("Parsing label from a ", type, " annotation failed");
     return false;
   }
-  label = buffer.decoded();
   if (debug)
     traceArguments();
   return true;
@@ -95,15 +93,11 @@ bool FreeHand::createSimple()
 {
   if (xs.empty())
     return true; // nothing was parsed
-  std::vector<Float32> points;
-  points.reserve(2 * (xs.size() + 1));
+  std::vector<Point> points;
+  points.reserve(xs.size() + 1);
   for (std::size_t vertex = 0; vertex < xs.size(); ++vertex)
-  {
-    points.push_back(static_cast<Float32>(xs[vertex]));
-    points.push_back(static_cast<Float32>(ys[vertex]));
-  }
-  points.push_back(points[0]);
-  points.push_back(points[1]);
+    points.push_back(pointAt(xs[vertex], ys[vertex]));
+  points.push_back(points.front()); // PS3.3 C.10.5.1.2: closed by its first point
   return addPolyline(points);
 }
 

@@ -1,11 +1,12 @@
+// Ovals and Hounsfield regions: an ellipse, which the parameters of each class describe in an order of their own.
 #include "annotations/oval.h"
 
 #include "base/report.h"
 #include "pstate/ElementWriter.h"
+#include "base/urlDecode.h"
 #include "base/wrapping.h"
 
 #include <cmath>
-#include <cstdio>
 
 namespace impsconverter
 {
@@ -30,50 +31,54 @@ Direction direction(float degrees)
 
 bool Oval::parseSpecific(const std::string& type, const std::string& params)
 {
-  Parameters p;
-  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %d", &p.x, &p.y, p.label.data(), &p.center);
-  return accept(type, count, p);
+  Values v;
+  return accept(type, specific(type, params).number(v.sizeX).number(v.sizeY).word(v.label).number(v.center), v);
 }
 
 bool SkewOval::parseSpecific(const std::string& type, const std::string& params)
 {
-  Parameters p;
-  const int count =
-      std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %g %d", &p.x, &p.y, p.label.data(), &p.angle, &p.center);
-  return accept(type, count, p);
+  Values v;
+  return accept(
+      type, specific(type, params).number(v.sizeX).number(v.sizeY).word(v.label).real(v.rotation).number(v.center), v);
 }
 
 bool HounsField::parseSpecific(const std::string& type, const std::string& params)
 {
-  Parameters p;
-  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %lg %lg %d", &p.x, &p.y, p.label.data(),
-                                &p.unused, &p.unused, &p.center);
-  return accept(type, count, p);
+  Values v;
+  return accept(type,
+                specific(type, params).number(v.sizeX).number(v.sizeY).word(v.label).skipReals(2).number(v.center), v);
 }
 
 bool SkewHounsField::parseSpecific(const std::string& type, const std::string& params)
 {
-  Parameters p;
-  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %lg %lg %g %d", &p.x, &p.y, p.label.data(),
-                                &p.unused, &p.unused, &p.angle, &p.center);
-  return accept(type, count, p);
+  Values v;
+  return accept(type,
+                specific(type, params)
+                    .number(v.sizeX)
+                    .number(v.sizeY)
+                    .word(v.label)
+                    .skipReals(2)
+                    .real(v.rotation)
+                    .number(v.center),
+                v);
 }
 
-bool Oval::accept(const std::string& type, int count, const Parameters& scanned)
+bool Oval::accept(const std::string& type, const Parameters& scanned, const Values& values)
 {
-  if (!enoughArguments(type, count, kRequired))
+  if (!scanned.atLeast(kRequired, nullptr))
     return false;
-  setValues(type, scanned.x, scanned.y, scanned.label, scanned.angle, scanned.center == 1);
+  setValues(type, values.sizeX, values.sizeY, values.label, values.rotation, values.center == 1);
   return true;
 }
 
-void Oval::setValues(const std::string& type, int x, int y, const LabelBuffer& buffer, float angle, bool center)
+void Oval::setValues(const std::string& type, int x, int y, const std::string& encodedLabel, float degrees, bool center)
 {
   sizeX = tarn::base::wrapAbs(x);
   sizeY = tarn::base::wrapAbs(y);
-  label = buffer.decoded();
+  label = encodedLabel;
+  im::URLDecode(label);
+  rotation = degrees;
   showCenter = center;
-  rotation = angle;
   if (!debug)
     return;
   tarn::base::trace("Oval(", type, ")");
@@ -84,7 +89,7 @@ void Oval::setValues(const std::string& type, int x, int y, const LabelBuffer& b
   tarn::base::trace(" Show Center: ", showCenter);
 }
 
-std::vector<Float32> Oval::axisEnds() const
+std::vector<Point> Oval::axisEnds() const
 {
   const Direction first = rotation == 0.0F ? Direction{1.0F, 0.0F} : direction(rotation);
   const Direction second = rotation == 0.0F ? Direction{0.0F, 1.0F} : direction(rotation + 90.0F);
@@ -92,40 +97,44 @@ std::vector<Float32> Oval::axisEnds() const
   const auto y = static_cast<float>(baseY);
   const auto a = static_cast<float>(sizeX);
   const auto b = static_cast<float>(sizeY);
-  std::vector<Float32> ends{x + a * first.cosine,  y + a * first.sine,  x - a * first.cosine,  y - a * first.sine,
-                            x + b * second.cosine, y + b * second.sine, x - b * second.cosine, y - b * second.sine};
+  std::vector<Point> ends{{x + a * first.cosine, y + a * first.sine},
+                          {x - a * first.cosine, y - a * first.sine},
+                          {x + b * second.cosine, y + b * second.sine},
+                          {x - b * second.cosine, y - b * second.sine}};
   if (debug)
   {
     tarn::base::trace(" cos r: ", first.cosine, " sin r: ", first.sine, " cos(r+90): ", second.cosine,
                       " sin(r+90): ", second.sine);
-    tarn::base::trace("{ (", ends[0], ",", ends[1], "),(", ends[2], ",", ends[3], "),(", ends[4], ",", ends[5], "),(",
-                      ends[6], ",", ends[7], ")}\t\t");
+    tarn::base::trace("{ (", ends[0].column, ",", ends[0].row, "),(", ends[1].column, ",", ends[1].row, "),(",
+                      ends[2].column, ",", ends[2].row, "),(", ends[3].column, ",", ends[3].row, ")}\t\t");
   }
   return ends;
 }
 
 bool Oval::createSimple()
 {
-  return addGraphic(axisEnds(), "ELLIPSE", true);
+  // PS3.3 C.10.5.1.2: the ends of one axis, then of the other; that of size X comes first, also where it is the
+  // shorter.
+  return addIdentifiedGraphic(GraphicType::ellipse, axisEnds());
 }
 
 bool Oval::createCompound()
 {
-  DcmItem* item = addCompound({static_cast<Float32>(tarn::base::wrapSub(baseX, sizeX)),
-                               static_cast<Float32>(tarn::base::wrapSub(baseY, sizeY)),
-                               static_cast<Float32>(tarn::base::wrapAdd(baseX, sizeX)),
-                               static_cast<Float32>(tarn::base::wrapAdd(baseY, sizeY))},
-                              "ELLIPSE");
-  if (!item)
-    return false;
-  ElementWriter writer(*item);
-  writer.text(DCM_GraphicFilled, EVR_CS, "N", "Graphic Filled could not be created: ");
-  if (rotation != 0.0F)
-    writer
-        .floats(DCM_RotationPoint, {static_cast<Float32>(baseX), static_cast<Float32>(baseY)},
-                "Rotation Point value could not be inserted: ", "Rotation Point could not be inserted: ")
-        .real(DCM_RotationAngle, static_cast<Float64>(rotation), "Rotation Angle could not be created: ");
-  return complete(writer, *item);
+  // PS3.3 C.10.5.1.3.3: two corners of the box before the rotation, which is about the centre.
+  const std::vector<Point> box{pointAt(tarn::base::wrapSub(baseX, sizeX), tarn::base::wrapSub(baseY, sizeY)),
+                               pointAt(tarn::base::wrapAdd(baseX, sizeX), tarn::base::wrapAdd(baseY, sizeY))};
+  return addCompound(
+      GraphicType::ellipse, box,
+      [&](ElementWriter& writer)
+      {
+        writer.text(DCM_GraphicFilled, EVR_CS, "N", "Graphic Filled could not be created: ");
+        if (rotation == 0.0F)
+          return;
+        writer
+            .floats(DCM_RotationPoint, {base().column, base().row},
+                    "Rotation Point value could not be inserted: ", "Rotation Point could not be inserted: ")
+            .real(DCM_RotationAngle, static_cast<Float64>(rotation), "Rotation Angle could not be created: ");
+      });
 }
 
 bool Oval::createText()

@@ -18,24 +18,23 @@ public:
   bool createText() override;
 
 protected:
-  /// What the scans of all classes fill; a field that a scan does not reach keeps its default.
-  struct Parameters
+  /// What the lines of all classes say; a field that a line lacks keeps its default.
+  struct Values
   {
-    int x = 0;
-    int y = 0;
-    LabelBuffer label;
-    double unused = 0.0;
-    float angle = 0.0F;
+    int sizeX = 0;
+    int sizeY = 0;
+    std::string label; ///< still URL-encoded
+    float rotation = 0.0F;
     int center = 0;
   };
 
-  /// Reports a scan of too few parameters, or takes them over.
-  bool accept(const std::string& type, int count, const Parameters& scanned);
-  /// Takes the parameters over; `buffer` is still encoded, `angle` in degrees.
-  void setValues(const std::string& type, int x, int y, const LabelBuffer& buffer, float angle, bool center);
+  /// Takes over what `scanned` read into `values`, or reports that it is too little.
+  bool accept(const std::string& type, const Parameters& scanned, const Values& values);
+  /// Stores the values: the sizes without their signs, the label decoded, the rotation in degrees.
+  void setValues(const std::string& type, int x, int y, const std::string& encodedLabel, float degrees, bool center);
 
 private:
-  std::vector<Float32> axisEnds() const;
+  std::vector<Point> axisEnds() const;
 
   int sizeX = 0; ///< half-axis along the rotated X direction, image pixels
   int sizeY = 0;

@@ -1,11 +1,10 @@
+// An arrow: its shaft, and a head of two barbs.
 #include "annotations/pointer.h"
 
-#include "base/report.h"
 #include "annotations/distance.h"
 #include "base/wrapping.h"
 
 #include <cmath>
-#include <cstdio>
 
 namespace impsconverter
 {
@@ -16,32 +15,21 @@ namespace
 constexpr float kHeadLength = 8.0F;
 
 /// One coordinate of a barb's end, `offset` taken to the nearest integer, halves away from zero.
-Float32 barb(int tip, double offset)
+int barb(int tip, double offset)
 {
-  return static_cast<Float32>(tarn::base::wrapAdd(tip, static_cast<int>(std::lround(offset))));
+  return tarn::base::wrapAdd(tip, static_cast<int>(std::lround(offset)));
 }
 
 } // namespace
 
 bool Pointer::parseSpecific(const std::string& type, const std::string& params)
 {
-  const int count = std::sscanf(params.c_str(), " %d %d", &endX, &endY);
-  if (!enoughArguments(type, count, 2))
-    return false;
-  if (debug)
-  {
-    tarn::base::trace("Pointer arguments: ", count);
-    tarn::base::trace(" End X: ", endX);
-    tarn::base::trace(" End Y: ", endY);
-  }
-  return true;
+  return specific(type, params).number(endX, " End X").number(endY, " End Y").atLeast(2, "Pointer");
 }
 
 bool Pointer::createSimple()
 {
-  return addPolyline({static_cast<Float32>(baseX), static_cast<Float32>(baseY), static_cast<Float32>(endX),
-                      static_cast<Float32>(endY)}) &&
-         addHead();
+  return addPolyline({base(), pointAt(endX, endY)}) && addHead();
 }
 
 bool Pointer::addHead()
@@ -53,19 +41,14 @@ bool Pointer::addHead()
   const double length = vectorLength(dx, dy);
   const double a = static_cast<float>(dx) * kHeadLength / length;
   const double b = static_cast<float>(dy) * kHeadLength / length;
-  return addPolyline({barb(baseX, a + b), barb(baseY, b - a), static_cast<Float32>(baseX), static_cast<Float32>(baseY),
-                      barb(baseX, a - b), barb(baseY, a + b)});
+  return addPolyline(
+      {pointAt(barb(baseX, a + b), barb(baseY, b - a)), base(), pointAt(barb(baseX, a - b), barb(baseY, a + b))});
 }
 
 bool Pointer::createCompound()
 {
   compound = true;
-  DcmItem* item = addCompound({static_cast<Float32>(endX), static_cast<Float32>(endY), static_cast<Float32>(baseX),
-                               static_cast<Float32>(baseY)},
-                              "ARROW");
-  if (item)
-    traceItem(*item);
-  return item != nullptr;
+  return addCompound(GraphicType::arrow, {pointAt(endX, endY), base()});
 }
 
 } // namespace impsconverter

@@ -1,37 +1,24 @@
+// A distance between two points.
 #include "annotations/ruler.h"
 
-#include "base/report.h"
 #include "pstate/ElementWriter.h"
-
-#include <cstdio>
 
 namespace impsconverter
 {
 
 bool Ruler::parseSpecific(const std::string& type, const std::string& params)
 {
-  LabelBuffer buffer;
-  int ticks = 0;
-  const int count = std::sscanf(params.c_str(), " %d %d " LABEL_FORMAT " %d", &endX, &endY, buffer.data(), &ticks);
-  if (!enoughArguments(type, count, 4))
-    return false;
-  label = buffer.decoded();
-  showTickMarks = ticks != 0;
-  if (debug)
-  {
-    tarn::base::trace("Ruler arguments: ", count);
-    tarn::base::trace(" End X: ", endX);
-    tarn::base::trace(" End Y: ", endY);
-    tarn::base::trace(" Label: ", label);
-    tarn::base::trace(" Show Tick Marks: ", showTickMarks);
-  }
-  return true;
+  return specific(type, params)
+      .number(endX, " End X")
+      .number(endY, " End Y")
+      .label(label, " Label")
+      .flag(showTickMarks, " Show Tick Marks")
+      .atLeast(4, "Ruler");
 }
 
-std::vector<Float32> Ruler::ends() const
+std::vector<Point> Ruler::ends() const
 {
-  return {static_cast<Float32>(baseX), static_cast<Float32>(baseY), static_cast<Float32>(endX),
-          static_cast<Float32>(endY)};
+  return {base(), pointAt(endX, endY)};
 }
 
 bool Ruler::createSimple()
@@ -41,15 +28,14 @@ bool Ruler::createSimple()
 
 bool Ruler::createCompound()
 {
-  DcmItem* item = addCompound(ends(), showTickMarks ? "RULER" : "RANGELINE");
-  if (!item)
-    return false;
-  ElementWriter writer(*item);
-  if (showTickMarks)
+  const auto writeTicks = [](ElementWriter& writer)
+  {
     writer.text(DCM_TickAlignment, EVR_CS, "CENTER", "Tick Alignment could not be created: ")
         .text(DCM_TickLabelAlignment, EVR_CS, "BOTTOM", "Tick Label Alignment could not be created: ")
         .text(DCM_ShowTickLabel, EVR_CS, "N", "Show Tick Label could not be created: ");
-  return complete(writer, *item);
+  };
+  return showTickMarks ? addCompound(GraphicType::ruler, ends(), writeTicks)
+                       : addCompound(GraphicType::rangeLine, ends());
 }
 
 bool Ruler::createText()

@@ -18,7 +18,7 @@ public:
   bool createText() override;
 
 private:
-  std::vector<Float32> ends() const;
+  std::vector<Point> ends() const;
 
   int endX = 0; ///< far end, image pixels
   int endY = 0;

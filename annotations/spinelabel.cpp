@@ -1,10 +1,8 @@
+// A vertebra: a small square, and its name beside it.
 #include "annotations/spinelabel.h"
 
-#include "base/report.h"
 #include "annotations/distance.h"
 #include "base/wrapping.h"
-
-#include <cstdio>
 
 namespace impsconverter
 {
@@ -20,28 +18,21 @@ constexpr float kLongestUntied = 20.0F;
 
 bool SpineLabel::parseSpecific(const std::string& type, const std::string& params)
 {
-  LabelBuffer buffer;
-  int unused = 0;
-  const int count = std::sscanf(params.c_str(), " %d %d %d %d " LABEL_FORMAT " %d", &unused, &unused, &textX, &textY,
-                                buffer.data(), &unused);
-  if (!enoughArguments(type, count, 6))
-    return false;
-  label = buffer.decoded();
-  if (debug)
-  {
-    tarn::base::trace("SpineLabel arguments: ", count);
-    tarn::base::trace(" Label: ", label);
-  }
-  return true;
+  return specific(type, params)
+      .skipNumbers(2)
+      .number(textX)
+      .number(textY)
+      .label(label, " Label")
+      .skipNumbers(1)
+      .atLeast(6, "SpineLabel");
 }
 
 bool SpineLabel::createSimple()
 {
-  const auto left = static_cast<Float32>(baseX);
-  const auto top = static_cast<Float32>(baseY);
-  const auto right = static_cast<Float32>(tarn::base::wrapAdd(baseX, kSquareSide));
-  const auto bottom = static_cast<Float32>(tarn::base::wrapAdd(baseY, kSquareSide));
-  const bool added = addPolyline({left, top, right, top, right, bottom, left, bottom, left, top});
+  const int right = tarn::base::wrapAdd(baseX, kSquareSide);
+  const int bottom = tarn::base::wrapAdd(baseY, kSquareSide);
+  const bool added =
+      addPolyline({base(), pointAt(right, baseY), pointAt(right, bottom), pointAt(baseX, bottom), base()});
   if (added && showValue && isLabelAway())
     addTie();
   return added;
@@ -55,17 +46,16 @@ bool SpineLabel::isLabelAway() const
 
 void SpineLabel::addTie()
 {
-  float width = 0.0F;
-  float height = 0.0F;
-  calcTextBox(label, width, height);
-  addHelperLine(static_cast<float>(textX) + width * 0.5F, static_cast<float>(textY) + height * 0.5F,
-                static_cast<float>(baseX) + kSquareMiddle, static_cast<float>(baseY) + kSquareMiddle);
+  const TextBox box(label);
+  const Point text = pointAt(textX, textY);
+  addHelperLine({text.column + box.width * 0.5F, text.row + box.height * 0.5F},
+                {base().column + kSquareMiddle, base().row + kSquareMiddle});
 }
 
 bool SpineLabel::createText()
 {
   const int x = textX == baseX ? tarn::base::wrapAdd(textX, kSquareSide) : textX;
-  return !showValue || addText(x, textY, label, false);
+  return !showValue || addText(pointAt(x, textY), label, Placement::leftBelow);
 }
 
 } // namespace impsconverter

@@ -2,11 +2,11 @@
 
 #include <clocale>
 
-namespace tarn::imutils
+namespace tarn::base
 {
 
-/// While it lives, this thread reads and writes numbers as the "C" locale does (a point, no grouping), whatever locale
-/// its process chose.
+/// Makes this thread read and write numbers as the "C" locale does (a point, no grouping) for as long as the object
+/// lives, whatever locale the process chose.
 class CLocale
 {
 public:
@@ -25,4 +25,4 @@ private:
   locale_t previous;
 };
 
-} // namespace tarn::imutils
+} // namespace tarn::base

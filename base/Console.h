@@ -5,7 +5,7 @@
 namespace tarn
 {
 
-/// Where this thread's conversion writes its one-line messages (standard error by default) and its debug lines
+/// Return where this thread's conversion writes its one-line messages (standard error by default) and its debug lines
 /// (standard output by default). A program that converts many objects puts a ConsoleScope around each.
 std::ostream& consoleError();
 std::ostream& consoleOut();

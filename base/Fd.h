@@ -19,7 +19,7 @@ public:
 
   explicit operator bool() const { return descriptor >= 0; }
   int get() const { return descriptor; }
-  /// Gives the descriptor up.
+  /// Returns the descriptor and owns it no longer.
   int release();
   /// Closes the descriptor; false, with the reason in errno, when the system reports a failure.
   [[nodiscard]] bool close();

@@ -13,7 +13,7 @@ public:
   using std::runtime_error::runtime_error;
 };
 
-/// A lock or a wait that did not succeed within its time.
+/// A lock or a wait that did not succeed in time.
 class IMTimeoutException : public IMException
 {
 public:

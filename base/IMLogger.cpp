@@ -1,7 +1,10 @@
+// The one log of a process, which all named loggers write to.
 #include "base/IMLogger.h"
 
-#include "base/text.h"
-#include "base/environmentValue.h"
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <utility>
 
 #include <spdlog/logger.h>
 #include <spdlog/sinks/basic_file_sink.h>
@@ -9,10 +12,8 @@
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/sinks/syslog_sink.h>
 
-#include <cstdio>
-#include <memory>
-#include <string>
-#include <utility>
+#include "base/environmentValue.h"
+#include "base/text.h"
 
 namespace tarn::imutils
 {
@@ -32,7 +33,8 @@ std::shared_ptr<spdlog::sinks::sink> makeSink(const std::string& destination)
   return std::make_shared<spdlog::sinks::syslog_sink_mt>("annomend", LOG_PID, LOG_USER, true);
 }
 
-/// A log that cannot be written must not stop the work: what cannot be opened is replaced by the system log.
+/// Returns the sink of `destination`, or the system log where that cannot be opened: a log that cannot be written must
+/// not stop the work.
 std::shared_ptr<spdlog::sinks::sink> openSink(const std::string& destination)
 {
   try
@@ -59,7 +61,7 @@ spdlog::level::level_enum toLevel(LOG_MODE mode)
   return mode <= LOG_MODE_INFO ? spdlog::level::info : spdlog::level::debug;
 }
 
-/// The one destination of the process. It is never destroyed, so that destructors of other statics may log.
+/// Returns the one destination of the process. It is never destroyed, so that destructors of other statics may log.
 spdlog::logger& processLogger()
 {
   static spdlog::logger& instance = []() -> spdlog::logger&
@@ -89,7 +91,7 @@ std::string formatted(const char* format, std::va_list arguments)
 
 } // namespace
 
-IMLogger::IMLogger(std::string loggerName) : name(std::move(loggerName)) {}
+IMLogger::IMLogger(std::string name) : name(std::move(name)) {}
 
 void IMLogger::log(LOG_MODE mode, const char* format, std::va_list arguments) const
 {

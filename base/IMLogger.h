@@ -17,7 +17,7 @@ enum LOG_MODE
 /// A named logger. All loggers of a process share one destination, chosen by the environment at the first line:
 /// TARN_LOG = syslog (default) | stderr | file:PATH | none, TARN_LOG_LEVEL = error | info (default) | debug.
 /// A line is a time, a level, the logger's name and, last, the message, in which control characters are shown as
-/// `\xNN`. Formats are printf's. Logging never fails towards its caller and may be called from any thread.
+/// `\xNN`. Formats are those of printf(3). Logging reports no failure to its caller and may be called from any thread.
 class IMLogger
 {
 public:

@@ -1,3 +1,4 @@
+// Properties text, as the configuration files hold it.
 #include "base/IMProperties.h"
 
 #include "base/text.h"

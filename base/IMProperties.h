@@ -8,17 +8,17 @@
 namespace tarn::imutils
 {
 
-/// Properties text: one `key = value` a line; blanks around key and value are dropped, a value may stand in double
-/// quotes (which are dropped, what is inside stays), lines that start with '#' or '!' and empty lines are comments.
-/// The last of several lines with one key holds. Lines without '=' are ignored.
+/// Properties text: one `key = value` a line. Blanks around key and value are dropped. A value may stand in double
+/// quotes, which are dropped too; what is inside stays. Lines that start with '#' or '!' and empty lines are comments;
+/// lines without '=' are ignored. Of several lines with one key the last one holds.
 class IMProperties
 {
 public:
-  /// Replaces what is held by what `text` says.
+  /// Replaces all values by those of `text`.
   void read(std::istream& text);
   void clear() { values.clear(); }
 
-  /// The value of `key`, nothing when it is absent. Keys are case-sensitive.
+  /// Returns the value of `key`, nothing when it is absent. Keys are case-sensitive.
   std::optional<std::string> getProperty(const std::string& key) const;
 
 private:

@@ -1,12 +1,13 @@
+// Waiting for a lock by polling.
 #include "base/IMSemaphore.h"
-
-#include "base/IMException.h"
 
 #include <algorithm>
 #include <chrono>
 #include <random>
 #include <string>
 #include <thread>
+
+#include "base/IMException.h"
 
 namespace tarn::imutils
 {

@@ -3,20 +3,19 @@
 namespace tarn::imutils
 {
 
-/// A lock that is taken by polling with growing waits and given back by the destructor of what implements it.
+/// A lock that is taken by polling with growing waits. The destructor of its implementation gives it back.
 class IMSemaphore
 {
 public:
   virtual ~IMSemaphore() = default;
 
-  /// Takes the lock. Between two attempts it waits firstWait milliseconds, then each time `factor` times longer, at
-  /// most longestWait, every wait varied at random by up to `jitter` of itself, until `timeout` milliseconds have
-  /// passed since the call. Throws IMTimeoutException when the lock was not obtained by then, and whatever an attempt
-  /// throws.
+  /// Takes the lock. Waits `firstWait` milliseconds after the first attempt, then each time `factor` times longer, at
+  /// most `longestWait`; every wait varies at random by up to `jitter` of itself. Throws IMTimeoutException when the
+  /// lock was not obtained within `timeout` milliseconds, and whatever an attempt throws.
   void lock_ms(int timeout, float firstWait, float factor, float longestWait, float jitter);
 
 protected:
-  /// One attempt that does not wait; true when the lock is held now.
+  /// Makes one attempt, without waiting. Returns whether the lock is held now.
   virtual bool tryLock() = 0;
 };
 

@@ -10,9 +10,10 @@
 namespace tarn::base
 {
 
-/// The path of the part file of `target`: beside it as `.NAME.PID.part`, or as `.NAME.PID-NUMBER.part` where the first
-/// name is taken, NAME being cut to what a file system takes. A file that has the first name belongs to a process of
-/// the same number on another host, or was left by a process that was killed. Only its creator may remove it.
+/// Returns the path of the part file of `target`: beside it as `.NAME.PID.part`, or as `.NAME.PID-NUMBER.part` where
+/// the first name is taken, NAME being cut to what a file system takes. A file that has the first name belongs to a
+/// process of the same number on another host, or was left by a process that was killed. Only its creator may remove
+/// it.
 std::string partPathFor(const std::string& target, bool isTaken);
 
 /// A file that is written beside its target and takes the target's name when it is complete; unless it is kept, the
@@ -31,9 +32,9 @@ public:
 
   [[nodiscard]] bool write(const char* bytes, std::size_t length) const;
   [[nodiscard]] bool setMode(mode_t mode) const;
-  /// Returns when the bytes written so far are on the disk.
+  /// Returns true when the bytes written so far are on the disk.
   [[nodiscard]] bool sync() const;
-  /// Renames it to the target, over what stands there.
+  /// Closes it and gives it the target's name, in place of what stands there.
   [[nodiscard]] bool keep();
 
 private:

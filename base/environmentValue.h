@@ -6,7 +6,7 @@
 namespace tarn::base
 {
 
-/// What the environment says for `variable`; empty when it is unset.
+/// Returns the value of the environment's `variable`; empty when it is unset.
 inline std::string environmentValue(const char* variable)
 {
   const char* value = std::getenv(variable);

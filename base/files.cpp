@@ -1,6 +1,7 @@
-// Files as they are read and looked at everywhere: whole, with every result checked.
+// The one way in which files are read: whole, and with every result checked.
 #include "base/files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 
@@ -37,12 +38,24 @@ RegularFile::RegularFile(const std::string& path) : fd(open(path.c_str(), O_RDON
 std::string RegularFile::content() const
 {
   std::string bytes(size, '\0');
-  const std::ptrdiff_t got = readUpTo(fd, bytes.data(), bytes.size());
-  if (got < 0)
-    throw FileError(errno);
-  if (static_cast<std::uint64_t>(got) < size)
-    throw FileError("The file became shorter while it was read", 0);
+  read(0, bytes.data(), bytes.size());
   return bytes;
+}
+
+void RegularFile::read(std::uint64_t offset, char* buffer, std::size_t length) const
+{
+  while (length > 0)
+  {
+    const ssize_t got = pread(fd.get(), buffer, length, static_cast<off_t>(offset));
+    if (got == 0)
+      throw FileError("The file became shorter while it was read", 0);
+    if (got < 0 && errno != EINTR)
+      throw FileError(errno);
+    const auto part = static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+    buffer += part;
+    offset += part;
+    length -= part;
+  }
 }
 
 std::string baseName(const std::string& path)

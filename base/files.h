@@ -10,8 +10,8 @@
 namespace tarn::base
 {
 
-/// A file that cannot be read. `what()` is the system's reason, or "Not a regular file", or "The file became shorter
-/// while it was read".
+/// A file that cannot be read or looked at. `what()` is the system's reason, or "Not a regular file", or "The file
+/// became shorter while it was read".
 class FileError : public imutils::IMException
 {
 public:
@@ -22,30 +22,34 @@ public:
   const int code; ///< errno; 0 where the reason is not the system's
 };
 
-/// The bytes of the file at `path`; nothing where there is no such file. Throws FileError where it cannot be read: part
-/// of a file is never taken for the whole.
+/// Returns the bytes of the file at `path`; nothing where there is no such file. Throws FileError where it cannot be
+/// read: part of a file is never taken for the whole.
 std::optional<std::string> fileContent(const std::string& path);
 
 /// A regular file that is open for reading, and its size in bytes when it was opened.
 struct RegularFile
 {
-  /// Opens the file at `path`, links followed. Neither a FIFO nor a device is waited for. Throws FileError.
+  /// Opens the file at `path` and follows links. Never waits for a FIFO or a device. Throws FileError.
   explicit RegularFile(const std::string& path);
 
-  /// All bytes that the file had when it was opened. Throws FileError.
+  /// Returns all bytes that the file had when it was opened. Throws FileError.
   std::string content() const;
+
+  /// Reads the `length` bytes at `offset`, which lie in the file. Throws FileError.
+  void read(std::uint64_t offset, char* buffer, std::size_t length) const;
 
   Fd fd;
   std::uint64_t size = 0;
 };
 
-/// The last part of `path` as basename(1) gives it: "." for an empty path, "/" for the root.
+/// Returns the last part of `path` as basename(1) gives it: "." for an empty path, "/" for the root.
 std::string baseName(const std::string& path);
 
-/// Whether anything stands under `path`; links are not followed. Throws FileError where the system does not tell.
+/// Returns whether anything stands under `path`; links are not followed. Throws FileError where the system does not
+/// tell.
 bool exists(const std::string& path);
 
-/// Returns when the names in `folder` are on the disk as they are now; false, with the reason in errno, on a failure.
+/// Writes the names in `folder` to the disk as they are now. Returns false, with the reason in errno, on a failure.
 [[nodiscard]] bool syncFolder(const std::string& folder);
 
 } // namespace tarn::base

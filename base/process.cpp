@@ -1,6 +1,5 @@
+// What every program does around its work: standard streams, signals, and a line for what nobody caught.
 #include "base/process.h"
-
-#include "base/report.h"
 
 #include <csignal>
 #include <cstdio>
@@ -11,6 +10,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "base/report.h"
+
 namespace tarn::base
 {
 namespace
@@ -18,7 +19,7 @@ namespace
 
 const char* programName = "";
 
-/// Where there is no memory for the line, what is to be said is written as it stands.
+/// Writes the program's last line; as it stands where there is no memory to make one.
 void reportEnd(const char* text) noexcept
 {
   try
@@ -73,7 +74,8 @@ void setUp()
 
 } // namespace
 
-/// Catching it, unlike leaving it to the terminate handler, destroys what is on the stack: no partial file stays.
+/// Catching the exception, unlike leaving it to the terminate handler, destroys what is on the stack: no partial file
+/// stays.
 int runProcess(const char* program, const std::function<int()>& run)
 {
   programName = program;

@@ -5,9 +5,10 @@
 namespace tarn::base
 {
 
-/// A whole program: gives what `run` returns. Before it, the standard streams exist, and a write to a closed pipe or
-/// over the file size limit is an error rather than an end. An exception that leaves `run` becomes one line on standard
-/// error, `program: text`, and status 1, also where there is no memory left. `program` is a literal.
+/// Runs a whole program and returns what `run` returns. Within `run` the standard streams exist, and a write to a
+/// closed pipe or over the file size limit fails instead of ending the process. An exception that leaves `run` becomes
+/// one line on standard error, `program: text`, and status 1, even where there is no memory left. `program` is a
+/// literal.
 int runProcess(const char* program, const std::function<int()>& run);
 
 } // namespace tarn::base

@@ -1,9 +1,10 @@
+// Message lines for the user.
 #include "base/report.h"
 
 namespace tarn::base
 {
 
-/// The whole line is one write, and a write that failed does not silence those after it.
+/// The whole line is one write. A write that failed earlier does not silence this one.
 void reportLine(const std::string& line)
 {
   std::ostream& stream = consoleError();

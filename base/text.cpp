@@ -1,4 +1,4 @@
-// What strings need everywhere.
+// The small operations on texts that several rooms need.
 #include "base/text.h"
 
 namespace tarn::base

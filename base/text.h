@@ -9,8 +9,8 @@
 namespace tarn::base
 {
 
-/// The parts as one text, flags as the words true and false, whatever locale the process and whatever format flags its
-/// streams have.
+/// Returns the parts as one text, flags as the words true and false, whatever the locale of the process and the format
+/// flags of its streams.
 template <class... Parts>
 std::string joined(const Parts&... parts)
 {
@@ -22,7 +22,8 @@ std::string joined(const Parts&... parts)
   return text.str();
 }
 
-/// `text` with every control character as `\xNN` in hexadecimal: a value from a file never forges a second line.
+/// Returns `text` with every control character as `\xNN` in hexadecimal: a value from a file never forges a second
+/// line.
 std::string printable(const std::string& text);
 
 constexpr bool startsWith(std::string_view text, std::string_view start)
@@ -30,13 +31,14 @@ constexpr bool startsWith(std::string_view text, std::string_view start)
   return text.substr(0, start.size()) == start;
 }
 
-/// `text` without the characters of `blanks` at both ends.
+/// Returns `text` without the characters of `blanks` at both ends.
 std::string trimmed(std::string_view text, std::string_view blanks = " ");
 
-/// The parts of `text` between the separators. A separator at the end adds no empty part; an empty text has no part.
+/// Returns the parts of `text` between the separators. A separator at the end adds no empty part; an empty text has no
+/// part.
 std::vector<std::string> split(const std::string& text, char separator);
 
-/// The value of a hexadecimal digit, -1 for any other character.
+/// Returns the value of a hexadecimal digit, -1 for any other character.
 constexpr int hexValue(char c)
 {
   if (c >= '0' && c <= '9')

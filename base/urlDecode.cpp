@@ -1,50 +1,39 @@
+// The two URL decodings of the archive, which differ in what they make of an odd '%'.
 #include "base/urlDecode.h"
 
-#include "base/text.h"
-
+#include <algorithm>
 #include <cstddef>
+#include <optional>
+
+#include "base/text.h"
 
 namespace im
 {
 namespace
 {
 
-using tarn::base::hexValue;
-
-/// The byte of two characters, reading only as far as they are digits.
-char lenientByte(char high, char low)
+/// Returns the byte of two hexadecimal digits, given by their values; a '%' without both stays.
+std::optional<char> strictByte(int high, int low)
 {
-  if (hexValue(high) < 0)
+  if (high < 0 || low < 0)
+    return std::nullopt;
+  return static_cast<char>(high * 16 + low);
+}
+
+/// Returns the byte of two characters, read only as far as they are digits.
+std::optional<char> lenientByte(int high, int low)
+{
+  if (high < 0)
     return '\0';
-  if (hexValue(low) < 0)
-    return static_cast<char>(hexValue(high));
-  return static_cast<char>(hexValue(high) * 16 + hexValue(low));
+  return static_cast<char>(low < 0 ? high : high * 16 + low);
 }
 
-} // namespace
-
-std::string urlDecode(const std::string& text)
+template <class Escape>
+std::string decoded(const std::string& text, Escape escapedByte)
 {
-  std::string decoded;
-  decoded.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i)
-  {
-    if (text[i] != '%')
-    {
-      decoded += text[i] == '+' ? ' ' : text[i];
-      continue;
-    }
-    if (text.size() - i < 3)
-      break;
-    decoded += lenientByte(text[i + 1], text[i + 2]);
-    i += 2;
-  }
-  return decoded;
-}
-
-void URLDecode(std::string& text)
-{
-  std::size_t end = 0;
+  using tarn::base::hexValue;
+  std::string result;
+  result.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i)
   {
     char byte = text[i] == '+' ? ' ' : text[i];
@@ -52,19 +41,28 @@ void URLDecode(std::string& text)
     {
       if (text.size() - i < 3)
         break;
-      const int high = hexValue(text[i + 1]);
-      const int low = hexValue(text[i + 2]);
-      if (high >= 0 && low >= 0)
+      if (const std::optional<char> escaped = escapedByte(hexValue(text[i + 1]), hexValue(text[i + 2])))
       {
-        byte = static_cast<char>(high * 16 + low);
+        byte = *escaped;
         i += 2;
       }
     }
-    if (byte == '\0')
-      break;
-    text[end++] = byte;
+    result += byte;
   }
-  text.resize(end);
+  return result;
+}
+
+} // namespace
+
+std::string urlDecode(const std::string& text)
+{
+  return decoded(text, lenientByte);
+}
+
+void URLDecode(std::string& text)
+{
+  text = decoded(text, strictByte);
+  text.resize(std::min(text.size(), text.find('\0')));
 }
 
 } // namespace im

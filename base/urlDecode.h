@@ -5,14 +5,13 @@
 namespace im
 {
 
-/// URL decoding of the object meta file: '+' to a blank, '%' and the two characters after it to the byte that they
-/// give read as hexadecimal, as far as they are hexadecimal digits (as strtoul reads them: "%4x" is 0x04, "%zz" is 0).
-/// A '%' with fewer than two characters after it ends the text there.
+/// URL decoding of the object meta file: '+' becomes a blank; '%' and the two characters after it become the byte that
+/// they give as a hexadecimal number, as far as they are digits ("%4x" is 0x04, "%zz" is 0). A '%' with fewer than two
+/// characters after it ends the text.
 std::string urlDecode(const std::string& text);
 
-/// URL decoding of the plug-in state, in place: '+' to a blank, '%' and two hexadecimal digits to one byte; a '%'
-/// whose two followers are not both hexadecimal digits stays. A '%' with fewer than two characters after it, and a
-/// decoded NUL, end the text.
+/// URL decoding of the plug-in state, in place: '+' becomes a blank; '%' and two hexadecimal digits become one byte; a
+/// '%' without two digits after it stays. A '%' with fewer than two characters after it ends the text, as does a NUL.
 void URLDecode(std::string& text);
 
 } // namespace im

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "samples/StateWriter.h"
+#include "samples/SampleState.h"
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>

@@ -1,5 +1,5 @@
 // The data dictionary, most of what a one-shot run would spend at its start: compiled in, and as the toolkit reads it.
-#include "dicom/AttributeSupply.h"
+#include "dicom/dictionary.h"
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dcdict.h>

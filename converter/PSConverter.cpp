@@ -1,23 +1,22 @@
+// The pass from a presentation state to its outputs: checks of the input, the plug-in state, one output an image.
 #include "converter/PSConverter.h"
 
 #include "base/CLocale.h"
 #include "base/Console.h"
 #include "base/report.h"
-#include "dicom/values.h"
-#include "pstate/ElementWriter.h"
+#include "base/text.h"
+#include "converter/PluginStateParser.h"
 #include "dicom/loadFile.h"
-#include "study/cache/ObjCacheMgr.h"
+#include "dicom/values.h"
+#include "images/ObjectInfo.h"
 #include "privateblock/PBItem.h"
-
-#include <sys/stat.h>
+#include "pstate/ElementWriter.h"
+#include "study/cache/ObjCacheMgr.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <exception>
-#include <vector>
 
 namespace impsconverter
 {
@@ -28,129 +27,94 @@ namespace
 constexpr char kInputRoot[] = "1.2.826.0.1.7770001.2.11.4";
 constexpr std::size_t kInputRootLength = sizeof kInputRoot - 1;
 constexpr char kOutputFormat[] = "1.2.826.0.1.7770001.2.11.7.%d%s";
-constexpr std::size_t kUidLength = 64;
-constexpr std::size_t kCutNameLength = sizeof "PR." - 1 + kUidLength;
 
 constexpr char kNoPluginState[] = "DataSet does not contain private presentation state data: ";
 constexpr char kPresentationStateClass[] = "1.2.840.10008.5.1.4.1.1.11.1";
-
-bool startsWith(const std::string& text, const char* start)
-{
-  return text.rfind(start, 0) == 0;
-}
 
 bool isDigitsAndPoints(const std::string& uid)
 {
   return uid.find_first_not_of("0123456789.") == std::string::npos;
 }
 
-std::string baseName(const std::string& path)
-{
-  const std::size_t end = path.find_last_not_of('/');
-  if (end == std::string::npos)
-    return path.empty() ? "." : "/";
-  const std::size_t slash = path.rfind('/', end);
-  const std::size_t start = slash == std::string::npos ? 0 : slash + 1;
-  return path.substr(start, end - start + 1);
-}
-
-/// Why nothing may take the place of `path`: it is itself, not what it may link to, the input file or the link that
-/// leads there, or the system does not tell. Null when there is no reason.
-const char* reasonToKeep(const std::string& path, const std::string& inputFile)
-{
-  struct stat there = {};
-  if (lstat(path.c_str(), &there) != 0)
-    return errno == ENOENT ? nullptr : std::strerror(errno);
-  for (const auto look : {stat, lstat})
-  {
-    struct stat input = {};
-    if (look(inputFile.c_str(), &input) != 0 && errno != ENOENT)
-      return std::strerror(errno);
-    if (there.st_dev == input.st_dev && there.st_ino == input.st_ino)
-      return "it would replace the input file";
-  }
-  return nullptr;
-}
-
-/// Keeps an element out of its item while it lives.
-class ElementAside
-{
-public:
-  ElementAside(DcmItem& from, const DcmTagKey& tag) : item(from), element(from.remove(tag)) {}
-  ~ElementAside()
-  {
-    if (element && item.insert(element.get()).good())
-      static_cast<void>(element.release());
-  }
-  ElementAside(const ElementAside&) = delete;
-  ElementAside& operator=(const ElementAside&) = delete;
-
-private:
-  DcmItem& item;
-  std::unique_ptr<DcmElement> element;
-};
-
 } // namespace
 
-PSConverter::PSConverter(tarn::db::DBConnector& database, const std::string& input, const std::string& prefix,
-                         unsigned long converterFlags, bool isDebug)
-  : PresentationState(nullptr, isDebug), db(database), inputFile(input), flags(converterFlags), outputPrefix(prefix)
+PSConverter::PSConverter(tarn::db::DBConnector& db, const std::string& inputFile, const std::string& outputPrefix,
+                         unsigned long flags, bool debug)
+  : PluginStateTarget(nullptr, debug), db(db), inputFile(inputFile), flags(flags), outputPrefix(outputPrefix)
 {
 }
 
-PSConverter::PSConverter(tarn::db::DBConnector& database, DcmFileFormat* file, std::list<DcmFileFormat*>* out,
-                         unsigned long converterFlags, bool isDebug)
-  : PresentationState(nullptr, isDebug), db(database), outputList(out), flags(converterFlags)
+PSConverter::PSConverter(tarn::db::DBConnector& db, DcmFileFormat* file, std::list<DcmFileFormat*>* out,
+                         unsigned long flags, bool debug)
+  : PluginStateTarget(nullptr, debug), db(db), outputList(out), flags(flags)
 {
   fileFormat.reset(file);
 }
 
 PSConverter::~PSConverter()
 {
-  if (outputList)
+  if (inputFile.empty())
     static_cast<void>(fileFormat.release()); // the caller's
 }
 
 bool PSConverter::convert(bool touchObjectCache)
 {
-  const tarn::imutils::CLocale numbersAsWritten;
-  if (!inputFile.empty() && !loadInput())
-    return true;
-  if (!fileFormat || !fileFormat->getDataset())
-  {
-    tarn::base::report(inputFile, " does not contain dataset");
-    return true;
-  }
-  return convertLoaded(touchObjectCache);
+  return countsAsSuccess(run(touchObjectCache));
+}
+
+Outcome PSConverter::run(bool touchObjectCache)
+{
+  const tarn::base::CLocale numbersAsWritten;
+  if (!loadInput())
+    return Outcome::notLoaded;
+  std::string text;
+  if (const Outcome found = readInput(text); found != Outcome::done)
+    return found;
+  if (touchObjectCache && !touchCache())
+    return Outcome::cacheFailed;
+  if (!parsePluginState(reinterpret_cast<const unsigned char*>(text.c_str()), static_cast<unsigned int>(text.size())))
+    return Outcome::failed;
+  if ((flags & PSC_includeOriginal) != 0)
+    includeOriginal();
+  return Outcome::done;
 }
 
 bool PSConverter::loadInput()
 {
-  fileFormat = std::make_unique<DcmFileFormat>();
-  const OFCondition status = tarn::dicom::loadFile(*fileFormat, inputFile);
-  if (status.bad())
-    reportCondition(inputFile + " could not be loaded: ", status);
-  return status.good();
+  if (!inputFile.empty())
+  {
+    fileFormat = std::make_unique<DcmFileFormat>();
+    if (const OFCondition status = tarn::dicom::loadFile(*fileFormat, inputFile); status.bad())
+    {
+      reportCondition(inputFile + " could not be loaded: ", status);
+      return false;
+    }
+  }
+  if (fileFormat && fileFormat->getDataset())
+    return true;
+  tarn::base::report(inputFile, " does not contain dataset");
+  return false;
 }
 
-bool PSConverter::convertLoaded(bool touchObjectCache)
+Outcome PSConverter::readInput(std::string& text)
 {
   if (debug)
     fileFormat->getDataset()->print(tarn::consoleOut());
   DcmElement* element = nullptr;
-  if (!fetchPluginState(element) || !readIdentity() || !findReferencedSeries())
-    return false;
-  // Large values are read from the file on first use, and the file may be replaced by what is written here.
+  if (!fetchPluginState(element))
+    return Outcome::nothingToDo;
+  if (!readIdentity() || !findReferencedSeries())
+    return Outcome::refused;
+  // Large values of a caller's object may still lie in a file, which may be replaced by what is written here.
   if (const OFCondition status = fileFormat->loadAllDataIntoMemory(); status.bad())
   {
     reportCondition(inputFile + " could not be loaded: ", status);
-    return true;
+    return Outcome::notLoaded;
   }
-  std::string text;
   if (const OFCondition status = tarn::dicom::readBytes(*element, text); status.bad())
   {
     reportCondition(kNoPluginState, status);
-    return false;
+    return Outcome::refused;
   }
   if (debug)
   {
@@ -158,15 +122,7 @@ bool PSConverter::convertLoaded(bool touchObjectCache)
     tarn::base::trace(text.c_str());
     tarn::base::trace(" ====== END PluginState ========");
   }
-  if (touchObjectCache)
-  {
-    db.connect(); // a database that cannot be opened is no failure of the cache
-    if (!touchCache())
-      return true;
-  }
-  if (!parsePluginState(reinterpret_cast<const unsigned char*>(text.c_str()), static_cast<unsigned int>(text.size())))
-    return false;
-  return (flags & PSC_includeOriginal) == 0 || includeOriginal();
+  return Outcome::done;
 }
 
 bool PSConverter::fetchPluginState(DcmElement*& element) const
@@ -194,8 +150,8 @@ bool PSConverter::readIdentity()
     reportCondition(std::string(kMissing) + "SOP Instance UID: ", status);
     return false;
   }
-  // It becomes part of file names: nothing but a UID passes.
-  if (!startsWith(sopInstanceUid, kInputRoot) || !isDigitsAndPoints(sopInstanceUid))
+  // PS3.3 C.12.1. It becomes part of file names: nothing but a UID passes.
+  if (!tarn::base::startsWith(sopInstanceUid, kInputRoot) || !isDigitsAndPoints(sopInstanceUid))
   {
     tarn::base::report("SOP Instance UID of the original Presentation State object was not issued by QX: ",
                        sopInstanceUid);
@@ -207,7 +163,7 @@ bool PSConverter::readIdentity()
     reportCondition(std::string(kMissing) + "SOP Class UID: ", status);
     return false;
   }
-  if (!startsWith(classUid, kPresentationStateClass))
+  if (!tarn::base::startsWith(classUid, kPresentationStateClass))
   {
     tarn::base::report("Object is not a Grayscale Softcopy Presentation State: ",
                        dcmFindNameOfUID(classUid.c_str(), classUid.c_str()));
@@ -229,6 +185,7 @@ bool PSConverter::findReferencedSeries()
 
 bool PSConverter::touchCache()
 {
+  db.connect(); // a database that cannot be opened is no failure of the cache
   std::string reason = "unknown exception";
   try
   {
@@ -246,19 +203,16 @@ bool PSConverter::touchCache()
   return false;
 }
 
-bool PSConverter::includeOriginal()
+void PSConverter::includeOriginal()
 {
-  name = baseName(inputFile);
+  name = names.copyName();
   if (outputList)
   {
     clean();
     outputList->push_back(fileFormat.release());
-    return true;
   }
-  // The copy is an extra: a failure has been reported and does not undo the conversion.
-  if (nameIsFree(name, true))
-    static_cast<void>(save(outputPrefix));
-  return true;
+  else if (names.takeForCopy(name))
+    static_cast<void>(save(outputPrefix)); // an extra: a failure has been reported and does not undo the conversion
 }
 
 bool PSConverter::clean()
@@ -291,25 +245,68 @@ void PSConverter::fixOriginal()
 void PSConverter::genUid(std::string& uid)
 {
   ++figureCounter;
-  std::array<char, kUidLength + 1> text{};
+  std::array<char, OutputNames::kLongestUid + 1> text{};
   const std::string suffix = sopInstanceUid.substr(std::min(kInputRootLength, sopInstanceUid.size()));
   std::snprintf(text.data(), text.size(), kOutputFormat, figureCounter, suffix.c_str());
   uid = text.data();
 }
 
-void PSConverter::openOutput()
+bool PSConverter::parsePluginState(const unsigned char* text, unsigned int /*length*/)
+{
+  return PluginStateParser(*this).parse(reinterpret_cast<const char*>(text));
+}
+
+bool PSConverter::parseFigure(const char* figure)
+{
+  return PluginStateParser(*this).parseFigure(figure);
+}
+
+bool PSConverter::openOutput(const std::string& objectName, const std::string& frame)
 {
   if (!outputTemplate)
-  {
-    DcmDataset& input = *fileFormat->getDataset();
-    const ElementAside pluginState(input, PBItem(input).getTag(PBItem::kPluginStateKey));
-    const ElementAside references(input, DCM_ReferencedSeriesSequence);
-    const ElementAside sources(input, DCM_SourceImageSequence);
-    outputTemplate = std::make_unique<DcmDataset>(input);
-  }
+    outputTemplate.emplace(*fileFormat->getDataset());
   std::string uid;
   genUid(uid);
-  output = std::make_unique<ValidPresentationState>(outputTemplate.get(), uid, figureCounter, debug);
+  output = std::make_unique<ValidPresentationState>(*outputTemplate, uid, figureCounter, debug);
+
+  ObjectInfo object(studyUid, objectName);
+  if (!lookUpImage(object))
+    return false;
+  if (debug && output->hasContent())
+  {
+    tarn::base::trace("Referenced Series Instance UID: ", object.seriesInstanceUid);
+    tarn::base::trace("Referenced SOP Class UID: ", object.sopClassUid);
+    tarn::base::trace("Referenced SOP Instance UID: ", object.sopInstanceUid);
+    tarn::base::trace("Referenced Frame Number: ", frame);
+  }
+  return setImageReferences(object, frame);
+}
+
+bool PSConverter::lookUpImage(ObjectInfo& object)
+{
+  if (!referencedImages)
+    referencedImages.emplace(referencedSeries);
+  if (!studyObjects)
+    studyObjects.emplace(db, studyUid);
+  db.connect(); // a database that cannot be opened is no failed look-up
+  const int found = object.collect(*studyObjects, *referencedImages);
+  if (found == ObjectInfo::databaseFailure)
+  {
+    tarn::base::report("An error occurred while getting SOP class UID for figure ", object.objectName);
+    return false;
+  }
+  if (found == ObjectInfo::notFound)
+  {
+    output->dropContent();
+    logger.errorLog("%s: unresolved reference to %s - excluding annotations from output", inputFile.c_str(),
+                    object.objectName.c_str());
+    tarn::base::report("Could not get SOP class UID for ", object.objectName,
+                       " referenced in annotations - excluding from output");
+    return true;
+  }
+  largestColumns = std::max(largestColumns, object.columns);
+  largestRows = std::max(largestRows, object.rows);
+  return true;
 }
 
 bool PSConverter::finishOutput()
@@ -318,28 +315,10 @@ bool PSConverter::finishOutput()
   if (!finished || !finished->hasContent())
     return true;
   if (!outputList)
-    return nameIsFree(finished->outputName(), false) && finished->save(outputPrefix);
+    return names.takeForOutput(finished->outputName()) && finished->save(outputPrefix);
   finished->clean();
   outputList->push_back(finished->releaseFile().release());
   return true;
-}
-
-/// Outputs differ by their number, unless a long UID was cut; the copy has the input's name, whatever that is.
-bool PSConverter::mayRecur(const std::string& outputName) const
-{
-  return outputName.size() >= kCutNameLength || outputName == baseName(inputFile);
-}
-
-bool PSConverter::nameIsFree(const std::string& outputName, bool mayBeInput)
-{
-  const char* reason = nullptr;
-  if (mayRecur(outputName) && !usedNames.insert(outputName).second)
-    reason = "the name was already used in this run";
-  else if (!mayBeInput)
-    reason = reasonToKeep(outputPrefix + outputName, inputFile);
-  if (reason)
-    tarn::base::report("Presentation State file ", outputName, " could not be saved: ", reason);
-  return !reason;
 }
 
 bool PSConverter::hasOutput() const
@@ -366,6 +345,11 @@ bool PSConverter::setSizeMode(SIZE_MODE mode)
 
 bool PSConverter::setPixelSpacing(double first, double second)
 {
+  if (pixelSpacingX == 0.0 && pixelSpacingY == 0.0)
+  {
+    pixelSpacingX = first;
+    pixelSpacingY = second;
+  }
   return hasOutput() && output->setPixelSpacing(first, second);
 }
 

@@ -1,10 +1,13 @@
 #pragma once
 
-#include "db/DBConnector.h"
 #include "base/IMLogger.h"
-#include "pstate/PresentationState.h"
+#include "converter/Outcome.h"
+#include "converter/OutputNames.h"
+#include "converter/PluginStateTarget.h"
+#include "db/DBConnector.h"
 #include "images/ReferencedImages.h"
 #include "images/StudyObjects.h"
+#include "pstate/OutputTemplate.h"
 #include "pstate/ValidPresentationState.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -13,7 +16,6 @@
 #include <list>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 
 namespace impsconverter
@@ -31,7 +33,7 @@ constexpr unsigned long PSC_fixOriginal = 2;     ///< make the input object conf
 ///
 /// The database is asked first for the object cache, or else for the first image; where it cannot be connected to then,
 /// the DBException is the caller's.
-class PSConverter : public PresentationState
+class PSConverter : public PluginStateTarget
 {
 public:
   /// Command mode: loads `inputFile` and writes the outputs to `outputPrefix` + their names.
@@ -46,6 +48,8 @@ public:
   /// The whole pass. True also when the input cannot be loaded or the study's object table not be made sure of;
   /// every failure is a line on the console.
   [[nodiscard]] bool convert(bool touchObjectCache);
+  /// The same, with what it came to.
+  [[nodiscard]] Outcome run(bool touchObjectCache);
 
   /// Cleans the input object, and fixes it where the flags say so.
   bool clean() override;
@@ -64,44 +68,28 @@ public:
   bool setImageReferences(const ObjectInfo& object, const std::string& frames) override;
   bool setOrientation(int rotation, bool flip) override;
   bool setSizeMode(SIZE_MODE mode) override;
+  /// Keeps the first pair that says more than two zeros for the original.
   bool setPixelSpacing(double first, double second) override;
   bool setZoom(double zoomX, double zoomY) override;
   bool setClip(int x, int y, int width, int height) override;
   bool setWindowLevel(int window, int level, bool inverted) override;
 
-private:
-  using LineHandler = bool (PSConverter::*)(std::string& line);
-  struct Rule;
-  static const Rule kRules[];
+  bool openOutput(const std::string& objectName, const std::string& frame) override;
+  bool finishOutput() override;
+  ValidPresentationState* currentOutput() override { return output.get(); }
 
+private:
   // The pass, in this order.
-  bool convertLoaded(bool touchObjectCache);
   bool loadInput();
+  Outcome readInput(std::string& text);
   bool fetchPluginState(DcmElement*& element) const;
   bool readIdentity();
   bool findReferencedSeries();
   bool touchCache();
-  bool includeOriginal();
+  void includeOriginal();
   void fixOriginal();
 
-  // The plug-in state.
-  static int getLine(const char*& cursor, std::string& line);
-  LineHandler handlerOf(const std::string& line) const;
-  bool processIDLine(std::string& line);
-  bool processLightLine(std::string& line);
-  bool processSizedLine(std::string& line);
-  bool processPixelLine(std::string& line);
-  bool processClipLine(std::string& line);
-  template <class Kind>
-  bool annotationLine(std::string& line);
-  bool handleLine(std::string& line);
-
-  // Output objects.
-  void openOutput();
   bool lookUpImage(ObjectInfo& object);
-  bool finishOutput();
-  bool mayRecur(const std::string& outputName) const;
-  bool nameIsFree(const std::string& outputName, bool mayBeInput);
   bool hasOutput() const;
 
   tarn::db::DBConnector& db;
@@ -115,17 +103,15 @@ private:
   unsigned long flags;
   Uint16 largestColumns = 1; ///< pixels, of all images that the object table knows
   Uint16 largestRows = 1;
-  double pixelSpacingX = 0.0; ///< millimetres, of the first pixel line that says more than two zeros
+  double pixelSpacingX = 0.0; ///< millimetres
   double pixelSpacingY = 0.0;
   std::string outputPrefix;
   tarn::imutils::IMLogger logger{"PSConverter"};
 
-  /// What every output starts from: the input without what an output replaces or never keeps, so that a large plug-in
-  /// state or reference list is not copied into each.
-  std::unique_ptr<DcmDataset> outputTemplate;
+  std::optional<OutputTemplate> outputTemplate;
   std::optional<tarn::images::StudyObjects> studyObjects;
   std::optional<tarn::images::ReferencedImages> referencedImages;
-  std::set<std::string> usedNames; ///< of this run, as far as one may come again
+  OutputNames names{inputFile, outputPrefix};
 };
 
 } // namespace impsconverter

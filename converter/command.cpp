@@ -100,6 +100,8 @@ int runCommand(int argc, char** argv)
     tarn::base::report(error);
     return kFailure;
   }
+  if (options.debug)
+    tarn::dicom::completeDictionary(); // a dump names every attribute
   tarn::db::DBConnectorSql db(tarn::db::Missing::refuse);
   PSConverter converter(db, options.inputFile, options.outputPrefix, options.flags, options.debug);
   const bool converted = converter.convert(options.touchObjectCache);

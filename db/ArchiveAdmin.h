@@ -1,14 +1,17 @@
 #pragma once
 
 #include "db/ObjCacheAccessor.h"
-#include "db/PSCache.h"
+#include "db/SqlRow.h"
 
 #include <list>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tarn::db
 {
+
+class DBConnectorSql;
 
 /// What the database holds of a study.
 struct StudyState
@@ -27,10 +30,10 @@ struct StudyState
 
 /// What an administrator does with the tables; everything throws DBException. Each change stands as a whole when its
 /// operation returns. Whoever changes a study that may be imported meanwhile holds its lock.
-class ArchiveAdmin : private PSCache
+class ArchiveAdmin
 {
 public:
-  explicit ArchiveAdmin(DBConnectorSql& db);
+  explicit ArchiveAdmin(DBConnectorSql& db) : db(db) {}
 
   /// Makes the tables that do not exist, under the names that the environment gives.
   void createSchema();
@@ -50,21 +53,11 @@ public:
   void removeStudy(const std::string& studyUid);
 
 private:
-  void changeStudy(const PsQuery& query, const std::string& studyUid);
-  void changeReferences(const PsQuery& query, const std::string& studyUid);
+  std::vector<SqlRow> queryReferences(const char* start, const std::string& studyUid, const char* end = "");
+  void dropFrom(const std::string& table, const std::string& studyUid);
+  void dropErrors(const std::string& studyUid);
 
   DBConnectorSql& db;
-  PsQuery allStudies;
-  PsQuery rowOfStudy;
-  PsQuery entryOfStudy;
-  PsQuery objectRowCount;
-  PsQuery referenceCount;
-  PsQuery putRow;
-  PsQuery dropRow;
-  PsQuery dropEntry;
-  PsQuery dropObjects;
-  PsQuery dropErrors;
-  PsQuery dropReferences;
 };
 
 } // namespace tarn::db

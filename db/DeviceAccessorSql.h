@@ -10,7 +10,7 @@ class DBConnectorSql;
 class DeviceAccessorSql : public DeviceAccessor
 {
 public:
-  explicit DeviceAccessorSql(DBConnectorSql& connector) : db(connector) {}
+  explicit DeviceAccessorSql(DBConnectorSql& db) : db(db) {}
 
   void listAutoForwardDevices(const std::string& targetTable, const std::string& serviceTable,
                               std::list<DeviceRecord>& devices) override;

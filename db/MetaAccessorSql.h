@@ -1,22 +1,22 @@
 #pragma once
 
 #include "db/MetaAccessor.h"
-#include "db/PSCache.h"
 
 namespace tarn::db
 {
 
-class MetaAccessorSql : public MetaAccessor, private PSCache
+class DBConnectorSql;
+
+class MetaAccessorSql : public MetaAccessor
 {
 public:
-  explicit MetaAccessorSql(DBConnectorSql& db);
+  explicit MetaAccessorSql(DBConnectorSql& db) : db(db) {}
 
   [[nodiscard]] bool isMetaRequired(const std::string& studyUid) override;
   [[nodiscard]] bool getStudyObjectCount(const std::string& studyUid, int& count) override;
 
 private:
-  PsQuery requirement;
-  PsQuery objectCount;
+  DBConnectorSql& db;
 };
 
 } // namespace tarn::db

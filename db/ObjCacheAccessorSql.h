@@ -1,15 +1,16 @@
 #pragma once
 
 #include "db/ObjCacheAccessor.h"
-#include "db/PSCache.h"
 
 namespace tarn::db
 {
 
-class ObjCacheAccessorSql : public ObjCacheAccessor, private PSCache
+class DBConnectorSql;
+
+class ObjCacheAccessorSql : public ObjCacheAccessor
 {
 public:
-  explicit ObjCacheAccessorSql(DBConnectorSql& db);
+  explicit ObjCacheAccessorSql(DBConnectorSql& db) : db(db) {}
 
   [[nodiscard]] bool isObjCacheValid(const std::string& studyUid) override;
   [[nodiscard]] bool getObjCacheEntry(const std::string& studyUid, int mode, ObjCacheEntry& entry) override;
@@ -17,9 +18,7 @@ public:
   void listObjCacheFiles(const std::string& studyUid, std::list<std::string>& files) override;
 
 private:
-  PsQuery entryOfStudy;
-  PsQuery putEntry;
-  PsQuery filesOfStudy;
+  DBConnectorSql& db;
 };
 
 } // namespace tarn::db

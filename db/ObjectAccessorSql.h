@@ -1,21 +1,22 @@
 #pragma once
 
 #include "db/ObjectAccessor.h"
-#include "db/PSCache.h"
 
 namespace tarn::db
 {
 
-class ObjectAccessorSql : public ObjectAccessor, private PSCache
+class DBConnectorSql;
+
+class ObjectAccessorSql : public ObjectAccessor
 {
 public:
-  explicit ObjectAccessorSql(DBConnectorSql& db);
+  explicit ObjectAccessorSql(DBConnectorSql& db) : db(db) {}
 
   [[nodiscard]] bool findObject(const std::string& studyUid, const std::string& objectName,
                                 ObjectRecord& record) override;
 
 private:
-  PsQuery find;
+  DBConnectorSql& db;
 };
 
 } // namespace tarn::db

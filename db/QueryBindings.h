@@ -1,11 +1,11 @@
 #pragma once
 
-#include "db/SqlStatement.h"
+#include "db/SqlRow.h"
 #include "db/SqlValue.h"
 
 #include <mysql.h> // enum_field_types
 
-#include <string>
+#include <utility>
 #include <vector>
 
 namespace tarn::db
@@ -17,35 +17,28 @@ enum class SignedFlag
   Unsigned
 };
 
-/// The values that go into a statement and the row that comes out of it. Indexes count from 0; one that is out of
-/// range, and a parameter that was not bound when the statement runs, is a DBException.
+/// The values that go into a statement and the row that comes out of it. Parameters count from 0; an index that is out
+/// of range, and a parameter that was not bound when the statement runs, is a DBException.
 class QueryBindings
 {
 public:
+  /// The row of a query is as wide as its result; `results` says how wide that is to be.
   QueryBindings(int params, int results);
 
   /// Binds `buffer`, which is read when the statement runs, and borrowed until then, as are `length` and `isNull`.
   /// Types: the character and blob types (`length` bytes, or `bufferLength` when `length` is null), TINY, SHORT, LONG
-  /// and LONGLONG (1, 2, 4 and 8 bytes in the machine's order), NULL. Other types, and unsigned numbers above 2^63 - 1,
-  /// are refused with a DBException. A true `isNull` makes it NULL.
+  /// and LONGLONG (1, 2, 4 and 8 bytes in the machine's order), NULL. A true `isNull` makes it NULL. A statement with a
+  /// value of another type, or an unsigned number above 2^63 - 1, is refused with a DBException when it runs.
   void bindParam(int index, enum_field_types type, const void* buffer, unsigned long bufferLength,
                  const unsigned long* length = nullptr, const bool* isNull = nullptr,
                  SignedFlag sign = SignedFlag::Signed);
-  /// Binds the bytes of `text`, borrowed until the statement has run.
-  void bindText(int index, const std::string& text);
-  void bindText(int index, std::string&& text) = delete;
-  /// Binds a copy of `number`.
-  void bindNumber(int index, long long number);
 
   /// What the statement is to be given now.
   std::vector<SqlValue> values() const;
 
-  /// The row fetched last: whether a column is NULL, its bytes (empty for NULL), its number (0 for NULL; a DBException
-  /// when it is no number of 32 bits).
-  bool isNull(int column) const;
-  const std::string& text(int column) const;
-  int number(int column) const;
-  SqlRow& row() { return results; }
+  /// The row fetched last.
+  const SqlRow& row() const { return lastRow; }
+  void setRow(SqlRow row) { lastRow = std::move(row); }
 
 private:
   struct Param
@@ -57,13 +50,11 @@ private:
     const unsigned long* length = nullptr;
     const bool* isNull = nullptr;
     SignedFlag sign = SignedFlag::Signed;
-    long long ownNumber = 0; ///< what is bound when there is no buffer for a number
   };
   static SqlValue value(const Param& param);
-  Param& param(int index);
 
   std::vector<Param> params;
-  SqlRow results;
+  SqlRow lastRow;
 };
 
 } // namespace tarn::db

@@ -1,22 +1,22 @@
 #pragma once
 
 #include "db/ReferenceAccessor.h"
-#include "db/PSCache.h"
 
 namespace tarn::db
 {
 
-class ReferenceAccessorSql : public ReferenceAccessor, private PSCache
+class DBConnectorSql;
+
+class ReferenceAccessorSql : public ReferenceAccessor
 {
 public:
-  explicit ReferenceAccessorSql(DBConnectorSql& db);
+  explicit ReferenceAccessorSql(DBConnectorSql& db) : db(db) {}
 
   [[nodiscard]] bool hasReference(const std::string& key, const std::string& kind, const std::string& name) override;
   void addReference(const std::string& key, const std::string& kind, const std::string& name) override;
 
 private:
-  PsQuery find;
-  PsQuery add;
+  DBConnectorSql& db;
 };
 
 } // namespace tarn::db

@@ -10,4 +10,14 @@ namespace tarn::db
 /// The view's pointer is never null, also when it is empty.
 using SqlValue = std::variant<std::monostate, long long, std::string_view>;
 
+inline SqlValue toSqlValue(long long number)
+{
+  return number;
+}
+
+inline SqlValue toSqlValue(std::string_view bytes)
+{
+  return bytes;
+}
+
 } // namespace tarn::db

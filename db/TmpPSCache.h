@@ -11,7 +11,7 @@ namespace tarn::db
 class TmpPSCache : public PSCache
 {
 public:
-  TmpPSCache(DBConnectorSql& db, std::string statement, int params, int results);
+  TmpPSCache(DBConnectorSql& db, std::string text, int params, int results);
 
   const PsQuery& query() const { return only; }
 

@@ -1,45 +1,15 @@
 #pragma once
 
-#include "dicom/AttributeSupply.h"
-#include "dicom/InputFile.h"
+#include "dicom/FileProducer.h"
 #include "dicom/ParseGuard.h"
 #include "dicom/ReadLimits.h"
 
 #include <dcmtk/dcmdata/dcistrma.h>
 
 #include <memory>
-#include <vector>
 
 namespace tarn::dicom
 {
-
-/// Gives the toolkit's parser the bytes of a file, a block at a time.
-class FileProducer : public DcmProducer
-{
-public:
-  FileProducer(std::shared_ptr<const InputFile> file, offile_off_t offset);
-
-  OFBool good() const override { return condition.good(); }
-  OFCondition status() const override { return condition; }
-  OFBool eos() override { return position >= file->size(); }
-  offile_off_t avail() override { return file->size() - position; }
-  offile_off_t read(void* buffer, offile_off_t length) override;
-  offile_off_t skip(offile_off_t length) override;
-  void putback(offile_off_t length) override { position -= length; }
-
-  const std::shared_ptr<const InputFile>& source() const { return file; }
-
-private:
-  bool isInBlock() const;
-  offile_off_t copyFromBlock(char* to, offile_off_t length);
-  offile_off_t readPast(char* to, offile_off_t length);
-
-  std::shared_ptr<const InputFile> file;
-  offile_off_t position;
-  std::vector<char> block;     ///< what is read ahead
-  offile_off_t blockStart = 0; ///< its place in the file
-  OFCondition condition;
-};
 
 /// The stream that a file is parsed from. It ends, with a status that says why, where the file would cost more than
 /// `limits` or a ParseGuard allow.
@@ -69,7 +39,6 @@ private:
   void checkInflated();
 
   FileProducer producer;
-  TagWatch tags;
   const ReadLimits limits;
   ParseGuard guard;
   offile_off_t inflatedFrom = -1; ///< where the deflated part begins, -1 without one

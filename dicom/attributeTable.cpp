@@ -1,6 +1,9 @@
+// The installed data dictionary, compiled in.
 #include "dicom/attributeTable.h"
 
+#include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace tarn::dicom
 {
@@ -24,6 +27,15 @@ AttributeRows attributes()
 AttributeRows repeatingAttributes()
 {
   return {std::begin(kRepeatingAttributes), std::end(kRepeatingAttributes)};
+}
+
+const char* attributeName(Uint16 group, Uint16 element)
+{
+  const auto isBefore = [](const Attribute& row, const auto& tag) { return std::pair(row.group, row.element) < tag; };
+  const auto* const found =
+      std::lower_bound(std::begin(kAttributes), std::end(kAttributes), std::pair(group, element), isBefore);
+  const bool isKnown = found != std::end(kAttributes) && found->group == group && found->element == element;
+  return isKnown && found->privateCreator == 0 ? text(found->name) : nullptr;
 }
 
 std::unique_ptr<DcmDictEntry> dictionaryEntry(const Attribute& row)

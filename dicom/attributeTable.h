@@ -26,17 +26,20 @@ struct Attribute
 struct AttributeRows
 {
   const Attribute* first;
-  const Attribute* behind;
+  const Attribute* last; ///< one past the last row
 
   const Attribute* begin() const { return first; }
-  const Attribute* end() const { return behind; }
-  std::size_t size() const { return static_cast<std::size_t>(behind - first); }
+  const Attribute* end() const { return last; }
+  std::size_t size() const { return static_cast<std::size_t>(last - first); }
 };
 
 /// The rows of one attribute each, ordered by group and element.
 AttributeRows attributes();
 /// The rows that repeat over groups or elements, in the order in which they are asked.
 AttributeRows repeatingAttributes();
+
+/// The name of a standard attribute; null for any other.
+const char* attributeName(Uint16 group, Uint16 element);
 
 /// What the toolkit keeps of a row; it refers to the table's texts.
 std::unique_ptr<DcmDictEntry> dictionaryEntry(const Attribute& row);

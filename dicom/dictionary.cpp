@@ -1,19 +1,22 @@
+// The toolkit's data dictionary: compiled in, given in two parts, with the user's files over it.
 #include "dicom/dictionary.h"
 
-#include "dicom/AttributeSupply.h"
+#include "base/Fd.h"
+#include "dicom/attributeTable.h"
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dcdict.h>
-#include <dcmtk/dcmdata/dctagkey.h>
 
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -26,97 +29,75 @@ namespace
 constexpr char kPathVariable[] = "DCMDICTPATH";
 constexpr std::size_t kLargestFile = 64U << 20U; // bytes; the installed ones have half a million
 
-class Descriptor
-{
-public:
-  explicit Descriptor(int opened) : fd(opened) {}
-  ~Descriptor()
-  {
-    if (fd >= 0)
-      close(fd);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  explicit operator bool() const { return fd >= 0; }
-  int get() const { return fd; }
+/// File meta information, and digital signatures, padding and item delimiters (PS3.10 7.1, PS3.5 7.5).
+constexpr Uint16 kOwnGroups[] = {0x0002, 0xFFFA, 0xFFFC, 0xFFFE};
 
-private:
-  int fd;
-};
+std::atomic<bool> isIncomplete = false; // becomes false under the dictionary's own lock
+
+void addRepeating(DcmDataDictionary& dictionary)
+{
+  for (const Attribute& row : repeatingAttributes())
+    dictionary.addEntry(dictionaryEntry(row).release());
+}
+
+/// A file in memory that holds `text`, open; none, with the reason in errno, where the system has no memory for it.
+base::Fd memoryFile(std::string_view text)
+{
+  base::Fd file(memfd_create("dictionary", MFD_CLOEXEC));
+  return file && base::writeAll(file, text) ? std::move(file) : base::Fd();
+}
 
 /// The path under which the toolkit opens a file of ours.
-std::string pathOf(const Descriptor& file)
+std::string pathOf(const base::Fd& file)
 {
   return "/proc/self/fd/" + std::to_string(file.get());
 }
 
-bool writeAll(int to, std::string_view text)
+/// Reads a text dictionary to its end; false leaves the reason in errno. A device without an end is too large.
+bool readText(const std::string& path, std::string& text)
 {
-  return write(to, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-}
-
-/// Copies `from` into `to` with every result checked; false leaves the reason in errno. A device without an end is too
-/// large.
-bool copyAll(int from, int to)
-{
+  const base::Fd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   std::array<char, 65536> block{};
-  for (std::size_t copied = 0; copied < kLargestFile; copied += block.size())
+  std::ptrdiff_t got = file ? 1 : -1;
+  while (got > 0 && text.size() < kLargestFile)
   {
-    const ssize_t got = read(from, block.data(), block.size());
-    if (got == 0)
-      return true;
-    if (got < 0 || !writeAll(to, {block.data(), static_cast<std::size_t>(got)}))
-      return false;
+    got = base::readUpTo(file, block.data(), block.size());
+    text.append(block.data(), static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0)));
   }
-  errno = EFBIG;
-  return false;
+  if (got > 0)
+    errno = EFBIG;
+  return got == 0;
 }
 
-/// The toolkit does not notice a read that fails in the midst of a dictionary: the file is read here, with every
-/// result checked, and handed on from memory, and an attribute of a creator of its own at the end, `number` in the list
-/// of files, shows that the toolkit came that far.
-bool addFile(DcmDataDictionary& dictionary, const std::string& path, int number, std::string& error)
+/// Does not let the toolkit read the file itself, since it does not notice a read that fails in the midst of one.
+bool addFile(DcmDataDictionary& dictionary, const std::string& path, std::string& error)
 {
-  const std::string creator = "END OF DICTIONARY " + std::to_string(number);
-  const std::string end = "\n(0009,\"" + creator + "\",01)\tLO\tEndOfDictionary\t1\tPrivateTag\n";
-  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  const Descriptor memory(memfd_create("dictionary", MFD_CLOEXEC));
-  if (!file || !memory || !copyAll(file.get(), memory.get()) || !writeAll(memory.get(), end))
-  {
+  std::string text;
+  base::Fd memory;
+  if (readText(path, text))
+    memory = memoryFile(text + '\n'); // of an empty file the toolkit would look at a line that it never read
+  if (!memory)
     error = "Data dictionary " + path + " could not be read: " + std::strerror(errno);
-    return false;
-  }
-  const bool loaded = dictionary.loadDictionary(pathOf(memory).c_str());
-  if (!dictionary.findEntry(DcmTagKey(0x0009, 0x0001), creator.c_str()))
-  {
-    error = "Data dictionary " + path + " could not be read: the toolkit did not read it to its end";
-    return false;
-  }
-  if (!loaded)
-  {
+  else if (!dictionary.loadDictionary(pathOf(memory).c_str()))
     error = "Data dictionary " + path + " could not be read: it is not a data dictionary";
-    return false;
-  }
-  return true;
+  return error.empty();
 }
 
 bool addFiles(DcmDataDictionary& dictionary, const std::string& paths, std::string& error)
 {
   std::istringstream list(paths);
-  int number = 0;
   for (std::string path; std::getline(list, path, ':');)
-    if (!path.empty() && !addFile(dictionary, path, ++number, error))
+    if (!path.empty() && !addFile(dictionary, path, error))
       return false;
   return true;
 }
 
 /// The toolkit reads its text dictionary when its dictionary is first touched, from a default path where the variable
-/// is empty: it is given a file with nothing but a comment. (Of an empty one it would look at a line that it never
-/// read.)
+/// is empty: it is given a file with nothing but a comment.
 DcmDataDictionary& lockUnread(const std::string& paths, bool wasSet)
 {
-  const Descriptor memory(memfd_create("dictionary", MFD_CLOEXEC));
-  setenv(kPathVariable, memory && writeAll(memory.get(), "#\n") ? pathOf(memory).c_str() : "/dev/null/none", 1);
+  const base::Fd memory = memoryFile("#\n");
+  setenv(kPathVariable, memory ? pathOf(memory).c_str() : "/dev/null/none", 1);
   DcmDataDictionary& dictionary = dcmDataDict.wrlock();
   if (wasSet)
     setenv(kPathVariable, paths.c_str(), 1);
@@ -133,12 +114,39 @@ bool setUpDictionary(std::string& error)
   const std::string paths = value ? value : "";
   DcmDataDictionary& dictionary = lockUnread(paths, value != nullptr);
   if (paths.empty())
-    supplyOnDemand(dictionary);
+    supplyOwnGroups(dictionary);
   else
     supplyAll(dictionary); // before what is laid over it
   const bool good = addFiles(dictionary, paths, error);
   dcmDataDict.wrunlock();
   return good;
+}
+
+void completeDictionary()
+{
+  if (!isIncomplete)
+    return;
+  DcmDataDictionary& dictionary = dcmDataDict.wrlock();
+  if (isIncomplete)
+    supplyAll(dictionary);
+  isIncomplete = false;
+  dcmDataDict.wrunlock();
+}
+
+void supplyOwnGroups(DcmDataDictionary& dictionary)
+{
+  addRepeating(dictionary);
+  for (const Attribute& row : attributes())
+    if (std::find(std::begin(kOwnGroups), std::end(kOwnGroups), row.group) != std::end(kOwnGroups))
+      dictionary.addEntry(dictionaryEntry(row).release());
+  isIncomplete = true;
+}
+
+void supplyAll(DcmDataDictionary& dictionary)
+{
+  addRepeating(dictionary);
+  for (const Attribute& row : attributes())
+    dictionary.addEntry(dictionaryEntry(row).release());
 }
 
 } // namespace tarn::dicom

@@ -1,37 +1,101 @@
+// Loading: the toolkit's parser behind checked reads and limits.
 #include "dicom/loadFile.h"
 
+#include "base/text.h"
+#include "dicom/dictionary.h"
 #include "dicom/InputStream.h"
+#include "dicom/values.h"
 
 #include <memory>
+#include <string_view>
+#include <utility>
 
 namespace tarn::dicom
 {
 namespace
 {
 
+/// Bytes of a value that the parser copies at once. Longer ones it passes over, finding out whether they are there; a
+/// dump shows them as not loaded.
 constexpr Uint32 kMaxReadLength = 4096;
 
+/// The transfer syntax that file meta information says, which is itself always explicit VR little endian (PS3.10 7.1).
+DcmXfer transferSyntaxOf(std::string_view bytes)
+{
+  constexpr std::size_t kPreamble = 128;
+  constexpr std::string_view kPrefix = "DICM", kElement("\x02\0\x10\0UI", 6);
+  const std::size_t place = bytes.find(kElement);
+  if (bytes.size() < kPreamble || bytes.compare(kPreamble, kPrefix.size(), kPrefix) != 0 ||
+      place == std::string_view::npos || bytes.size() - place < kElement.size() + 2)
+    return EXS_Unknown;
+  const std::string_view value = bytes.substr(place + kElement.size());
+  const auto length = static_cast<std::size_t>(static_cast<Uint8>(value[0]) | static_cast<Uint8>(value[1]) << 8U);
+  return std::string(value.substr(2, length)).c_str();
 }
 
-OFCondition loadFile(DcmFileFormat& file, const std::string& path)
+/// Whether the toolkit asks its dictionary for VRs when it parses a file: for a data set that is implicit VR or may be,
+/// and for the items of a sequence of unknown VR, which has no defined length (PS3.5 6.2.2). One that is deflated may
+/// hold such a sequence.
+bool needsDictionary(std::string_view bytes)
 {
-  return loadFile(file, path, ReadLimits::fromEnvironment());
+  constexpr std::string_view kUndefinedLength = "\xFF\xFF\xFF\xFF";
+  constexpr std::size_t kHeader = 4; // VR and two reserved bytes (PS3.5 7.1.2)
+  const DcmXfer syntax = transferSyntaxOf(bytes);
+  if (!syntax.isExplicitVR() || syntax.getStreamCompression() != ESC_none)
+    return true;
+  std::size_t place = bytes.find(kUndefinedLength, kHeader);
+  while (place != std::string_view::npos && bytes.compare(place - kHeader, 2, "UN") != 0)
+    place = bytes.find(kUndefinedLength, place + 1);
+  return place != std::string_view::npos;
 }
 
-OFCondition loadFile(DcmFileFormat& file, const std::string& path, const ReadLimits& limits)
+OFCondition parse(DcmFileFormat& file, std::shared_ptr<const InputFile> source, const ReadLimits& limits)
 {
-  const auto source = std::make_shared<const InputFile>(path);
-  OFCondition status = source->status();
-  if (status.good())
-    status = file.clear();
+  OFCondition status = file.clear();
   if (status.bad())
     return status;
-  InputStream stream(source, limits, *file.getDataset());
+  InputStream stream(std::move(source), limits, *file.getDataset());
   file.transferInit();
   status = file.read(stream, EXS_Unknown, EGL_noChange, kMaxReadLength);
   file.transferEnd();
   const OFCondition trouble = stream.trouble();
   return trouble.bad() ? trouble : status;
+}
+
+} // namespace
+
+OFCondition loadFile(DcmFileFormat& file, const std::string& path)
+{
+  const ReadLimits limits = ReadLimits::fromEnvironment();
+  try
+  {
+    const auto source = std::make_shared<InputFile>(path);
+    if (source->size > limits.fileBytes)
+      return failure(
+          base::joined("The file has ", source->size, " bytes, and TARN_MAX_FILE_BYTES allows ", limits.fileBytes));
+    source->bytes = source->content();
+    if (needsDictionary(source->bytes))
+      completeDictionary();
+    return parse(file, source, limits);
+  }
+  catch (const base::FileError& error)
+  {
+    return failure(error.what());
+  }
+}
+
+OFCondition loadLazily(DcmFileFormat& file, const std::string& path)
+{
+  completeDictionary();
+  const ReadLimits limits = ReadLimits::fromEnvironment();
+  try
+  {
+    return parse(file, std::make_shared<InputFile>(path), limits);
+  }
+  catch (const base::FileError& error)
+  {
+    return failure(error.what());
+  }
 }
 
 } // namespace tarn::dicom

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "dicom/ReadLimits.h"
-
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>
 
@@ -10,13 +8,17 @@
 namespace tarn::dicom
 {
 
-/// Loads a DICOM file as DcmFileFormat::loadFile does (transfer syntax found out, group lengths unchanged, values over
-/// 4096 bytes read on first use, from the file that was opened), with the result of every read checked. Refuses what is
-/// no regular file, sequences that are nested so deeply that reading them would use up the stack, and what is over
-/// `limits`; the condition's text says which.
-OFCondition loadFile(DcmFileFormat& file, const std::string& path, const ReadLimits& limits);
-
-/// With the limits that the environment gives; throws as ReadLimits::fromEnvironment does.
+/// Loads a DICOM file as DcmFileFormat::loadFile does (transfer syntax found out, group lengths unchanged), but reads
+/// it whole and with the result of every read checked: values that the object copies later come from memory. Refuses
+/// what is no regular file, sequences that are nested so deeply that reading them would use up the stack, and what is
+/// over the limits that the environment gives; the condition's text says which. Throws as ReadLimits::fromEnvironment
+/// does.
+///
+/// Completes the process's data dictionary (dictionary.h) unless the file is all explicit VR.
 OFCondition loadFile(DcmFileFormat& file, const std::string& path);
+
+/// Loads as loadFile does, but leaves values of more than 4096 bytes in the file, from where they are read when they
+/// are used: the file may have any size. Always completes the data dictionary.
+OFCondition loadLazily(DcmFileFormat& file, const std::string& path);
 
 } // namespace tarn::dicom

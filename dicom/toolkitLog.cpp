@@ -1,14 +1,19 @@
 #include "dicom/toolkitLog.h"
 
 #include "base/IMLogger.h"
+#include "dicom/attributeTable.h"
 
 #include <dcmtk/config/osconfig.h>
+#include <dcmtk/dcmdata/dctag.h>
 #include <dcmtk/oflog/appender.h>
 #include <dcmtk/oflog/logger.h>
 #include <dcmtk/oflog/oflog.h>
 #include <dcmtk/oflog/spi/logevent.h>
 
 #include <cstdint>
+#include <cstdio>
+#include <string>
+#include <string_view>
 
 namespace tarn::dicom
 {
@@ -19,6 +24,21 @@ namespace log4cplus = dcmtk::log4cplus;
 
 /// A damaged file can make the toolkit warn of each of a million elements.
 constexpr std::uint64_t kMostLines = 1000;
+
+/// A message with the name of the attribute that it speaks of: the toolkit asks its dictionary, which may not be
+/// complete yet (dictionary.h), and writes the tag behind the name.
+std::string withName(std::string message)
+{
+  constexpr std::string_view kNoName = DcmTag_ERROR_TagName;
+  const std::size_t place = message.find(kNoName);
+  unsigned group = 0;
+  unsigned element = 0;
+  if (place == std::string::npos ||
+      std::sscanf(message.c_str() + place + kNoName.size(), " (%4x,%4x)", &group, &element) != 2)
+    return message;
+  const char* const name = attributeName(static_cast<Uint16>(group), static_cast<Uint16>(element));
+  return name ? message.replace(place, kNoName.size(), name) : message;
+}
 
 class LoggerAppender : public log4cplus::Appender
 {
@@ -34,9 +54,9 @@ protected:
     if (lines == kMostLines)
       logger.errorLog("The toolkit has more to say than is logged");
     else if (event.getLogLevel() >= OFLogger::ERROR_LOG_LEVEL)
-      logger.errorLog("%s", event.getMessage().c_str());
+      logger.errorLog("%s", withName(event.getMessage().c_str()).c_str());
     else
-      logger.infoLog("%s", event.getMessage().c_str());
+      logger.infoLog("%s", withName(event.getMessage().c_str()).c_str());
   }
 
 private:

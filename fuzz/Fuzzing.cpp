@@ -1,7 +1,7 @@
 #include "fuzz/Fuzzing.h"
 
-#include "dicom/AttributeSupply.h"
-#include "samples/DicomFile.h"
+#include "dicom/dictionary.h"
+#include "samples/dicomFile.h"
 #include "dicom/loadFile.h"
 #include "dicom/toolkitLog.h"
 
@@ -19,7 +19,7 @@ void renewDictionary(Supply supply)
 {
   DcmDataDictionary& dictionary = dcmDataDict.wrlock();
   dictionary.clear();
-  (supply == Supply::whole ? tarn::dicom::supplyAll : tarn::dicom::supplyOnDemand)(dictionary);
+  (supply == Supply::whole ? tarn::dicom::supplyAll : tarn::dicom::supplyOwnGroups)(dictionary);
   dcmDataDict.wrunlock();
 }
 

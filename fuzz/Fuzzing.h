@@ -16,8 +16,8 @@ namespace fuzzing
 /// Which attributes the toolkit knows.
 enum class Supply
 {
-  whole,   ///< all, as a library's host has them; what the process begins with
-  onDemand ///< as the command does: each when it comes up
+  whole,    ///< all, as a library's host has them; what the process begins with
+  asCommand ///< few, until a file or a name needs the others
 };
 void renewDictionary(Supply supply);
 

@@ -5,7 +5,7 @@
 #include "tests/support/TempDir.h"
 
 #include "db/DBConnector.h"
-#include "samples/DicomFile.h"
+#include "samples/dicomFile.h"
 #include "dicom/loadFile.h"
 #include "converter/PSConverter.h"
 
@@ -27,9 +27,8 @@ void checkOutput(const std::filesystem::path& path)
   fuzzing::expectRoundTrip(*file.getDataset());
 }
 
-/// What a conversion says, and what it dumps of input and outputs in debug mode; outputs are checked and removed. The
-/// number of bytes chooses the options.
-std::string convert(const fuzzing::MemoryFile& input, std::size_t length, fuzzing::Supply supply, bool debug)
+/// What a conversion says and writes; outputs are checked and removed. The number of bytes chooses the options.
+std::string convert(const fuzzing::MemoryFile& input, std::size_t length, fuzzing::Supply supply)
 {
   using namespace impsconverter;
   static const std::unique_ptr<tarn::db::DBConnector> db = tarn::db::DBConnector::createConnector();
@@ -38,15 +37,17 @@ std::string convert(const fuzzing::MemoryFile& input, std::size_t length, fuzzin
   const Capture said;
   const std::string copy = std::filesystem::path(input.path()).filename();
   const unsigned long flags = length % 4 == 0 ? PSC_includeOriginal | PSC_fixOriginal : length % 4;
-  const bool good = PSConverter(*db, input.path(), folder / "", flags, debug).convert(false);
+  const bool good = PSConverter(*db, input.path(), folder / "", flags, false).convert(false);
+  fuzzing::expectMessages(said.error.str(), !good);
+  std::string all = said.error.str();
   for (const std::string& name : namesIn(folder.path()))
   {
     if (name != copy)
       checkOutput(folder.path() / name);
+    all += name + fuzzing::dataSetOf(contents(folder.path() / name));
     std::filesystem::remove(folder.path() / name);
   }
-  fuzzing::expectMessages(said.error.str(), !good);
-  return said.error.str() + said.out.str();
+  return all;
 }
 
 } // namespace
@@ -57,9 +58,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t len
 {
   using fuzzing::Supply;
   const fuzzing::MemoryFile input(bytes, length);
-  const bool twice = length % 8 == 0;
-  const std::string said = convert(input, length, Supply::onDemand, twice);
-  if (twice)
-    expect(convert(input, length, Supply::whole, true) == said, "attributes that are supplied on demand are there");
+  const std::string all = convert(input, length, Supply::asCommand);
+  if (length % 8 == 0)
+    expect(convert(input, length, Supply::whole) == all, "attributes are there when they are needed");
   return 0;
 }

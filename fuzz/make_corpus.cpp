@@ -1,7 +1,7 @@
 #include "fuzz/Fuzzing.h"
 
-#include "samples/DicomFile.h"
-#include "samples/StateWriter.h"
+#include "samples/dicomFile.h"
+#include "samples/SampleState.h"
 
 #include <set>
 

@@ -77,9 +77,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t len
   const Capture said;
   const std::string text(reinterpret_cast<const char*>(bytes), length);
   put(archive.metaFile, text);
-  ObjMeta meta;
+  tarn::study::ObjMeta meta;
   bool missing = false;
-  const int readable = meta.read(archive.metaFile, missing);
+  const auto readable = static_cast<int>(meta.read(archive.metaFile));
   const auto lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
   expect(meta.rowCount == meta.rows.size() && meta.rows.size() + 3 <= std::max<std::size_t>(lines, 3),
          "a row of the file is a row at most");

@@ -3,10 +3,10 @@
 #include "tests/support/Capture.h"
 
 #include "db/DBConnector.h"
-#include "samples/DicomFile.h"
+#include "samples/dicomFile.h"
 #include "privateblock/PBItem.h"
 #include "converter/PSConverter.h"
-#include "samples/StateWriter.h"
+#include "samples/SampleState.h"
 
 #include <memory>
 

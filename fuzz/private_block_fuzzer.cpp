@@ -1,6 +1,6 @@
 #include "fuzz/Fuzzing.h"
 
-#include "samples/DicomFile.h"
+#include "samples/dicomFile.h"
 #include "dicom/values.h"
 #include "dicom/loadFile.h"
 #include "privateblock/PBItem.h"

@@ -38,10 +38,7 @@ bool checkAndUpdateCanonicPrivateTag(DcmItem& item, DcmTag& tag)
 OFCondition convertFilePrivateTags(const std::string& path)
 {
   DcmFileFormat file;
-  OFCondition status = tarn::dicom::loadFile(file, path);
-  if (status.good())
-    status = file.loadAllDataIntoMemory();
-  if (status.bad())
+  if (const OFCondition status = tarn::dicom::loadFile(file, path); status.bad())
     return status;
   if (!handlePrivateTags(*file.getDataset()))
     return EC_PBPrivateTagProblem;

@@ -35,6 +35,14 @@ OFCondition insertOwned(DcmItem& item, std::unique_ptr<DcmElement> element, bool
   return status;
 }
 
+OFCondition insertOwned(DcmSequenceOfItems& sequence, std::unique_ptr<DcmItem> item)
+{
+  const OFCondition status = sequence.insert(item.get());
+  if (status.good())
+    static_cast<void>(item.release());
+  return status;
+}
+
 template <class Put>
 ElementWriter& ElementWriter::step(const char* message, Put put)
 {

@@ -58,5 +58,7 @@ void reportCondition(const std::string& message, const OFCondition& status);
 
 /// Inserts an element into an item, which owns it afterwards; on failure it is discarded.
 OFCondition insertOwned(DcmItem& item, std::unique_ptr<DcmElement> element, bool replace);
+/// The same for an item at the end of a sequence.
+OFCondition insertOwned(DcmSequenceOfItems& sequence, std::unique_ptr<DcmItem> item);
 
 } // namespace impsconverter

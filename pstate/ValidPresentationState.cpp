@@ -1,10 +1,11 @@
+// A presentation state of one image, module by module (PS3.3 A.33.1).
 #include "pstate/ValidPresentationState.h"
 
 #include "base/report.h"
 #include "pstate/ElementWriter.h"
 #include "dicom/EncodedItems.h"
 #include "images/ObjectInfo.h"
-#include "privateblock/PBItem.h"
+#include "pstate/OutputTemplate.h"
 #include "base/wrapping.h"
 
 #include <memory>
@@ -50,12 +51,11 @@ bool insertSequence(DcmItem& target, const DcmTagKey& tag, std::unique_ptr<DcmIt
                     const char* sequenceMessage)
 {
   auto sequence = std::make_unique<DcmSequenceOfItems>(DcmTag(tag, EVR_SQ));
-  if (const OFCondition status = sequence->insert(item.get()); status.bad())
+  if (const OFCondition status = insertOwned(*sequence, std::move(item)); status.bad())
   {
     reportCondition(itemMessage, status);
     return false;
   }
-  static_cast<void>(item.release());
   const OFCondition status = insertOwned(target, std::move(sequence), true);
   if (status.bad())
     reportCondition(sequenceMessage, status);
@@ -64,12 +64,20 @@ bool insertSequence(DcmItem& target, const DcmTagKey& tag, std::unique_ptr<DcmIt
 
 } // namespace
 
-ValidPresentationState::ValidPresentationState(DcmDataset* dataset, const std::string& sopInstanceUid, int base,
-                                               bool isDebug)
-  : PresentationState(dataset, isDebug), instanceBase(base)
+ValidPresentationState::ValidPresentationState(DcmDataset* dataset, const std::string& sopInstanceUid, int instanceBase,
+                                               bool debug)
+  : PresentationState(dataset, debug), instanceBase(instanceBase)
 {
+  // PS3.3 C.12.1: an object of its own
   fileFormat->getDataset()->putAndInsertString(DcmTag(DCM_SOPInstanceUID, EVR_UI), sopInstanceUid.c_str());
   name = (kFilePrefix + ("." + sopInstanceUid)).substr(0, kLongestName);
+}
+
+ValidPresentationState::ValidPresentationState(OutputTemplate& source, const std::string& sopInstanceUid,
+                                               int instanceBase, bool debug)
+  : ValidPresentationState(source.dataset(), sopInstanceUid, instanceBase, debug)
+{
+  holdsSource = false;
 }
 
 bool ValidPresentationState::hasDisplayedArea() const
@@ -232,8 +240,9 @@ bool ValidPresentationState::clean()
 {
   PresentationState::clean();
   DcmDataset& dataset = *fileFormat->getDataset();
-  dataset.findAndDeleteElement(DCM_SourceImageSequence);
-  const std::unique_ptr<DcmElement> pluginState(PBItem(dataset).removePB(PBItem::kPluginStateKey));
+  if (holdsSource)
+    OutputTemplate::removeSource(dataset);
+  holdsSource = false;
 
   Sint32 inputNumber = 0;
   if (dataset.findAndGetSint32(DCM_InstanceNumber, inputNumber).bad())

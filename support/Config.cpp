@@ -1,3 +1,4 @@
+// A properties file that is read again when it changed.
 #include "support/Config.h"
 
 #include "base/IMException.h"

@@ -11,8 +11,8 @@
 namespace tarn::imutils
 {
 
-/// A configuration record over a properties file (see IMProperties), reloaded when the file changed.
-/// A file that does not exist is an empty one. Not thread-safe.
+/// A configuration record over a properties file (see IMProperties), which is loaded again when it has changed. A file
+/// that does not exist counts as an empty one. Not thread-safe.
 class Config
 {
 public:
@@ -21,20 +21,22 @@ public:
   Config(const Config&) = delete;
   Config& operator=(const Config&) = delete;
 
-  /// Loads on the first call; later reloads when the file's time, size or identity changed, and resets when it went.
-  /// Throws IMException when the file cannot be read; the next call tries again.
+  /// Loads the file on the first call. A later call loads it again when its time, size or identity has changed, and
+  /// resets the record when the file is gone. Throws IMException when the file cannot be read; the next call tries
+  /// again.
   void check();
 
+  /// The value of the property `key`, nothing when the file does not have it.
   std::optional<std::string> getProperty(const std::string& key) const { return properties.getProperty(key); }
 
 protected:
-  /// Reads the file; the properties are those that it has.
+  /// Reads the file. Replaces all properties by those of the file.
   virtual void load();
-  /// Forgets all properties, and what was made of them.
+  /// Forgets all properties. A derived record restores the values that it took from them.
   virtual void reset();
 
 private:
-  /// What tells one version of the file from another; all zero when there is no file.
+  /// Tells one version of the file from another. All members are 0 when there is no file.
   struct Version
   {
     dev_t device = 0;

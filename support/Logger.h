@@ -3,15 +3,15 @@
 namespace tarn::utils
 {
 
-/// Where a part of the program writes its messages.
+/// A destination of messages.
 class Logger
 {
 public:
   virtual ~Logger() = default;
 
-  /// One message in printf's format.
+  /// Writes one message, formatted as printf formats it.
   virtual void logV(const char* format, ...) __attribute__((format(printf, 2, 3))) = 0;
-  /// One fixed message. It is taken as a format without arguments, so a text with '%' belongs to logV.
+  /// Writes one fixed message, which is used as a format without arguments: a text with '%' belongs to logV.
   virtual void log0(const char* message) __attribute__((format(printf, 2, 0))) = 0;
 
 protected:

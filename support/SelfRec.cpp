@@ -1,3 +1,4 @@
+// This host's own record, as its properties say it.
 #include "support/SelfRec.h"
 
 #include "base/environmentValue.h"

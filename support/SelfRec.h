@@ -5,18 +5,19 @@
 namespace tarn::imutils
 {
 
-/// This host's own configuration: the properties file $CONF/self.rec.
+/// This host's own configuration: the properties file self.rec in the folder that CONF names.
 class SelfRec : public Config
 {
 public:
-  /// Takes the file's name from the environment; reads nothing before check().
+  /// Takes the folder from the environment. Nothing is read before check().
   SelfRec();
 
-  /// The one record of the process, reloaded when its file has changed. For one thread only.
+  /// The one record of the process, which is loaded again when its file has changed. For one thread only. Throws
+  /// IMException when the file cannot be read.
   static SelfRec* Instance();
 
-  /// Reads the file; values are compared without regard to case. A property that is absent or, for the limit, no
-  /// number above 0 leaves its field as it was.
+  /// Reads the file. Values are compared without regard to case. A property that is absent leaves its field as it was,
+  /// and so does a limit that is no number above 0.
   void load() override;
   /// Forgets all properties and restores the defaults below.
   void reset() override;

@@ -1,3 +1,4 @@
+// The names of the results of look-ups.
 #include "support/Status.h"
 
 #include <array>

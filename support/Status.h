@@ -17,17 +17,17 @@ enum StatusEnum : int
   STATUS_ERROR = 6
 };
 
-/// A StatusEnum with its name and its verdict.
+/// A StatusEnum that tells success from failure and knows its name.
 class Status
 {
 public:
   // cppcheck-suppress noExplicitConstructor ; operations return the bare value
-  Status(const StatusEnum& result) : status(result) {}
+  Status(const StatusEnum& status) : status(status) {}
 
-  /// Success: below STATUS_MISSING.
+  /// Whether it is a success: a value below STATUS_MISSING.
   explicit operator bool() const { return status < STATUS_MISSING; }
-  /// "OK", "OK_NEW", ...; "UNRECOGNIZED" for a value that has no name.
-  explicit operator std::string() const;
+  /// The value's name: "OK", "OK_NEW", ...; "UNRECOGNIZED" for a value that has none.
+  operator std::string() const;
   StatusEnum value() const { return status; }
 
 private:

@@ -1,3 +1,4 @@
+// Messages to a stream of the standard library.
 #include "support/StdLogger.h"
 
 #include <cstdarg>

@@ -11,7 +11,7 @@ namespace tarn::utils
 class StdLogger : public Logger
 {
 public:
-  explicit StdLogger(std::FILE* target) : stream(target) {}
+  explicit StdLogger(std::FILE* stream) : stream(stream) {}
 
   void logV(const char* format, ...) override __attribute__((format(printf, 2, 3)));
   void log0(const char* message) override __attribute__((format(printf, 2, 0)));

@@ -1,3 +1,4 @@
+// Messages to the platform's log.
 #include "support/SyslogLogger.h"
 
 #include <cstdarg>
@@ -5,7 +6,7 @@
 namespace tarn::utils
 {
 
-SyslogLogger::SyslogLogger(imutils::LOG_MODE level) : logger("MetaMgr"), mode(level) {}
+SyslogLogger::SyslogLogger(imutils::LOG_MODE mode) : logger("MetaMgr"), mode(mode) {}
 
 void SyslogLogger::logV(const char* format, ...)
 {

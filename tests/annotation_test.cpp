@@ -1,8 +1,9 @@
 #include "tests/support/StateFixture.h"
 
-#include "annotations/DicomCieLab.h"
+#include "pstate/DicomCieLab.h"
 #include "images/ObjectInfo.h"
 #include "pstate/ValidPresentationState.h"
+#include "annotations/Parameters.h"
 #include "annotations/angle.h"
 #include "annotations/oval.h"
 #include "annotations/pointer.h"
@@ -13,6 +14,8 @@
 
 #include <dlfcn.h>
 
+#include <deque>
+#include <sstream>
 #include <tuple>
 
 using namespace impsconverter;
@@ -143,6 +146,33 @@ TEST_F(AnnotationTest, CompoundFormsReadBack)
   }
 }
 
+/// A kind of somebody else's, which draws by plain coordinates.
+class PlainKind : public Text
+{
+public:
+  using Text::Text;
+  bool createSimple() override
+  {
+    float points[] = {1.5F, 2, 3, 4};
+    float width = 0.0F;
+    float height = 0.0F;
+    calcTextBox("ab\n", width, height);
+    return addPolyline(points, 2) && addDashedLine(1, 2, width, height, DicomCieLab(0, 0, 0)) &&
+           addText(100, 100, "abcd", true) && addText(5, 6, "", false);
+  }
+};
+
+TEST_F(AnnotationTest, KindsMayDrawByPlainCoordinates)
+{
+  ValidPresentationState saved(file->getDataset(), "1.8", 1, false);
+  ASSERT_TRUE(saved.setImageReferences(ObjectInfo("1.2", "CT.1.2.3"), "1") && saved.checkAndCreateAnnotationLayer());
+  ASSERT_TRUE(PlainKind(&saved).createSimple() && saved.save(prefix));
+  EXPECT_EQ("abcd 84\\90 116\\110  5\\6 13\\26 1.5\\2\\3\\4 1\\2\\16\\20 DASHED",
+            valuesIn({DCM_GraphicData, DCM_LineDashingStyle, DCM_UnformattedTextValue, DCM_BoundingBoxTopLeftHandCorner,
+                      DCM_BoundingBoxBottomRightHandCorner},
+                     "PR.1.8"));
+}
+
 TEST_F(AnnotationTest, AnElementThatIsNotTakenEndsTheAnnotationWithOneLine)
 {
   const std::tuple<Make, DcmTagKey, const char*> rows[] = {
@@ -161,6 +191,90 @@ TEST_F(AnnotationTest, AnElementThatIsNotTakenEndsTheAnnotationWithOneLine)
     EXPECT_EQ(message + std::string(": Illegal call, perhaps wrong parameters\n"), said.error.str());
   }
 }
+
+struct Scan
+{
+  const char* name;
+  const char* fields; ///< d: number, g: real, s: word of at most 4 bytes
+  const char* text;
+  const char* expected; ///< the count and the values, which are 7 or "-" where nothing was read
+};
+
+class ParametersTest : public testing::TestWithParam<Scan>
+{
+};
+
+TEST_P(ParametersTest, ReadsAsScanfDoes)
+{
+  std::deque<int> numbers;
+  std::deque<double> reals;
+  std::deque<std::string> words;
+  Parameters scanned("fields", "a test", GetParam().text, false);
+  std::ostringstream values;
+  for (const char field : std::string(GetParam().fields))
+    if (field == 'd')
+    {
+      scanned.number(numbers.emplace_back(7));
+      values << ' ' << numbers.back();
+    }
+    else if (field == 'g')
+    {
+      scanned.real(reals.emplace_back(7));
+      values << ' ' << reals.back();
+    }
+    else
+    {
+      scanned.word(words.emplace_back("-"), nullptr, 4);
+      values << ' ' << words.back();
+    }
+  EXPECT_EQ(GetParam().expected, std::to_string(scanned.count()) + values.str());
+}
+
+const Scan kScans[] = {
+    {"NothingAtAll", "dd", "", "-1 7 7"},
+    {"BlanksAlone", "sd", " \t\n\v\f\r", "-1 - 7"},
+    {"NoNumber", "dd", "a 1", "0 7 7"},
+    {"ASignAlone", "d", "-", "0 7"},
+    {"ASignApart", "d", "- 5", "0 7"},
+    {"TwoSigns", "d", "+-5", "0 7"},
+    {"APlus", "d", "+5", "1 5"},
+    {"TheTextEndsLate", "dd", "1 ", "1 1 7"},
+    {"NothingAfterAFailure", "ddd", "1 a 3", "1 1 7 7"},
+    {"AllWhiteSpaceSeparates", "dddddd", "\t1\n2\v3\f4\r5 6", "6 1 2 3 4 5 6"},
+    {"NumbersTouch", "dd", "1-2", "2 1 -2"},
+    {"OctalIsDecimal", "d", "010", "1 10"},
+    {"HexLeavesItsX", "ds", "0x1F", "2 0 x1F"},
+    {"APointEndsANumber", "dg", "1.5", "2 1 0.5"},
+    {"LargestNumber", "d", "2147483647", "1 2147483647"},
+    {"LowBitsOf2To31", "d", "2147483648", "1 -2147483648"},
+    {"LowBitsOf2To32", "d", "4294967296", "1 0"},
+    {"HeldAt2To63", "d", "9223372036854775808", "1 -1"},
+    {"HeldAtMinus2To63", "d", "-99999999999999999999", "1 0"},
+    {"AWordLeavesItsRest", "sds", "abcd12ef", "3 abcd 12 ef"},
+    {"AWordTakesAnyByte", "sd", "\x01\xff|% 5", "2 \x01\xff|% 5"},
+    {"ARealTakesItsExponent", "gs", "1.5E+2x", "2 150 x"},
+    {"AnUnfinishedExponentIsTaken", "gs", "1e+ 2", "2 1 2"},
+    {"AnExponentHasOneSign", "gd", "1e+-5", "2 1 -5"},
+    {"OneExponent", "gs", "1e2e3", "2 100 e3"},
+    {"OnePoint", "gg", "1.2.5", "2 1.2 0.5"},
+    {"ACommaIsNoPoint", "gs", "1,5", "2 1 ,5"},
+    {"NoDigitBeforeThePoint", "g", "-.5", "1 -0.5"},
+    {"APointAlone", "g", ".", "0 7"},
+    {"NoDigitBeforeTheExponent", "g", ".e5", "0 7"},
+    {"ARealInHex", "gs", "0X1.8P+1p", "2 3 p"},
+    {"HexWithoutDigits", "gs", "0x 1", "0 7 -"},
+    {"HexWithItsPointAlone", "gs", "-0x.1x", "2 -0.0625 x"},
+    {"HexOfAPoint", "gs", "0x.p1", "2 0 p1"},
+    {"NoSecondZeroBeforeX", "gs", "00x1", "2 0 x1"},
+    {"TooLarge", "g", "1e400", "1 inf"},
+    {"TooSmall", "g", "-1e-400", "1 -0"},
+    {"Infinity", "ggs", "-INF infinityx", "3 -inf inf x"},
+    {"HalfOfInfinity", "gs", "infin", "0 7 -"},
+    {"NotANumber", "gs", "nan(1)", "2 nan (1)"},
+    {"NotQuiteNan", "gs", "nam", "0 7 -"},
+};
+INSTANTIATE_TEST_SUITE_P(Fields, ParametersTest, testing::ValuesIn(kScans),
+                         [](const auto& row) { return row.param.name; });
 
 TEST(DicomCieLab, GivesTheBitsOfTheToolkit)
 {

@@ -3,10 +3,10 @@
 #include "tests/support/SqlText.h"
 #include "tests/support/StateFixture.h"
 
-#include "samples/Archive.h"
+#include "samples/archive.h"
 #include "db/ArchiveAdmin.h"
 #include "db/DBConnectorSql.h"
-#include "samples/DicomFile.h"
+#include "samples/dicomFile.h"
 #include "tests/support/Files.h"
 #include "converter/PSConverter.h"
 #include "db/SqlSession.h"

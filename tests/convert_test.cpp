@@ -1,6 +1,6 @@
 #include "tests/support/StateFixture.h"
 
-#include "samples/DicomFile.h"
+#include "samples/dicomFile.h"
 #include "converter/PSConverter.h"
 #include "converter/annomend.h"
 #include "converter/fileTrees.h"
@@ -132,6 +132,42 @@ TEST_F(ConvertTest, LibraryCallersOwnWhatTheyGet)
     EXPECT_EQ(good, out.back() == file.get());
     EXPECT_EQ(good, file->getDataset()->tagExists(DCM_DisplayedAreaSelectionSequence)) << "made conformant";
   }
+}
+
+TEST_F(ConvertTest, ALibraryCallersFileStaysItsOwnWithoutAList)
+{
+  const auto file = state("label");
+  const Capture said;
+  EXPECT_FALSE(PSConverter(*db, file.get(), nullptr, 0, false).convert(false));
+  EXPECT_TRUE(file->getDataset()->tagExists(kPluginState));
+}
+
+TEST_F(ConvertTest, TellsWhatItCameTo)
+{
+  using impsconverter::Outcome;
+  const auto run = [&](const std::string& path, bool touchObjectCache = false)
+  {
+    const Capture said;
+    return PSConverter(*db, path, prefix, 0, false).run(touchObjectCache);
+  };
+  const auto runOn = [&](DcmFileFormat& file, bool touchObjectCache = false)
+  {
+    samples::writeFile(inputPath, samples::encodeFile(*file.getDataset(), EXS_LittleEndianExplicit));
+    return run(inputPath, touchObjectCache);
+  };
+  const auto without = [&](const DcmTagKey& tag)
+  {
+    auto file = state(kOneId);
+    file->getDataset()->findAndDeleteElement(tag);
+    return file;
+  };
+  EXPECT_EQ(Outcome::done, runOn(*state(kOneId)));
+  EXPECT_EQ(Outcome::nothingToDo, runOn(*without(kPluginState)));
+  EXPECT_EQ(Outcome::refused, runOn(*without(DCM_ReferencedSeriesSequence)));
+  EXPECT_EQ(Outcome::refused, runOn(*without(DCM_SOPInstanceUID)));
+  EXPECT_EQ(Outcome::notLoaded, run(folder / "nowhere"));
+  EXPECT_EQ(Outcome::cacheFailed, runOn(*state(kOneId), true));
+  EXPECT_EQ(Outcome::failed, runOn(*state("label")));
 }
 
 TEST_F(ConvertTest, TheCopyIsFixedOnRequest)

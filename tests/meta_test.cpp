@@ -77,6 +77,7 @@ const Look kLooks[] = {
     {"NoDataVariable", "data/s/objectdb.meta", "s", STATUS_MISSING, kNotSet + "REPOSITORY_DICOM_DATA\n", "",
      "REPOSITORY_DICOM_DATA"},
     {"DataGone", "", "sc", kUnusable, kLocating + "data" + kGone, "", "data"},
+    {"DataGoneButMetaThere", "meta/s/order", "s", STATUS_OK, "", "order", "data"},
     {"LegacyStoreState", "data/s/storestate.rec data/s/CT.1", "s", STATUS_OK, "", "storestate.rec"},
     {"LegacyObjectMeta", "data/s/objectdb.meta data/s/resend", "sc", STATUS_OK,
      kError + "Error getting autoforward devices: no database connection\n", "objectdb.meta resend storestate.rec"},
@@ -153,8 +154,19 @@ TEST_F(MetaTest, TheDefaultStoreStateNamesModeAndDevices)
     EXPECT_EQ(contents(root / "state"),
               "Version=\"1\"\nProcessMode=\"" + mode + "\"\nStudyOwner=\"yes\"\nForwardDevices=\"B a b\"\n");
   }
-  const ScopedEnvironment unset("DEVSERVTBL", std::nullopt);
-  EXPECT_THROW((void)MetaManager().createDefaultStorestate(root / "state", conn), tarn::imutils::IMException);
+  put("state");
+  fs::remove(root / "conf/self.rec");
+  {
+    const ScopedEnvironment unset("DEVSERVTBL", std::nullopt);
+    EXPECT_THROW((void)MetaManager().createDefaultStorestate(root / "state", conn), tarn::imutils::IMException);
+  }
+  EXPECT_EQ(contents(root / "state"), "state") << "the tables are missed before the file is cut";
+  fs::create_directory(root / "conf/self.rec");
+  const LogFile log;
+  EXPECT_FALSE(MetaManager().createDefaultStorestate(root / "state", conn));
+  EXPECT_EQ(log.lines(), filled(kError + "MetaManager::createDefaultStorestate() writing {}/state failed: "
+                                         "{}/conf/self.rec cannot be read: Is a directory\n"));
+  EXPECT_EQ(contents(root / "state"), "state");
 }
 
 TEST_F(MetaTest, FilesMoveAlsoAcrossFileSystems)
@@ -204,6 +216,47 @@ TEST_F(MetaTest, DeletingParksTheMovableFilesAndCreatingRestoresThem)
   EXPECT_TRUE(list("temp").empty());
   EXPECT_EQ(manager.restoreFromTempMeta("s", root / "meta/s", conn).value(), STATUS_MISSING);
   EXPECT_FALSE(manager.deleteTemp("s", nullptr));
+}
+
+/// Permission bits do not hold for root.
+class AsNobody
+{
+public:
+  AsNobody() { EXPECT_EQ(user == 0 ? seteuid(65534) : 0, 0); }
+  ~AsNobody() { EXPECT_EQ(seteuid(user), 0); }
+  AsNobody(const AsNobody&) = delete;
+  AsNobody& operator=(const AsNobody&) = delete;
+
+private:
+  const uid_t user = geteuid();
+};
+
+TEST_F(MetaTest, ADirectoryThatMayNotBeLookedIntoIsAnErrorAndNoException)
+{
+  for (const char* directory : {"", "data", "meta", "temp"})
+    fs::permissions(root / directory, fs::perms::all);
+  put("meta/s/order");
+  put("data/s/objectdb.meta");
+  for (const char* closed : {"meta/s", "data/s"})
+    fs::permissions(root / closed, fs::perms::none);
+  const LogFile log;
+  std::string metaDir;
+  const MetaConn conn(nullptr);
+  {
+    const AsNobody nobody;
+    MetaManager manager;
+    EXPECT_EQ(manager.getMeta("s", false, false, metaDir, nullptr, true).value(), STATUS_ERROR);
+    EXPECT_EQ(manager.saveToTempMeta("s", conn).value(), STATUS_ERROR);
+    EXPECT_FALSE(manager.deleteMeta("s", nullptr));
+    EXPECT_EQ(manager.copyLegacy("s", metaDir, conn).value(), STATUS_ERROR);
+  }
+  for (const char* closed : {"meta/s", "data/s"})
+    fs::permissions(root / closed, fs::perms::owner_all);
+  const std::string lines = log.lines();
+  for (const char* operation : {"getMeta", "saveToTempMeta", "copyLegacy"})
+    EXPECT_NE(lines.find(kError + "MetaManager::" + operation + "() looking for the meta of s failed: "),
+              std::string::npos)
+        << lines;
 }
 
 TEST_F(MetaTest, NothingIsDeletedThatCouldNotBeParked)

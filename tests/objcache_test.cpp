@@ -22,6 +22,7 @@ namespace
 namespace fs = std::filesystem;
 using namespace tarn::db;
 using tarn::imutils::IMSemaphore;
+using tarn::study::StudyLock;
 using Lines = std::vector<std::string>;
 
 std::vector<float> lockArguments; // the last lock's
@@ -156,6 +157,8 @@ const Refused kRefused[] = {
     {"a field missing", -23, 2, kBad},
     {"its own end marker", -23, 1, kHeader + "s\tCT.1\t<<EOL>>\t<<EOL>>\n"},
     {"the name 'X)--' is no identifier", 0, 1, "0\n3\nSTUDYUID\tFNAME\tX)--\ns\tCT.1\t1\n"},
+    {"cannot prepare a statement: Column 'FNAME' specified twice\n", 0, 1,
+     "0\n3\nSTUDYUID\tfName\tFNAME\ns\tCT.1\t1\n"},
     {"the name 'objects;--' is no identifier", 0, 2, kGood, {{"OBJECTTBL", "objects;--"}}},
     {"nowhere", 0, 2, kGood, {{"OBJECTTBL", "nowhere"}}},
     {"SOPINSTUID", 0, 600, metaText(599) + "s\tZ\t" + std::string(65, '1') + "\n"},
@@ -275,6 +278,25 @@ TEST_P(ObjCache, StatesOfTheEntry)
       db->references().addReference("s", "STUDYDIR", "ocerror");
     EXPECT_EQ(touch(!has('u')), row.message);
     EXPECT_EQ(state(), row.after);
+  }
+}
+
+TEST_P(ObjCache, TheExceptionTellsWhetherReferencesAreForced)
+{
+  const std::pair<const char*, bool> rows[] = {{"", true}, {"1,0", true}, {"2,1", false}, {"3,0", false}};
+  for (const auto& [entry, forced] : rows)
+  {
+    begin(kBad, 2);
+    putEntry(entry);
+    try
+    {
+      ObjCacheMgr(db.get()).doTouch("s", true);
+      ADD_FAILURE() << entry;
+    }
+    catch (const ObjCacheException& failure)
+    {
+      EXPECT_EQ(failure.forceErrorRefs, forced) << entry;
+    }
   }
 }
 

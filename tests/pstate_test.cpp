@@ -1,7 +1,7 @@
 #include "tests/support/StateFixture.h"
 
 #include "db/DBException.h"
-#include "samples/DicomFile.h"
+#include "samples/dicomFile.h"
 #include "images/ObjectInfo.h"
 #include "images/StudyObjects.h"
 #include "pstate/ValidPresentationState.h"

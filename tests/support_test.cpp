@@ -3,9 +3,12 @@
 #include "tests/support/TempDir.h"
 
 #include "support/SelfRec.h"
+#include "support/Status.h"
 #include "support/StdLogger.h"
 
 #include <gtest/gtest.h>
+
+#include <tuple>
 
 namespace
 {
@@ -20,6 +23,22 @@ TEST(StdLogger, WritesLinesToAStreamThatStaysOpen)
   EXPECT_EQ(std::fputs("still open", stream), 1);
   std::fclose(stream);
   EXPECT_EQ(contents(folder / "log"), "value 5 of x\nfixed\nstill open");
+}
+
+TEST(Status, KnowsItsNameAndWhetherItIsASuccess)
+{
+  using tarn::utils::Status;
+  const std::tuple<int, std::string, bool> rows[] = {{0, "OK", true},        {1, "OK_NEW", true},
+                                                     {2, "OK_COPIED", true}, {3, "OK_TEMP", true},
+                                                     {4, "MISSING", false},  {5, "REPOSITORY_ERROR", false},
+                                                     {6, "ERROR", false},    {9, "UNRECOGNIZED", false}};
+  for (const auto& [value, name, success] : rows)
+  {
+    const Status status(static_cast<tarn::utils::StatusEnum>(value));
+    const std::string text = status;
+    EXPECT_EQ(text, name);
+    EXPECT_EQ(static_cast<bool>(status), success) << name;
+  }
 }
 
 TEST(HostRecord, FollowsItsFile)

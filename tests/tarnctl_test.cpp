@@ -2,9 +2,9 @@
 #include "tests/support/Capture.h"
 #include "tests/support/Files.h"
 
-#include "dicom/AttributeSupply.h"
+#include "dicom/dictionary.h"
 #include "db/DBConnectorSql.h"
-#include "samples/DicomFile.h"
+#include "samples/dicomFile.h"
 #include "db/IMSemaphoreGlobal.h"
 #include "study/cache/ObjCacheMgr.h"
 #include "db/ObjectAccessor.h"

@@ -1,3 +1,4 @@
+// The files below folders, walked without recursion.
 #include "tools/FileList.h"
 
 #include <algorithm>
@@ -35,7 +36,8 @@ void FileList::add(const std::string& path)
       others.push_back(found.string());
   };
   std::error_code ignored;
-  for (sortIn(path, fs::is_directory(path, ignored)); !folders.empty();)
+  sortIn(path, fs::is_directory(path, ignored));
+  while (!folders.empty())
   {
     const fs::path folder = folders.back();
     folders.pop_back();

@@ -6,16 +6,16 @@
 namespace tarn::tools
 {
 
-/// Files to be read, and why others cannot be.
+/// The files that are to be read, and what is left out.
 struct FileList
 {
   std::vector<std::string> files;    ///< regular files, links to such included; sorted by path
-  std::vector<std::string> problems; ///< one line each
-  std::vector<std::string> others;   ///< paths of what is neither file nor folder, and of links to folders
+  std::vector<std::string> problems; ///< why something cannot be looked at, one line each
+  std::vector<std::string> others;   ///< what is neither file nor folder, and links to folders
 
-  /// Adds `path`, and when it is a folder all that is below it. Links to folders are followed for `path` only.
+  /// Adds `path` or, when it is a folder, everything below it. A link to a folder is followed for `path` only.
   void add(const std::string& path);
-  /// Sorts, and drops paths that are there twice. To be called when all is added.
+  /// Sorts, and drops repeated paths. REQUIRES: everything is added.
   void sort();
 };
 

@@ -1,3 +1,4 @@
+// A progress bar that is drawn in place.
 #include "tools/Progress.h"
 
 #include "base/Console.h"
@@ -10,9 +11,10 @@
 namespace tarn::tools
 {
 
-Progress::Progress(std::size_t count, bool isShown) : total(count), shown(isShown && count > 0)
+Progress::Progress(std::size_t total, bool shown) : total(total), shown(shown && total > 0)
+
 {
-  if (shown)
+  if (this->shown)
     draw();
 }
 

@@ -5,23 +5,22 @@
 namespace tarn::tools
 {
 
-/// A bar of what is done, on consoleError(), drawn in place at most a hundred times. The line is empty again when it is
-/// destroyed.
+/// A progress bar on consoleError(), which is drawn in place at most a hundred times. The destructor empties the line.
 class Progress
 {
 public:
-  /// `shown` false draws nothing.
+  /// Draws nothing unless `shown` is set.
   Progress(std::size_t total, bool shown);
   ~Progress() { clear(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  /// One more is done.
+  /// Counts one more file as done.
   void step();
-  /// Empties the line, so that another can be written; the next change draws the bar again.
+  /// Empties the line for a message. The next change draws the bar again.
   void clear();
 
-  /// Whether somebody sees it: standard error is a terminal, and consoleError() is standard error.
+  /// Whether somebody sees the bar: consoleError() is standard error, and that is a terminal.
   static bool isSeen();
 
 private:

@@ -1,25 +1,27 @@
+// Studies in the database and in the meta repository, changed together.
 #include "tools/StudyAdmin.h"
 
-#include "db/DBConnectorSql.h"
 #include "base/IMException.h"
-#include "tools/ObjectMetaFile.h"
 #include "base/PartFile.h"
 #include "base/files.h"
+#include "db/DBConnectorSql.h"
 #include "study/cache/StudyLock.h"
+#include "study/meta/metaFiles.h"
+#include "study/meta/storeState.h"
+#include "study/objectmeta/ObjMetaUpdate.h"
+#include "support/SyslogLogger.h"
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 
 namespace tarn::tools
 {
 namespace
 {
 
-namespace fs = std::filesystem;
 using imutils::IMException;
 
-void take(db::StudyLock& lock, const std::string& study)
+void take(study::StudyLock& lock, const std::string& studyUid)
 {
   try
   {
@@ -27,20 +29,43 @@ void take(db::StudyLock& lock, const std::string& study)
   }
   catch (const imutils::IMTimeoutException&)
   {
-    throw IMException(study + ": another process has held the study's lock for 30 seconds");
+    throw IMException(studyUid + ": another process has held the study's lock for 30 seconds");
   }
+}
+
+void require(bool isDone, const base::PartFile& file)
+{
+  if (!isDone)
+    throw IMException(file.path() + ": " + std::strerror(errno));
+}
+
+/// Fills a file that waits for its name; it is on the disk then.
+bool fill(const base::PartFile& file, const std::string& text)
+{
+  return file.good() && file.write(text.data(), text.size()) && file.sync();
 }
 
 /// Gives a complete file its name, for good.
 void publish(base::PartFile& file, const std::string& folder)
 {
-  if (!file.keep() || !base::syncFolder(folder))
-    throw IMException(file.path() + ": " + std::strerror(errno));
+  require(file.keep() && base::syncFolder(folder), file);
 }
 
-[[noreturn]] void refuseMeta(const std::string& study, const std::string& what)
+void readExisting(const std::string& path, study::ObjMetaUpdate& meta)
 {
-  throw IMException(study + ": its meta directory cannot be " + what + ", see the log");
+  try
+  {
+    meta.read(path);
+  }
+  catch (const IMException& refusal)
+  {
+    throw IMException(refusal.what() + std::string(" (--replace writes it anew)"));
+  }
+}
+
+[[noreturn]] void refuseMeta(const std::string& studyUid, const std::string& what)
+{
+  throw IMException(studyUid + ": its meta directory cannot be " + what + ", see the log");
 }
 
 } // namespace
@@ -50,99 +75,101 @@ bool StudyReport::isKnown() const
   return state.row || state.entry || state.objectRows > 0 || state.references > 0 || meta;
 }
 
-StudyAdmin::StudyAdmin(db::DBConnectorSql& connector) : db(connector), admin(connector) {}
+StudyAdmin::StudyAdmin(db::DBConnectorSql& db) : db(db), admin(db) {}
 
-StudyReport StudyAdmin::reportOn(const std::string& study)
+StudyReport StudyAdmin::reportOn(const std::string& studyUid)
 {
   StudyReport report;
-  report.state = admin.studyState(study);
-  report.meta = metaManager.getMeta(study, false, true, report.metaDir, &db, false);
+  report.state = admin.studyState(studyUid);
+  report.meta = metaManager.getMeta(studyUid, false, true, report.metaDir, &db, false);
   return report;
 }
 
-AddedStudy StudyAdmin::add(const std::string& study, const std::vector<StudyObject>& objects, const AddOptions& options)
+AddedStudy StudyAdmin::add(const std::string& studyUid, const std::vector<study::StudyObject>& objects,
+                           const AddOptions& options)
 {
-  db::StudyLock lock(study, &db);
-  take(lock, study);
-  const db::StudyState before = admin.studyState(study);
-  const std::string metaDir = metaDirForWriting(study);
+  study::StudyLock lock(studyUid, &db);
+  take(lock, studyUid);
+  const db::StudyState before = admin.studyState(studyUid);
+  const std::string metaDir = metaDirForWriting(studyUid);
   writeStoreState(metaDir);
 
-  const std::string path = metaDir + "/objectdb.meta";
-  ObjectMetaFile meta;
+  const std::string path = metaDir + "/" + study::kObjectMeta;
+  study::ObjMetaUpdate meta;
   if (!options.replace)
-    meta.read(path);
-  for (const StudyObject& object : objects)
+    readExisting(path, meta);
+  for (const study::StudyObject& object : objects)
     meta.put(object);
   base::PartFile file(path);
-  meta.write(file);
+  require(fill(file, meta.content().text()), file);
 
-  resetEntry(study, before);
+  resetEntry(studyUid, before);
   publish(file, metaDir);
   const bool wasRequired = before.row && before.row->metaRequired;
-  admin.registerStudy(study, static_cast<int>(meta.size()), options.metaRequired.value_or(wasRequired));
+  admin.registerStudy(studyUid, static_cast<int>(meta.size()), options.metaRequired.value_or(wasRequired));
   return {meta.size(), meta.added(), meta.changed()};
 }
 
-std::string StudyAdmin::metaDirForWriting(const std::string& study)
+std::string StudyAdmin::metaDirForWriting(const std::string& studyUid)
 {
   std::string metaDir;
-  if (!metaManager.getMeta(study, true, false, metaDir, &db, true))
-    refuseMeta(study, "made");
+  if (!metaManager.getMeta(studyUid, true, false, metaDir, &db, true))
+    refuseMeta(studyUid, "made");
   return metaDir;
 }
 
 void StudyAdmin::writeStoreState(const std::string& metaDir)
 {
-  const std::string path = metaDir + "/storestate.rec";
-  if (fs::exists(fs::symlink_status(path)))
+  const std::string path = metaDir + "/" + study::kStoreState;
+  if (study::entryExists(path))
     return;
+  utils::SyslogLogger logger(imutils::LOG_MODE_ERROR);
+  const std::string text = study::defaultStoreState(utils::MetaConn(&db), logger);
   base::PartFile file(path);
-  utils::MetaConn conn(&db);
-  if (!file.good() || !metaManager.createDefaultStorestate(file.path(), conn) || !file.sync())
+  if (!fill(file, text))
     throw IMException(path + ": the store state cannot be written");
   publish(file, metaDir);
 }
 
-/// The rows that a valid entry stands for are about to be no longer those of the object meta file: the entry is gone
-/// for good before the file changes.
-void StudyAdmin::resetEntry(const std::string& study, const db::StudyState& state)
+/// A valid entry must not outlive the object meta file that its rows come from: it is gone for good before the file
+/// changes.
+void StudyAdmin::resetEntry(const std::string& studyUid, const db::StudyState& state)
 {
   if (state.row)
-    admin.registerStudy(study, state.row->objectCount, state.row->metaRequired);
+    admin.registerStudy(studyUid, state.row->objectCount, state.row->metaRequired);
   else
-    admin.clearError(study);
+    admin.clearError(studyUid);
   db.sync();
 }
 
-void StudyAdmin::clearError(const std::string& study)
+void StudyAdmin::clearError(const std::string& studyUid)
 {
-  db::StudyLock lock(study, &db);
-  take(lock, study);
-  if (!reportOn(study).isKnown())
-    throw IMException(study + ": no such study");
-  admin.clearError(study);
+  study::StudyLock lock(studyUid, &db);
+  take(lock, studyUid);
+  if (!reportOn(studyUid).isKnown())
+    throw IMException(studyUid + ": no such study");
+  admin.clearError(studyUid);
 }
 
-void StudyAdmin::remove(const std::string& study)
+void StudyAdmin::remove(const std::string& studyUid)
 {
-  db::StudyLock lock(study, &db);
-  take(lock, study);
-  if (!reportOn(study).isKnown())
-    throw IMException(study + ": no such study");
-  removeMeta(study);
-  admin.removeStudy(study);
+  study::StudyLock lock(studyUid, &db);
+  take(lock, studyUid);
+  if (!reportOn(studyUid).isKnown())
+    throw IMException(studyUid + ": no such study");
+  removeMeta(studyUid);
+  admin.removeStudy(studyUid);
 }
 
-void StudyAdmin::removeMeta(const std::string& study)
+void StudyAdmin::removeMeta(const std::string& studyUid)
 {
   std::string metaDir;
-  const utils::Status found = metaManager.getMeta(study, false, true, metaDir, &db, false);
+  const utils::Status found = metaManager.getMeta(studyUid, false, true, metaDir, &db, false);
   if (found.value() == utils::STATUS_MISSING)
     return;
   const bool isParked = found.value() == utils::STATUS_OK_TEMP;
-  if (!found || !(isParked || metaManager.deleteMeta(study, &db)) || !metaManager.deleteTemp(study, &db))
-    refuseMeta(study, "removed");
+  if (!found || !(isParked || metaManager.deleteMeta(studyUid, &db)) || !metaManager.deleteTemp(studyUid, &db))
+    refuseMeta(studyUid, "removed");
 }
 
 } // namespace tarn::tools

@@ -2,7 +2,7 @@
 
 #include "db/ArchiveAdmin.h"
 #include "study/meta/MetaManager.h"
-#include "tools/StudyObject.h"
+#include "study/objectmeta/StudyObject.h"
 
 #include <list>
 #include <optional>
@@ -17,17 +17,17 @@ class DBConnectorSql;
 namespace tarn::tools
 {
 
-/// How studies are added.
+/// The options of adding studies.
 struct AddOptions
 {
-  std::optional<bool> metaRequired; ///< nothing: as it was, false for a new study
-  bool replace = false;             ///< drops the objects that the study had
+  std::optional<bool> metaRequired; ///< nothing keeps what the study has; a new study has false
+  bool replace = false;             ///< drops the objects that the study has
 };
 
 /// What add() made of a study.
 struct AddedStudy
 {
-  std::size_t objects = 0; ///< all of them
+  std::size_t objects = 0; ///< that the study has now
   std::size_t added = 0;
   std::size_t changed = 0;
 };
@@ -42,31 +42,33 @@ struct StudyReport
   bool isKnown() const;
 };
 
-/// Registers, shows and removes studies: the rows of the database and the meta directory together. Changes are made
-/// under the study's lock. Operations throw standard exceptions, whose texts are one line.
+/// Registers, shows and removes studies: their rows in the database together with their meta directories. Changes are
+/// made under the study's lock. Operations throw standard exceptions, whose texts are one line.
 class StudyAdmin
 {
 public:
   explicit StudyAdmin(db::DBConnectorSql& db);
 
   std::list<std::string> listStudies() { return admin.listStudies(); }
-  StudyReport reportOn(const std::string& study);
+  StudyReport reportOn(const std::string& studyUid);
 
-  /// Registers objects of one study. Its meta directory is made where it is missing, filled from the legacy place where
-  /// it has a state there, and gets a store state. The next run of the converter imports. A crash at any point leaves
-  /// the object meta file whole, old or new, and no entry that calls other rows valid; where the count of objects and
-  /// the file do not belong together, an import refuses them and the same call repairs them.
-  AddedStudy add(const std::string& study, const std::vector<StudyObject>& objects, const AddOptions& options);
-  /// Drops the entry of the object cache and the error references.
-  void clearError(const std::string& study);
-  /// Removes the meta directory, what is parked of it, and then the study's rows: what is interrupted still shows.
-  void remove(const std::string& study);
+  /// Registers objects of one study, which the next run of the converter imports. A missing meta directory is made and
+  /// filled from the legacy layout where the study has a state there; a missing store state is written. A crash at any
+  /// point leaves the object meta file whole, old or new, and no entry that calls other rows valid. Where a crash
+  /// leaves a count of objects that does not belong to the file, an import refuses them and the same call repairs them.
+  AddedStudy add(const std::string& studyUid, const std::vector<study::StudyObject>& objects,
+                 const AddOptions& options);
+  /// Drops the study's entry of the object cache and its error references.
+  void clearError(const std::string& studyUid);
+  /// Removes the meta directory, its parked files and then the study's rows, so that an interrupted removal still
+  /// shows.
+  void remove(const std::string& studyUid);
 
 private:
-  std::string metaDirForWriting(const std::string& study);
+  std::string metaDirForWriting(const std::string& studyUid);
   void writeStoreState(const std::string& metaDir);
-  void resetEntry(const std::string& study, const db::StudyState& state);
-  void removeMeta(const std::string& study);
+  void resetEntry(const std::string& studyUid, const db::StudyState& state);
+  void removeMeta(const std::string& studyUid);
 
   db::DBConnectorSql& db;
   db::ArchiveAdmin admin;

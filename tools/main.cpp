@@ -1,3 +1,4 @@
+// The program tarnctl.
 #include "tools/tarnctl.h"
 
 #include "base/process.h"

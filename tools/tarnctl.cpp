@@ -1,16 +1,17 @@
+// The command line of tarnctl.
 #include "tools/tarnctl.h"
 
 #include "base/Console.h"
 #include "base/report.h"
 #include "dicom/dictionary.h"
-#include "tools/StudyObject.h"
-#include "tools/commands.h"
+#include "dicom/uid.h"
+#include "tools/tarnctlCommands.h"
 
 #include <CLI/CLI.hpp>
 
 #include <exception>
-#include <functional>
 #include <string>
+#include <vector>
 
 namespace tarn::tools
 {
@@ -19,9 +20,9 @@ namespace
 
 enum ExitStatus
 {
-  kDone = 0,
-  kFailed = 1,
-  kUsage = 2
+  done = 0,
+  failed = 1,
+  misused = 2
 };
 
 constexpr char kEnvironment[] = R"(
@@ -35,6 +36,69 @@ A study that is registered already keeps its objects: those found are added, or 
 Files that are no DICOM objects are skipped. One that cannot be read is reported, the others are registered, and the
 exit status is 1.)";
 
+/// What the command line says beside the command.
+struct Arguments
+{
+  std::vector<std::string> directories;
+  AddOptions addOptions;
+  std::string studyUid;
+};
+
+void takeNothing(CLI::App& /*command*/, Arguments& /*arguments*/) {}
+
+void takeDirectories(CLI::App& command, Arguments& arguments)
+{
+  command.footer(kAddStudy);
+  command.add_option("DIR", arguments.directories, "Folders (or files)")->type_name("")->required();
+  const auto setRequired = [&options = arguments.addOptions](bool required)
+  { return [&options, required] { options.metaRequired = required; }; };
+  CLI::Option* required = command.add_flag_callback("--meta-required", setRequired(true),
+                                                    "A missing object meta file is an error for the study");
+  command.add_flag_callback("--no-meta-required", setRequired(false), "It is none (so it is for a new study)")
+      ->excludes(required);
+  command.add_flag("--replace", arguments.addOptions.replace, "Forget the objects that the study had");
+}
+
+CLI::Option* addStudy(CLI::App& command, Arguments& arguments)
+{
+  const auto refusal = [](const std::string& text)
+  { return dicom::isUid(text) ? "" : "'" + text + "' is no study UID"; };
+  return command.add_option("STUDY", arguments.studyUid, "Study Instance UID")
+      ->type_name("")
+      ->check(CLI::Validator(refusal, ""));
+}
+
+void mayTakeStudy(CLI::App& command, Arguments& arguments)
+{
+  addStudy(command, arguments);
+}
+
+void takeStudy(CLI::App& command, Arguments& arguments)
+{
+  addStudy(command, arguments)->required();
+}
+
+struct Command
+{
+  const char* name;
+  const char* description;
+  void (*takeArguments)(CLI::App& command, Arguments& arguments);
+  bool (*run)(const Arguments& arguments);
+};
+
+const Command kCommands[] = {
+    {"init", "Makes the tables of the database where they do not exist.", takeNothing,
+     [](const Arguments& /*none*/) { return initDatabase(); }},
+    {"add-study", "Registers the studies of all DICOM files in DIR... and below.", takeDirectories,
+     [](const Arguments& given) { return addStudies(given.directories, given.addOptions); }},
+    {"status", "Shows what is known of all studies, or of one.", mayTakeStudy,
+     [](const Arguments& given) { return showStatus(given.studyUid); }},
+    {"clear-error", "Forgets that the import of a study failed: the next conversion imports it again.", takeStudy,
+     [](const Arguments& given) { return clearError(given.studyUid); }},
+    {"remove-study", "Removes a study from the database and its meta directory from the repositories.", takeStudy,
+     [](const Arguments& given) { return removeStudy(given.studyUid); }},
+};
+
 /// The command line, and what it asks for.
 class CommandLine
 {
@@ -42,19 +106,18 @@ public:
   CommandLine()
   {
     app.set_version_flag("--version", "tarnctl " ANNOMEND_VERSION);
-    app.require_subcommand(0, 1); // a command that there is not is named in the message then
+    app.require_subcommand(0, 1); // a command that does not exist is named in the message then
     app.footer(kEnvironment);
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-    addInit();
-    addAddStudy();
-    addStatus();
-    addOnStudy("clear-error", "Forgets that the import of a study failed: the next conversion imports it again.",
-               clearError);
-    addOnStudy("remove-study", "Removes a study from the database and its meta directory from the repositories.",
-               removeStudy);
+    for (const Command& command : kCommands)
+    {
+      CLI::App* const parser = app.add_subcommand(command.name, command.description);
+      command.takeArguments(*parser, arguments);
+      parser->callback([this, &command] { chosen = &command; });
+    }
   }
 
-  /// True when run() has something to do; otherwise all is said, and `status` is the exit status.
+  /// Returns true when run() has something to do. Otherwise everything is printed and `status` is the exit status.
   bool read(int argc, char** argv, ExitStatus& status)
   {
     try
@@ -67,70 +130,27 @@ public:
     catch (const CLI::CallForHelp&)
     {
       consoleOut() << app.help();
-      status = kDone;
+      status = done;
     }
     catch (const CLI::CallForVersion&)
     {
       consoleOut() << app.version() << '\n';
-      status = kDone;
+      status = done;
     }
     catch (const CLI::ParseError& error)
     {
       base::report("tarnctl: ", error.what(), " (see tarnctl --help)");
-      status = kUsage;
+      status = misused;
     }
     return false;
   }
 
-  bool run() const { return chosen(); }
+  bool run() const { return chosen->run(arguments); }
 
 private:
-  void addInit()
-  {
-    app.add_subcommand("init", "Makes the tables of the database where they do not exist.")
-        ->callback([this] { chosen = initDatabase; });
-  }
-
-  void addAddStudy()
-  {
-    CLI::App* command =
-        app.add_subcommand("add-study", "Registers the studies of all DICOM files in DIR... and below.");
-    command->footer(kAddStudy);
-    command->add_option("DIR", directories, "Folders (or files)")->type_name("")->required();
-    const auto setRequired = [this](bool required) { return [this, required] { addOptions.metaRequired = required; }; };
-    CLI::Option* required = command->add_flag_callback("--meta-required", setRequired(true),
-                                                       "A missing object meta file is an error for the study");
-    command->add_flag_callback("--no-meta-required", setRequired(false), "It is none (so it is for a new study)")
-        ->excludes(required);
-    command->add_flag("--replace", addOptions.replace, "Forget the objects that the study had");
-    command->callback([this] { chosen = [this] { return addStudies(directories, addOptions); }; });
-  }
-
-  void addStatus()
-  {
-    CLI::App* command = app.add_subcommand("status", "Shows what is known of all studies, or of one.");
-    addStudyArgument(*command);
-    command->callback([this] { chosen = [this] { return showStatus(study); }; });
-  }
-
-  void addOnStudy(const std::string& name, const std::string& description, bool (*action)(const std::string&))
-  {
-    CLI::App* command = app.add_subcommand(name, description);
-    addStudyArgument(*command)->required();
-    command->callback([this, action] { chosen = [this, action] { return action(study); }; });
-  }
-
-  CLI::Option* addStudyArgument(CLI::App& command)
-  {
-    const auto refusal = [](const std::string& text) { return isUid(text) ? "" : "'" + text + "' is no study UID"; };
-    return command.add_option("STUDY", study, "Study Instance UID")->type_name("")->check(CLI::Validator(refusal, ""));
-  }
-
   CLI::App app{"Administers the studies that annomend(1) converts presentation states of.", "tarnctl"};
-  std::function<bool()> chosen;
-  std::vector<std::string> directories;
-  AddOptions addOptions;
-  std::string study;
+  Arguments arguments;
+  const Command* chosen = nullptr;
 };
 
 bool runCommandLine(const CommandLine& line)
@@ -154,13 +174,13 @@ bool runCommandLine(const CommandLine& line)
 int runTarnctl(int argc, char** argv)
 {
   CommandLine line;
-  ExitStatus status = kFailed;
+  ExitStatus status = failed;
   if (line.read(argc, argv, status))
-    status = runCommandLine(line) ? kDone : kFailed;
+    status = runCommandLine(line) ? done : failed;
   if (consoleOut().flush())
     return status;
   base::report("tarnctl: standard output cannot be written");
-  return kFailed;
+  return failed;
 }
 
 } // namespace tarn::tools

@@ -1,3 +1,4 @@
+// The server's own locks.
 #include "db/mysql/MysqlLock.h"
 
 #include "db/mysql/MysqlStatement.h"
@@ -22,13 +23,13 @@ std::optional<std::string> ask(MYSQL* connection, const char* sql, const std::st
   SqlRow row;
   if (!statement.fetch(row))
     return std::nullopt;
-  return row.front();
+  return row.columns.front();
 }
 
 } // namespace
 
-MysqlLock::MysqlLock(MysqlConnection holder, std::string lockName)
-  : connection(std::move(holder)), name(std::move(lockName))
+MysqlLock::MysqlLock(MysqlConnection connection, std::string name)
+  : connection(std::move(connection)), name(std::move(name))
 {
 }
 

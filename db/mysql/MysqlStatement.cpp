@@ -1,3 +1,4 @@
+// A prepared statement of the server.
 #include "db/mysql/MysqlStatement.h"
 
 #include <algorithm>
@@ -83,9 +84,9 @@ bool MysqlStatement::fetch(SqlRow& row)
   if (outcome == MYSQL_NO_DATA)
     return false;
   checkMysql(outcome != MYSQL_DATA_TRUNCATED && outcome != 0, "cannot fetch a row", handle.get());
-  row.resize(columns.size());
+  row.columns.resize(columns.size());
   for (unsigned i = 0; i < columns.size(); ++i)
-    row[i] = valueOf(i);
+    row.columns[i] = valueOf(i);
   return true;
 }
 

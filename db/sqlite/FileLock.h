@@ -1,33 +1,30 @@
 #pragma once
 
+#include "base/Fd.h"
 #include "db/GlobalLock.h"
 
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace tarn::db
 {
 
-/// A lock on a file that exists while it is held, and goes with the process.
+/// A lock on one byte of a file beside the database, which ends with this object and with the process. It belongs to
+/// its own open file description: two connections of one process exclude each other.
 class FileLock : public GlobalLock
 {
 public:
-  /// One attempt, without waiting, to lock `path`, which is made with the owner, group and mode of the file `model`, so
-  /// that whoever may use that can hold the lock; null when somebody else holds it. Throws DBException when the file
-  /// cannot be made or locked.
-  static std::unique_ptr<FileLock> tryLock(const std::string& path, const std::string& model);
-  ~FileLock() override;
+  /// Tries once, without waiting, to lock the byte of `DATABASE-lock` that stands for `name`. The file is made where it
+  /// is missing, with the owner, group and mode of the file `database`, so that whoever may write that can hold a lock,
+  /// and stays. Returns null while somebody else holds the lock. Throws DBException when the file cannot be made or
+  /// locked.
+  static std::unique_ptr<FileLock> tryLock(const std::string& database, const std::string& name);
 
 private:
-  FileLock(int descriptor, std::string path);
-  bool isCurrent() const;
+  explicit FileLock(base::Fd fd) : fd(std::move(fd)) {}
 
-  int descriptor;
-  bool locked = false;
-  std::string path;
+  base::Fd fd;
 };
-
-/// `name` as a part of a file name: bytes other than letters, digits, '.', '-' and '_' become '%' and two digits.
-std::string fileNamePart(const std::string& name);
 
 } // namespace tarn::db

@@ -6,8 +6,7 @@ namespace tarn::db
 {
 
 /// `sql`, in the dialect of MySQL, as SQLite spells it: the duplicate-key clause of an INSERT. A clause that sets
-/// columns to themselves changes nothing, as `ON CONFLICT DO NOTHING` does. Throws DBException for an INSERT that names
-/// a column twice, which MySQL refuses and SQLite takes.
+/// columns to themselves changes nothing, as `ON CONFLICT DO NOTHING` does.
 std::string fromMysqlDialect(const std::string& sql);
 
 } // namespace tarn::db

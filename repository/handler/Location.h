@@ -7,7 +7,7 @@
 namespace tarn::repository
 {
 
-/// Where a resource is or is to be. Operations throw Refusal.
+/// A mount and the resource that is in it, or is to be. Operations throw Refusal.
 struct Location
 {
   std::string mount;
@@ -16,7 +16,7 @@ struct Location
   std::string path() const { return mount + "/" + resource; }
   /// The library's own file or directory beside it.
   std::string beside(const char* suffix) const { return mount + "/." + resource + suffix; }
-  /// Whether the resource's directory is there. Anything else under its name is refused.
+  /// Returns whether the resource's directory is there. Anything else under its name is refused.
   bool exists() const;
   bool isDirty() const;
   /// Makes or removes the flag.

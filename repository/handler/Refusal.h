@@ -5,7 +5,7 @@
 namespace tarn::repository
 {
 
-/// Thrown inside the library; its entry points turn it into the status word.
+/// Why an operation of the library ends early. Entry points turn it into their status.
 struct Refusal
 {
   HandlerStatus status;

@@ -173,7 +173,7 @@ void Repository::removeAt(const Location& location, bool honourLock) const
   fs::remove_all(aside);
 }
 
-/// Takes the lock of a resource, unless this process has it already, and gives back what it took.
+/// Holds the lock of a resource while it lives. Leaves alone the lock that this process has already.
 class Repository::LockDuring
 {
 public:

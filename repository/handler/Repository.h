@@ -23,14 +23,15 @@ class Repository
 public:
   explicit Repository(const std::string& name) : mounts(name) {}
 
-  /// Every location of the resource, the ordinary mounts first. None only when all mounts were searched in vain.
+  /// Returns every location of the resource, the ordinary mounts first. None only when all mounts were searched.
   std::vector<Location> find(const std::string& resource, bool includeAged = true) const;
-  /// The first of them; kMissing is refused.
+  /// Returns the first of them. Refuses with kMissing when there is none.
   Location locate(const std::string& resource) const;
-  /// The locations that the flags include, at least one. Where they leave all out, the last one's refusal is thrown.
+  /// Returns the locations that the flags include, at least one. Where they leave all out, throws the refusal of the
+  /// last.
   std::vector<Location> included(const std::vector<Location>& found, bool includeLocked, bool includeDirty) const;
 
-  /// Where the resource is or where a new one goes.
+  /// Returns where the resource is or where a new one goes.
   Place place(const std::string& resource, bool exclusive, bool balance) const;
   Place create(const std::string& resource, bool exclusive, bool shouldLock, bool balance) const;
   void remove(const std::string& resource, bool allMounts, bool honourLock) const;

@@ -7,19 +7,19 @@
 namespace tarn::repository
 {
 
-/// No two of these exist at a time for one mount, on whichever processes; held for short, bounded work only.
+/// Excludes all other holders for the same mount, in whichever process. Held for short, bounded work only.
 class MountLock
 {
 public:
-  /// Waits; throws Refusal when the mount cannot be opened.
+  /// Waits for the lock. Throws Refusal when the mount cannot be opened.
   explicit MountLock(const std::string& mount);
 
 private:
   base::Fd fd; ///< of the mount's directory; closing it ends the lock
 };
 
-/// The lock of a resource: a file beside it that names the host and the process that hold it, so that it outlives the
-/// call that took it. Whoever looks at it or changes it holds the MountLock of `mount`.
+/// The lock of a resource: a file beside it that names the host and the process that hold the lock, so that it outlives
+/// the call that took it. Requires that the caller holds the MountLock of `mount`.
 class ResourceLock
 {
 public:
@@ -32,11 +32,12 @@ public:
     thisProcess,
     other
   };
-  /// A process of this host that has ended owns nothing. Throws Refusal when the file cannot be read.
+  /// Returns who holds the lock. A process of this host that has ended holds nothing. Throws Refusal when the file
+  /// cannot be read.
   Owner owner() const;
-  /// True when it was free and is this process's now.
+  /// Takes a free lock. Returns whether it was free and is this process's now.
   bool take() const;
-  /// True when it was this process's and is free now.
+  /// Gives this process's lock back. Returns whether it was this process's and is free now.
   bool release() const;
 
 private:

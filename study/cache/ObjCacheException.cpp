@@ -1,3 +1,4 @@
+// The exception of the object cache, which logs itself.
 #include "study/cache/ObjCacheException.h"
 
 #include "base/IMLogger.h"
@@ -7,13 +8,14 @@
 namespace tarn::db
 {
 
-ObjCacheException::ObjCacheException(std::string text, const imutils::IMLogger* logger, bool debugOnly, bool force)
-  : message(std::move(text)), forceErrorRefs(force)
+ObjCacheException::ObjCacheException(std::string message, const imutils::IMLogger* logger, bool debugOnly,
+                                     bool forceErrorRefs)
+  : forceErrorRefs(forceErrorRefs), message(std::move(message))
 {
   if (logger && debugOnly)
-    logger->debugLog("%s", message.c_str());
+    logger->debugLog("%s", this->message.c_str());
   else if (logger)
-    logger->errorLog("%s", message.c_str());
+    logger->errorLog("%s", this->message.c_str());
 }
 
 } // namespace tarn::db

@@ -15,16 +15,15 @@ namespace tarn::db
 class ObjCacheException : public std::exception
 {
 public:
-  /// Logs the message through `logger`, unless that is null: as an error, or as a debug line when `debugOnly`.
-  /// `forceErrorRefs`: error references are added to the study even where it carries one already.
+  /// Logs the message through `logger`, unless that is null: as an error, or as a debug line when `debugOnly` is set.
   ObjCacheException(std::string message, const imutils::IMLogger* logger, bool debugOnly, bool forceErrorRefs);
 
   const char* what() const noexcept override { return message.c_str(); }
-  bool errorRefsForced() const { return forceErrorRefs; }
+
+  const bool forceErrorRefs; ///< error references are added to the study even where it carries one already
 
 private:
   std::string message;
-  bool forceErrorRefs;
 };
 
 } // namespace tarn::db

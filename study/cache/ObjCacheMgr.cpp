@@ -1,19 +1,20 @@
+// The check of a study's entry, the import of its object meta file, and the error references of a failed one.
 #include "study/cache/ObjCacheMgr.h"
 
+#include "base/IMException.h"
+#include "base/environmentValue.h"
 #include "db/DBConnectorSql.h"
 #include "db/DBException.h"
-#include "base/IMException.h"
-#include "repository/client/IMRepositoryHandlerIface.h"
-#include "study/objectmeta/ImportCode.h"
 #include "db/MetaAccessor.h"
-#include "study/meta/MetaManager.h"
 #include "db/ObjCacheAccessor.h"
+#include "repository/client/IMRepositoryHandlerIface.h"
+#include "study/cache/ErrorReferences.h"
+#include "study/cache/StudyLock.h"
+#include "study/cache/guarded.h"
+#include "study/meta/MetaManager.h"
+#include "study/meta/metaFiles.h"
 #include "study/objectmeta/ObjMeta.h"
 #include "study/objectmeta/ObjMetaInsert.h"
-#include "db/ReferenceAccessor.h"
-#include "study/cache/StudyLock.h"
-#include "db/Transaction.h"
-#include "base/environmentValue.h"
 
 #include <array>
 #include <cstdio>
@@ -26,11 +27,10 @@ namespace
 {
 
 namespace fs = std::filesystem;
+using study::guarded;
+using study::ImportCode;
+using study::StudyLock;
 
-constexpr char kErrorReference[] = "ocerror";
-constexpr char kStudyKind[] = "STUDYDIR";
-constexpr char kObjectKind[] = "OBJECTFILE";
-constexpr std::size_t kReferencesTogether = 300;
 constexpr int kEntryMode = 5; // what the archive's other programs read an entry with
 
 /// A message cut to what fits a buffer of `size` characters, its end included.
@@ -50,56 +50,49 @@ DBConnectorSql& sqlConnector(DBConnector* db)
   return *connector;
 }
 
+/// What the contract says of a missing file: no failure, and `metaMissing` set.
+int codeFor(ImportCode code, bool& metaMissing)
+{
+  metaMissing = code == ImportCode::missing;
+  return metaMissing ? 0 : static_cast<int>(code);
+}
+
 } // namespace
 
-ObjCacheMgr::ObjCacheMgr(DBConnector* connector)
-  : db(connector), objectTable(base::environmentValue("OBJECTTBL")),
-    objCacheTable(base::environmentValue("QXOBJCACHETBL")),
+ObjCacheMgr::ObjCacheMgr(DBConnector* db)
+  : db(db), objectTable(base::environmentValue("OBJECTTBL")), objCacheTable(base::environmentValue("QXOBJCACHETBL")),
     dicomDataRepository(base::environmentValue("REPOSITORY_DICOM_DATA")), logger("ObjCacheMgr")
 {
 }
 
-bool ObjCacheMgr::touchObjCache(const std::string& study, bool metaRequiredCheck)
+bool ObjCacheMgr::touchObjCache(const std::string& studyUid, bool metaRequiredCheck)
 {
   try
   {
-    doTouch(study, metaRequiredCheck);
+    doTouch(studyUid, metaRequiredCheck);
   }
   catch (const imutils::IMTimeoutException&)
   {
-    throw ObjCacheException(message("Could not get lock to check/update Object Cache entry for %s", study), nullptr,
+    throw ObjCacheException(message("Could not get lock to check/update Object Cache entry for %s", studyUid), nullptr,
                             false, false);
   }
   catch (const ObjCacheException& failure)
   {
-    if (failure.errorRefsForced() || !hasErrorRef(study))
-      addErrorRefs(study);
+    if (failure.forceErrorRefs || !study::ErrorReferences(*db, logger).isOn(studyUid))
+      addErrorRefs(studyUid);
     throw;
   }
   return true;
 }
 
-bool ObjCacheMgr::hasErrorRef(const std::string& study)
+void ObjCacheMgr::doTouch(const std::string& studyUid, bool metaRequiredCheck)
 {
-  try
-  {
-    return db->references().hasReference(study, kStudyKind, kErrorReference);
-  }
-  catch (const std::exception& failure)
-  {
-    logger.errorLog("checking ocerror references on STUDYDIR/%s failed with exception: %s", study.c_str(),
-                    failure.what());
-    return false;
-  }
-}
-
-void ObjCacheMgr::doTouch(const std::string& study, bool metaRequiredCheck)
-{
-  StudyLock lock(study, db);
+  StudyLock lock(studyUid, db);
   bool newEntry = false;
+  const auto failed = [&](const std::string& text) { return ObjCacheException(text, nullptr, false, newEntry); };
   try
   {
-    checkAndImport(study, metaRequiredCheck, lock, newEntry);
+    checkAndImport(studyUid, metaRequiredCheck, lock, newEntry);
   }
   catch (const ObjCacheException&)
   {
@@ -111,238 +104,197 @@ void ObjCacheMgr::doTouch(const std::string& study, bool metaRequiredCheck)
   }
   catch (const std::exception& failure)
   {
-    throw ObjCacheException(message<1023>("An exception caught while checking/updating Object Cache entry for %s: %s",
-                                          study, std::string(failure.what())),
-                            nullptr, false, newEntry);
+    throw failed(message<1023>("An exception caught while checking/updating Object Cache entry for %s: %s", studyUid,
+                               std::string(failure.what())));
   }
   catch (...)
   {
-    throw ObjCacheException(
-        message("An unrecognized exception caught while to checking/updating the Object Cache entry for %s", study),
-        nullptr, false, newEntry);
+    throw failed(
+        message("An unrecognized exception caught while to checking/updating the Object Cache entry for %s", studyUid));
   }
 }
 
-void ObjCacheMgr::checkAndImport(const std::string& study, bool metaRequiredCheck, StudyLock& lock, bool& newEntry)
+void ObjCacheMgr::checkAndImport(const std::string& studyUid, bool metaRequiredCheck, StudyLock& lock, bool& newEntry)
 {
   ObjCacheAccessor& entries = db->objCache();
-  if (entries.isObjCacheValid(study)) // the usual case: one query and no lock
+  if (entries.isObjCacheValid(studyUid)) // the usual case: one query and no lock
     return;
   lock.lock();
   ObjCacheEntry entry;
-  newEntry = !entries.getObjCacheEntry(study, kEntryMode, entry);
-  if (!newEntry && !needsImport(study, entry))
+  newEntry = !entries.getObjCacheEntry(studyUid, kEntryMode, entry);
+  if (!newEntry && !needsImport(studyUid, entry))
     return;
-  const Outcome outcome = import(study, metaRequiredCheck);
-  if (outcome == Outcome::kLeftAlone)
+  const auto status = statusOnceImported(studyUid, metaRequiredCheck);
+  if (!status)
     return;
-  entries.setObjCacheStatus(study, outcome == Outcome::kSuccess ? kObjCacheValid : kObjCacheError);
-  if (outcome == Outcome::kFailed)
-    throw errorStatus(study, newEntry);
+  entries.setObjCacheStatus(studyUid, *status);
+  if (*status == kObjCacheError)
+    throw errorStatus(studyUid, newEntry);
 }
 
-bool ObjCacheMgr::needsImport(const std::string& study, const ObjCacheEntry& entry) const
+bool ObjCacheMgr::needsImport(const std::string& studyUid, const ObjCacheEntry& entry) const
 {
   if (entry.status == kObjCacheValid)
     return false;
   if (entry.status == kObjCacheUnmap)
-    throw ObjCacheException(message("The Object Cache entry is marked for unmap for %s", study), &logger, false, true);
+    throw ObjCacheException(message("The Object Cache entry is marked for unmap for %s", studyUid), &logger, false,
+                            true);
   if (entry.error)
-    throw errorStatus(study, false);
+    throw errorStatus(studyUid, false);
   return true;
 }
 
-ObjCacheException ObjCacheMgr::errorStatus(const std::string& study, bool forceErrorRefs) const
+ObjCacheException ObjCacheMgr::errorStatus(const std::string& studyUid, bool forceErrorRefs) const
 {
-  return {message("The Object Cache entry is in error status for %s", study), &logger, false, forceErrorRefs};
+  return {message("The Object Cache entry is in error status for %s", studyUid), &logger, false, forceErrorRefs};
 }
 
-ObjCacheMgr::Outcome ObjCacheMgr::import(const std::string& study, bool metaRequiredCheck)
+std::optional<int> ObjCacheMgr::statusOnceImported(const std::string& studyUid, bool metaRequiredCheck)
 {
-  bool metaMissing = false;
-  try
-  {
-    if (const int code = importFromMeta(study, metaMissing); code < 0)
-    {
-      logger.errorLog("ObjCacheMgr ERROR importing object table for %s: %d", study.c_str(), code);
-      return Outcome::kFailed;
-    }
-  }
-  catch (const std::exception& failure)
-  {
-    logger.errorLog("An exception caught while mapping Object table entries for %s: %s", study.c_str(), failure.what());
-    return Outcome::kFailed;
-  }
-  if (!metaMissing)
-    return Outcome::kSuccess;
+  auto code = ImportCode::imported;
+  const auto import = [&] { code = importStudy(studyUid); };
+  if (!guarded(import, logger, "An exception caught while mapping Object table entries for %s: %s", studyUid))
+    return kObjCacheError;
+  if (code == ImportCode::imported)
+    return kObjCacheValid;
+  if (code == ImportCode::missing)
+    return statusWithoutMeta(studyUid, metaRequiredCheck);
+  logger.errorLog("ObjCacheMgr ERROR importing object table for %s: %d", studyUid.c_str(), static_cast<int>(code));
+  return kObjCacheError;
+}
+
+std::optional<int> ObjCacheMgr::statusWithoutMeta(const std::string& studyUid, bool metaRequiredCheck)
+{
   if (metaRequiredCheck)
-    return db->meta().isMetaRequired(study) ? Outcome::kFailed : Outcome::kSuccess;
-  logger.debugLog("ObjCacheMgr importing object table is skipped due to missing object meta for %s", study.c_str());
-  return Outcome::kLeftAlone;
+    return db->meta().isMetaRequired(studyUid) ? kObjCacheError : kObjCacheValid;
+  logger.debugLog("ObjCacheMgr importing object table is skipped due to missing object meta for %s", studyUid.c_str());
+  return std::nullopt;
 }
 
-/// The path of the study's object meta file; nothing more when `metaMissing` gets set, or for a code below 0.
-int ObjCacheMgr::locateMetaFile(const std::string& study, std::string& path, bool& metaMissing)
+/// Sets `path` to that of the study's object meta file where it returns ImportCode::imported.
+ImportCode ObjCacheMgr::locateMetaFile(const std::string& studyUid, std::string& path)
 {
-  const utils::Status status = utils::MetaManager().getMeta(study, false, false, path, db, true);
-  logger.debugLog("The meta repository status is %d for %s ", static_cast<int>(status.value()), study.c_str());
-  metaMissing = status.value() == utils::STATUS_MISSING;
-  if (metaMissing)
-    logger.debugLog("The meta repository is missing for %s ", study.c_str());
-  path += "/objectdb.meta";
-  return status || metaMissing ? kImported : kMetaDirectoryFailed;
+  const utils::Status status = utils::MetaManager().getMeta(studyUid, false, false, path, db, true);
+  logger.debugLog("The meta repository status is %d for %s ", static_cast<int>(status.value()), studyUid.c_str());
+  if (status.value() == utils::STATUS_MISSING)
+  {
+    logger.debugLog("The meta repository is missing for %s ", studyUid.c_str());
+    return ImportCode::missing;
+  }
+  path.append("/").append(study::kObjectMeta);
+  return status ? ImportCode::imported : ImportCode::metaDirectoryFailed;
 }
 
-int ObjCacheMgr::importFromMeta(const std::string& study, bool& metaMissing)
+int ObjCacheMgr::importFromMeta(const std::string& studyUid, bool& metaMissing)
+{
+  return codeFor(importStudy(studyUid), metaMissing);
+}
+
+ImportCode ObjCacheMgr::importStudy(const std::string& studyUid)
 {
   if (objectTable.empty())
-    return kNoObjectTable;
+    return ImportCode::noObjectTable;
   if (objCacheTable.empty())
-    return kNoObjCacheTable;
+    return ImportCode::noObjCacheTable;
   std::string path;
-  const int code = locateMetaFile(study, path, metaMissing);
-  return code != kImported || metaMissing ? code : importFromMetaFile(study, path, metaMissing);
+  const ImportCode code = locateMetaFile(studyUid, path);
+  return code == ImportCode::imported ? importFile(studyUid, path) : code;
 }
 
-int ObjCacheMgr::importFromMetaFile(const std::string& study, const std::string& path, bool& metaMissing)
+int ObjCacheMgr::importFromMetaFile(const std::string& studyUid, const std::string& path, bool& metaMissing)
 {
-  ObjMeta meta;
-  if (const ImportCode code = meta.read(path, metaMissing); code != kImported)
+  return codeFor(importFile(studyUid, path), metaMissing);
+}
+
+ImportCode ObjCacheMgr::importFile(const std::string& studyUid, const std::string& path)
+{
+  study::ObjMeta meta;
+  const ImportCode code = meta.read(path);
+  if (code == ImportCode::missing)
+    logger.debugLog("Objmeta file does not (yet) exist for %s", studyUid.c_str());
+  if (code != ImportCode::imported)
     return code;
-  if (metaMissing)
-  {
-    logger.debugLog("Objmeta file does not (yet) exist for %s", study.c_str());
-    return kImported;
-  }
-  ObjMetaInsert insert(sqlConnector(db), objectTable, meta);
+  study::ObjMetaInsert insert(sqlConnector(db), objectTable, meta);
   int count = -1;
-  if (!db->meta().getStudyObjectCount(study, count))
-    return kObjectCountUnknown;
+  if (!db->meta().getStudyObjectCount(studyUid, count))
+    return ImportCode::objectCountUnknown;
   if (count < 0 || static_cast<std::size_t>(count) != meta.rowCount)
-    return kObjectCountDiffers;
+    return ImportCode::objectCountDiffers;
   return insert.run();
 }
 
-int ObjCacheMgr::getFilesFromMeta(const std::string& study, std::set<std::string>& files)
+int ObjCacheMgr::getFilesFromMeta(const std::string& studyUid, std::set<std::string>& files)
 {
   std::string path;
-  bool metaMissing = false;
-  if (const int code = locateMetaFile(study, path, metaMissing); code != kImported || metaMissing)
-    return code;
-  ObjMeta meta;
-  const ImportCode code = meta.read(path, metaMissing);
+  study::ObjMeta meta;
+  ImportCode code = locateMetaFile(studyUid, path);
+  if (code == ImportCode::imported)
+    code = meta.read(path);
   for (const auto& [name, row] : meta.rows)
     files.insert(name);
-  return code;
+  bool isNoFailure = false;
+  return codeFor(code, isNoFailure);
 }
 
-void ObjCacheMgr::addErrorRefs(const std::string& study)
+void ObjCacheMgr::addErrorRefs(const std::string& studyUid)
 {
+  const auto addAll = [&] { addAllErrorRefs(studyUid); };
+  const auto addAllOrLog = [&]
+  {
+    guarded<imutils::IMException>(addAll, logger,
+                                  "IM exception caught while adding error references to objects in %s: %s", studyUid);
+  };
   try
   {
-    logger.infoLog("Adding ocerror references to %s", study.c_str());
-    std::vector<std::string> keys;
-    for (const std::string& file : collectFiles(study))
-    {
-      keys.push_back(std::string(study).append("/").append(file));
-      if (keys.size() == kReferencesTogether)
-        addObjectRefs(keys);
-    }
-    addObjectRefs(keys);
-    addErrorRef(study, kStudyKind);
-  }
-  catch (const imutils::IMException& failure)
-  {
-    logger.errorLog("IM exception caught while adding error references to objects in %s: %s", study.c_str(),
-                    failure.what());
-  }
-  catch (const std::exception& failure)
-  {
-    logger.errorLog("STD exception caught while adding error references to objects in %s: %s", study.c_str(),
-                    failure.what());
+    guarded(addAllOrLog, logger, "STD exception caught while adding error references to objects in %s: %s", studyUid);
   }
   catch (...)
   {
-    logger.errorLog("Unrecognized exception caught while adding error references to objects in %s", study.c_str());
+    logger.errorLog("Unrecognized exception caught while adding error references to objects in %s", studyUid.c_str());
   }
 }
 
-/// All of them in one transaction, which is much faster than one for each; where that fails, one by one, so that what
-/// is wrong with one does not keep it from the others. Empties `keys`.
-void ObjCacheMgr::addObjectRefs(std::vector<std::string>& keys)
+void ObjCacheMgr::addAllErrorRefs(const std::string& studyUid)
 {
-  try
-  {
-    Transaction transaction(sqlConnector(db));
-    for (const std::string& key : keys)
-      db->references().addReference(key, kObjectKind, kErrorReference);
-    transaction.commit();
-  }
-  catch (const std::exception&)
-  {
-    for (const std::string& key : keys)
-      addErrorRef(key, kObjectKind);
-  }
-  keys.clear();
+  logger.infoLog("Adding ocerror references to %s", studyUid.c_str());
+  study::ErrorReferences(*db, logger).add(studyUid, collectFiles(studyUid));
 }
 
-void ObjCacheMgr::addErrorRef(const std::string& key, const char* kind)
-{
-  try
-  {
-    db->references().addReference(key, kind, kErrorReference);
-  }
-  catch (const std::exception& failure)
-  {
-    logger.errorLog("Adding error references to %s/%s failed with exception: %s", kind, key.c_str(), failure.what());
-  }
-}
-
-std::set<std::string> ObjCacheMgr::collectFiles(const std::string& study)
+std::set<std::string> ObjCacheMgr::collectFiles(const std::string& studyUid)
 {
   std::set<std::string> files;
-  try
-  {
-    std::list<std::string> known;
-    db->objCache().listObjCacheFiles(study, known);
-    files.insert(known.begin(), known.end());
-  }
-  catch (const std::exception& failure)
-  {
-    logger.errorLog("Collecting objects for %s from db for adding error references failed: %s", study.c_str(),
-                    failure.what());
-  }
-  try
-  {
-    if (const int code = getFilesFromMeta(study, files); code != kImported)
-      logger.errorLog("Collecting objects for %s from objmeta for adding error references failed: %d", study.c_str(),
-                      code);
-  }
-  catch (const std::exception& failure)
-  {
-    logger.errorLog("Collecting objects for %s from objmeta for adding error references failed with exception: %s",
-                    study.c_str(), failure.what());
-  }
-  try
-  {
-    if (!dicomDataRepository.empty())
-      collectFromDirectories(study, files);
-  }
-  catch (const std::exception& failure)
-  {
-    logger.errorLog("Collecting objects for %s from study dir for adding error references failed with exception: %s",
-                    study.c_str(), failure.what());
-  }
+  guarded([&] { collectFromDatabase(studyUid, files); }, logger,
+          "Collecting objects for %s from db for adding error references failed: %s", studyUid);
+  guarded([&] { collectFromMeta(studyUid, files); }, logger,
+          "Collecting objects for %s from objmeta for adding error references failed with exception: %s", studyUid);
+  guarded([&] { collectFromDirectories(studyUid, files); }, logger,
+          "Collecting objects for %s from study dir for adding error references failed with exception: %s", studyUid);
   return files;
 }
 
-void ObjCacheMgr::collectFromDirectories(const std::string& study, std::set<std::string>& files)
+void ObjCacheMgr::collectFromDatabase(const std::string& studyUid, std::set<std::string>& files)
 {
+  std::list<std::string> known;
+  db->objCache().listObjCacheFiles(studyUid, known);
+  files.insert(known.begin(), known.end());
+}
+
+void ObjCacheMgr::collectFromMeta(const std::string& studyUid, std::set<std::string>& files)
+{
+  if (const int code = getFilesFromMeta(studyUid, files); code != 0)
+    logger.errorLog("Collecting objects for %s from objmeta for adding error references failed: %d", studyUid.c_str(),
+                    code);
+}
+
+void ObjCacheMgr::collectFromDirectories(const std::string& studyUid, std::set<std::string>& files)
+{
+  if (dicomDataRepository.empty())
+    return;
   std::list<std::string> locations;
-  getRepoObjects(study, locations, files);
+  getRepoObjects(studyUid, locations, files);
   int number = 0;
   do
-    getRepoObjects(study + "_dead" + std::to_string(++number), locations, files);
+    getRepoObjects(studyUid + "_dead" + std::to_string(++number), locations, files);
   while (!locations.empty());
 }
 

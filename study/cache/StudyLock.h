@@ -4,21 +4,18 @@
 
 #include <string>
 
-namespace tarn::db
+namespace tarn::study
 {
 
-/// The lock of whoever checks, fills or changes what the database holds of one study; given back by the destructor.
+/// The lock of whoever checks, fills or changes what the database holds of one study. The destructor releases it.
 class StudyLock : private imutils::IMSemaphoreGlobal
 {
 public:
-  /// Takes nothing yet. `connector` is borrowed.
-  StudyLock(const std::string& studyInstanceUID, DBConnector* connector)
-    : IMSemaphoreGlobal("OBJCACHE_" + studyInstanceUID, connector)
-  {
-  }
+  /// Takes no lock yet. `db` is borrowed.
+  StudyLock(const std::string& studyUid, db::DBConnector* db) : IMSemaphoreGlobal("OBJCACHE_" + studyUid, db) {}
 
-  /// Waits for it up to 30 seconds. Throws IMTimeoutException then, and DBException.
+  /// Waits up to 30 seconds for the lock. Throws IMTimeoutException when these have passed, and DBException.
   void lock() { lock_ms(30000, 10.0F, 1.5F, 1000.0F, 0.4F); }
 };
 
-} // namespace tarn::db
+} // namespace tarn::study

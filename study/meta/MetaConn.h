@@ -12,7 +12,7 @@ namespace tarn::utils
 class MetaConn
 {
 public:
-  explicit MetaConn(db::DBConnector* connector) : db(connector) {}
+  explicit MetaConn(db::DBConnector* db) : db(db) {}
 
   db::DBConnector* connector() const { return db; }
 

@@ -1,13 +1,14 @@
+// The files of a meta directory, as they are looked at and moved.
 #include "study/meta/metaFiles.h"
 
 #include <system_error>
 
-namespace tarn::utils
+namespace tarn::study
 {
 
 namespace fs = std::filesystem;
 
-bool isThere(const fs::path& path)
+bool entryExists(const fs::path& path)
 {
   return fs::exists(fs::symlink_status(path));
 }
@@ -17,7 +18,7 @@ bool isRegularFile(const fs::path& path)
   return fs::is_regular_file(fs::symlink_status(path));
 }
 
-bool moveMetaFile(const fs::path& from, const fs::path& to, Logger& logger)
+bool moveMetaFile(const fs::path& from, const fs::path& to, utils::Logger& logger)
 {
   const auto failed =
       [&](const char* format, const fs::path& source, const fs::path& target, const std::error_code& error)
@@ -48,4 +49,4 @@ bool moveMetaFile(const fs::path& from, const fs::path& to, Logger& logger)
   return true;
 }
 
-} // namespace tarn::utils
+} // namespace tarn::study

@@ -1,29 +1,26 @@
+// The store state that a meta directory gets when it has none.
 #include "study/meta/storeState.h"
 
+#include "base/IMException.h"
 #include "db/DBConnector.h"
 #include "db/DeviceAccessor.h"
-#include "base/IMException.h"
 #include "support/SelfRec.h"
 
 #include <cstdlib>
 #include <fstream>
 #include <list>
-#include <string>
 
-namespace tarn::utils
+namespace tarn::study
 {
 namespace
 {
 
-std::string processMode()
-{
-  return imutils::SelfRec::Instance()->getProperty("ProcessMode") == "Store" ? "Store" : "Process";
-}
+using imutils::IMException;
 
-std::string forwardDeviceNames(const char* targetTable, const char* serviceTable, const MetaConn& conn)
+std::string forwardDeviceNames(const char* targetTable, const char* serviceTable, const utils::MetaConn& conn)
 {
   if (!conn.connector())
-    throw imutils::IMException("no database connection");
+    throw IMException("no database connection");
   std::list<db::DeviceRecord> devices;
   conn.connector()->devices().listAutoForwardDevices(targetTable, serviceTable, devices);
   std::string names;
@@ -35,12 +32,18 @@ std::string forwardDeviceNames(const char* targetTable, const char* serviceTable
 
 } // namespace
 
-void writeForwardDevices(std::ostream& stream, const MetaConn& conn, Logger& logger)
+std::string processMode()
 {
-  const char* targetTable = std::getenv("TARGETTBL");
-  const char* serviceTable = std::getenv("DEVSERVTBL");
+  return imutils::SelfRec::Instance()->getProperty("ProcessMode") == "Store" ? "Store" : "Process";
+}
+
+std::string forwardDevicesLine(const utils::MetaConn& conn, utils::Logger& logger)
+{
+  // A variable that is set to nothing is set: its empty name is what the database refuses.
+  const char* const targetTable = std::getenv("TARGETTBL");
+  const char* const serviceTable = std::getenv("DEVSERVTBL");
   if (!targetTable || !serviceTable)
-    throw imutils::IMException("Missing environment variables:  TARGETTBL, DEVSERVTBL");
+    throw IMException("Missing environment variables:  TARGETTBL, DEVSERVTBL");
   std::string names;
   try
   {
@@ -50,18 +53,25 @@ void writeForwardDevices(std::ostream& stream, const MetaConn& conn, Logger& log
   {
     logger.logV("Error getting autoforward devices: %s", failure.what());
   }
-  stream << "ForwardDevices=\"" << names << "\"\n";
+  return "ForwardDevices=\"" + names + "\"\n";
 }
 
-bool writeDefaultStoreState(const std::filesystem::path& file, const MetaConn& conn, Logger& logger)
+std::string storeState(const std::string& mode, const utils::MetaConn& conn, utils::Logger& logger)
+{
+  return "Version=\"1\"\nProcessMode=\"" + mode + "\"\nStudyOwner=\"yes\"\n" + forwardDevicesLine(conn, logger);
+}
+
+std::string defaultStoreState(const utils::MetaConn& conn, utils::Logger& logger)
+{
+  return storeState(processMode(), conn, logger);
+}
+
+bool writeStoreState(const std::filesystem::path& file, const std::string& text)
 {
   std::ofstream stream(file, std::ios::trunc);
-  stream << "Version=\"1\"\n"
-         << "ProcessMode=\"" << processMode() << "\"\n"
-         << "StudyOwner=\"yes\"\n";
-  writeForwardDevices(stream, conn, logger);
+  stream << text;
   stream.close();
   return stream.good();
 }
 
-} // namespace tarn::utils
+} // namespace tarn::study

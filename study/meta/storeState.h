@@ -1,19 +1,28 @@
 #pragma once
 
-#include "support/Logger.h"
 #include "study/meta/MetaConn.h"
+#include "support/Logger.h"
 
 #include <filesystem>
-#include <ostream>
+#include <string>
 
-namespace tarn::utils
+namespace tarn::study
 {
 
-/// Writes the line of the devices (types 'P' and 'C') that studies are forwarded to; a list that cannot be read is
-/// logged and empty. Throws IMException when TARGETTBL or DEVSERVTBL is not set.
-void writeForwardDevices(std::ostream& stream, const MetaConn& conn, Logger& logger);
+/// The mode of a new store state: "Store" where this host's record says so, otherwise "Process". Throws IMException
+/// when the record cannot be read.
+std::string processMode();
 
-/// Writes a store state for this host; false when the file could not be written. Throws what writeForwardDevices does.
-[[nodiscard]] bool writeDefaultStoreState(const std::filesystem::path& file, const MetaConn& conn, Logger& logger);
+/// The line of the devices (types 'P' and 'C') that studies are forwarded to. A list that cannot be read is logged and
+/// empty. Throws IMException when TARGETTBL or DEVSERVTBL is not set.
+std::string forwardDevicesLine(const utils::MetaConn& conn, utils::Logger& logger);
 
-} // namespace tarn::utils
+/// The text of a new store state. Throws what forwardDevicesLine() throws.
+std::string storeState(const std::string& mode, const utils::MetaConn& conn, utils::Logger& logger);
+/// The same with this host's mode. Throws what processMode() throws, too.
+std::string defaultStoreState(const utils::MetaConn& conn, utils::Logger& logger);
+
+/// Writes `text` over what `file` holds; false when it could not be written.
+[[nodiscard]] bool writeStoreState(const std::filesystem::path& file, const std::string& text);
+
+} // namespace tarn::study

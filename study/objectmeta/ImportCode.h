@@ -1,27 +1,28 @@
 #pragma once
 
-namespace tarn::db
+namespace tarn::study
 {
 
-/// Why an object meta file was not imported, as the log says it.
-enum ImportCode : int
+/// What became of an object meta file. Negative values are the reasons that the log gives for a failed import.
+enum class ImportCode : int
 {
-  kImported = 0,
-  kNoObjectTable = -1,
-  kNoObjCacheTable = -2,
-  kMetaDirectoryFailed = -3,
-  kMetaFileUnreadable = -4, ///< also when it is no regular file
-  kNoObjectCountLine = -5,
-  kBadObjectCountLine = -6,
-  kNoColumnCountLine = -7,
-  kBadColumnCountLine = -8,
-  kNoColumnLine = -9,
-  kWrongColumnCount = -10,
-  kObjectCountUnknown = -11, ///< the database has no row for the study
-  kNoKeyColumn = -20,
-  kObjectCountDiffers = -21,
-  kBadRow = -23,
-  kRowsRanOut = -32
+  missing = 1, ///< there is no such file
+  imported = 0,
+  noObjectTable = -1,
+  noObjCacheTable = -2,
+  metaDirectoryFailed = -3,
+  metaFileUnreadable = -4, ///< also when it is no regular file
+  noObjectCountLine = -5,
+  badObjectCountLine = -6,
+  noColumnCountLine = -7,
+  badColumnCountLine = -8,
+  noColumnLine = -9,
+  wrongColumnCount = -10,
+  objectCountUnknown = -11, ///< the database has no row for the study
+  noKeyColumn = -20,
+  objectCountDiffers = -21,
+  badRow = -23,
+  rowsRanOut = -32
 };
 
-} // namespace tarn::db
+} // namespace tarn::study

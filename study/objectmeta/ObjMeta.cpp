@@ -1,29 +1,21 @@
+// The format of the object meta file: how it is read and how it is written.
 #include "study/objectmeta/ObjMeta.h"
 
-#include "base/Closer.h"
+#include "base/files.h"
 #include "study/objectmeta/split3.h"
 
 #include <cerrno>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <optional>
 #include <utility>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-namespace tarn::db
+namespace tarn::study
 {
 namespace
 {
 
-constexpr char kKeyColumn[] = "FNAME";
-constexpr char kEndOfLine[] = "<<EOL>>"; // keeps an empty last field from being lost
-
-/// As sscanf's "%d" reads a number, with those that are out of range refused.
+/// The number that `text` begins with, as sscanf's "%d" reads it; nothing for one that an int cannot hold.
 std::optional<long> leadingInteger(const std::string& text)
 {
   char* end = nullptr;
@@ -33,111 +25,112 @@ std::optional<long> leadingInteger(const std::string& text)
   return end != text.c_str() && inRange ? std::optional<long>(value) : std::nullopt;
 }
 
-bool isAtLeast(const std::string& text, long least)
+/// The same, for a number that is `least` or more.
+std::optional<long> numberFrom(long least, std::string_view line)
 {
-  const auto number = leadingInteger(text);
-  return number && *number >= least;
+  const auto number = leadingInteger(std::string(line));
+  return number && *number >= least ? number : std::nullopt;
+}
+
+std::string lineOf(const ObjMeta::Row& row)
+{
+  std::string line;
+  for (const std::string& value : row)
+    line += value + '\t';
+  line.back() = '\n';
+  return line;
 }
 
 } // namespace
 
-/// The lines of a regular file, without their newlines.
+/// The lines of a text, without their newlines. The last line may lack its newline.
 class ObjMeta::Lines
 {
 public:
-  /// A pipe or a device is opened without waiting, only to be refused.
-  explicit Lines(const std::string& path)
-  {
-    const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    isAbsent = descriptor < 0 && errno == ENOENT;
-    struct stat status = {};
-    if (descriptor >= 0 && fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode))
-      file.reset(fdopen(descriptor, "r"));
-    if (!file && descriptor >= 0)
-      close(descriptor);
-  }
-  ~Lines() { std::free(buffer); } // NOLINT(cppcoreguidelines-no-malloc): of getline()
-  Lines(const Lines&) = delete;
-  Lines& operator=(const Lines&) = delete;
+  explicit Lines(std::string_view rest) : rest(rest) {}
 
-  bool absent() const { return isAbsent; }
-  bool readable() const { return file && std::ferror(file.get()) == 0; }
-
-  [[nodiscard]] bool next(std::string& line)
+  std::optional<std::string_view> next()
   {
-    const ssize_t length = getline(&buffer, &capacity, file.get());
-    if (length < 0)
-      return false;
-    line.assign(buffer, static_cast<std::size_t>(length));
-    if (line.back() == '\n')
-      line.pop_back();
-    return true;
+    if (rest.empty())
+      return std::nullopt;
+    const std::string_view line = rest.substr(0, rest.find('\n'));
+    rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+    return line;
   }
 
 private:
-  bool isAbsent = false;
-  std::unique_ptr<std::FILE, base::Closer<std::fclose>> file;
-  char* buffer = nullptr;
-  std::size_t capacity = 0;
+  std::string_view rest;
 };
 
-ImportCode ObjMeta::read(const std::string& path, bool& missing)
+ImportCode ObjMeta::read(const std::string& path)
 {
-  Lines lines(path);
-  missing = lines.absent();
-  if (missing)
-    return kImported;
-  if (!lines.readable())
-    return kMetaFileUnreadable;
-  ImportCode code = readHeader(lines);
-  if (code == kImported)
-    code = readRows(lines);
-  return lines.readable() ? code : kMetaFileUnreadable;
+  std::string content;
+  try
+  {
+    content = base::RegularFile(path).content();
+  }
+  catch (const base::FileError& failure)
+  {
+    return failure.code == ENOENT ? ImportCode::missing : ImportCode::metaFileUnreadable;
+  }
+  Lines lines(content);
+  const ImportCode code = readHeader(lines);
+  return code == ImportCode::imported ? readRows(lines) : code;
 }
 
 ImportCode ObjMeta::readHeader(Lines& lines)
 {
-  std::string line;
-  if (!lines.next(line))
-    return kNoObjectCountLine;
-  if (!isAtLeast(line, 0))
-    return kBadObjectCountLine;
-  if (!lines.next(line))
-    return kNoColumnCountLine;
-  if (!isAtLeast(line, 1))
-    return kBadColumnCountLine;
-  const auto columnCount = static_cast<std::size_t>(*leadingInteger(line));
-  if (!lines.next(line))
-    return kNoColumnLine;
-  split3<Row, '\t'>(line, columns);
-  return columns.size() == columnCount ? kImported : kWrongColumnCount;
+  const auto objectCount = lines.next();
+  if (!objectCount)
+    return ImportCode::noObjectCountLine;
+  if (!numberFrom(0, *objectCount))
+    return ImportCode::badObjectCountLine;
+  const auto columnCount = lines.next();
+  if (!columnCount)
+    return ImportCode::noColumnCountLine;
+  const auto expected = numberFrom(1, *columnCount);
+  if (!expected)
+    return ImportCode::badColumnCountLine;
+  const auto names = lines.next();
+  if (!names)
+    return ImportCode::noColumnLine;
+  split3<Row, '\t'>(*names, columns);
+  return columns.size() == static_cast<std::size_t>(*expected) ? ImportCode::imported : ImportCode::wrongColumnCount;
 }
 
 ImportCode ObjMeta::readRows(Lines& lines)
 {
   const auto last = std::find(columns.rbegin(), columns.rend(), kKeyColumn);
   if (last == columns.rend())
-    return kNoKeyColumn;
+    return ImportCode::noKeyColumn;
   key = static_cast<std::size_t>(columns.rend() - last) - 1;
-  for (std::string line; lines.next(line);)
-    if (!addRow(std::move(line)))
-      return kBadRow;
-  return kImported;
+  while (const auto line = lines.next())
+    if (!addRow(*line))
+      return ImportCode::badRow;
+  return ImportCode::imported;
 }
 
-bool ObjMeta::addRow(std::string line)
+bool ObjMeta::addRow(std::string_view line)
 {
-  line += '\t';
-  line += kEndOfLine;
   Row row;
-  row.reserve(columns.size() + 1);
+  row.reserve(columns.size());
   split3<Row, '\t'>(line, row);
-  if (row.size() != columns.size() + 1 || row.back() != kEndOfLine)
+  if (line.empty() || line.back() == '\t')
+    row.emplace_back(); // an empty last field, which split3 drops
+  if (row.size() != columns.size())
     return false;
-  row.pop_back();
-  const std::string& name = row[key];
-  rowCount += rows.insert_or_assign(name, std::move(row)).second ? 1 : 0;
+  const auto [place, isNew] = rows.try_emplace(row[key]);
+  place->second = std::move(row);
+  rowCount += isNew ? 1 : 0;
   return true;
 }
 
-} // namespace tarn::db
+std::string ObjMeta::text() const
+{
+  std::string text = std::to_string(rows.size()) + '\n' + std::to_string(columns.size()) + '\n' + lineOf(columns);
+  for (const auto& [name, row] : rows)
+    text += lineOf(row);
+  return text;
+}
+
+} // namespace tarn::study

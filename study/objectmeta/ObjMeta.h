@@ -5,32 +5,39 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
-namespace tarn::db
+namespace tarn::study
 {
 
-/// An object meta file: lines of text. The first is a number that nothing uses, the second the number of columns, the
-/// third their names, separated by tabs, each further one a row: as many values, URL-encoded or "<<NULL>>".
+/// The content of a study's object meta file, a text file. Its first line is a number that no reader uses, the second
+/// one the number of columns, the third one their names, separated by tabs; each further line is a row of as many
+/// values, each of them URL-encoded or kNull.
 struct ObjMeta
 {
   using Row = std::vector<std::string>;
 
-  Row columns;
-  std::map<std::string, Row> rows; ///< by the value of column FNAME as it stands in the file; the last one holds
-  std::size_t rowCount = 0;        ///< of different FNAME
+  static constexpr char kKeyColumn[] = "FNAME"; ///< the name of the object's file
+  static constexpr char kNull[] = "<<NULL>>";
 
-  /// Reads the file `path`, never waiting for what is no regular file. Where there is none, sets `missing`. After
-  /// kBadRow the rows before the bad one are there.
-  [[nodiscard]] ImportCode read(const std::string& path, bool& missing);
+  Row columns;
+  std::map<std::string, Row> rows; ///< by the value of kKeyColumn as it stands in the file; the last row of a name
+  std::size_t rowCount = 0;        ///< of different names
+
+  /// Reads the file at `path`, without waiting for what is no regular file. Returns why the content cannot be imported,
+  /// or ImportCode::imported. After ImportCode::badRow, the rows before the bad one are there.
+  [[nodiscard]] ImportCode read(const std::string& path);
+  /// The file's bytes, with the number of rows in the first line.
+  std::string text() const;
 
 private:
   class Lines;
   [[nodiscard]] ImportCode readHeader(Lines& lines);
   [[nodiscard]] ImportCode readRows(Lines& lines);
-  [[nodiscard]] bool addRow(std::string line);
+  [[nodiscard]] bool addRow(std::string_view line);
 
-  std::size_t key = 0; ///< index of the column FNAME
+  std::size_t key = 0; ///< index of kKeyColumn
 };
 
-} // namespace tarn::db
+} // namespace tarn::study

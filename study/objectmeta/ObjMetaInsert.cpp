@@ -1,22 +1,39 @@
+// Writes the rows of an object meta file into the object table.
 #include "study/objectmeta/ObjMetaInsert.h"
 
 #include "base/report.h"
-#include "db/sqlIdentifier.h"
+#include "base/urlDecode.h"
+#include "db/DBException.h"
 #include "db/QueryBindings.h"
 #include "db/TmpPSCache.h"
-#include "base/urlDecode.h"
+#include "db/sqlIdentifier.h"
 
 #include <algorithm>
+#include <set>
 
-namespace tarn::db
+namespace tarn::study
 {
 namespace
 {
 
 constexpr std::size_t kMostRows = 300;
 constexpr std::size_t kMostValues = 65535;
-constexpr char kNull[] = "<<NULL>>";
 constexpr char kReplacementCharacter[] = "%EF%BF%BD"; // U+FFFD, as it stands in the file
+
+/// A server refuses a repeated column itself, with the same text; SQLite accepts the statement.
+void refuseDoubledColumns(const ObjMeta::Row& columns)
+{
+  const auto inCapitals = [](std::string name)
+  {
+    for (char& c : name)
+      c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+    return name;
+  };
+  std::set<std::string> seen;
+  for (const std::string& column : columns)
+    if (!seen.insert(inCapitals(column)).second)
+      throw db::DBException("cannot prepare a statement: Column '" + column + "' specified twice");
+}
 
 std::string withoutReplacementCharacters(const std::string& text)
 {
@@ -29,24 +46,24 @@ std::string withoutReplacementCharacters(const std::string& text)
   return result.append(text, start);
 }
 
-void bindField(QueryBindings& bindings, std::size_t index, std::string& value)
+void bindField(db::QueryBindings& bindings, std::size_t index, std::string& value)
 {
-  static const bool kIsNull[] = {false, true};
-  const bool isNull = value == kNull;
+  static const bool kSet = true;
+  const bool isNull = value == ObjMeta::kNull;
   value = isNull ? std::string() : im::urlDecode(withoutReplacementCharacters(value));
   bindings.bindParam(static_cast<int>(index), MYSQL_TYPE_STRING, value.data(), value.size(), nullptr,
-                     &kIsNull[isNull ? 1 : 0]);
+                     isNull ? &kSet : nullptr);
 }
 
 } // namespace
 
-ObjMetaInsert::ObjMetaInsert(DBConnectorSql& connector, const std::string& table, ObjMeta& content)
-  : db(connector), meta(content), head("INSERT INTO " + requireIdentifier(table) + "("), placeholders("(")
+ObjMetaInsert::ObjMetaInsert(db::DBConnectorSql& db, const std::string& table, ObjMeta& meta)
+  : db(db), meta(meta), head("INSERT INTO " + db::requireIdentifier(table) + "("), placeholders("(")
 {
   const char* separator = "";
   for (const std::string& column : meta.columns)
   {
-    head.append(separator).append(requireIdentifier(column));
+    head.append(separator).append(db::requireIdentifier(column));
     placeholders.append(separator).append("?");
     separator = ",";
   }
@@ -56,6 +73,8 @@ ObjMetaInsert::ObjMetaInsert(DBConnectorSql& connector, const std::string& table
 
 ImportCode ObjMetaInsert::run()
 {
+  if (meta.rowCount > 0)
+    refuseDoubledColumns(meta.columns);
   const std::size_t fitting = std::max<std::size_t>(1, kMostValues / meta.columns.size());
   Position next = meta.rows.begin();
   for (std::size_t left = meta.rowCount; left > 0;)
@@ -63,17 +82,17 @@ ImportCode ObjMetaInsert::run()
     const std::size_t batch = std::min({kMostRows, fitting, left});
     if (!insert(batch, next))
     {
-      base::report("ObjCacheMgr PROBLEM: ", -kRowsRanOut);
-      return kRowsRanOut;
+      base::report("ObjCacheMgr PROBLEM: ", -static_cast<int>(ImportCode::rowsRanOut));
+      return ImportCode::rowsRanOut;
     }
     left -= batch;
   }
-  return kImported;
+  return ImportCode::imported;
 }
 
 bool ObjMetaInsert::insert(std::size_t batch, Position& next)
 {
-  TmpPSCache cache(db, statement(batch), static_cast<int>(meta.columns.size() * batch), 0);
+  db::TmpPSCache cache(db, statement(batch), static_cast<int>(meta.columns.size() * batch), 0);
   const auto bindings = cache.query().mkBindings();
   std::size_t index = 0;
   for (std::size_t row = 0; row < batch; ++row, ++next)
@@ -95,4 +114,4 @@ std::string ObjMetaInsert::statement(std::size_t batch) const
   return text + " ON DUPLICATE KEY UPDATE FNAME=FNAME";
 }
 
-} // namespace tarn::db
+} // namespace tarn::study

@@ -1,22 +1,22 @@
 #pragma once
 
 #include <algorithm>
-#include <string>
+#include <string_view>
 
-namespace tarn::db
+namespace tarn::study
 {
 
 /// Cuts `text` at each `separator` and appends the pieces to `fields`: two separators in a row give an empty field, one
 /// at the end gives none, and an empty text gives no field at all.
 template <class Vector, char separator>
-void split3(const std::string& text, Vector& fields)
+void split3(std::string_view text, Vector& fields)
 {
-  for (std::string::size_type start = 0; start < text.size();)
+  while (!text.empty())
   {
-    const auto end = std::min(text.find(separator, start), text.size());
-    fields.push_back(text.substr(start, end - start));
-    start = end + 1;
+    const std::string_view field = text.substr(0, text.find(separator));
+    fields.emplace_back(field);
+    text.remove_prefix(std::min(field.size() + 1, text.size()));
   }
 }
 
-} // namespace tarn::db
+} // namespace tarn::study

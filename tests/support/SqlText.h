@@ -15,8 +15,8 @@ inline std::vector<std::string> select(tarn::db::DBConnectorSql& db, const std::
   const auto add = [&]
   {
     std::string row;
-    for (int column = 0; column < columns; ++column)
-      row.append(column ? "," : "").append(bindings->isNull(column) ? "NULL" : bindings->text(column));
+    for (std::size_t column = 0; column < bindings->row().columns.size(); ++column)
+      row.append(column ? "," : "").append(bindings->row().isNull(column) ? "NULL" : bindings->row().text(column));
     rows.push_back(row);
   };
   statement.executeQuery(statement.query(), *bindings, add);

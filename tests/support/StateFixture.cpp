@@ -1,8 +1,8 @@
 #include "tests/support/StateFixture.h"
 
-#include "samples/DicomFile.h"
+#include "samples/dicomFile.h"
 #include "converter/PSConverter.h"
-#include "samples/PluginState.h"
+#include "samples/pluginState.h"
 
 #include <dcmtk/oflog/oflog.h>
 
@@ -86,7 +86,7 @@ std::unique_ptr<DcmFileFormat> StateFixture::state(const std::string& pluginStat
   return file;
 }
 
-Outcome StateFixture::convert(DcmFileFormat& file, unsigned long flags, bool debug)
+StateFixture::Outcome StateFixture::convert(DcmFileFormat& file, unsigned long flags, bool debug)
 {
   samples::writeFile(inputPath, samples::encodeFile(*file.getDataset(), EXS_LittleEndianExplicit));
   const Capture said;
@@ -94,7 +94,7 @@ Outcome StateFixture::convert(DcmFileFormat& file, unsigned long flags, bool deb
   return {good, said.error.str(), said.out.str()};
 }
 
-Outcome StateFixture::convert(const std::string& pluginState, unsigned long flags, bool debug)
+StateFixture::Outcome StateFixture::convert(const std::string& pluginState, unsigned long flags, bool debug)
 {
   return convert(*state(pluginState), flags, debug);
 }

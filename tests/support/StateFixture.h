@@ -16,14 +16,6 @@
 #include <string>
 #include <vector>
 
-/// The result of one conversion and what it wrote to each stream.
-struct Outcome
-{
-  bool good = false;
-  std::string error;
-  std::string out;
-};
-
 /// The elements of an item, or those of the tags named: "Name:VR=value" separated by blanks, a sequence as
 /// "Name{item}{item}".
 std::string describe(DcmItem& item, const std::vector<DcmTagKey>& only = {});
@@ -38,6 +30,14 @@ const DcmTagKey kPluginState(0xF215, 0x1094);
 class StateFixture : public testing::Test
 {
 protected:
+  /// The result of one conversion and what it wrote to each stream.
+  struct Outcome
+  {
+    bool good = false;
+    std::string error;
+    std::string out;
+  };
+
   static constexpr char kUid[] = "1.2.826.0.1.7770001.2.11.4.123.45";
   static constexpr char kFirstName[] = "PR.1.2.826.0.1.7770001.2.11.7.1.123.45";
 

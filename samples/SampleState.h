@@ -1,11 +1,11 @@
 #pragma once
 
-#include "samples/DicomFile.h"
-#include "samples/PluginState.h"
-
 #include <memory>
 #include <string>
 #include <vector>
+
+#include "samples/dicomFile.h"
+#include "samples/pluginState.h"
 
 namespace samples
 {

@@ -1,10 +1,11 @@
-#include "samples/Archive.h"
+// The sample archive: its images, its presentation states and the rows of its object table.
+#include "samples/archive.h"
 
 #include <sstream>
 
-#include "samples/Phantom.h"
-#include "samples/StateWriter.h"
-#include "samples/Study.h"
+#include "samples/SampleImage.h"
+#include "samples/SampleState.h"
+#include "samples/study.h"
 
 namespace samples
 {

@@ -1,30 +1,30 @@
-#include "tools/StudyObject.h"
+// Reads of a DICOM object what the archive keeps of it.
+#include "tools/readStudyObject.h"
 
-#include "dicom/values.h"
+#include "base/files.h"
+#include "base/text.h"
 #include "dicom/loadFile.h"
+#include "dicom/uid.h"
+#include "dicom/values.h"
 
 #include <dcmtk/dcmdata/dcuid.h>
 
 #include <cerrno>
 #include <charconv>
-#include <cstring>
-#include <fstream>
-#include <limits>
 
 namespace tarn::tools
 {
 namespace
 {
 
-constexpr std::size_t kMaxUidLength = 64;
 constexpr std::size_t kMaxPrefixLength = 16; // of a code string (PS3.5 6.2)
 constexpr char kDigits[] = "0123456789";
 constexpr char kCapitals[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr char kSmallLetters[] = "abcdefghijklmnopqrstuvwxyz";
 constexpr char kPresentationStates[] = "1.2.840.10008.5.1.4.1.1.11."; // the classes' common root (PS3.4 B.5)
 
-/// Whether the bytes that a file begins with are those of a DICOM file: the prefix behind the preamble (PS3.10 7.1), or
-/// where both are missing an element of group 2 or 8 in either byte order.
+/// Whether the bytes that a file begins with are those of a DICOM file: the prefix after the preamble (PS3.10 7.1) or,
+/// where both are missing, an element of group 2 or 8 in either byte order.
 bool beginsLikeDicom(const std::string& start)
 {
   constexpr std::size_t kPreamble = 128;
@@ -39,15 +39,26 @@ bool beginsLikeDicom(const std::string& start)
 /// The first bytes of the file, as many as beginsLikeDicom() looks at.
 std::string startOf(const std::string& path)
 {
-  std::ifstream file(path, std::ios::binary);
-  if (!file)
-    throw UnusableObject(std::strerror(errno));
+  const base::RegularFile file(path);
   std::string start(132, '\0');
-  file.read(start.data(), static_cast<std::streamsize>(start.size()));
-  if (file.bad())
-    throw UnusableObject(std::strerror(errno));
-  start.resize(static_cast<std::size_t>(file.gcount()));
+  const std::ptrdiff_t length = base::readUpTo(file.fd, start.data(), start.size());
+  if (length < 0)
+    throw base::FileError(errno);
+  start.resize(static_cast<std::size_t>(length));
   return start;
+}
+
+void requireDicom(const std::string& path)
+{
+  try
+  {
+    if (!beginsLikeDicom(startOf(path)))
+      throw NoObject("no DICOM file");
+  }
+  catch (const base::FileError& failure)
+  {
+    throw UnusableObject(failure.what());
+  }
 }
 
 bool isDirectoryOfMedia(DcmFileFormat& file)
@@ -63,7 +74,7 @@ std::string uidOf(DcmItem& dataset, const DcmTagKey& key)
   const OFCondition status = dicom::readUid(dataset, key, uid);
   if (status.bad())
     throw UnusableObject(std::string(DcmTag(key).getTagName()) + ": " + status.text());
-  if (!isUid(uid))
+  if (!dicom::isUid(uid))
     throw UnusableObject(std::string(DcmTag(key).getTagName()) + " is no UID");
   return uid;
 }
@@ -74,18 +85,12 @@ std::optional<int> sizeOf(DcmItem& dataset, const DcmTagKey& key)
   return dataset.findAndGetUint16(key, size).good() ? std::optional<int>(size) : std::nullopt;
 }
 
-std::string trimmed(const std::string& text)
-{
-  const std::size_t first = text.find_first_not_of(' ');
-  return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
-
 std::optional<int> framesOf(DcmItem& dataset)
 {
   std::string text;
   if (dicom::readText(dataset, DCM_NumberOfFrames, text).bad())
     return std::nullopt;
-  text = trimmed(text);
+  text = base::trimmed(text);
   int frames = 0;
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, frames);
@@ -108,11 +113,11 @@ std::optional<std::string> prefixOfName(const std::string& name, const std::stri
 
 std::string modalityOf(DcmItem& dataset, const std::string& sopClassUid)
 {
-  if (sopClassUid.rfind(kPresentationStates, 0) == 0)
+  if (base::startsWith(sopClassUid, kPresentationStates))
     return "PR";
   std::string modality;
   if (dicom::readText(dataset, DCM_Modality, modality).good())
-    modality = trimmed(modality);
+    modality = base::trimmed(modality);
   if (isPrefix(modality, std::string(kDigits) + kCapitals))
     return modality;
   return dcmSOPClassUIDToModality(sopClassUid.c_str(), "OT");
@@ -120,26 +125,17 @@ std::string modalityOf(DcmItem& dataset, const std::string& sopClassUid)
 
 } // namespace
 
-bool isUid(const std::string& text)
+study::StudyObject readStudyObject(const std::string& path)
 {
-  return !text.empty() && text.front() != '.' && text.size() <= kMaxUidLength &&
-         text.find_first_not_of("0123456789.") == std::string::npos;
-}
-
-StudyObject readStudyObject(const std::string& path)
-{
-  if (!beginsLikeDicom(startOf(path)))
-    throw NoObject("no DICOM file");
+  requireDicom(path);
   DcmFileFormat file;
-  dicom::ReadLimits limits = dicom::ReadLimits::fromEnvironment();
-  limits.fileBytes = std::numeric_limits<std::uint64_t>::max(); // pixel data stay in their file
-  if (const OFCondition status = dicom::loadFile(file, path, limits); status.bad())
+  if (const OFCondition status = dicom::loadLazily(file, path); status.bad()) // pixel data stay in their file
     throw UnusableObject(status.text());
   if (isDirectoryOfMedia(file))
     throw NoObject("a DICOMDIR");
 
   DcmDataset& dataset = *file.getDataset();
-  StudyObject object;
+  study::StudyObject object;
   object.studyUid = uidOf(dataset, DCM_StudyInstanceUID);
   object.sopClassUid = uidOf(dataset, DCM_SOPClassUID);
   object.sopInstanceUid = uidOf(dataset, DCM_SOPInstanceUID);
@@ -147,8 +143,7 @@ StudyObject readStudyObject(const std::string& path)
   object.columns = sizeOf(dataset, DCM_Columns);
   object.rows = sizeOf(dataset, DCM_Rows);
   object.frames = framesOf(dataset);
-  const std::string fileName = path.substr(path.rfind('/') + 1);
-  const auto ownPrefix = prefixOfName(fileName, object.sopInstanceUid);
+  const auto ownPrefix = prefixOfName(base::baseName(path), object.sopInstanceUid);
   object.name = (ownPrefix ? *ownPrefix : modalityOf(dataset, object.sopClassUid)) + "." + object.sopInstanceUid;
   return object;
 }

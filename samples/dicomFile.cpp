@@ -1,4 +1,5 @@
-#include "samples/DicomFile.h"
+// DICOM objects put together from texts, and written as files.
+#include "samples/dicomFile.h"
 
 #include <dcmtk/dcmdata/dcostrmb.h>
 #include <dcmtk/dcmdata/dcwcache.h>
@@ -6,7 +7,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "samples/Study.h"
+#include "samples/study.h"
 
 namespace samples
 {

@@ -1,4 +1,5 @@
-#include "samples/PluginState.h"
+// The viewer's text of one or more figures, encoded as it stores it.
+#include "samples/pluginState.h"
 
 #include <cctype>
 #include <cstring>

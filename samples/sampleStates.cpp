@@ -1,7 +1,8 @@
-#include "samples/StateWriter.h"
+// The presentation states of the sample archive: every kind of annotation, several images, odd encodings.
+#include "samples/SampleState.h"
 
-#include "samples/Phantom.h"
-#include "samples/Study.h"
+#include "samples/SampleImage.h"
+#include "samples/study.h"
 
 // Annotation lines: kind, index, colour, base point, show index, show value, index anchor, value anchor, orientation,
 // then after the bar what the kind adds. Labels are URL-encoded within their line.

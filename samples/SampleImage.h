@@ -1,10 +1,10 @@
 #pragma once
 
-#include "samples/DicomFile.h"
-
 #include <memory>
 #include <string>
 #include <vector>
+
+#include "samples/dicomFile.h"
 
 namespace samples
 {

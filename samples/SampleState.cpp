@@ -1,10 +1,11 @@
-#include "samples/StateWriter.h"
+// Presentation states as the viewer leaves them.
+#include "samples/SampleState.h"
 
 #include <algorithm>
 #include <cctype>
 
-#include "samples/Phantom.h"
-#include "samples/Study.h"
+#include "samples/SampleImage.h"
+#include "samples/study.h"
 
 namespace samples
 {

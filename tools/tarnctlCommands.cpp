@@ -1,13 +1,15 @@
-#include "tools/commands.h"
+// What the commands of tarnctl do and print.
+#include "tools/tarnctlCommands.h"
 
+#include "base/IMException.h"
+#include "base/environmentValue.h"
 #include "base/report.h"
 #include "base/text.h"
 #include "db/DBConnectorSql.h"
-#include "tools/FileList.h"
-#include "base/IMException.h"
 #include "repository/client/IMRepositoryHandlerIface.h"
+#include "tools/FileList.h"
 #include "tools/Progress.h"
-#include "base/environmentValue.h"
+#include "tools/readStudyObject.h"
 
 #include <algorithm>
 #include <array>
@@ -20,12 +22,13 @@ namespace
 
 using db::DBConnectorSql;
 using imutils::IMException;
+using study::StudyObject;
 
 constexpr const char* kNeededToAdd[] = {"OBJECTTBL",          "QXOBJCACHETBL",          "TARGETTBL",
                                         "DEVSERVTBL",         "REPOSITORYHANDLER_HOME", "REPOSITORY_META",
                                         "REPOSITORY_TEMPMETA"};
 
-/// Refuses one in memory: what was done would be gone, and nothing would say so.
+/// Refuses a database in memory: what the command does would be gone afterwards without a word.
 std::unique_ptr<DBConnectorSql> openDatabase(db::Missing missing = db::Missing::refuse)
 {
   auto db = DBConnectorSql::open(missing);
@@ -97,8 +100,8 @@ struct Reading
     {
       StudyObject object = readStudyObject(path);
       ++objects;
-      const std::string study = object.studyUid;
-      studies[study].push_back(std::move(object));
+      const std::string studyUid = object.studyUid;
+      studies[studyUid].push_back(std::move(object));
     }
     catch (const NoObject& reason)
     {
@@ -133,13 +136,13 @@ Reading readFiles(const std::vector<std::string>& paths)
   return reading;
 }
 
-bool addOne(StudyAdmin& admin, const std::string& study, const std::vector<StudyObject>& objects,
+bool addOne(StudyAdmin& admin, const std::string& studyUid, const std::vector<StudyObject>& objects,
             const AddOptions& options)
 {
   try
   {
-    const AddedStudy result = admin.add(study, objects, options);
-    base::trace(study, ": ", counted(result.objects, "object", "objects"), ", ", result.added, " added, ",
+    const AddedStudy result = admin.add(studyUid, objects, options);
+    base::trace(studyUid, ": ", counted(result.objects, "object", "objects"), ", ", result.added, " added, ",
                 result.changed, " changed");
     return true;
   }
@@ -163,21 +166,21 @@ std::string entryWords(const std::optional<db::ObjCacheEntry>& entry)
   return entry->error ? "error" : "next run imports";
 }
 
-std::string metaWords(const StudyReport& study)
+std::string metaWords(const StudyReport& report)
 {
-  if (study.meta.value() == utils::STATUS_OK_TEMP)
-    return study.metaDir + " (parked)";
-  if (study.meta)
-    return study.metaDir;
-  return study.meta.value() == utils::STATUS_MISSING ? "none" : "unknown, the log says why";
+  if (report.meta.value() == utils::STATUS_OK_TEMP)
+    return report.metaDir + " (parked)";
+  if (report.meta)
+    return report.metaDir;
+  return report.meta.value() == utils::STATUS_MISSING ? "none" : "unknown, the log says why";
 }
 
-Row rowOf(const std::string& study, const StudyReport& report)
+Row rowOf(const std::string& studyUid, const StudyReport& report)
 {
   const db::StudyState& state = report.state;
   const std::string objects =
       state.row ? std::to_string(state.row->objectCount) + (state.row->metaRequired ? " (meta required)" : "") : "-";
-  return {study,
+  return {studyUid,
           objects,
           std::to_string(state.objectRows),
           entryWords(state.entry),
@@ -221,8 +224,8 @@ bool addStudies(const std::vector<std::string>& paths, const AddOptions& options
   const Reading reading = readFiles(paths);
   StudyAdmin admin(*db);
   std::size_t registered = 0;
-  for (const auto& [study, objects] : reading.studies)
-    registered += addOne(admin, study, objects, options) ? 1 : 0;
+  for (const auto& [studyUid, objects] : reading.studies)
+    registered += addOne(admin, studyUid, objects, options) ? 1 : 0;
   db->sync();
   base::trace(counted(registered, "study", "studies"), " registered; files: ", reading.objects, " read, ",
               reading.skipped, " skipped, ", reading.failed, " failed");
@@ -234,11 +237,11 @@ bool showStatus(const std::string& wanted)
   const auto db = openDatabase();
   StudyAdmin admin(*db);
   std::vector<Row> rows{{"STUDY", "OBJECTS", "ROWS", "ENTRY", "SINCE (UTC)", "REFERENCES", "META DIRECTORY"}};
-  for (const std::string& study : wanted.empty() ? admin.listStudies() : std::list<std::string>{wanted})
+  for (const std::string& studyUid : wanted.empty() ? admin.listStudies() : std::list<std::string>{wanted})
   {
-    const StudyReport report = admin.reportOn(study);
+    const StudyReport report = admin.reportOn(studyUid);
     if (report.isKnown())
-      rows.push_back(rowOf(study, report));
+      rows.push_back(rowOf(studyUid, report));
   }
   if (!wanted.empty() && rows.size() == 1)
     throw IMException(wanted + ": no such study");
@@ -246,21 +249,21 @@ bool showStatus(const std::string& wanted)
   return true;
 }
 
-bool clearError(const std::string& study)
+bool clearError(const std::string& studyUid)
 {
   const auto db = openDatabase();
-  StudyAdmin(*db).clearError(study);
+  StudyAdmin(*db).clearError(studyUid);
   db->sync();
-  base::trace(study, ": the next run imports it");
+  base::trace(studyUid, ": the next run imports it");
   return true;
 }
 
-bool removeStudy(const std::string& study)
+bool removeStudy(const std::string& studyUid)
 {
   const auto db = openDatabase();
-  StudyAdmin(*db).remove(study);
+  StudyAdmin(*db).remove(studyUid);
   db->sync();
-  base::trace(study, ": removed");
+  base::trace(studyUid, ": removed");
   return true;
 }
 

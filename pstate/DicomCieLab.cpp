@@ -1,4 +1,4 @@
-#include "annotations/DicomCieLab.h"
+#include "pstate/DicomCieLab.h"
 
 #include "pstate/ElementWriter.h"
 

@@ -1,9 +1,10 @@
-#include "samples/Phantom.h"
+// The images of the sample study, drawn by formula: slices of a torso and a spine.
+#include "samples/SampleImage.h"
 
 #include <cmath>
 #include <cstring>
 
-#include "samples/Study.h"
+#include "samples/study.h"
 
 namespace samples
 {

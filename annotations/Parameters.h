@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace impsconverter
+{
+
+/// Reads the parameters of one line, one call a field, in the order of the line:
+///
+///     return Parameters("arguments", "'light'", text, debug).number(window, "window").number(level, "level")
+///         .atLeast(2, "LIGHT");
+///
+/// Fields are converted as scanf converts "%d", "%lg" and "%512s" in the "C" locale: white space before a field is
+/// skipped, and the first field that cannot be converted ends the reading, so that it and all those after it keep the
+/// values that they had. A number beyond 32 bits keeps the low 32 bits of itself held within 64 bits.
+///
+/// A field's name is what the debug trace calls it. An empty name adds the value to the line of the field before; a
+/// field without a name is not traced.
+class Parameters
+{
+public:
+  static constexpr std::size_t kLongestWord = 512;
+
+  /// `group` and `subject` name what is read in the message: "Invalid number of GROUP for SUBJECT: ". The text and the
+  /// values that are read from it must outlive this object.
+  Parameters(const char* group, std::string subject, const char* text, bool debug);
+  Parameters(const Parameters&) = delete;
+  Parameters& operator=(const Parameters&) = delete;
+
+  Parameters& number(int& value, const char* name = nullptr);
+  /// A number that stands for true unless it is 0.
+  Parameters& flag(bool& value, const char* name = nullptr);
+  Parameters& real(float& value, const char* name = nullptr);
+  Parameters& real(double& value, const char* name = nullptr);
+  /// The bytes up to the next white space, at most so many: the next field begins where this one ends.
+  Parameters& word(std::string& value, const char* name = nullptr, std::size_t mostBytes = kLongestWord);
+  /// A word that is URL-encoded once more.
+  Parameters& label(std::string& value, const char* name = nullptr);
+  Parameters& skipNumbers(int fields);
+  Parameters& skipReals(int fields);
+
+  /// Moves the field that was read last to another place of the trace, counted from 0.
+  Parameters& tracedAt(std::size_t place);
+
+  /// The number of fields read so far; -1 when the text ended before the first one.
+  int count() const { return converted; }
+  /// Reports a count below `required`, which is the only failure. Otherwise prints the fields when debugging, under
+  /// "TITLE arguments: " and the count, unless the title is null.
+  [[nodiscard]] bool atLeast(int required, const char* title) const;
+
+private:
+  struct TracedField
+  {
+    const char* name;
+    std::variant<const int*, const bool*, const float*, const double*, const std::string*> value;
+  };
+
+  template <class Value, class Convert>
+  Parameters& field(const Value& value, const char* name, Convert convert);
+  bool convertNumber(int& value);
+  template <class Real>
+  bool convertReal(Real& value, Real (*convert)(const char*, char**));
+  bool convertWord(std::string& value, std::size_t mostBytes);
+  void trace(const char* title) const;
+
+  const char* group;
+  std::string subject;
+  const char* cursor;
+  bool debug;
+  bool ended = false;
+  int converted = 0;
+  std::vector<TracedField> traced; ///< empty unless debugging
+};
+
+} // namespace impsconverter

@@ -1,0 +1,270 @@
+// The grammar of the plug-in state, and what its lines say of an image and its view.
+#include "converter/PluginStateParser.h"
+
+#include "annotations/angle.h"
+#include "annotations/cobbangle.h"
+#include "annotations/freehand.h"
+#include "annotations/oval.h"
+#include "annotations/Parameters.h"
+#include "annotations/pointer.h"
+#include "annotations/ruler.h"
+#include "annotations/spinelabel.h"
+#include "annotations/text.h"
+#include "base/report.h"
+#include "base/text.h"
+#include "base/urlDecode.h"
+#include "pstate/ValidPresentationState.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace impsconverter
+{
+namespace
+{
+
+constexpr char kFigureStart = '\\';
+constexpr char kFigurePrefix[] = "ID+";
+constexpr std::size_t kFigurePrefixLength = sizeof kFigurePrefix - 1;
+
+constexpr int kOrientations = 8;
+constexpr int kQuarterTurns = 4;
+
+SIZE_MODE sizeModeOf(int code)
+{
+  switch (code)
+  {
+  case 0:
+    return SIZE_MODE_MAGNIFY;
+  case 2:
+    return SIZE_MODE_TRUE_SIZE;
+  case 3:
+    return static_cast<SIZE_MODE>(2);
+  default:
+    return SIZE_MODE_SCALE_TO_FIT;
+  }
+}
+
+/// The scanner of a view line, of what follows its first word; `subject` names the line in the message.
+Parameters viewParameters(const std::string& line, const char* subject, bool debug)
+{
+  return {"arguments", subject, line.c_str() + line.find(' '), debug};
+}
+
+bool isFigure(const std::string& figure)
+{
+  if (figure.size() < kFigurePrefixLength)
+    tarn::base::report("Figure is too short");
+  else if (figure.compare(0, kFigurePrefixLength, kFigurePrefix) != 0)
+    tarn::base::report("Figure starts with an invalid prefix");
+  else
+    return true;
+  return false;
+}
+
+} // namespace
+
+struct PluginStateParser::Rule
+{
+  const char* prefix;
+  LineHandler handler;
+};
+
+// First match wins.
+const PluginStateParser::Rule PluginStateParser::kRules[] = {
+    {"ID ", &PluginStateParser::processIDLine},
+    {"sized ", &PluginStateParser::processSizedLine},
+    {"light ", &PluginStateParser::processLightLine},
+    {"pixel ", &PluginStateParser::processPixelLine},
+    {"clip ", &PluginStateParser::processClipLine},
+    {"ruler_x ", &PluginStateParser::annotationLine<Ruler>},
+    {"freepointer_x ", &PluginStateParser::annotationLine<Pointer>},
+    {"angle_x ", &PluginStateParser::annotationLine<Angle>},
+    {"cobangle_x ", &PluginStateParser::annotationLine<CobbAngle>},
+    {"free_x ", &PluginStateParser::annotationLine<FreeHand>},
+    {"skewoval_x ", &PluginStateParser::annotationLine<SkewOval>},
+    {"skewhouns_x ", &PluginStateParser::annotationLine<SkewHounsField>},
+    {"oval_x ", &PluginStateParser::annotationLine<Oval>},
+    {"houns_x ", &PluginStateParser::annotationLine<HounsField>},
+    {"text_x ", &PluginStateParser::annotationLine<Text>},
+    {"spinelabel_x ", &PluginStateParser::annotationLine<SpineLabel>},
+};
+
+bool PluginStateParser::parse(const char* text)
+{
+  const char* const backslash = std::strchr(text, kFigureStart);
+  if (!backslash)
+  {
+    tarn::base::report("Plugin State contains no figure");
+    return false;
+  }
+  if (target.isDebug())
+    tarn::base::trace("Presentation State Label: ", std::string(text, backslash));
+  if (!parseFigures(backslash))
+    return false;
+  if (target.isDebug())
+    tarn::base::trace("parsePluginState returns true");
+  return true;
+}
+
+bool PluginStateParser::parseFigures(const char* backslash)
+{
+  while (backslash)
+  {
+    const char* const next = std::strchr(backslash + 1, kFigureStart);
+    std::string figure = next ? std::string(backslash + 1, next) : std::string(backslash + 1);
+    if (!isFigure(figure))
+      return false;
+    im::URLDecode(figure);
+    if (!parseFigure(figure.c_str()))
+    {
+      tarn::base::report("parsePluginState returns false (parseFigure)");
+      return false;
+    }
+    backslash = next;
+  }
+  return true;
+}
+
+bool PluginStateParser::parseFigure(const char* figure)
+{
+  if (target.isDebug())
+  {
+    tarn::base::trace(" -------- Figure ----------- ");
+    tarn::base::trace(figure);
+    tarn::base::trace(" ------ End Figure --------- ");
+  }
+  bool good = true;
+  for (std::string line; good && getLine(figure, line) != 0;)
+    good = handleLine(line);
+  if (!good || !target.finishOutput())
+  {
+    tarn::base::report("parseFigure returns false");
+    return false;
+  }
+  if (target.isDebug())
+    tarn::base::trace("parseFigure returns true");
+  return true;
+}
+
+int PluginStateParser::getLine(const char*& cursor, std::string& line)
+{
+  if (*cursor == '\0')
+    return 0;
+  const char* const feed = std::strchr(cursor, '\n');
+  const char* const end = feed ? feed : cursor + std::strlen(cursor);
+  line.assign(cursor, end);
+  cursor = feed ? feed + 1 : end;
+  return 1;
+}
+
+PluginStateParser::LineHandler PluginStateParser::handlerOf(const std::string& line)
+{
+  const auto* const rule =
+      std::find_if(std::begin(kRules), std::end(kRules),
+                   [&](const Rule& candidate) { return tarn::base::startsWith(line, candidate.prefix); });
+  return rule == std::end(kRules) ? nullptr : rule->handler;
+}
+
+bool PluginStateParser::handleLine(const std::string& line)
+{
+  const LineHandler handler = handlerOf(line);
+  return !handler || (this->*handler)(line);
+}
+
+template <class Kind>
+bool PluginStateParser::annotationLine(const std::string& line)
+{
+  return Kind(target.currentOutput()).process(line);
+}
+
+bool PluginStateParser::processIDLine(const std::string& line)
+{
+  if (!target.finishOutput())
+    return false;
+  const std::size_t slash = line.find('/');
+  if (slash == std::string::npos)
+  {
+    tarn::base::report("Invalid ID in figure - contains no slash ('/')");
+    return false;
+  }
+  const std::size_t underscore = line.rfind('_');
+  if (underscore == std::string::npos || underscore < slash)
+  {
+    tarn::base::report("Invalid ID in figure - contains no underscore ('_')");
+    return false;
+  }
+  return target.openOutput(line.substr(slash + 1, underscore - slash - 1), line.substr(underscore + 1));
+}
+
+bool PluginStateParser::processLightLine(const std::string& line)
+{
+  int window = 0;
+  int level = 0;
+  int inverted = 0;
+  int grayscale = 0;
+  return viewParameters(line, "'light'", target.isDebug())
+             .number(window, "window")
+             .number(level, "level")
+             .number(inverted, "inverted")
+             .number(grayscale, "grayscale")
+             .atLeast(4, "LIGHT") &&
+         target.setWindowLevel(window, level, inverted != 0);
+}
+
+bool PluginStateParser::processSizedLine(const std::string& line)
+{
+  int sizeX = 0;
+  int sizeY = 0;
+  int mode = 0;
+  int orientation = 0;
+  const bool read = viewParameters(line, "'sized'", target.isDebug())
+                        .number(sizeX, "size")
+                        .number(sizeY, "")
+                        .number(mode, "zoom")
+                        .number(orientation, "orientation")
+                        .atLeast(4, "SIZED");
+  if (!read || !target.setSizeMode(sizeModeOf(mode)))
+    return false;
+  if (orientation < 0 || orientation >= kOrientations)
+  {
+    tarn::base::report("Invalid image orientation: ", orientation);
+    return false;
+  }
+  const int rotation = orientation % kQuarterTurns * 90;
+  const bool flip = orientation >= kQuarterTurns;
+  target.setClip(1, 1, sizeX, sizeY); // a second sized line leaves the first one's area
+  if (target.isDebug())
+  {
+    tarn::base::trace(" Rotation: ", rotation);
+    tarn::base::trace(" Horizontal Flip: ", flip);
+  }
+  return target.setOrientation(rotation, flip);
+}
+
+bool PluginStateParser::processPixelLine(const std::string& line)
+{
+  double x = 0.0;
+  double y = 0.0;
+  return viewParameters(line, "'pixel'", target.isDebug()).real(x, "pixelX").real(y, "pixelY").atLeast(2, "PIXEL") &&
+         target.setPixelSpacing(x, y);
+}
+
+bool PluginStateParser::processClipLine(const std::string& line)
+{
+  double zoomX = 0.0;
+  int posX = 0;
+  int posY = 0;
+  int sizeX = 0;
+  int sizeY = 0;
+  Parameters clip = viewParameters(line, "'pixel'", target.isDebug()); // the text that clip lines have always had
+  clip.real(zoomX, "zoom X")
+      .number(posX, "pos X")
+      .number(posY, "pos Y")
+      .number(sizeX, "size X")
+      .number(sizeY, "size Y");
+  double zoomY = zoomX; // unless the line says another
+  return clip.real(zoomY, "zoom Y").tracedAt(1).atLeast(5, "CLIP") && target.setZoom(zoomX, zoomY);
+}
+
+} // namespace impsconverter

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "converter/PluginStateTarget.h"
+
+#include <string>
+
+namespace impsconverter
+{
+
+/// Reads the text of a plug-in state (docs/formats.md): a label, and URL-encoded figures, whose decoded lines name an
+/// image, set how it is viewed, or annotate it. A line that cannot be read ends the reading with one message for it and
+/// one for each level above; lines of other words are passed over.
+///
+/// Holds nothing but its target, so that one process may read any number of states.
+class PluginStateParser
+{
+public:
+  /// `target` is borrowed.
+  explicit PluginStateParser(PluginStateTarget& target) : target(target) {}
+
+  /// Reads a whole plug-in state, up to its first NUL.
+  [[nodiscard]] bool parse(const char* text);
+  /// Reads the lines of one decoded figure, and finishes the last output.
+  [[nodiscard]] bool parseFigure(const char* figure);
+
+private:
+  using LineHandler = bool (PluginStateParser::*)(const std::string& line);
+  struct Rule;
+  static const Rule kRules[];
+
+  bool parseFigures(const char* backslash);
+  /// Takes the next line without its line feed; 0 at the end of the text, else 1.
+  static int getLine(const char*& cursor, std::string& line);
+  static LineHandler handlerOf(const std::string& line);
+  /// The one way of every line, and what came of it.
+  bool handleLine(const std::string& line);
+  bool processIDLine(const std::string& line);
+  bool processLightLine(const std::string& line);
+  bool processSizedLine(const std::string& line);
+  bool processPixelLine(const std::string& line);
+  bool processClipLine(const std::string& line);
+  template <class Kind>
+  bool annotationLine(const std::string& line);
+
+  PluginStateTarget& target;
+};
+
+} // namespace impsconverter
