@@ -32,24 +32,19 @@ TEST(Console, AMessageShowsControlCharactersAsDigits)
   EXPECT_EQ(said.error.str(), "n 7 forged\\x0Aline\\x1B\\x7F\n");
 }
 
-TEST(Console, ScopesNest)
+TEST(Console, ScopesNestAndBelongToTheirThread)
 {
   const Capture outer;
   {
     const Capture inner;
     tarn::base::report("during");
     EXPECT_EQ(inner.error.str(), "during\n");
+    EXPECT_EQ(std::async(std::launch::async, [] { return &tarn::consoleError(); }).get(), &std::cerr) << "of a thread";
   }
   tarn::base::report("after");
   tarn::base::trace("flag ", true);
   EXPECT_EQ(outer.error.str(), "after\n");
   EXPECT_EQ(outer.out.str(), "flag true\n");
-}
-
-TEST(Console, AScopeBelongsToItsThread)
-{
-  const Capture scope;
-  EXPECT_EQ(std::async(std::launch::async, [] { return &tarn::consoleError(); }).get(), &std::cerr);
 }
 
 TEST(PartFile, StepsAroundThatOfAnotherAndGoesUnlessKept)

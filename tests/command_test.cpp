@@ -1,4 +1,5 @@
 #include "tests/support/MariaDbServer.h"
+#include "tests/support/Named.h"
 #include "tests/support/SqlText.h"
 #include "tests/support/StateFixture.h"
 
@@ -13,6 +14,7 @@
 
 #include <dcmtk/dcmdata/dcdict.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <map>
 
@@ -23,22 +25,23 @@ using namespace impsconverter;
 namespace
 {
 
-/// Stands for the usage in what the rows expect.
-const std::string kUsage = "(usage)";
+const std::string kUsage = R"(
+Usage:
 
-/// What was said, with kUsage in place of a usage that names every option.
-std::string shortened(std::string text)
-{
-  const std::string end = " in a Presentation State file to DICOM compliant format\n";
-  const std::size_t start = text.find("\nUsage:\n\n  annomend [-h] [-N] -f <inputFile> [-o <output prefix>]\n\n");
-  const std::size_t last = text.find(end);
-  if (start == std::string::npos || last == std::string::npos)
-    return text;
-  for (const char* const option : {"-h", "-N", "-f <inputFile>", "-o <output prefix>", "-i", "-x", "-d"})
-    EXPECT_NE(text.find("\n     " + std::string(option) + " ", start), std::string::npos) << option;
-  return text.replace(start, last + end.size() - start, kUsage);
-}
+  annomend [-h] [-N] -f <inputFile> [-o <output prefix>]
 
+     -h                  :    prints this help
+     -N                  :    do not touch the object cache
+                              to be used when the caller is certain that the object table is loaded for the study
+     -f <inputFile>      :    presentation state file to convert
+     -o <output prefix>  :    prefix for output files (will be empty if missing)
+     -i                  :    also save a copy of the original (input) presentation state file
+     -x                  :    fix (make DICOM compliant) the copy of the original presentation state file (only with -i)
+     -d                  :    print debug messages
+
+
+Converts annotations stored in QX private tags in a Presentation State file to DICOM compliant format
+)";
 const std::string kFound = "File X.1.2.4 was not found in the database - checking referenced series sequence\n";
 
 /// Runs the program in a folder of its own, beside its inputs.
@@ -70,12 +73,7 @@ protected:
   const std::filesystem::path work = folder.path() / "work";
 };
 
-std::string unrecognized(const std::string& option)
-{
-  return "Unrecognized option: '-" + option + "'\n" + kUsage;
-}
-
-struct Row
+struct Row : Named
 {
   std::string command;
   int status;
@@ -86,63 +84,72 @@ struct Row
 const std::string kPr = "PR.1.2.826.0.1.7770001.2.11.7.1.123.45";
 const std::string kMissing = "Missing argument: Presentation State file\n";
 const std::string kNoDatabase = "annomend: cannot open database ", kNoDictionary = "Data dictionary ";
+const std::string kOwnDictionary = "printf \"(0008,0018)\tUI\tOwnName\t1\tOwn\n\" >../own; "
+                                   "DCMDICTPATH=../own $P -N -d -f ../in.dcm >../dump && ";
 const Row kRows[] = {
-    {"$P", 1, kMissing},
-    {"$P -N -f ../in.dcm -f \"\"", 1, kMissing},
-    {"$P -hzf ../in.dcm", 1, kUsage},
-    {"$P -:", 1, unrecognized(":")},
-    {"$P --help", 1, unrecognized("-")},
-    {"$P -f ../in.dcm -o", 1, unrecognized("o")},
-    {"$P \"-$(printf \"\nx\")\"", 1, unrecognized("\\x0A")},
-    {"$P -N -f ../in.dcm", 0, kFound, {kPr}},
-    {"$P -Nopre -f../in.dcm", 0, kFound, {"pre" + kPr}},
-    {"$P -f ../bad.dcm -o /nowhere/ operand -f ../in.dcm -N -o ./ -i", 0, kFound, {kPr, "in.dcm"}},
-    {"$P -Nix -f ../in.dcm -o copy-", 0, kFound, {"copy-" + kPr, "copy-in.dcm"}},
-    {"head -c 400 ../in.dcm >../cut.dcm; $P -N -f ../cut.dcm", 0, "../cut.dcm could not be loaded: Invalid stream\n"},
+    {"NoArgument", "$P", 1, kMissing},
+    {"EmptyLastInput", "$P -N -f ../in.dcm -f \"\"", 1, kMissing},
+    {"HelpEndsTheScan", "$P -hzf ../in.dcm", 1, kUsage},
+    {"Colon", "$P -:", 1, "Unrecognized option: '-:'\n" + kUsage},
+    {"LongOption", "$P --help", 1, "Unrecognized option: '--'\n" + kUsage},
+    {"OptionWithoutItsValue", "$P -f ../in.dcm -o", 1, "Unrecognized option: '-o'\n" + kUsage},
+    {"ControlCharacter", "$P \"-$(printf \"\nx\")\"", 1, "Unrecognized option: '-\\x0A'\n" + kUsage},
+    {"NoPrefix", "$P -N -f ../in.dcm", 0, kFound, {kPr}},
+    {"AttachedValue", "$P -N -f../in.dcm", 0, kFound, {kPr}},
+    {"ValueAfterCombinedOptions", "$P -Nopre -f ../in.dcm", 0, kFound, {"pre" + kPr}},
+    {"SecondInput", "$P -N -f ../bad.dcm -f ../in.dcm", 0, kFound, {kPr}},
+    {"SecondPrefix", "$P -N -f ../in.dcm -o /nowhere/ -o ./", 0, kFound, {kPr}},
+    {"Operand", "$P operand -f ../in.dcm -N", 0, kFound, {kPr}},
+    {"Copy", "$P -N -f ../in.dcm -i", 0, kFound, {kPr, "in.dcm"}},
+    {"PrefixOfTheCopy", "$P -Nix -f ../in.dcm -o copy-", 0, kFound, {"copy-" + kPr, "copy-in.dcm"}},
+    {"CutInput", "head -c 400 ../in.dcm >../cut.dcm; $P -N -f ../cut.dcm", 0,
+     "../cut.dcm could not be loaded: Invalid stream\n"},
 
     // Where no database is needed, none is opened; a dump comes before it is.
-    {"TARN_DB_URL=x $P -N -f ../bad.dcm", 1, "Plugin State contains no figure\nPSConverter returned error\n"},
-    {"TARN_DB_URL=x $P -f absent", 0, "absent could not be loaded: No such file or directory\n"},
-    {"TARN_DB_URL=sqlite:/absent/db $P -N -f ../in.dcm", 1,
+    {"NothingToConvert", "TARN_DB_URL=x $P -N -f ../bad.dcm", 1,
+     "Plugin State contains no figure\nPSConverter returned error\n"},
+    {"AbsentInput", "TARN_DB_URL=x $P -f absent", 0, "absent could not be loaded: No such file or directory\n"},
+    {"AbsentDatabase", "TARN_DB_URL=sqlite:/absent/db $P -N -f ../in.dcm", 1,
      kNoDatabase + "sqlite:/absent/db: cannot open the file: No such file or directory\n"},
-    {"TARN_DB_URL=x $P -d -f ../in.dcm >../dump; test $? = 1 && grep -q Dicom-Data-Set ../dump", 0,
+    {"DumpBeforeTheDatabase",
+     "TARN_DB_URL=x $P -d -f ../in.dcm >../dump; test $? = 1 && grep -q Dicom-Data-Set ../dump", 0,
      kNoDatabase + "x: it starts with neither mysql:// nor sqlite:\n"},
 
-    // Nobody hears, or no longer.
-    {"$P -N -d -f ../in.dcm <&- >&- 2>&-", 0, "", {kPr}},
-    {"(sleep 0.1; $P -N -d -f ../in.dcm) | true", 0, kFound + "Standard output cannot be written\n", {kPr}},
-
-    {"DCMDICTPATH=/absent $P -N -f ../in.dcm", 1,
-     kNoDictionary + "/absent could not be read: No such file or directory\n"},
-    {"printf \"no\tdictionary\n\" >../none; DCMDICTPATH=../none $P -N -f ../in.dcm", 1,
-     kNoDictionary + "../none could not be read: it is not a data dictionary\n"},
-    {"printf \"(0008,0018)\tUI\tOwnName\t1\tOwn\n\" >../own; DCMDICTPATH=../own $P -N -d -f ../in.dcm >../dump && "
-     "grep OwnName ../dump >../own && grep SOPClassUID ../dump >../own",
+    {"ClosedStreams", "$P -N -d -f ../in.dcm <&- >&- 2>&-", 0, "", {kPr}},
+    {"NobodyReads",
+     "(sleep 0.1; $P -N -d -f ../in.dcm) | true",
      0,
-     kFound,
+     kFound + "Standard output cannot be written\n",
      {kPr}},
+
+    {"AbsentDictionary", "DCMDICTPATH=/absent $P -N -f ../in.dcm", 1,
+     kNoDictionary + "/absent could not be read: No such file or directory\n"},
+    {"TextThatIsNoDictionary", "printf \"no\tdictionary\n\" >../none; DCMDICTPATH=../none $P -N -f ../in.dcm", 1,
+     kNoDictionary + "../none could not be read: it is not a data dictionary\n"},
+    {"NameInTheOwnDictionary", kOwnDictionary + "grep OwnName ../dump >../own", 0, kFound, {kPr}},
+    {"NameThatTheOwnDictionaryLacks", kOwnDictionary + "grep SOPClassUID ../dump >../own", 0, kFound, {kPr}},
 };
 
-TEST_F(CommandTest, EndsWithAStatusMessagesAndFiles)
+struct Command : CommandTest, testing::WithParamInterface<Row>
 {
-  for (const Row& row : kRows)
-  {
-    SCOPED_TRACE(row.command);
-    std::filesystem::remove_all(work);
-    EXPECT_EQ(row.status, shell(row.command));
-    EXPECT_EQ(row.error, shortened(error()));
-    EXPECT_EQ(row.files, namesIn(work));
-  }
+};
+INSTANTIATE_TEST_SUITE_P(, Command, testing::ValuesIn(kRows), nameOf<Row>);
+
+TEST_P(Command, EndsWithAStatusMessagesAndFiles)
+{
+  EXPECT_EQ(shell(GetParam().command), GetParam().status);
+  EXPECT_EQ(error(), GetParam().error);
+  EXPECT_EQ(namesIn(work), GetParam().files);
 }
 
-/// What the server was asked for so far: executions and preparations of statements, connections.
-std::vector<int> asked(tarn::db::DBConnectorSql& counter)
+/// What the server was asked for so far, by the names of its counters.
+std::map<std::string, int> asked(tarn::db::DBConnectorSql& counter)
 {
-  std::vector<int> counts;
-  for (const std::string& count : select(counter, "SELECT VARIABLE_VALUE FROM information_schema.GLOBAL_STATUS WHERE "
-                                                  "VARIABLE_NAME IN ('COM_STMT_EXECUTE', 'COM_STMT_PREPARE', "
-                                                  "'CONNECTIONS') ORDER BY VARIABLE_NAME"))
-    counts.push_back(std::stoi(count));
+  std::map<std::string, int> counts;
+  for (const std::string& row : select(counter, "SELECT CONCAT(VARIABLE_NAME, ' ', VARIABLE_VALUE) FROM "
+                                                "information_schema.GLOBAL_STATUS WHERE VARIABLE_NAME IN "
+                                                "('COM_STMT_EXECUTE', 'COM_STMT_PREPARE', 'CONNECTIONS')"))
+    counts[row.substr(0, row.find(' '))] = std::stoi(row.substr(row.find(' ')));
   return counts;
 }
 
@@ -150,75 +157,116 @@ TEST_F(CommandTest, OneConnectionOneStatementOneLookUpAnObject)
 {
   const std::string sought = "File X.9 was not found in the database - checking referenced series sequence\n"
                              "Could not get SOP class UID for X.9 referenced in annotations - excluding from output\n";
+  // Objects that the database knows, that nothing knows, and that the state itself refers to, each more than once.
   put("many.dcm", "label\\ID+/CT.1.2.3_1\\ID+/X.9_1\\ID+/CT.1.2.3_2%0AID+/X.1.2.4_1\\ID+/X.9_1\\ID+/X.1.2.4_1");
   const ScopedEnvironment database("TARN_DB_URL", MariaDbServer::shared().createDatabase());
   const auto counter = tarn::db::DBConnectorSql::open(tarn::db::Missing::create);
   tarn::db::ArchiveAdmin(*counter).createSchema();
   counter->session().execute("INSERT INTO objects VALUES ('1.2','CT.1.2.3','8.1','1.2.3','9.1',1,1,1)");
-  const std::vector<int> before = asked(*counter); // is itself a statement that is prepared and executed
+  auto before = asked(*counter);
   EXPECT_EQ(0, shell("$P -N -f ../many.dcm -o ../out/"));
   EXPECT_EQ(sought + kFound + sought + kFound, error());
   EXPECT_EQ(4U, outputNames().size());
-  EXPECT_EQ(asked(*counter), (std::vector<int>{before.at(0) + 3 + 1, before.at(1) + 1 + 1, before.at(2) + 1}));
+  auto after = asked(*counter); // which is itself a statement that is prepared and executed
+  EXPECT_EQ(after["COM_STMT_EXECUTE"] - before["COM_STMT_EXECUTE"], 3 + 1) << "there are three objects";
+  EXPECT_EQ(after["COM_STMT_PREPARE"] - before["COM_STMT_PREPARE"], 1 + 1);
+  EXPECT_EQ(after["CONNECTIONS"] - before["CONNECTIONS"], 1);
 }
 
-/// Every sample state gives the same dump, messages and files with the toolkit's text dictionary, with the one compiled
-/// in, and with the text files laid over that.
-TEST_F(CommandTest, EveryDictionaryGivesTheSame)
+/// The sample states, and one without what most have anyway: file meta information, item delimiters, what outputs and
+/// copies are given.
+class SampleStates : public CommandTest
 {
-  samples::writeArchive(folder.path());
-  const std::string states = folder / "states/", out = folder / "out/";
-  // One without what most have anyway: file meta information, item delimiters, what outputs and copies are given.
-  DcmFileFormat bare;
-  bare.loadFile((states + "annotations-all-kinds.dcm").c_str());
-  for (const DcmTagKey& tag : {DCM_InstanceNumber, DCM_Modality, DCM_ContentDescription, DCM_ContentCreatorName,
-                               DCM_PresentationLUTShape, DCM_DisplayedAreaSelectionSequence})
-    bare.getDataset()->findAndDeleteElement(tag);
-  bare.saveFile((states + "bare.dcm").c_str(), EXS_LittleEndianImplicit, EET_ExplicitLength, EGL_recalcGL, EPD_noChange,
-                0, 0, EWM_dataset);
-  const auto outcome = [&](const auto& convert)
+protected:
+  SampleStates()
+  {
+    samples::writeArchive(folder.path());
+    DcmFileFormat bare;
+    bare.loadFile((folder / "states/annotations-all-kinds.dcm").c_str());
+    for (const DcmTagKey& tag : {DCM_InstanceNumber, DCM_Modality, DCM_ContentDescription, DCM_ContentCreatorName,
+                                 DCM_PresentationLUTShape, DCM_DisplayedAreaSelectionSequence})
+      bare.getDataset()->findAndDeleteElement(tag);
+    bare.saveFile((folder / "states/bare.dcm").c_str(), EXS_LittleEndianImplicit, EET_ExplicitLength, EGL_recalcGL,
+                  EPD_noChange, 0, 0, EWM_dataset);
+    for (const std::string& name : namesIn(folder / "states"))
+      paths.push_back(folder / "states/" + name);
+  }
+
+  /// What a conversion says, its result and the outputs, which it takes away.
+  template <class Convert>
+  std::string outcome(Convert convert) const
   {
     const Capture said;
     const char* const result = convert() ? "good" : "bad";
     std::string all = said.out.str() + said.error.str() + result;
     for (const std::string& name : outputNames())
     {
-      all += name + contents(out + name);
-      std::filesystem::remove(out + name);
+      all += name + contents(prefix + name);
+      std::filesystem::remove(prefix + name);
     }
     return all;
-  };
-  constexpr unsigned long kFlags = PSC_includeOriginal | PSC_fixOriginal;
-  std::map<std::string, std::string> expected;
-  for (const std::string& name : namesIn(states))
-  {
-    const std::string state = states + name;
-    const auto converted = [&](bool dumped)
-    { return outcome([&] { return PSConverter(*db, state, out, kFlags, dumped).convert(false); }); };
-    const std::string dump = expected[state] = converted(true);
-    const std::string quiet = converted(false);
-    ASSERT_LT(quiet.size(), dump.size()) << state;
-    EXPECT_TRUE(dump.substr(dump.size() - quiet.size()) == quiet) << "a dump changes " << state;
   }
-  EXPECT_EQ(16U, expected.size());
-  const auto command = [](std::vector<std::string> words)
+  /// By the library, with the toolkit's text dictionary.
+  std::string converted(const std::string& path, bool debug)
+  {
+    constexpr unsigned long kFlags = PSC_includeOriginal | PSC_fixOriginal;
+    return outcome([&] { return PSConverter(*db, path, prefix, kFlags, debug).convert(false); });
+  }
+  /// By the program's command, in this process.
+  std::string commanded(std::vector<std::string> words) const
   {
     std::vector<char*> arguments(words.size() + 1);
     std::transform(words.begin(), words.end(), arguments.begin(), [](std::string& word) { return word.data(); });
-    return runCommand(static_cast<int>(words.size()), arguments.data()) == 0;
-  };
-  for (const char* const paths : {"", DCM_DICT_DEFAULT_PATH})
-    for (const auto& [state, wanted] : expected)
-    {
-      const ScopedEnvironment variable("DCMDICTPATH", paths);
-      dcmDataDict.wrlock().reloadDictionaries(OFFalse, OFFalse); // as in a process of its own
-      dcmDataDict.wrunlock();
-      outcome([&] { return command({"annomend", "-hz"}); }); // a scan that ends early leaves nothing to the next
-      const std::vector<std::string> words{"annomend", "-Nixd", "-f", state, "-o", out};
-      EXPECT_TRUE(outcome([&] { return command(words); }) == wanted) << "'" << paths << "' changes " << state;
-    }
-  dcmDataDict.wrlock().reloadDictionaries(OFFalse, OFTrue); // for other tests
-  dcmDataDict.wrunlock();
+    return outcome([&] { return runCommand(static_cast<int>(words.size()), arguments.data()) == 0; });
+  }
+
+  std::vector<std::string> paths;
+};
+
+TEST_F(SampleStates, ADumpChangesNoOutput)
+{
+  EXPECT_EQ(16U, paths.size());
+  for (const std::string& path : paths)
+  {
+    const std::string quiet = converted(path, false), dump = converted(path, true);
+    ASSERT_LT(quiet.size(), dump.size()) << path;
+    EXPECT_TRUE(dump.substr(dump.size() - quiet.size()) == quiet) << path;
+  }
+}
+
+struct DictionaryRow : Named
+{
+  const char* paths; ///< DCMDICTPATH
+};
+
+const DictionaryRow kDictionaryRows[] = {{"CompiledIn", ""}, {"TextLaidOverIt", DCM_DICT_DEFAULT_PATH}};
+
+struct Dictionary : SampleStates, testing::WithParamInterface<DictionaryRow>
+{
+  ~Dictionary() override { reload(OFTrue); } // for other tests
+
+  /// Forgets the dictionary; without `external`, as in a process that just began.
+  static void reload(bool external)
+  {
+    dcmDataDict.wrlock().reloadDictionaries(OFFalse, external);
+    dcmDataDict.wrunlock();
+  }
+};
+INSTANTIATE_TEST_SUITE_P(, Dictionary, testing::ValuesIn(kDictionaryRows), nameOf<DictionaryRow>);
+
+/// Dump, messages and files are the same with every dictionary. A scan that ends early leaves nothing to the next.
+TEST_P(Dictionary, ChangesNothing)
+{
+  std::map<std::string, std::string> expected;
+  for (const std::string& path : paths)
+    expected[path] = converted(path, true);
+  const ScopedEnvironment variable("DCMDICTPATH", GetParam().paths);
+  for (const auto& [path, outcome] : expected)
+  {
+    reload(OFFalse);
+    commanded({"annomend", "-hz"});
+    EXPECT_TRUE(commanded({"annomend", "-Nixd", "-f", path, "-o", prefix}) == outcome) << path;
+  }
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "tests/support/Environment.h"
 #include "tests/support/Files.h"
 #include "tests/support/LogFile.h"
+#include "tests/support/Named.h"
 #include "tests/support/Processes.h"
 #include "tests/support/TempDir.h"
 
@@ -66,72 +67,92 @@ protected:
   const Environment environment{{{"REPOSITORYHANDLER_HOME", home.path()}}};
 };
 
-/// What the two forms of the calls log where there is no library, and where it lacks the entry points. The class keeps
-/// those that it found: it is not used before.
-TEST_F(Repositories, BothFormsTellWhatCannotBeLoaded)
+using Iface = IMRepositoryHandlerIface;
+const std::string kError = "error IMRepositoryHandlerIface: ", kInfo = "info IMRepositoryHandlerIface: ";
+const std::string kProcessList = "/tmp/error_ps." + std::to_string(getpid()) + ".txt";
+
+// The class keeps the entry points that it found: in a process of many cases, these two come first.
+TEST_F(Repositories, BothFormsTellThatTheLibraryIsAbsent)
 {
   const std::string absent = "/absent/lib/RepositoryHandler.so: cannot open shared object file: No such file or "
                              "directory\n";
-  const std::string called = "called createDirectory with repository=meta subDir=s shouldLock=true\n";
-  const std::string error = "error IMRepositoryHandlerIface: ", info = "info IMRepositoryHandlerIface: ";
-  const std::string failed = error + "EXCEPTION: dlopen error";
-  const std::string processList = "/tmp/error_ps." + std::to_string(getpid()) + ".txt";
-  using Iface = IMRepositoryHandlerIface;
-  {
-    const ScopedEnvironment nowhere("REPOSITORYHANDLER_HOME", "/absent");
-    const LogFile log;
-    EXPECT_EQ(createDirectory("meta", "s", nullptr, nullptr, false, true, nullptr), nullptr);
-    Iface::init();
-    EXPECT_EQ(Iface::createDirectory("meta", "s", nullptr, nullptr, false, true, nullptr), nullptr);
-    EXPECT_EQ(log.lines(), info + called + error + "dlopen error: " + absent + failed +
-                               " (/absent/lib/RepositoryHandler.so): " + absent + failed + ": " + absent + info +
-                               "error: not " + called);
-  }
-  EXPECT_NE(contents(processList).find("PID"), std::string::npos);
-  fs::remove(processList);
-  const std::string lackingPath = home / "old/lib/RepositoryHandler.so"; // a copy, which nothing else keeps loaded
+  const std::string call = "called createDirectory with repository=meta subDir=s shouldLock=true\n";
+  const ScopedEnvironment nowhere("REPOSITORYHANDLER_HOME", "/absent");
+  const LogFile ofFunction;
+  EXPECT_EQ(createDirectory("meta", "s", nullptr, nullptr, false, true, nullptr), nullptr);
+  EXPECT_EQ(ofFunction.lines(), kInfo + call + kError + "dlopen error: " + absent);
+  const LogFile ofInit;
+  Iface::init();
+  EXPECT_EQ(ofInit.lines(), kError + "EXCEPTION: dlopen error (/absent/lib/RepositoryHandler.so): " + absent);
+  const LogFile ofClass;
+  EXPECT_EQ(Iface::createDirectory("meta", "s", nullptr, nullptr, false, true, nullptr), nullptr);
+  EXPECT_EQ(ofClass.lines(), kError + "EXCEPTION: dlopen error: " + absent + kInfo + "error: not " + call);
+  EXPECT_NE(contents(kProcessList).find("PID"), std::string::npos);
+  fs::remove(kProcessList);
+}
+
+TEST_F(Repositories, BothFormsTellThatAnEntryPointIsAbsent)
+{
+  const std::string library = home / "old/lib/RepositoryHandler.so"; // a copy, which nothing else keeps loaded
   Dl_info other{};
   dladdr(reinterpret_cast<void*>(&_Unwind_GetIP), &other); // NOLINT: what dladdr is for
   fs::create_directory(mount("old/lib"));
-  fs::copy_file(other.dli_fname, lackingPath);
+  fs::copy_file(other.dli_fname, library);
   std::list<std::string> locations;
   {
     const ScopedEnvironment without("REPOSITORYHANDLER_HOME", mount("old"));
-    const LogFile log;
+    const LogFile ofFunction;
     EXPECT_EQ(getLocations("meta", "s", locations, false, false, nullptr), -1);
+    EXPECT_EQ(ofFunction.lines(), kError + "dlsym error initTask: " + library + ": undefined symbol: getLocations_\n");
+    const LogFile ofClass;
     EXPECT_EQ(Iface::getLocations("meta", "s", locations, false, false, nullptr), -1);
-    const std::string lacking = lackingPath + ": undefined symbol: getLocations_\n";
-    EXPECT_EQ(log.lines(),
-              error + "dlsym error initTask: " + lacking + error + "EXCEPTION: dlsym error getLocations_: " + lacking);
+    EXPECT_EQ(ofClass.lines(),
+              kError + "EXCEPTION: dlsym error getLocations_: " + library + ": undefined symbol: getLocations_\n");
   }
-  EXPECT_TRUE(fs::remove(processList));
+  EXPECT_TRUE(fs::remove(kProcessList));
   EXPECT_EQ(Iface::getLocations("meta", "s", locations, false, false, nullptr), kMissing) << "found at the next call";
 }
 
-TEST_F(Repositories, StatusOfNamesAndOfWhatStandsUnderThem)
+struct NameRow : Named
 {
-  const std::string longest(200, '7');
+  std::string resource;
+  int status;
+};
+
+const NameRow kNameRows[] = {
+    {"Present", "1.2.3", kLocated},
+    {"Absent", "1.2.4", kMissing},
+    {"Longest", std::string(200, '7'), kLocated},
+    {"TooLong", std::string(201, '7'), kNameRefused},
+    {"Empty", "", kNameRefused},
+    {"Parent", "..", kNameRefused},
+    {"ParentOfOne", "1.2.3/..", kNameRefused},
+    {"Absolute", "/etc", kNameRefused},
+    {"Hidden", ".hidden", kNameRefused},
+    {"File", "file", kFailed},
+    {"LinkToADirectory", "link", kFailed},
+};
+
+struct ResourceName : Repositories, testing::WithParamInterface<NameRow>
+{
+};
+INSTANTIATE_TEST_SUITE_P(, ResourceName, testing::ValuesIn(kNameRows), nameOf<NameRow>);
+
+TEST_P(ResourceName, HasTheSameStatusInEveryCall)
+{
   fs::create_directories(mount("two/1.2.3"));
-  fs::create_directories(mount("one/" + longest));
+  fs::create_directories(mount("one/" + std::string(200, '7')));
   put(mount("one/file"), "x");
   fs::create_symlink("/etc", mount("one/link"));
-  const std::pair<std::string, int> rows[] = {
-      {"1.2.3", kLocated},       {"1.2.4", kMissing},  {longest, kLocated},        {longest + "7", kNameRefused},
-      {"", kNameRefused},        {"..", kNameRefused}, {"1.2.3/..", kNameRefused}, {"/etc", kNameRefused},
-      {".hidden", kNameRefused}, {"file", kFailed},    {"link", kFailed}};
-  for (const auto& [text, expected] : rows)
-  {
-    SCOPED_TRACE(text);
-    const char* const name = text.c_str();
-    const std::string refusal = std::to_string(expected);
-    EXPECT_EQ(locate(name) == refusal, expected != kLocated);
-    EXPECT_EQ(checkResourceStatus("meta", name, nullptr), expected);
-    EXPECT_EQ(find(name), expected);
-    if (expected == kLocated || expected == kMissing)
-      continue;
-    EXPECT_EQ(create(name), refusal);
-    EXPECT_EQ(remove(name), expected);
-  }
+  const char* const name = GetParam().resource.c_str();
+  const int status = GetParam().status;
+  EXPECT_EQ(locate(name) == std::to_string(status), status != kLocated);
+  EXPECT_EQ(checkResourceStatus("meta", name, nullptr), status);
+  EXPECT_EQ(find(name), status);
+  if (status == kLocated || status == kMissing)
+    return;
+  EXPECT_EQ(create(name), std::to_string(status));
+  EXPECT_EQ(remove(name), status);
 }
 
 TEST_F(Repositories, StatusOfRepositories)
@@ -155,25 +176,31 @@ TEST_F(Repositories, StatusOfRepositories)
     EXPECT_EQ(checkResourceStatus(row.repository, "absent", nullptr), row.absent);
   }
   fs::remove(mount("etc/repositories.conf"));
-  EXPECT_EQ(checkResourceStatus("meta", "here", nullptr), kUnknown);
+  EXPECT_EQ(checkResourceStatus("meta", "here", nullptr), kUnknown) << "no configuration is an empty one";
   fs::create_directory(mount("etc/repositories.conf"));
   EXPECT_EQ(checkResourceStatus("meta", "here", nullptr), kGone) << "what cannot be read is not empty";
 }
 
-TEST_F(Repositories, ADirectoryIsMadeOnceAndWhereThereIsRoom)
+TEST_F(Repositories, ADirectoryIsMadeOnce)
+{
+  int status = 0, existed = -1;
+  const std::string place = taken(createLocation("meta", "a", &status, &existed, false, nullptr));
+  EXPECT_EQ(existed, 0);
+  EXPECT_FALSE(fs::exists(place)) << "a location is a place only";
+  put(mount("one/.overloaded"), "");
+  EXPECT_EQ(create("a"), mount("two/a"));
+  EXPECT_EQ(create("a"), mount("two/a, existed"));
+  EXPECT_EQ(create("a", true), std::to_string(kExisting));
+}
+
+TEST_F(Repositories, AnOverloadedMountTakesNothingNew)
 {
   configure("meta=" + mount("one") + ":" + mount("two") + "\nmeta.reserve=101\n");
   put(mount("one/.overloaded"), "");
-  int status = 0, existed = -1;
-  EXPECT_EQ(taken(createLocation("meta", "a", &status, &existed, false, nullptr)), mount("two/a"));
-  EXPECT_EQ(existed, 0);
-  EXPECT_FALSE(fs::exists(mount("two/a")));
-  EXPECT_EQ(create("a"), mount("two/a"));
+  EXPECT_EQ(taken(createLocation("meta", "a", nullptr, nullptr, false, nullptr)), mount("two/a"));
   checkOverload("meta", false, nullptr);
-  EXPECT_TRUE(fs::exists(mount("two/.overloaded")));
+  EXPECT_TRUE(fs::exists(mount("two/.overloaded"))) << "no mount has 101 per cent free";
   EXPECT_TRUE(fs::exists(create("b"))) << "where all are overloaded, none is turned away";
-  EXPECT_EQ(create("a"), mount("two/a, existed"));
-  EXPECT_EQ(create("a", true), std::to_string(kExisting));
   configure("meta=" + mount("one") + ":" + mount("two") + "\nmeta.reserve=0\n");
   checkOverload("meta", true, nullptr);
   EXPECT_FALSE(fs::exists(mount("one/.overloaded")));
@@ -189,59 +216,87 @@ TEST_F(Repositories, RemovalTakesAllOfIt)
   fs::create_directories(mount("one/.s.removed/half")); // of an interrupted removal
   setDirty("meta", "s", true, nullptr);
   EXPECT_EQ(remove("s"), kDone);
-  EXPECT_EQ(remove("s"), kMissing);
-  EXPECT_TRUE(fs::is_empty(mount("one")));
+  EXPECT_EQ(remove("s"), kMissing) << "it is gone";
+  EXPECT_TRUE(fs::is_empty(mount("one"))) << "with its flag and what an interrupted removal left";
   EXPECT_TRUE(fs::is_empty(mount("old")));
-  EXPECT_TRUE(fs::exists(mount("two/kept")));
+  EXPECT_TRUE(fs::exists(mount("two/kept"))) << "links are not followed";
 }
 
 TEST_F(Repositories, ALockKeepsOtherProcessesOut)
 {
-  fs::create_directory(mount("two/s"));
   const auto lock = [] { return lockResource("meta", "s", nullptr) ? 1 : 0; };
   const auto unlock = [] { return unlockResource("meta", "s", nullptr) ? 1 : 0; };
-  const std::string file = mount("one/.s.lock");
-  EXPECT_FALSE(lockResource("meta", "absent", nullptr));
+  EXPECT_EQ(lock(), 0) << "there is nothing to lock";
+  fs::create_directory(mount("two/s"));
   EXPECT_EQ(statusOf(inChild(lock)), 1);
   EXPECT_EQ(lock(), 1) << "the process that held it has ended";
-  EXPECT_EQ(lock(), 0);
+  EXPECT_EQ(lock(), 0) << "this process has it already";
   EXPECT_EQ(statusOf(inChild(lock)), 0);
-  EXPECT_EQ(statusOf(inChild(unlock)), 0);
+  EXPECT_EQ(statusOf(inChild(unlock)), 0) << "only the holder gives it back";
   EXPECT_EQ(statusOf(inChild([] { return remove("s"); })), kLocked);
   EXPECT_EQ(statusOf(inChild([] { return find("s", true); })), kLocked);
   EXPECT_EQ(unlock(), 1);
-  EXPECT_EQ(unlock(), 0);
+  EXPECT_EQ(unlock(), 0) << "it is given back once";
+}
+
+TEST_F(Repositories, ALockThatMayHoldKeepsThisProcessOut)
+{
+  const std::string file = mount("one/.s.lock");
+  fs::create_directory(mount("two/s"));
   put(file, "elsewhere 1\n");
-  EXPECT_EQ(lock(), 0) << "a process of another host may live";
+  EXPECT_FALSE(lockResource("meta", "s", nullptr)) << "a process of another host may live";
   fs::remove(file);
   fs::create_directory(file);
-  EXPECT_EQ(lock(), 0) << "what cannot be read may be another's lock";
+  EXPECT_FALSE(lockResource("meta", "s", nullptr)) << "what cannot be read may be another's lock";
   EXPECT_EQ(remove("s"), kFailed);
 }
 
-TEST_F(Repositories, AnAgedResourceIsFoundAndBroughtBackWhole)
+/// The repository with a resource "s" in the aged mount.
+struct AgedResource : Repositories
 {
-  fs::create_directories(mount("old/s/sub"));
-  put(mount("old/s/sub/file"), "text");
-  fs::create_directories(mount("two/.s.moving/half")); // of an interrupted move
+  AgedResource()
+  {
+    fs::create_directories(mount("old/s/sub"));
+    put(mount("old/s/sub/file"), "text");
+  }
+  /// Brings it back; its new path, or nothing.
+  static std::string broughtBack(const char* name = "s") { return taken(unAge("meta", name, nullptr)); }
+};
+
+TEST_F(AgedResource, IsFoundWhenAsked)
+{
   EXPECT_EQ(locate("s"), mount("old/s"));
   EXPECT_EQ(locate("s", false), std::to_string(kMissing));
-  utimbuf times{1000, 2000};
-  EXPECT_TRUE(setTimeProperties("meta", "s", &times, nullptr));
-  setDirty("meta", "s", true, nullptr);
+}
+
+TEST_F(AgedResource, StaysWhileItIsLockedElsewhere)
+{
   put(mount("one/.s.lock"), "elsewhere 1\n");
-  EXPECT_EQ(taken(unAge("meta", "s", nullptr)), "") << "it is locked elsewhere";
-  EXPECT_TRUE(fs::exists(mount("old/s")) && fs::remove(mount("one/.s.lock")));
+  EXPECT_EQ(broughtBack(), "");
+  EXPECT_TRUE(fs::exists(mount("old/s")));
   EXPECT_FALSE(fs::exists(mount("one/s")) || fs::exists(mount("two/s")));
+}
+
+TEST_F(AgedResource, IsBroughtBackWhole)
+{
+  fs::create_directories(mount("two/.s.moving/half")); // of an interrupted move
   put(mount("one/.overloaded"), "");
-  for (int round = 0; round < 2; ++round)
-    EXPECT_EQ(taken(unAge("meta", "s", nullptr)), mount("two/s"));
-  EXPECT_EQ(taken(unAge("meta", "absent", nullptr)), "");
+  EXPECT_EQ(broughtBack(), mount("two/s"));
+  EXPECT_EQ(broughtBack(), mount("two/s")) << "it is there already";
+  EXPECT_EQ(broughtBack("absent"), "");
   EXPECT_TRUE(fs::is_empty(mount("old")));
   EXPECT_EQ(namesIn(mount("one")), std::vector<std::string>{".overloaded"}) << "the lock is given back";
   EXPECT_EQ(contents(mount("two/s/sub/file")), "text");
   EXPECT_FALSE(fs::exists(mount("two/s/half")));
+}
+
+TEST_F(AgedResource, KeepsItsTimesAndItsFlag)
+{
+  utimbuf given{1000, 2000}, times{};
   EXPECT_FALSE(getTimeProperties("meta", "absent", &times, nullptr));
+  EXPECT_TRUE(setTimeProperties("meta", "s", &given, nullptr));
+  setDirty("meta", "s", true, nullptr);
+  EXPECT_NE(broughtBack(), "");
   EXPECT_TRUE(getTimeProperties("meta", "s", &times, nullptr));
   EXPECT_EQ(times.modtime, 2000);
   EXPECT_TRUE(isDirty("meta", "s", nullptr));
@@ -264,7 +319,7 @@ TEST_F(Repositories, ListingsHoldOneKindInByteOrder)
                                                            &std::free);
   ASSERT_EQ(count, 4);
   EXPECT_EQ(Names(files.get(), files.get() + count), (Names{".h", "Z", "a", "b"}));
-  EXPECT_EQ(files.get()[count], nullptr);
+  EXPECT_EQ(files.get()[count], nullptr) << "the list ends so";
   const std::unique_ptr<char*, decltype(&std::free)> folders(listDirs(folder.c_str(), &count, true, nullptr),
                                                              &std::free);
   EXPECT_EQ(Names(folders.get(), folders.get() + count), Names{folder + "/d"});
