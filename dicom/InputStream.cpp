@@ -20,8 +20,9 @@ namespace
 
 } // namespace
 
-InputStream::InputStream(std::shared_ptr<const InputFile> file, const ReadLimits& limits, const DcmDataset& dataset)
-  : DcmInputStream(&producer), producer(std::move(file), 0), limits(limits), guard(limits, dataset, frameHere())
+InputStream::InputStream(std::shared_ptr<const InputFile> file, const ReadLimits& limits)
+  : DcmInputStream(&producer), producer(std::move(file), 0), inflatedBytes(limits.inflatedBytes),
+    guard(limits, frameHere())
 {
 }
 
@@ -34,7 +35,7 @@ offile_off_t InputStream::read(void* buffer, offile_off_t length)
 {
   const offile_off_t got = DcmInputStream::read(buffer, allowed(length));
   checkInflated();
-  guard.onRead(frameHere(), buffer, got);
+  guard.onRead(frameHere());
   return got;
 }
 
@@ -47,7 +48,7 @@ offile_off_t InputStream::skip(offile_off_t length)
 
 void InputStream::mark()
 {
-  guard.onMark(frameHere());
+  guard.onMark();
   DcmInputStream::mark();
 }
 
@@ -70,16 +71,16 @@ offile_off_t InputStream::allowed(offile_off_t length) const
   if (inflatedFrom < 0)
     return length;
   const auto done = static_cast<std::uint64_t>(tell() - inflatedFrom);
-  const std::uint64_t left = limits.inflatedBytes - std::min(done, limits.inflatedBytes);
+  const std::uint64_t left = inflatedBytes - std::min(done, inflatedBytes);
   constexpr std::uint64_t kMost = std::numeric_limits<offile_off_t>::max();
   return std::min(length, static_cast<offile_off_t>(std::min(left, kMost - 1) + 1));
 }
 
 void InputStream::checkInflated()
 {
-  if (inflatedFrom >= 0 && static_cast<std::uint64_t>(tell() - inflatedFrom) > limits.inflatedBytes)
-    tooLarge = failure(base::joined("The data set inflates to more than the ", limits.inflatedBytes,
-                                    " bytes of TARN_MAX_INFLATED_BYTES"));
+  if (inflatedFrom >= 0 && static_cast<std::uint64_t>(tell() - inflatedFrom) > inflatedBytes)
+    tooLarge = failure(
+        base::joined("The data set inflates to more than the ", inflatedBytes, " bytes of TARN_MAX_INFLATED_BYTES"));
 }
 
 } // namespace tarn::dicom

@@ -16,8 +16,7 @@ namespace tarn::dicom
 class InputStream : public DcmInputStream
 {
 public:
-  /// `dataset` is the one that is being read; it is borrowed.
-  InputStream(std::shared_ptr<const InputFile> file, const ReadLimits& limits, const DcmDataset& dataset);
+  InputStream(std::shared_ptr<const InputFile> file, const ReadLimits& limits);
 
   /// What ended the stream: a refusal, or a failure to read. The parser may not have noticed.
   OFCondition trouble() const;
@@ -39,7 +38,7 @@ private:
   void checkInflated();
 
   FileProducer producer;
-  const ReadLimits limits;
+  const std::uint64_t inflatedBytes; ///< the most that the deflated part may become
   ParseGuard guard;
   offile_off_t inflatedFrom = -1; ///< where the deflated part begins, -1 without one
   OFCondition tooLarge;

@@ -1,3 +1,4 @@
+// What parsing one file may cost beyond its bytes: depth, elements, time.
 #include "dicom/ParseGuard.h"
 
 #include "base/text.h"
@@ -6,7 +7,7 @@
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <cstring>
+#include <ctime>
 
 namespace tarn::dicom
 {
@@ -18,11 +19,12 @@ namespace
 constexpr std::uintptr_t kStackBudget = 1U << 20U;
 constexpr std::uintptr_t kStackShare = 8;
 
-/// Elements that the toolkit may have to step over, one by one, to put those into their place that stand behind greater
-/// tags (PS3.5 7.1 has them in ascending order): less than a second, and no matter for items of thousands of elements.
-constexpr std::uint64_t kMaxReordering = 100000000;
-
-constexpr Uint16 kItemGroup = 0xFFFE;
+/// Processor time that the parser may take. The toolkit steps over the elements of an item, one by one, to put one into
+/// its place that stands behind greater tags (PS3.5 7.1 has them in ascending order): a few megabytes in descending
+/// order take it hours. A million elements in order take half a second. It is not the time on the wall, since a file
+/// that is waited for, because of its disk or of other programs, does no harm.
+constexpr std::chrono::seconds kMaxTime{5};
+constexpr std::uint64_t kElementsPerLook = 256; // asking for the time costs as much as an element
 
 std::uintptr_t stackBudget()
 {
@@ -31,59 +33,32 @@ std::uintptr_t stackBudget()
   return bounded ? std::min<std::uintptr_t>(kStackBudget, stack.rlim_cur / kStackShare) : kStackBudget;
 }
 
-Uint16 swapped(Uint16 word)
+std::chrono::nanoseconds threadTime()
 {
-  return static_cast<Uint16>((word << 8U) | (word >> 8U));
+  timespec time{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
 } // namespace
 
-ParseGuard::ParseGuard(const ReadLimits& limits, const DcmDataset& readDataset, std::uintptr_t stackBase)
-  : maxElements(limits.elements), dataset(readDataset), lowest(stackBase - std::min(stackBase, stackBudget()))
+ParseGuard::ParseGuard(const ReadLimits& limits, std::uintptr_t stackBase)
+  : maxElements(limits.elements), lowest(stackBase - std::min(stackBase, stackBudget())), last(threadTime() + kMaxTime)
 {
 }
 
-void ParseGuard::onMark(std::uintptr_t frame)
+void ParseGuard::onMark()
 {
   if (++elements > maxElements)
     refuse(failure(base::joined("The file holds more elements than the ", maxElements, " of TARN_MAX_ELEMENTS")));
-  markFrame = frame;
-  tagWords = 0;
+  if (elements % kElementsPerLook == 0 && threadTime() > last)
+    refuse(failure(base::joined("Reading the file takes more than ", kMaxTime.count(), " seconds of processor time")));
 }
 
-void ParseGuard::onRead(std::uintptr_t frame, const void* bytes, offile_off_t length)
+void ParseGuard::onRead(std::uintptr_t frame)
 {
   if (frame < lowest)
     refuse(failure("Sequences are nested too deeply"));
-  if (tagWords == tag.size())
-    return;
-  if (length != sizeof(Uint16))
-  {
-    tagWords = tag.size();
-    return;
-  }
-  std::memcpy(&tag.at(tagWords++), bytes, sizeof(Uint16));
-  if (tagWords == tag.size())
-    onTag();
-}
-
-/// An item ends when the parser reads on in a frame further up.
-void ParseGuard::onTag()
-{
-  while (!levels.empty() && levels.back().frame < markFrame)
-    levels.pop_back();
-  const bool swap = DcmXfer(dataset.getOriginalXfer()).isBigEndian() != (gLocalByteOrder == EBO_BigEndian);
-  const Uint16 group = swap ? swapped(tag[0]) : tag[0];
-  const Uint32 whole = (static_cast<Uint32>(group) << 16U) | (swap ? swapped(tag[1]) : tag[1]);
-  if (group == kItemGroup)
-    return;
-  if (levels.empty() || levels.back().frame != markFrame)
-    levels.push_back({markFrame, 0, 0});
-  Level& level = levels.back();
-  if (whole < level.greatestTag && (reordering += level.elements) > kMaxReordering)
-    refuse(failure("Elements are too far from ascending order"));
-  level.greatestTag = std::max(level.greatestTag, whole);
-  ++level.elements;
 }
 
 /// The first reason stands.

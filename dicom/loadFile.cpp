@@ -54,7 +54,7 @@ OFCondition parse(DcmFileFormat& file, std::shared_ptr<const InputFile> source, 
   OFCondition status = file.clear();
   if (status.bad())
     return status;
-  InputStream stream(std::move(source), limits, *file.getDataset());
+  InputStream stream(std::move(source), limits);
   file.transferInit();
   status = file.read(stream, EXS_Unknown, EGL_noChange, kMaxReadLength);
   file.transferEnd();

@@ -112,19 +112,16 @@ std::string elements(Uint32 first, std::size_t count, int step)
   return bytes;
 }
 
-TEST(FileReader, TheOrderOfElementsIsBounded)
+TEST(FileReader, ElementsMayBeInDisorder)
 {
-  const std::pair<std::string, const char*> rows[] = {
-      {elements(0x00300000, 50000, -2), "Elements are too far from ascending order"},
-      {elements(0x00200000, 50000, 2), "Normal"},
-      {elements(0xF2151001, 1, 2) + elements(0x00200000, 5000, 2), "Normal"},
-  };
   const TempDir dir;
-  for (const auto& [dataset, message] : rows)
+  for (const std::string& dataset :
+       {elements(0x00300000, 5000, -2), elements(0xF2151001, 1, 2) + elements(0x00200000, 5000, 2)})
   {
     put(dir / "file", withHeader(EXS_BigEndianExplicit, dataset));
     DcmFileFormat file;
-    EXPECT_STREQ(loadFile(file, dir / "file").text(), message) << dataset.size();
+    EXPECT_STREQ(loadFile(file, dir / "file").text(), "Normal") << dataset.size();
+    EXPECT_EQ(file.getDataset()->card(), dataset.size() / 8);
   }
 }
 

@@ -88,7 +88,7 @@ CONTENTS = {
         lambda: deflated(state() + element(0xF215, 0x1100, "SQ", b"", UNDEFINED),
                          ITEM + element(9, 0x1000, "LO") * 131000 + ITEM_END, 3000), TOO_MANY),
     "a million elements in descending order": (
-        lambda: file(descending(999000)), refused("Elements are too far from ascending order")),
+        lambda: file(descending(999000)), refused("Reading the file takes more than 5 seconds of processor time")),
     "a sparse file of 2 GiB": (
         lambda: (file(state()), 2048 * MEBI),
         refused("The file has 2147483648 bytes, and TARN_MAX_FILE_BYTES allows 536870912")),
