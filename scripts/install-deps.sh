@@ -11,7 +11,8 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev mariadb-server mariadb-client procps openssl
   # system calls that fail, runs that are killed, leaks
   strace valgrind
-  # independent readers of what the converter writes
+  # independent readers of what the converter writes; Debian's modules belong to /usr/bin/python3, which the scripts name
+  # because another python3 in the PATH does not find them
   dicom3tools python3 python3-pydicom python3-numpy
   # second compiler, fuzzing, style
   clang libclang-rt-14-dev clang-format clang-tidy cppcheck

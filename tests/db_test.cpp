@@ -347,7 +347,7 @@ TEST(DatabaseUrl, TakesThePasswordFromWhereItIsKept)
   put(folder / ".my.cnf", "[annomend]\npassword=s/e:c@r%t\n[other]\npassword=wrong-secret\n");
   put(folder / "password", "s/e:c@r%t\n");
   put(folder / "empty", "");
-  MariaDbServer::shared().run("CREATE USER 'a b'@localhost IDENTIFIED BY 's/e:c@r%t'");
+  MariaDbServer::shared().run("CREATE OR REPLACE USER 'a b'@localhost IDENTIFIED BY 's/e:c@r%t'");
   const std::string place = "@localhost/information_schema?socket=" + MariaDbServer::shared().socket();
   const std::string name = "mysql://a%20b" + place;
   const std::string denied = "cannot connect: Access denied for user 'a b'@'localhost' (using password: ";

@@ -3,8 +3,11 @@
 #include "tests/support/Files.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <stdexcept>
 #include <thread>
+
+#include <unistd.h>
 
 namespace
 {
@@ -43,13 +46,14 @@ MariaDbServer::MariaDbServer(const std::string& options)
 
 MariaDbServer& MariaDbServer::shared()
 {
-  static MariaDbServer instance;
+  const char* const running = std::getenv("ANNOMEND_TEST_SERVER");
+  static MariaDbServer instance = running ? MariaDbServer(Running{contents(running)}) : MariaDbServer();
   return instance;
 }
 
 std::string MariaDbServer::createDatabase()
 {
-  const std::string name = "archive" + std::to_string(++databases);
+  const std::string name = "archive_" + std::to_string(getpid()) + "_" + std::to_string(++databases);
   run("CREATE DATABASE " + name);
   return "mysql://root@localhost/" + name + "?socket=" + socket();
 }

@@ -6,26 +6,33 @@
 #include <memory>
 #include <string>
 
-/// A throw-away MariaDB server of its own, without network, its data in a new folder below /tmp. It ends with this
-/// object, and with the process that made it, however that ends; the folder goes with the server. `root` has no
-/// password.
+/// A throw-away MariaDB server, without network, its data in a new folder below /tmp. `root` has no password.
 class MariaDbServer
 {
 public:
-  /// Starts it and waits until it answers; throws std::runtime_error, with the server's log, when it does not.
-  /// `options` go to the server's command line, as the shell reads them.
+  /// Starts a server and waits until it answers. It ends with this object, and with the process that made it, however
+  /// that ends. `options` go to the server's command line, as the shell reads them. Throws std::runtime_error, with the
+  /// server's log, when it does not start.
   explicit MariaDbServer(const std::string& options = "");
-  /// The one that the tests of a program share.
+  /// The one that many tests share. It is the server of the ctest run where ANNOMEND_TEST_SERVER names the file with
+  /// its socket, else one that this program starts.
   static MariaDbServer& shared();
 
-  /// Makes a new empty database; its URL for `root`.
+  /// Makes a new empty database, whose name no other process uses, and returns its URL for `root`.
   std::string createDatabase();
-  /// Runs statements as `root`; throws std::runtime_error when they fail.
+  /// Runs statements as `root`. Throws std::runtime_error when they fail.
   void run(const std::string& sql) const;
-  std::string socket() const { return folder / "s"; }
+  std::string socket() const { return socketPath; }
 
 private:
+  struct Running
+  {
+    std::string socket;
+  };
+  explicit MariaDbServer(const Running& server) : socketPath(server.socket) {}
+
   const TempDir folder{"/tmp"}; // a socket's path has less than 108 characters
+  const std::string socketPath = folder / "s";
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> leash{nullptr, pclose}; ///< the pipe that keeps the server alive
   int databases = 0;
 };
