@@ -1,7 +1,7 @@
 // Files as the toolkit's parser takes them in: from memory, or in blocks.
 #include "dicom/FileProducer.h"
 
-#include "dicom/values.h"
+#include "dicom/failure.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,8 @@
+// The limits on what the parser is given.
 #include "dicom/InputStream.h"
 
 #include "base/text.h"
-#include "dicom/values.h"
+#include "dicom/failure.h"
 
 #include <algorithm>
 #include <limits>

@@ -2,7 +2,7 @@
 #include "dicom/ParseGuard.h"
 
 #include "base/text.h"
-#include "dicom/values.h"
+#include "dicom/failure.h"
 
 #include <sys/resource.h>
 
@@ -20,9 +20,9 @@ constexpr std::uintptr_t kStackBudget = 1U << 20U;
 constexpr std::uintptr_t kStackShare = 8;
 
 /// Processor time that the parser may take. The toolkit steps over the elements of an item, one by one, to put one into
-/// its place that stands behind greater tags (PS3.5 7.1 has them in ascending order): a few megabytes in descending
-/// order take it hours. A million elements in order take half a second. It is not the time on the wall, since a file
-/// that is waited for, because of its disk or of other programs, does no harm.
+/// its place that stands behind greater tags (PS3.5 7.1 has them in ascending order), so that a few megabytes in
+/// descending order would take it the better part of an hour; a million elements in order take it half a second. Time
+/// that is spent waiting, for a slow disk or for other programs, is not counted.
 constexpr std::chrono::seconds kMaxTime{5};
 constexpr std::uint64_t kElementsPerLook = 256; // asking for the time costs as much as an element
 

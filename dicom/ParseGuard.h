@@ -11,9 +11,9 @@
 namespace tarn::dicom
 {
 
-/// Follows the toolkit's parser through what it asks of its stream, and says when a file was made to exhaust the stack,
-/// the memory or the patience. The parser calls itself for each nested sequence: the address of its frame tells how
-/// much stack the nesting has used.
+/// Follows the toolkit's parser through what it asks of its stream, and tells when a file was made to exhaust the
+/// stack, the memory or the processor. The parser calls itself for each nested sequence: the address of its frame tells
+/// how much stack the nesting has used.
 class ParseGuard
 {
 public:

@@ -1,3 +1,4 @@
+// Limits from the environment.
 #include "dicom/ReadLimits.h"
 
 #include "base/text.h"

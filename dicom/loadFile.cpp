@@ -4,7 +4,7 @@
 #include "base/text.h"
 #include "dicom/dictionary.h"
 #include "dicom/InputStream.h"
-#include "dicom/values.h"
+#include "dicom/failure.h"
 
 #include <memory>
 #include <string_view>

@@ -1,7 +1,7 @@
+// Saving: encoded into a part file that takes the target's place when it is complete.
 #include "dicom/saveFile.h"
 
-#include "dicom/values.h"
-#include "base/IMException.h"
+#include "dicom/failure.h"
 #include "base/PartFile.h"
 #include "base/files.h"
 
@@ -27,7 +27,7 @@ OFCondition systemFailure()
   return failure(std::strerror(errno));
 }
 
-/// What stands where a file is to go.
+/// What stands where a file is to go. `condition` is bad where the system does not tell.
 struct Target
 {
   explicit Target(const std::string& path)
@@ -37,8 +37,8 @@ struct Target
 
   bool isFile() const { return exists && S_ISREG(status.st_mode); }
 
-  /// The rename that replaces it asks neither for its permissions nor for its kind. It refuses directories; a FIFO or a
-  /// symbolic link that somebody put there is neither waited for nor followed.
+  /// Returns good where the file may take its place. rename(2) refuses directories by itself, but asks neither for the
+  /// permissions nor for the kind of what it replaces.
   OFCondition checkReplaceable(const std::string& path) const
   {
     if (condition.bad())
@@ -54,15 +54,16 @@ struct Target
   OFCondition condition;
 };
 
-/// A file that takes the place of another is on the disk before it does.
-bool secureFor(const Target& target, const base::PartFile& part)
+/// Makes the part file ready to take the place of a file: gives it that file's permissions, and returns when it is on
+/// the disk. Where there is no file, an output can be made again and is not waited for.
+bool prepareToReplace(const Target& target, const base::PartFile& part)
 {
   return !target.isFile() || (part.setMode(target.status.st_mode & 07777U) && part.sync());
 }
 
-/// Whether the file that is there holds the same bytes. It then stays, as written just now: what a conversion gives
-/// again need not be waited for. One that cannot be compared is replaced.
-bool isThereAlready(const Target& target, const std::string& path, const base::PartFile& part)
+/// Whether the target is a file of the same bytes. It then stays, with a new time, and the disk need not be waited for:
+/// a repeated conversion costs no more than the first. A file that cannot be compared is replaced.
+bool keepsTarget(const Target& target, const std::string& path, const base::PartFile& part)
 {
   struct stat written = {};
   if (!target.isFile() || stat(part.path().c_str(), &written) != 0 || written.st_size != target.status.st_size)
@@ -72,7 +73,7 @@ bool isThereAlready(const Target& target, const std::string& path, const base::P
     return base::fileContent(path) == base::fileContent(part.path()) &&
            utimensat(AT_FDCWD, path.c_str(), nullptr, 0) == 0;
   }
-  catch (const imutils::IMException&)
+  catch (const base::FileError&)
   {
     return false;
   }
@@ -124,9 +125,9 @@ OFCondition saveFile(DcmFileFormat& file, const std::string& path)
   status = encode(file, part);
   if (status.bad())
     return status;
-  if (isThereAlready(target, path, part))
+  if (keepsTarget(target, path, part))
     return EC_Normal;
-  return secureFor(target, part) && part.keep() ? EC_Normal : systemFailure();
+  return prepareToReplace(target, part) && part.keep() ? EC_Normal : systemFailure();
 }
 
 } // namespace tarn::dicom

@@ -9,12 +9,14 @@ namespace tarn::dicom
 {
 
 /// Saves as DcmFileFormat::saveFile does with its defaults (the dataset's own transfer syntax, undefined lengths, group
-/// lengths recalculated, a new file meta header), but with the result of every write checked. The file appears under
-/// `path` only when it is complete: it is written beside it as `.NAME.PID.part` and renamed. When it replaces a file it
-/// is on the disk before it does, and takes over that file's permissions; a file of the same bytes stays, with a new
-/// time. A FIFO or a symbolic link is replaced itself. A file that may not be written, a directory, a device and a
-/// socket are not replaced. On failure nothing is left behind, what stood under `path` stands there still, and the
-/// condition's text says why.
+/// lengths recalculated, new file meta information), but checks the result of every write.
+///
+/// The file appears under `path` only when it is complete: it is written beside it as `.NAME.PID.part` and renamed.
+/// Where it replaces a file, it is on the disk before it does and takes over that file's permissions; a file of the
+/// same bytes stays and gets a new time. A FIFO or a symbolic link is itself replaced, neither waited for nor followed.
+/// A file that may not be written, a directory, a device and a socket are not replaced.
+///
+/// On failure nothing is left behind, what stood under `path` stands there still, and the condition's text says why.
 OFCondition saveFile(DcmFileFormat& file, const std::string& path);
 
 } // namespace tarn::dicom

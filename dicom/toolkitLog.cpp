@@ -1,3 +1,4 @@
+// The toolkit's log lines as lines of the program's own log.
 #include "dicom/toolkitLog.h"
 
 #include "base/IMLogger.h"

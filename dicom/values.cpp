@@ -1,14 +1,11 @@
+// Values of elements as bytes and as keys.
 #include "dicom/values.h"
 
-#include <algorithm>
+#include "base/text.h"
+#include "dicom/failure.h"
 
 namespace tarn::dicom
 {
-
-OFCondition failure(const std::string& text)
-{
-  return {OFM_dcmdata, 0x7000, OF_error, text.c_str()};
-}
 
 OFCondition readBytes(DcmElement& element, std::string& bytes)
 {
@@ -35,9 +32,7 @@ OFCondition readText(DcmItem& item, const DcmTagKey& tag, std::string& text)
     status = readBytes(*element, text);
   if (status.bad())
     return status;
-  text.resize(std::min(text.find('\0'), text.size()));
-  text.erase(text.find_last_not_of(' ') + 1);
-  text.erase(0, text.find_first_not_of(' '));
+  text = base::trimmed(text.substr(0, text.find('\0')));
   return text.empty() ? failure("Value is empty") : status;
 }
 
