@@ -28,8 +28,8 @@ struct StudyState
   int references = 0;                 ///< of every name, on the study and on its objects
 };
 
-/// What an administrator does with the tables; everything throws DBException. Each change stands as a whole when its
-/// operation returns. Whoever changes a study that may be imported meanwhile holds its lock.
+/// What an administrator does with the tables. Each change stands as a whole when its operation returns. Operations
+/// throw DBException. REQUIRES: whoever changes a study that may be imported meanwhile holds its lock.
 class ArchiveAdmin
 {
 public:
@@ -38,16 +38,16 @@ public:
   /// Makes the tables that do not exist, under the names that the environment gives.
   void createSchema();
 
-  /// The studies that have a row in `studies` or an entry in the object-cache table, in byte order.
+  /// Returns the studies that have a row in `studies` or an entry in the object-cache table, in byte order.
   std::list<std::string> listStudies();
   StudyState studyState(const std::string& studyUid);
 
-  /// Makes or changes the row of `studies`, and drops the study's object rows, entry and "ocerror" references: the
-  /// next run imports its object meta file anew.
+  /// Makes or changes the row of `studies`, and drops the study's object rows, entry and "ocerror" references, so that
+  /// the next run imports its object meta file anew.
   void registerStudy(const std::string& studyUid, int objectCount, bool metaRequired);
   /// Makes or changes the row of `studies` alone.
   void putStudy(const std::string& studyUid, int objectCount, bool metaRequired);
-  /// Drops the entry of the study and its "ocerror" references: the next run imports again.
+  /// Drops the entry of the study and its "ocerror" references, so that the next run imports again.
   void clearError(const std::string& studyUid);
   /// Drops the study from every table, with references of every name.
   void removeStudy(const std::string& studyUid);

@@ -1,3 +1,4 @@
+// The environment's names for the tables.
 #include "db/ArchiveTables.h"
 
 #include "db/sqlIdentifier.h"

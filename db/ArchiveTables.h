@@ -11,16 +11,16 @@ constexpr char kObjCacheTable[] = "object_cache";          ///< named by QXOBJCA
 constexpr char kTargetTable[] = "forward_targets";         ///< named by TARGETTBL
 constexpr char kDeviceServiceTable[] = "forward_services"; ///< named by DEVSERVTBL
 
-/// What the tables of the schema are called here: the environment's names, read when this is made; the standard names
-/// where a variable is unset or empty, and for the tables that no variable names.
+/// The names of the schema's tables. They come from the environment, which is read by the constructor; where a variable
+/// is unset or empty, and for tables that no variable names, they are the standard names.
 class ArchiveTables
 {
 public:
   ArchiveTables();
 
-  /// The name of the table with the standard name `standard`; throws DBException when it is no identifier.
+  /// Returns the name of the table whose standard name is `standard`. Throws DBException when it is no identifier.
   std::string name(const std::string& standard) const;
-  /// Whether name() gives one.
+  /// Returns whether name() returns one.
   bool hasUsableName(const std::string& standard) const;
 
 private:

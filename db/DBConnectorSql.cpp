@@ -1,5 +1,8 @@
+// One connection to the database, on any backend.
 #include "db/DBConnectorSql.h"
 
+#include "base/environmentValue.h"
+#include "db/DBException.h"
 #include "db/DeviceAccessorSql.h"
 #include "db/GlobalLock.h"
 #include "db/MetaAccessorSql.h"
@@ -8,7 +11,11 @@
 #include "db/ReferenceAccessorSql.h"
 #include "db/SqlSession.h"
 #include "db/SqlStatement.h"
+#include "db/createTables.h"
+#include "db/databaseUrl.h"
+#include "db/openSession.h"
 #include "db/runStatement.h"
+#include "db/sqlite/SqliteSession.h"
 
 #include <algorithm>
 
@@ -16,7 +23,7 @@ namespace tarn::db
 {
 
 DBConnectorSql::DBConnectorSql(Missing missing)
-  : ifMissing(missing), referenceAccessor(std::make_unique<ReferenceAccessorSql>(*this)),
+  : missing(missing), referenceAccessor(std::make_unique<ReferenceAccessorSql>(*this)),
     metaAccessor(std::make_unique<MetaAccessorSql>(*this)),
     objCacheAccessor(std::make_unique<ObjCacheAccessorSql>(*this)),
     objectAccessor(std::make_unique<ObjectAccessorSql>(*this)),
@@ -25,6 +32,33 @@ DBConnectorSql::DBConnectorSql(Missing missing)
 }
 
 DBConnectorSql::~DBConnectorSql() = default;
+
+std::unique_ptr<DBConnectorSql> DBConnectorSql::open(Missing missing)
+{
+  auto db = std::make_unique<DBConnectorSql>(missing);
+  db->connect();
+  return db;
+}
+
+void DBConnectorSql::connect()
+{
+  if (backend)
+    return;
+  const std::string url = base::environmentValue("TARN_DB_URL");
+  const std::string file = url.empty() ? defaultDatabaseFile() : "";
+  try
+  {
+    backend = url.empty() ? openSqlite(file, true) : openSession(url, missing);
+    if (url.empty() || url == std::string(kSqliteScheme) + kSqliteInMemory) // nobody else makes its tables
+      createTables(*this, Tables::usable);
+  }
+  catch (const DBException& failure)
+  {
+    backend.reset();
+    throw DBException("cannot open database " + (url.empty() ? kSqliteScheme + file : withoutPassword(url)) + ": " +
+                      failure.what());
+  }
+}
 
 SqlSession& DBConnectorSql::session()
 {

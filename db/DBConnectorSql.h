@@ -18,22 +18,22 @@ class GlobalLock;
 class SqlSession;
 class SqlStatement;
 
-/// What connecting to an embedded database does where there is none.
+/// What connecting to an embedded database does where there is no such file.
 enum class Missing
 {
   refuse,
   create ///< an empty one, without tables
 };
 
-/// The connection as those see it who prepare statements of their own (PSCache). What DBConnector::createConnector
-/// gives is one. Not to be destroyed before what borrows it.
+/// The connection as those see it who run statements of their own. DBConnector::createConnector returns one. REQUIRES:
+/// it outlives whatever borrows it.
 class DBConnectorSql : public DBConnector
 {
 public:
-  /// As DBConnector::createConnector: connected.
+  /// Returns a connection that stands, as DBConnector::createConnector does.
   static std::unique_ptr<DBConnectorSql> open(Missing missing);
 
-  /// Not connected yet.
+  /// Connects when it is first used.
   explicit DBConnectorSql(Missing missing);
   ~DBConnectorSql() override;
   DBConnectorSql(const DBConnectorSql&) = delete;
@@ -58,14 +58,14 @@ public:
 
   SqlSession& session();
   const ArchiveTables& tables() const { return tableNames; }
-  /// Whether the database ends with this connection: nobody else will see what is written.
+  /// Whether the database ends with this connection: nobody else sees what is written.
   bool isInMemory();
   /// Returns when every change that has been committed survives a power cut; throws DBException.
   void sync();
   bool inTransaction() const { return transactionOpen; }
 
-  /// One attempt, without waiting, to get the lock `name`; null when another connection holds it. Where this
-  /// connection holds it already, the same lock: it is given back when the last owner drops it.
+  /// Tries once, without waiting, to get the lock `name`. Returns null when another connection holds it, and the same
+  /// lock where this connection holds it already: it is given back when the last owner drops it. Throws DBException.
   std::shared_ptr<GlobalLock> tryLock(const std::string& name);
 
 private:
@@ -73,7 +73,7 @@ private:
 
   std::vector<SqlRow> run(const std::string& sql, const std::vector<SqlValue>& values);
 
-  Missing ifMissing;
+  Missing missing;
   std::unique_ptr<SqlSession> backend; ///< null until it is connected
   ArchiveTables tableNames;
   bool transactionOpen = false;

@@ -17,8 +17,8 @@ struct DeviceRecord
 class DeviceAccessor
 {
 public:
-  /// Appends every device that is marked for auto-forward, ordered by name as bytes. Table names that are no
-  /// identifiers ([A-Za-z_][A-Za-z0-9_]*) are refused with a DBException.
+  /// Appends every device that is marked for auto-forward, ordered by name as bytes. Throws DBException for
+  /// a table name that is no identifier ([A-Za-z_][A-Za-z0-9_]*).
   virtual void listAutoForwardDevices(const std::string& targetTable, const std::string& serviceTable,
                                       std::list<DeviceRecord>& devices) = 0;
 

@@ -3,7 +3,7 @@
 namespace tarn::db
 {
 
-/// A lock between processes that is held as long as this object lives, and no longer than the process.
+/// A lock between processes. It is held as long as this object lives, and no longer than the process.
 class GlobalLock
 {
 public:

@@ -1,3 +1,4 @@
+// The lock that all users of a database share.
 #include "db/IMSemaphoreGlobal.h"
 
 #include "db/DBConnectorSql.h"
@@ -9,10 +10,7 @@
 namespace tarn::imutils
 {
 
-IMSemaphoreGlobal::IMSemaphoreGlobal(std::string lockName, tarn::db::DBConnector* connector)
-  : name(std::move(lockName)), db(connector)
-{
-}
+IMSemaphoreGlobal::IMSemaphoreGlobal(std::string name, tarn::db::DBConnector* db) : name(std::move(name)), db(db) {}
 
 bool IMSemaphoreGlobal::tryLock()
 {

@@ -9,9 +9,9 @@ namespace tarn::db
 class MetaAccessor
 {
 public:
-  /// Whether a missing object meta file is an error for the study; false for a study without a row.
+  /// Returns whether a missing object meta file is an error for the study. It is none for a study without a row.
   [[nodiscard]] virtual bool isMetaRequired(const std::string& studyUid) = 0;
-  /// The number of objects of the study; false, with `count` unchanged, for a study without a row.
+  /// Reads the number of objects of the study. Returns false, with `count` unchanged, for a study without a row.
   [[nodiscard]] virtual bool getStudyObjectCount(const std::string& studyUid, int& count) = 0;
 
   virtual ~MetaAccessor() = default;

@@ -21,9 +21,10 @@ constexpr int kObjCacheError = 2;
 class ObjCacheAccessor
 {
 public:
-  /// Status 0 without the error flag.
+  /// Returns whether the study has an entry of status 0 without the error flag.
   [[nodiscard]] virtual bool isObjCacheValid(const std::string& studyUid) = 0;
-  /// False, with `entry` unchanged, when the study has no entry. `mode` is passed on by callers and ignored here.
+  /// Returns false, with `entry` unchanged, when the study has no entry. `mode` is what callers pass, and has no
+  /// effect.
   [[nodiscard]] virtual bool getObjCacheEntry(const std::string& studyUid, int mode, ObjCacheEntry& entry) = 0;
   /// Makes or changes the entry: kObjCacheError sets the status and the error flag, kObjCacheValid clears both.
   virtual void setObjCacheStatus(const std::string& studyUid, int status) = 0;

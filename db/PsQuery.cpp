@@ -1,3 +1,4 @@
+// The text and size of a statement that is made at run time.
 #include "db/PsQuery.h"
 
 #include "db/QueryBindings.h"
@@ -7,8 +8,8 @@
 namespace tarn::db
 {
 
-PsQuery::PsQuery(Text text, int paramCount, int resultCount)
-  : makeText(std::move(text)), params(paramCount), results(resultCount)
+PsQuery::PsQuery(Text makeText, int params, int results)
+  : makeText(std::move(makeText)), params(params), results(results)
 {
 }
 

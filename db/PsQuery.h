@@ -16,8 +16,8 @@ class PsQuery
 public:
   using Text = std::function<std::string()>;
 
-  /// `text` is called once a PSCache prepares the statement; what it throws passes through.
-  PsQuery(Text text, int params, int results);
+  /// `makeText` is called when a PSCache prepares the statement. What it throws passes through.
+  PsQuery(Text makeText, int params, int results);
 
   std::string text() const { return makeText(); }
   int paramCount() const { return params; }

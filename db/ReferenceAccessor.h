@@ -9,10 +9,10 @@ namespace tarn::db
 class ReferenceAccessor
 {
 public:
-  /// Whether `name` is attached to the thing `key` of the kind `kind` ("STUDYDIR": the key is a study UID;
+  /// Returns whether `name` is attached to the thing `key` of the kind `kind` ("STUDYDIR": the key is a study UID;
   /// "OBJECTFILE": a study UID, a slash and a file name).
   [[nodiscard]] virtual bool hasReference(const std::string& key, const std::string& kind, const std::string& name) = 0;
-  /// Attaches it; nothing changes where it is attached already. One statement, needs no lock.
+  /// Attaches `name`. Nothing changes where it is attached already. No lock is needed, as it is one statement.
   virtual void addReference(const std::string& key, const std::string& kind, const std::string& name) = 0;
 
   virtual ~ReferenceAccessor() = default;

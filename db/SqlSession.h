@@ -10,8 +10,8 @@ namespace tarn::db
 class GlobalLock;
 class SqlStatement;
 
-/// One open connection of a backend. SQL comes in the dialect of MySQL; a backend translates what it spells
-/// otherwise. Everything throws DBException with the library's own text.
+/// One open connection of a backend. SQL is written in the dialect of MySQL, and a backend translates what it spells in
+/// another way. Operations throw DBException with the library's own text.
 class SqlSession
 {
 public:
@@ -23,11 +23,11 @@ public:
   /// Returns when every change that has been committed survives a power cut. Before that a power cut may take the last
   /// commits back, never one without those after it. A server decides this for itself.
   virtual void sync() = 0;
-  /// One attempt, without waiting, to get the lock `name`; null when somebody else holds it.
+  /// Tries once, without waiting, to get the lock `name`. Returns null while somebody else holds it.
   virtual std::unique_ptr<GlobalLock> tryLock(const std::string& name) = 0;
   /// Whether the database ends with this connection.
   virtual bool isInMemory() const = 0;
-  /// The statements that make the tables, ended by semicolons.
+  /// Returns the statements that make the tables, each ended by a semicolon.
   virtual std::string_view schema() const = 0;
 
   virtual ~SqlSession() = default;

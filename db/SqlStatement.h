@@ -9,19 +9,19 @@
 namespace tarn::db
 {
 
-/// A prepared statement of one session. Everything but reset() throws DBException.
+/// A prepared statement of one session. Operations other than reset() throw DBException.
 class SqlStatement
 {
 public:
   virtual std::size_t paramCount() const = 0;
   virtual std::size_t resultCount() const = 0;
 
-  /// Runs it with `params`, exactly paramCount() values, which stay valid until reset().
+  /// Runs the statement. REQUIRES: `params` has paramCount() values, which stay valid until reset().
   virtual void execute(const std::vector<SqlValue>& params) = 0;
-  /// Fetches the next row into `row` (with resultCount() columns); false when there is none. An execution is complete
-  /// only when this returned false.
+  /// Fetches the next row, of resultCount() columns, into `row`. Returns false when there is none. A statement has done
+  /// all its work only when this has returned false.
   [[nodiscard]] virtual bool fetch(SqlRow& row) = 0;
-  /// Drops what is left of the execution; the statement can be executed again.
+  /// Drops what is left of the execution. The statement can be executed again.
   virtual void reset() noexcept = 0;
 
   virtual ~SqlStatement() = default;

@@ -6,8 +6,8 @@
 namespace tarn::db
 {
 
-/// A value on its way into a statement: NULL, a whole number, or bytes that are borrowed until the statement has run.
-/// The view's pointer is never null, also when it is empty.
+/// A value for a parameter of a statement: NULL, a whole number, or bytes that are borrowed until the statement has
+/// run. The view's pointer is never null, not even when the view is empty.
 using SqlValue = std::variant<std::monostate, long long, std::string_view>;
 
 inline SqlValue toSqlValue(long long number)

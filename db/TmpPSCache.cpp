@@ -1,3 +1,4 @@
+// One statement that is made at run time.
 #include "db/TmpPSCache.h"
 
 #include <utility>
@@ -5,8 +6,8 @@
 namespace tarn::db
 {
 
-TmpPSCache::TmpPSCache(DBConnectorSql& db, std::string statement, int params, int results)
-  : PSCache(db), text(std::move(statement)), only([this] { return text; }, params, results)
+TmpPSCache::TmpPSCache(DBConnectorSql& db, std::string text, int params, int results)
+  : PSCache(db), text(std::move(text)), only([this] { return this->text; }, params, results)
 {
   registerQuery(only);
   init();

@@ -7,11 +7,11 @@
 namespace tarn::db
 {
 
-/// One prepared statement whose text is made at run time.
+/// One prepared statement whose text is made at run time, of which it keeps a copy.
 class TmpPSCache : public PSCache
 {
 public:
-  TmpPSCache(DBConnectorSql& db, std::string statement, int params, int results);
+  TmpPSCache(DBConnectorSql& db, std::string text, int params, int results);
 
   const PsQuery& query() const { return only; }
 

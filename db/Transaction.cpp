@@ -1,3 +1,4 @@
+// Changes that stand together.
 #include "db/Transaction.h"
 
 #include "db/DBConnectorSql.h"
@@ -7,7 +8,7 @@
 namespace tarn::db
 {
 
-Transaction::Transaction(DBConnectorSql& connector) : db(connector)
+Transaction::Transaction(DBConnectorSql& db) : db(db)
 {
   if (db.transactionOpen)
     throw DBException("a transaction is open already");

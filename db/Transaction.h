@@ -5,18 +5,18 @@ namespace tarn::db
 
 class DBConnectorSql;
 
-/// All changes made while it lives stand together when commit() succeeded, and are rolled back otherwise.
-/// Transactions do not nest. Statements that make tables are outside of it on MySQL, which commits by itself then.
+/// All changes made while it lives stand together once commit() has succeeded, and are rolled back otherwise.
+/// Transactions do not nest. On MySQL a statement that makes a table commits by itself.
 class Transaction
 {
 public:
-  /// Throws DBException when it cannot start, or one is open.
+  /// Throws DBException when the transaction cannot start, or one is open already.
   explicit Transaction(DBConnectorSql& db);
   ~Transaction();
   Transaction(const Transaction&) = delete;
   Transaction& operator=(const Transaction&) = delete;
 
-  /// Throws DBException when the changes could not be made to stand; they are rolled back then.
+  /// Throws DBException when the changes cannot be kept. They are rolled back then.
   void commit();
 
 private:

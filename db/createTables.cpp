@@ -1,3 +1,4 @@
+// The tables of the schema under the names that the environment gives.
 #include "db/createTables.h"
 
 #include "db/DBConnectorSql.h"

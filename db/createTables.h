@@ -8,12 +8,11 @@ class DBConnectorSql;
 /// Which tables createTables() makes.
 enum class Tables
 {
-  all,    ///< a name of the environment that is no identifier is a DBException, and nothing is made
-  usable, ///< leaves out those whose name is no identifier; whoever uses them fails then
+  all,    ///< a DBException, and nothing is made, where the environment gives a name that is no identifier
+  usable, ///< without those whose name is no identifier: whoever uses one of them fails then
 };
 
-/// Makes the tables of the archive, under the names that ArchiveTables gives, where they do not exist; nothing changes
-/// where they do. Throws DBException.
+/// Makes the tables of the archive that do not exist, under the names of ArchiveTables. Throws DBException.
 void createTables(DBConnectorSql& db, Tables which);
 
 } // namespace tarn::db

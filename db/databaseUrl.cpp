@@ -1,3 +1,4 @@
+// What stands in the URL of a database, and what of it may be shown.
 #include "db/databaseUrl.h"
 
 #include "base/text.h"
@@ -5,15 +6,12 @@
 
 #include <charconv>
 #include <cstdint>
-#include <sstream>
 #include <utility>
 
 namespace tarn::db
 {
 namespace
 {
-
-constexpr char kMysqlScheme[] = "mysql://";
 
 struct Parameter
 {
@@ -27,7 +25,7 @@ constexpr Parameter kParameters[] = {
     {"defaults-group", &MysqlAddress::defaultsGroup},
 };
 
-/// What stands before the first `separator` of `text`, and what behind; nothing behind when there is none.
+/// What stands before the first `separator` of `text`, and what after it; nothing after it when there is none.
 std::pair<std::string, std::string> cutAt(const std::string& text, char separator)
 {
   const auto at = text.find(separator);
@@ -104,13 +102,6 @@ std::string withKnownParameters(const std::string& url)
   return url;
 }
 
-int hexValue(char c)
-{
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  const auto digit = kDigits.find(c >= 'A' && c <= 'F' ? static_cast<char>(c - 'A' + 'a') : c);
-  return digit == std::string_view::npos ? -1 : static_cast<int>(digit);
-}
-
 } // namespace
 
 std::string percentDecoded(const std::string& text)
@@ -121,8 +112,8 @@ std::string percentDecoded(const std::string& text)
     char byte = text[i];
     if (byte == '%')
     {
-      const int high = i + 1 < text.size() ? hexValue(text[i + 1]) : -1;
-      const int low = i + 2 < text.size() ? hexValue(text[i + 2]) : -1;
+      const int high = i + 1 < text.size() ? base::hexValue(text[i + 1]) : -1;
+      const int low = i + 2 < text.size() ? base::hexValue(text[i + 2]) : -1;
       require(high >= 0 && low >= 0, "a '%' is not followed by two hexadecimal digits");
       byte = static_cast<char>(high * 16 + low);
       i += 2;
@@ -145,8 +136,7 @@ MysqlAddress parseMysqlUrl(const std::string& url)
   require(!database.empty(), "it names no database");
   require(database.find_first_of("/@") == std::string::npos, "a '/' or '@' within a name is written %2F or %40");
   address.database = percentDecoded(database);
-  std::istringstream list(parameters);
-  for (std::string parameter; std::getline(list, parameter, '&');)
+  for (const std::string& parameter : base::split(parameters, '&'))
     parseParameter(parameter, address);
   return address;
 }

@@ -1,3 +1,4 @@
+// Loads the backend for a server when it is asked for.
 #include "db/openMysql.h"
 
 #include "base/text.h"

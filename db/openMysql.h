@@ -8,7 +8,7 @@ namespace tarn::db
 struct MysqlAddress;
 class SqlSession;
 
-/// Loads the module of the MySQL backend, which stays loaded, and connects through it as `annomend_open_mysql` says.
+/// Loads the module of the MySQL backend, which stays loaded, and connects through it as `annomend_open_mysql` does.
 /// Throws DBException, also where the module is not installed.
 std::unique_ptr<SqlSession> openMysql(const MysqlAddress& address);
 

@@ -1,3 +1,4 @@
+// Which names may stand in SQL.
 #include "db/sqlIdentifier.h"
 
 #include "base/text.h"

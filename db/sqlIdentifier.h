@@ -6,11 +6,11 @@
 namespace tarn::db
 {
 
-/// Whether `name` may stand in SQL as the name of a table or column: [A-Za-z_][A-Za-z0-9_]*, at most 64 characters
-/// (MySQL's limit).
+/// Returns whether `name` may stand in SQL as the name of a table or column: [A-Za-z_][A-Za-z0-9_]*, at most 64
+/// characters (MySQL's limit).
 bool isIdentifier(std::string_view name);
 
-/// `name` when it is an identifier; else throws DBException with the name in its text.
+/// Returns `name`. Throws DBException, with the name in its text, when it is no identifier.
 const std::string& requireIdentifier(const std::string& name);
 
 } // namespace tarn::db

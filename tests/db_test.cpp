@@ -291,7 +291,7 @@ TEST(LostConnection, IsAnExceptionAndNeverRenewed)
   EXPECT_THROW(db->references().addReference("1", "STUDYDIR", "x"), DBException);
 }
 
-/// Why a database cannot be opened, as it stands behind its URL; empty where it can. "<given|shown>" is what of the URL
+/// Why a database cannot be opened, as it stands after its URL; empty where it can. "<given|shown>" is what of the URL
 /// is shown in another way.
 std::string refusalOf(const std::string& url, const std::string& home = "/", const std::string& passwordFile = "")
 {

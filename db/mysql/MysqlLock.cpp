@@ -1,3 +1,4 @@
+// The server's own locks.
 #include "db/mysql/MysqlLock.h"
 
 #include "db/mysql/MysqlStatement.h"
@@ -27,8 +28,8 @@ std::optional<std::string> ask(MYSQL* connection, const char* sql, const std::st
 
 } // namespace
 
-MysqlLock::MysqlLock(MysqlConnection holder, std::string lockName)
-  : connection(std::move(holder)), name(std::move(lockName))
+MysqlLock::MysqlLock(MysqlConnection connection, std::string name)
+  : connection(std::move(connection)), name(std::move(name))
 {
 }
 

@@ -13,7 +13,7 @@ namespace tarn::db
 class MysqlLock : public GlobalLock
 {
 public:
-  /// One attempt without waiting; null when another connection holds it.
+  /// Tries once, without waiting. Returns null while another connection holds the lock. Throws DBException.
   static std::unique_ptr<MysqlLock> tryLock(const MysqlConnection& connection, const std::string& name);
   ~MysqlLock() override;
 

@@ -1,3 +1,4 @@
+// The backend for a server: how it is connected to.
 #include "db/mysql/MysqlAddress.h"
 #include "db/mysql/mysqlHandles.h"
 #include "db/mysql/MysqlLock.h"
@@ -16,14 +17,14 @@ namespace
 constexpr unsigned kConnectSeconds = 10;
 constexpr unsigned kAnswerSeconds = 120; // above the time that the server itself waits for a locked row (50 s)
 
-// latin1 lets every byte through as it is, and takes blanks behind a number as the embedded database does.
+// latin1 lets every byte through as it is, and takes blanks after a number as the embedded database does.
 constexpr char kSessionSettings[] = "SET NAMES latin1, SESSION sql_mode='STRICT_ALL_TABLES,NO_ENGINE_SUBSTITUTION', "
                                     "SESSION time_zone='+00:00', SESSION autocommit=1";
 
 class MysqlSession : public SqlSession
 {
 public:
-  explicit MysqlSession(MysqlConnection opened) : connection(std::move(opened)) {}
+  explicit MysqlSession(MysqlConnection connection) : connection(std::move(connection)) {}
 
   std::unique_ptr<SqlStatement> prepare(const std::string& sql) override
   {

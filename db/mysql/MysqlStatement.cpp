@@ -1,3 +1,4 @@
+// A prepared statement of the server.
 #include "db/mysql/MysqlStatement.h"
 
 #include <algorithm>

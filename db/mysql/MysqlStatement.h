@@ -16,13 +16,13 @@ public:
 
   std::size_t paramCount() const override { return mysql_stmt_param_count(handle.get()); }
   std::size_t resultCount() const override { return columns.size(); }
-  /// The whole result is taken over from the server, so that other statements can run while it is fetched.
+  /// Takes the whole result over from the server, so that other statements can run while it is fetched.
   void execute(const std::vector<SqlValue>& params) override;
   [[nodiscard]] bool fetch(SqlRow& row) override;
   void reset() noexcept override { mysql_stmt_free_result(handle.get()); }
 
 private:
-  /// Where the library puts one column of a row. A longer value is fetched a second time, into a place of its size.
+  /// Where the library puts one column of a row. A longer value is fetched a second time, into a buffer of its size.
   struct Column
   {
     std::array<char, 256> buffer;

@@ -13,14 +13,14 @@
 namespace tarn::db
 {
 
-/// What a flag is to the client library: MariaDB's has a type of its own, MySQL's has bool.
+/// The client library's type of a flag: MariaDB's has its own, MySQL's uses bool.
 using MysqlFlag = std::remove_pointer_t<decltype(MYSQL_BIND::is_null)>;
 
 /// Shared by the session and the locks that it gave out, which need the connection to be given back.
 using MysqlConnection = std::shared_ptr<MYSQL>;
 using MysqlStatementHandle = std::unique_ptr<MYSQL_STMT, base::Closer<mysql_stmt_close>>;
 
-/// Throws DBException with the library's text unless `failure` is 0. `what` is what was tried.
+/// Throws DBException with what was tried and the library's text, unless `failure` is 0.
 template <class Failure>
 void checkMysql(Failure failure, const char* what, MYSQL* connection)
 {

@@ -5,7 +5,7 @@
 namespace tarn::db
 {
 
-/// The text of schema/mysql.sql.
+/// Returns the text of schema/mysql.sql.
 std::string_view mysqlSchema();
 
 } // namespace tarn::db

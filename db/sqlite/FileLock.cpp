@@ -23,7 +23,7 @@ void check(int error, const std::string& path)
     throw DBException("cannot lock " + base::printable(path) + ": " + std::generic_category().message(error));
 }
 
-void mayFail(int /*result*/) {}
+void ignoreFailure(int /*result*/) {}
 
 /// Gives the lock file the rights of the database. What the system refuses of it is refused to whoever did not make the
 /// file, and was done by whoever did. A second link to a file that stands elsewhere is left alone.
@@ -33,9 +33,9 @@ void takeRights(const base::Fd& fd, const std::string& database)
   struct stat model = {};
   if (fstat(fd.get(), &own) != 0 || own.st_nlink != 1 || stat(database.c_str(), &model) != 0)
     return;
-  mayFail(fchown(fd.get(), static_cast<uid_t>(-1), model.st_gid));
-  mayFail(fchmod(fd.get(), model.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)));
-  mayFail(fchown(fd.get(), model.st_uid, static_cast<gid_t>(-1)));
+  ignoreFailure(fchown(fd.get(), static_cast<uid_t>(-1), model.st_gid));
+  ignoreFailure(fchmod(fd.get(), model.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)));
+  ignoreFailure(fchown(fd.get(), model.st_uid, static_cast<gid_t>(-1)));
 }
 
 /// The byte that stands for `name`: its FNV-1a hash, which is the same in every program. With 62 bits no two studies

@@ -1,6 +1,7 @@
+// The embedded database: how it is opened, and its locks.
 #include "db/sqlite/SqliteSession.h"
 
-#include "base/text.h"
+#include "base/Fd.h"
 #include "db/DBException.h"
 #include "db/sqlite/FileLock.h"
 #include "db/sqlite/sqliteHandles.h"
@@ -8,7 +9,6 @@
 #include "db/sqlite/sqliteSchema.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
@@ -27,7 +27,7 @@ constexpr int kSwitchRetryMilliseconds = 5;
 class SqliteSession : public SqlSession
 {
 public:
-  explicit SqliteSession(SqliteConnection opened) : connection(std::move(opened)) {}
+  explicit SqliteSession(SqliteConnection connection) : connection(std::move(connection)) {}
 
   std::unique_ptr<SqlStatement> prepare(const std::string& sql) override
   {
@@ -66,25 +66,11 @@ private:
   SqliteConnection connection;
 };
 
-/// Where a call of the system failed, the library's text does not tell why.
-std::string reason(int code, sqlite3* connection)
-{
-  if (!connection)
-    return "out of memory";
-  const std::string text = base::printable(sqlite3_errmsg(connection));
-  const int primary = code & 0xFF;
-  const int error = primary == SQLITE_CANTOPEN || primary == SQLITE_IOERR ? sqlite3_system_errno(connection) : 0;
-  return error == 0 ? text : text + " (" + std::generic_category().message(error) + ")";
-}
-
 /// What keeps the file from being opened; the library may have tried others since. 0 when nothing does now.
 int errorOfOpening(const std::string& path)
 {
-  const int descriptor = ::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK);
-  if (descriptor < 0)
-    return errno;
-  ::close(descriptor);
-  return 0;
+  const base::Fd fd(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK));
+  return fd ? 0 : errno;
 }
 
 SqliteConnection openFile(const std::string& path, bool create)
@@ -125,12 +111,6 @@ void enterWalMode(sqlite3* connection)
 }
 
 } // namespace
-
-void checkSqlite(int code, const char* what, sqlite3* connection)
-{
-  if (code != SQLITE_OK)
-    throw DBException(std::string(what) + ": " + reason(code, connection));
-}
 
 std::unique_ptr<SqlSession> openSqlite(const std::string& path, bool create)
 {

@@ -7,8 +7,8 @@ namespace tarn::db
 
 constexpr char kSqliteInMemory[] = ":memory:";
 
-/// Opens the embedded database in the file `path`, or one in memory. Where the file does not exist it is made, empty,
-/// if `create` says so, and is a failure otherwise. Throws DBException with the library's text.
+/// Opens the embedded database in the file `path`, or one in memory. A file that does not exist is made, empty, if
+/// `create` says so. Throws DBException with the library's text, also for a missing file that is not to be made.
 std::unique_ptr<SqlSession> openSqlite(const std::string& path, bool create);
 
 } // namespace tarn::db

@@ -1,3 +1,4 @@
+// A prepared statement of the embedded database.
 #include "db/sqlite/SqliteStatement.h"
 
 #include "db/sqlite/sqliteDialect.h"
@@ -26,8 +27,8 @@ std::optional<std::string> columnOf(sqlite3_stmt* statement, int column)
 
 } // namespace
 
-SqliteStatement::SqliteStatement(sqlite3* opened, const std::string& sql)
-  : connection(opened), handle(prepare(opened, fromMysqlDialect(sql)))
+SqliteStatement::SqliteStatement(sqlite3* connection, const std::string& sql)
+  : connection(connection), handle(prepare(connection, fromMysqlDialect(sql)))
 {
 }
 
@@ -47,7 +48,7 @@ void SqliteStatement::execute(const std::vector<SqlValue>& params)
     bind(static_cast<int>(i) + 1, params[i]);
 }
 
-/// Bytes go in as text, so that a number column turns them into a number; as such they are stored unchanged.
+/// Bytes are bound as text, so that a number column turns them into a number. A text column stores them unchanged.
 void SqliteStatement::bind(int index, const SqlValue& value)
 {
   int code = SQLITE_OK;

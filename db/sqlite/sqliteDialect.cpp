@@ -1,3 +1,4 @@
+// Turns MySQL's dialect into SQLite's.
 #include "db/sqlite/sqliteDialect.h"
 
 #include <string_view>

@@ -5,8 +5,8 @@
 namespace tarn::db
 {
 
-/// `sql`, in the dialect of MySQL, as SQLite spells it: the duplicate-key clause of an INSERT. A clause that sets
-/// columns to themselves changes nothing, as `ON CONFLICT DO NOTHING` does.
+/// Returns `sql`, in the dialect of MySQL, as SQLite spells it, which differs in the duplicate-key clause of an INSERT.
+/// A clause that sets a column to itself becomes `ON CONFLICT DO NOTHING`.
 std::string fromMysqlDialect(const std::string& sql);
 
 } // namespace tarn::db

@@ -5,7 +5,7 @@
 namespace tarn::db
 {
 
-/// The text of schema/sqlite.sql.
+/// Returns the text of schema/sqlite.sql.
 std::string_view sqliteSchema();
 
 } // namespace tarn::db

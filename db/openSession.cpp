@@ -1,0 +1,93 @@
+// Which backend a URL asks for, and what the environment adds to it.
+#include "db/openSession.h"
+
+#include "base/IMException.h"
+#include "base/environmentValue.h"
+#include "base/files.h"
+#include "base/text.h"
+#include "db/DBException.h"
+#include "db/SqlSession.h"
+#include "db/databaseUrl.h"
+#include "db/openMysql.h"
+#include "db/sqlite/SqliteSession.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <optional>
+#include <system_error>
+
+namespace tarn::db
+{
+namespace
+{
+
+namespace fs = std::filesystem;
+
+/// The first line of the file that TARN_DB_PASSWORD_FILE names; nothing when it names none.
+std::optional<std::string> passwordFromFile()
+{
+  const std::string path = base::environmentValue("TARN_DB_PASSWORD_FILE");
+  if (path.empty())
+    return std::nullopt;
+  try
+  {
+    if (const std::string content = base::fileContent(path).value_or(""); !content.empty())
+      return content.substr(0, content.find('\n'));
+  }
+  catch (const imutils::IMException&)
+  {
+    // Its reason is one of those that the message gives.
+  }
+  throw DBException("the file that TARN_DB_PASSWORD_FILE names cannot be read, or is empty");
+}
+
+std::unique_ptr<SqlSession> openServer(const std::string& url)
+{
+  MysqlAddress address = parseMysqlUrl(url);
+  if (!address.password)
+    address.password = passwordFromFile();
+  return openMysql(address);
+}
+
+std::unique_ptr<SqlSession> openEmbedded(const std::string& url, Missing missing)
+{
+  const std::string path = percentDecoded(url.substr(sizeof kSqliteScheme - 1));
+  if (path.empty())
+    throw DBException("it names no file");
+  return openSqlite(path, missing == Missing::create);
+}
+
+/// The folder of the default database, made where it is missing; empty when it cannot be written.
+fs::path stateFolder()
+{
+  fs::path base = base::environmentValue("XDG_STATE_HOME");
+  if (!base.is_absolute()) // relative ones are to be ignored
+    base = fs::path(base::environmentValue("HOME")) / ".local" / "state";
+  const fs::path folder = base / "annomend";
+  std::error_code failure;
+  if (!base.is_absolute())
+    return {};
+  if (fs::create_directories(folder, failure))
+    fs::permissions(folder, fs::perms::owner_all, failure);
+  return access(folder.c_str(), W_OK | X_OK) == 0 ? folder : fs::path();
+}
+
+} // namespace
+
+std::unique_ptr<SqlSession> openSession(const std::string& url, Missing missing)
+{
+  if (base::startsWith(url, kMysqlScheme))
+    return openServer(url);
+  if (base::startsWith(url, kSqliteScheme))
+    return openEmbedded(url, missing);
+  throw DBException("it starts with neither mysql:// nor sqlite:");
+}
+
+std::string defaultDatabaseFile()
+{
+  const fs::path folder = stateFolder();
+  return folder.empty() ? kSqliteInMemory : (folder / "archive.db").string();
+}
+
+} // namespace tarn::db
