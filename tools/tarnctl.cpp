@@ -44,8 +44,6 @@ struct Arguments
   std::string studyUid;
 };
 
-void takeNothing(CLI::App& /*command*/, Arguments& /*arguments*/) {}
-
 void takeDirectories(CLI::App& command, Arguments& arguments)
 {
   command.footer(kAddStudy);
@@ -59,35 +57,30 @@ void takeDirectories(CLI::App& command, Arguments& arguments)
   command.add_flag("--replace", arguments.addOptions.replace, "Forget the objects that the study had");
 }
 
-CLI::Option* addStudy(CLI::App& command, Arguments& arguments)
+void mayTakeStudy(CLI::App& command, Arguments& arguments)
 {
   const auto refusal = [](const std::string& text)
   { return dicom::isUid(text) ? "" : "'" + text + "' is no study UID"; };
-  return command.add_option("STUDY", arguments.studyUid, "Study Instance UID")
-      ->type_name("")
-      ->check(CLI::Validator(refusal, ""));
-}
-
-void mayTakeStudy(CLI::App& command, Arguments& arguments)
-{
-  addStudy(command, arguments);
+  CLI::Option* option = command.add_option("STUDY", arguments.studyUid, "Study Instance UID");
+  option->type_name("")->check(CLI::Validator(refusal, ""));
 }
 
 void takeStudy(CLI::App& command, Arguments& arguments)
 {
-  addStudy(command, arguments)->required();
+  mayTakeStudy(command, arguments);
+  command.get_option("STUDY")->required();
 }
 
 struct Command
 {
   const char* name;
   const char* description;
-  void (*takeArguments)(CLI::App& command, Arguments& arguments);
+  void (*takeArguments)(CLI::App& command, Arguments& arguments); ///< null where there are none
   bool (*run)(const Arguments& arguments);
 };
 
 const Command kCommands[] = {
-    {"init", "Makes the tables of the database where they do not exist.", takeNothing,
+    {"init", "Makes the tables of the database where they do not exist.", nullptr,
      [](const Arguments& /*none*/) { return initDatabase(); }},
     {"add-study", "Registers the studies of all DICOM files in DIR... and below.", takeDirectories,
      [](const Arguments& given) { return addStudies(given.directories, given.addOptions); }},
@@ -112,7 +105,8 @@ public:
     for (const Command& command : kCommands)
     {
       CLI::App* const parser = app.add_subcommand(command.name, command.description);
-      command.takeArguments(*parser, arguments);
+      if (command.takeArguments)
+        command.takeArguments(*parser, arguments);
       parser->callback([this, &command] { chosen = &command; });
     }
   }

@@ -76,6 +76,13 @@ std::optional<std::string> MetaManager::createDirectory(const std::string& repos
   return path;
 }
 
+Status MetaManager::unreachable(const char* operation, const char* what, const std::string& studyUid, int status) const
+{
+  logger->logV("MetaManager::%s() repository error while locating %s for %s. Status code: %d", operation, what,
+               studyUid.c_str(), status);
+  return STATUS_REPOSITORY_ERROR;
+}
+
 Status MetaManager::getMeta(const std::string& studyUid, bool create, bool useTemp, std::string& metaDir,
                             db::DBConnector* db, bool checkStoreState) const
 {
@@ -101,11 +108,7 @@ Status MetaManager::findMeta(const std::string& studyUid, bool create, bool useT
   int status = 0;
   const auto found = locate(metaRepository, studyUid, status, conn);
   if (!found && !isMissing(status))
-  {
-    logger->logV("MetaManager::getMeta() repository error while locating meta for %s. Status code: %d",
-                 studyUid.c_str(), status);
-    return STATUS_REPOSITORY_ERROR;
-  }
+    return unreachable("getMeta", "meta", studyUid, status);
   metaDir = found.value_or("");
   if (checkStoreState && !(found && study::entryExists(fs::path(*found) / study::kStoreState)))
     if (const Status filled = takeOver(studyUid, metaDir, conn); filled.value() != STATUS_MISSING)
@@ -142,11 +145,7 @@ Status MetaManager::findTemp(const std::string& studyUid, std::string& metaDir, 
     metaDir = *found;
     return STATUS_OK_TEMP;
   }
-  if (isMissing(status))
-    return STATUS_MISSING;
-  logger->logV("MetaManager::getMeta() repository error while locating tempmeta for %s. Status code: %d",
-               studyUid.c_str(), status);
-  return STATUS_REPOSITORY_ERROR;
+  return isMissing(status) ? STATUS_MISSING : unreachable("getMeta", "tempmeta", studyUid, status);
 }
 
 Status MetaManager::copyLegacy(const std::string& studyUid, std::string& metaDir, const MetaConn& conn) const
@@ -166,11 +165,7 @@ Status MetaManager::takeOver(const std::string& studyUid, std::string& metaDir, 
   int status = 0;
   const auto legacy = locate(dataRepository, studyUid, status, conn);
   if (metaDir.empty() && (status & (kMissing | kLocated)) == 0)
-  {
-    logger->logV("MetaManager::getMeta() repository error while locating data for %s. Status code: %d",
-                 studyUid.c_str(), status);
-    return STATUS_REPOSITORY_ERROR;
-  }
+    return unreachable("getMeta", "data", studyUid, status);
   return legacy && study::isLegacyMeta(*legacy) ? copyLegacy(fs::path(*legacy), studyUid, metaDir, conn)
                                                 : STATUS_MISSING;
 }
@@ -234,14 +229,8 @@ Status MetaManager::park(const std::string& studyUid, const MetaConn& conn) cons
 {
   int status = 0;
   const auto meta = locate(metaRepository, studyUid, status, conn);
-  if (!meta && isMissing(status))
-    return STATUS_MISSING;
   if (!meta)
-  {
-    logger->logV("MetaManager::saveToTempMeta() repository error while locating meta for %s. Status code: %d",
-                 studyUid.c_str(), status);
-    return STATUS_REPOSITORY_ERROR;
-  }
+    return isMissing(status) ? STATUS_MISSING : unreachable("saveToTempMeta", "meta", studyUid, status);
   bool existed = false;
   const auto parked = createDirectory(tempMetaRepository, studyUid, status, existed, conn);
   if (!parked)
@@ -260,14 +249,8 @@ Status MetaManager::restoreFromTempMeta(const std::string& studyUid, const std::
 {
   int status = 0;
   const auto parked = locate(tempMetaRepository, studyUid, status, conn);
-  if (!parked && isMissing(status))
-    return STATUS_MISSING;
   if (!parked)
-  {
-    logger->logV("MetaManager::restoreFromTempMeta() repository error while locating tempmeta for %s. Status code: %d",
-                 studyUid.c_str(), status);
-    return STATUS_REPOSITORY_ERROR;
-  }
+    return isMissing(status) ? STATUS_MISSING : unreachable("restoreFromTempMeta", "tempmeta", studyUid, status);
   try
   {
     for (const fs::directory_entry& entry : fs::directory_iterator(*parked))

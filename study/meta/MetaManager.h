@@ -74,6 +74,8 @@ private:
                                     const MetaConn& conn) const;
   std::optional<std::string> createDirectory(const std::string& repository, const std::string& studyUid, int& status,
                                              bool& existed, const MetaConn& conn) const;
+  /// Logs that the system did not tell what `operation` was looking for.
+  Status unreachable(const char* operation, const char* what, const std::string& studyUid, int status) const;
   Status findMeta(const std::string& studyUid, bool create, bool useTemp, std::string& metaDir, const MetaConn& conn,
                   bool checkStoreState) const;
   Status createMeta(const std::string& studyUid, std::string& metaDir, const MetaConn& conn) const;
