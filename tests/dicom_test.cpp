@@ -1,6 +1,6 @@
 #include "tests/support/Files.h"
 #include "tests/support/LogFile.h"
-#include "tests/support/Named.h"
+#include "tests/support/nameOf.h"
 #include "tests/support/TempDir.h"
 
 #include "dicom/dictionary.h"
@@ -179,8 +179,9 @@ TEST(FileReader, TheOrderOfElementsIsBounded)
   }
 }
 
-struct KeyRow : Named
+struct KeyRow
 {
+  const char* name;
   std::string element; ///< its VR, length and value, explicit little endian
   std::string value, status;
 };
@@ -250,8 +251,9 @@ int missingOf(DcmDataDictionary& text)
   return count;
 }
 
-struct NeedRow : Named
+struct NeedRow
 {
+  const char* name;
   E_TransferSyntax syntax;
   std::string dataset;
   bool needed;
