@@ -1,6 +1,6 @@
 #include "tests/support/Capture.h"
 #include "tests/support/Files.h"
-#include "tests/support/Named.h"
+#include "tests/support/nameOf.h"
 #include "tests/support/TempDir.h"
 
 #include "support/Config.h"
@@ -64,8 +64,9 @@ TEST(PartFile, StepsAroundThatOfAnotherAndGoesUnlessKept)
   EXPECT_EQ(namesIn(dir.path()).size(), 2U);
 }
 
-struct UrlRow : Named
+struct UrlRow
 {
+  const char* name;
   std::string text, plugin, meta; ///< encoded; decoded as a plug-in state, as an object meta file
 };
 
@@ -93,8 +94,9 @@ TEST_P(UrlDecode, Gives)
   EXPECT_EQ(im::urlDecode(GetParam().text), GetParam().meta);
 }
 
-struct PropertyRow : Named
+struct PropertyRow
 {
+  const char* name;
   std::string key;
   std::optional<std::string> value;
 };

@@ -1,5 +1,5 @@
 #include "tests/support/MariaDbServer.h"
-#include "tests/support/Named.h"
+#include "tests/support/nameOf.h"
 #include "tests/support/SqlText.h"
 #include "tests/support/StateFixture.h"
 
@@ -73,8 +73,9 @@ protected:
   const std::filesystem::path work = folder.path() / "work";
 };
 
-struct Row : Named
+struct Row
 {
+  const char* name;
   std::string command;
   int status;
   std::string error;
@@ -234,8 +235,9 @@ TEST_F(SampleStates, ADumpChangesNoOutput)
   }
 }
 
-struct DictionaryRow : Named
+struct DictionaryRow
 {
+  const char* name;
   const char* paths; ///< DCMDICTPATH
 };
 

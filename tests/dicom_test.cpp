@@ -1,9 +1,11 @@
 #include "tests/support/Files.h"
 #include "tests/support/LogFile.h"
+#include "tests/support/nameOf.h"
 #include "tests/support/TempDir.h"
 
 #include "dicom/dictionary.h"
 #include "dicom/values.h"
+#include "dicom/EncodedItems.h"
 #include "dicom/loadFile.h"
 #include "dicom/saveFile.h"
 #include "dicom/toolkitLog.h"
@@ -67,27 +69,76 @@ TEST(FileWriter, WritesAgainWhatTheToolkitWrote)
     }
 }
 
-TEST(FileWriter, ReadOnlyStaysAndTheLongestNameFits)
+/// Adds items to a sequence of its file, with an element of each length, and has them encoded one by one.
+void annotate(DcmDataset& dataset, bool encoded)
+{
+  dataset.putAndInsertUint32(DcmTag(0x0070, 0x0000, EVR_UL), 0); // the length of the group is written where it was
+  DcmItem *annotation = nullptr, *object = nullptr, *style = nullptr;
+  DcmSequenceOfItems* objects = nullptr;
+  dataset.findOrCreateSequenceItem(DCM_GraphicAnnotationSequence, annotation, -2);
+  for (const std::size_t length : {0U, 2U, 4000U, 4096U, 70000U})
+  {
+    annotation->findOrCreateSequenceItem(DCM_GraphicObjectSequence, object, -2);
+    object->findOrCreateSequenceItem(DCM_LineStyleSequence, style, -2);
+    style->putAndInsertFloat32(DCM_PatternOnOpacity, 0.5F);
+    const std::vector<Float32> points(length / 4, 1.5F);
+    object->putAndInsertFloat32Array(DCM_GraphicData, points.data(), points.size());
+    object->putAndInsertString(DCM_UnformattedTextValue, std::string(length, 't').c_str());
+    annotation->findAndGetSequence(DCM_GraphicObjectSequence, objects);
+    EXPECT_TRUE(!encoded || EncodedItems::absorb(*objects, dataset.getOriginalXfer()).good());
+  }
+}
+
+TEST(EncodedItems, AreWrittenAsTheItemsWere)
 {
   const TempDir dir;
-  const fs::path closed = dir.path() / "closed", longest = dir.path() / std::string(255, 'n');
+  const fs::path input = dir.path() / "input";
+  for (const E_TransferSyntax syntax : kSyntaxes)
+  {
+    ASSERT_TRUE(makeState(3)->saveFile(input.c_str(), syntax).good());
+    std::string written[2];
+    for (const bool encoded : {false, true})
+    {
+      DcmFileFormat file;
+      ASSERT_TRUE(loadFile(file, input).good());
+      annotate(*file.getDataset(), encoded);
+      ASSERT_TRUE(saveFile(file, dir / "output").good());
+      written[encoded ? 1 : 0] = contents(dir / "output");
+    }
+    EXPECT_TRUE(written[0] == written[1]) << DcmXfer(syntax).getXferName();
+  }
+}
+
+TEST(FileWriter, WhatIsReadOnlyStays)
+{
+  const TempDir dir;
+  const fs::path closed = dir.path() / "closed";
+  const fs::path paths[] = {dir.path() / "file", closed / "file"};
   fs::create_directory(closed);
-  for (const fs::path& path : {dir.path() / "file", closed / "file"})
+  for (const fs::path& path : paths)
     put(path, "before");
-  chmod((dir / "file").c_str(), 0444);
+  chmod(paths[0].c_str(), 0444);
   chmod(closed.c_str(), 0555);
   chmod(dir.path().c_str(), 0777);
   const uid_t user = geteuid();
   ASSERT_EQ(user == 0 ? seteuid(65534) : 0, 0) << "permission bits do not hold for root";
-  for (const fs::path& path : {dir.path() / "file", closed / "file"})
+  for (const fs::path& path : paths)
     EXPECT_STREQ(saveFile(*makeState(10), path).text(), "Permission denied") << path;
-  EXPECT_STREQ(saveFile(*makeState(10), longest).text(), "Normal");
-  EXPECT_STREQ(saveFile(*makeState(10), longest.string() + "n").text(), "File name too long");
   ASSERT_EQ(seteuid(user), 0);
-  EXPECT_EQ(contents(dir.path() / "file") + contents(closed / "file"), "beforebefore");
-  EXPECT_EQ(namesIn(dir.path()).size() + namesIn(closed).size(), 4U) << "nothing is left beside them";
-  EXPECT_NE(contents(longest), "");
+  for (const fs::path& path : paths)
+    EXPECT_EQ(contents(path), "before") << path;
+  EXPECT_EQ(namesIn(dir.path()).size() + namesIn(closed).size(), 3U) << "nothing is left beside them";
   chmod(closed.c_str(), 0755);
+}
+
+TEST(FileWriter, TheLongestNameFits)
+{
+  const TempDir dir;
+  const std::string longest = dir / std::string(255, 'n');
+  EXPECT_STREQ(saveFile(*makeState(10), longest).text(), "Normal");
+  EXPECT_STREQ(saveFile(*makeState(10), longest + "n").text(), "File name too long");
+  EXPECT_NE(contents(longest), "");
+  EXPECT_EQ(namesIn(dir.path()).size(), 1U) << "nothing is left beside it";
 }
 
 /// A file of that transfer syntax up to its dataset, and `dataset`.
@@ -112,38 +163,53 @@ std::string elements(Uint32 first, std::size_t count, int step)
   return bytes;
 }
 
-TEST(FileReader, ElementsMayBeInDisorder)
+TEST(FileReader, TheOrderOfElementsIsBounded)
 {
+  const std::pair<std::string, const char*> rows[] = {
+      {elements(0x00300000, 50000, -2), "Elements are too far from ascending order"},
+      {elements(0x00200000, 50000, 2), "Normal"},
+      {elements(0xF2151001, 1, 2) + elements(0x00200000, 5000, 2), "Normal"},
+  };
   const TempDir dir;
-  for (const std::string& dataset :
-       {elements(0x00300000, 5000, -2), elements(0xF2151001, 1, 2) + elements(0x00200000, 5000, 2)})
+  for (const auto& [dataset, message] : rows)
   {
     put(dir / "file", withHeader(EXS_BigEndianExplicit, dataset));
     DcmFileFormat file;
-    EXPECT_STREQ(loadFile(file, dir / "file").text(), "Normal") << dataset.size();
-    EXPECT_EQ(file.getDataset()->card(), dataset.size() / 8);
+    EXPECT_STREQ(loadFile(file, dir / "file").text(), message) << dataset.size();
   }
 }
 
-TEST(ElementText, ValuesThatServeAsKeys)
+struct KeyRow
 {
-  const std::pair<std::string, std::string> rows[] = {
-      {"UI\4\0x.2\0"s, "x.2"},
-      {"LO\4\0x.2 "s, "x.2"},
-      {"UN\0\0\x8\0\0\0  x.2 \0y"s, "x.2"}, // every pad goes
-      {"UI\0\0"s, "(Value is empty)"},
-      {"SQ\0\0\x8\0\0\0\xfe\xff\0\xe0\0\0\0\0"s, "(Invalid VR)"},
-  };
+  const char* name;
+  std::string element; ///< its VR, length and value, explicit little endian
+  std::string value, status;
+};
+
+const KeyRow kKeyRows[] = {
+    {"PaddedWithNul", "UI\4\0x.2\0"s, "x.2", "Normal"},
+    {"PaddedWithABlank", "LO\4\0x.2 "s, "x.2", "Normal"},
+    {"PaddedOnBothSides", "UN\0\0\x8\0\0\0  x.2 \0y"s, "x.2", "Normal"},
+    {"Empty", "UI\0\0"s, "", "Value is empty"},
+    {"Sequence", "SQ\0\0\x8\0\0\0\xfe\xff\0\xe0\0\0\0\0"s, "", "Invalid VR"},
+};
+
+using ValueOfAKey = testing::TestWithParam<KeyRow>;
+INSTANTIATE_TEST_SUITE_P(, ValueOfAKey, testing::ValuesIn(kKeyRows), nameOf<KeyRow>);
+
+TEST_P(ValueOfAKey, IsReadWithoutItsPads)
+{
   const TempDir dir;
-  for (const auto& [element, text] : rows)
-  {
-    put(dir / "file", withHeader(EXS_LittleEndianExplicit, "\x08\0\x18\0"s + element));
-    DcmFileFormat file;
-    ASSERT_STREQ(loadFile(file, dir / "file").text(), "Normal") << element;
-    std::string value = "stale";
-    const OFCondition status = readText(*file.getDataset(), DCM_SOPInstanceUID, value);
-    EXPECT_EQ(status.good() ? value : value + '(' + status.text() + ')', text) << element;
-  }
+  put(dir / "file", withHeader(EXS_LittleEndianExplicit, "\x08\0\x18\0"s + GetParam().element));
+  DcmFileFormat file;
+  ASSERT_STREQ(loadFile(file, dir / "file").text(), "Normal");
+  std::string value = "stale";
+  EXPECT_EQ(readText(*file.getDataset(), DCM_SOPInstanceUID, value).text(), GetParam().status);
+  EXPECT_EQ(value, GetParam().value);
+}
+
+TEST(Values, AnAbsentElementIsNotFound)
+{
   std::string value;
   EXPECT_STREQ(readText(*makeState(0)->getDataset(), DCM_StudyInstanceUID, value).text(), "Tag not found");
 }
@@ -193,22 +259,17 @@ struct NeedRow
   bool needed;
 };
 
-void PrintTo(const NeedRow& row, std::ostream* out)
-{
-  *out << row.name;
-}
-
 const NeedRow kNeedRows[] = {
-    {"explicit", EXS_LittleEndianExplicit, "\x08\0\x18\0UI\2\0001"s, false},
-    {"explicit, of encapsulated pixels", EXS_JPEGProcess1, "\x08\0\x18\0UI\2\0001"s, false},
-    {"explicit, big endian", EXS_BigEndianExplicit, "\0\x08\0\x18UI\0\2001"s, false},
-    {"implicit", EXS_LittleEndianImplicit, "\x08\0\x18\0\2\0\0\0001"s, true},
-    {"deflated", EXS_DeflatedLittleEndianExplicit, ""s, true},
-    {"sequence of undefined length", EXS_LittleEndianExplicit,
+    {"Explicit", EXS_LittleEndianExplicit, "\x08\0\x18\0UI\2\0001"s, false},
+    {"EncapsulatedPixels", EXS_JPEGProcess1, "\x08\0\x18\0UI\2\0001"s, false},
+    {"BigEndian", EXS_BigEndianExplicit, "\0\x08\0\x18UI\0\2001"s, false},
+    {"Implicit", EXS_LittleEndianImplicit, "\x08\0\x18\0\2\0\0\0001"s, true},
+    {"Deflated", EXS_DeflatedLittleEndianExplicit, ""s, true},
+    {"SequenceOfUndefinedLength", EXS_LittleEndianExplicit,
      "\x08\0\x15\x11SQ\0\0\xff\xff\xff\xff\xfe\xff\xdd\xe0\0\0\0\0"s, false},
-    {"unknown sequence, which is implicit", EXS_LittleEndianExplicit,
+    {"UnknownSequenceWhichIsImplicit", EXS_LittleEndianExplicit,
      "\x09\0\x15\x11UN\0\0\xff\xff\xff\xff\xfe\xff\xdd\xe0\0\0\0\0"s, true},
-    {"unknown value", EXS_LittleEndianExplicit, "\x09\0\x15\x11UN\0\0\2\0\0\0xy"s, false},
+    {"UnknownValue", EXS_LittleEndianExplicit, "\x09\0\x15\x11UN\0\0\2\0\0\0xy"s, false},
 };
 
 class Dictionary : public testing::TestWithParam<NeedRow>
@@ -240,7 +301,7 @@ TEST_P(Dictionary, IsCompleteWhenTheFileIsNotAllExplicit)
   EXPECT_EQ(missingOf(text) == 0, GetParam().needed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, Dictionary, testing::ValuesIn(kNeedRows));
+INSTANTIATE_TEST_SUITE_P(, Dictionary, testing::ValuesIn(kNeedRows), nameOf<NeedRow>);
 
 TEST_F(Dictionary, LogNamesAnAttributeThatItDoesNotHaveYet)
 {

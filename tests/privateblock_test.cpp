@@ -1,4 +1,4 @@
-#include "tests/support/Named.h"
+#include "tests/support/nameOf.h"
 #include "tests/support/TempDir.h"
 
 #include "dicom/values.h"
@@ -75,8 +75,9 @@ std::string takenTo(unsigned last)
   return creators;
 }
 
-struct LegacyRow : Named
+struct LegacyRow
 {
+  const char* name;
   std::string given, expected;
   bool moveCanonic = false;
 };
@@ -165,8 +166,9 @@ struct Subject
   const Uint16 words[2] = {'c', 'd'};
 };
 
-struct OperationRow : Named
+struct OperationRow
 {
+  const char* name;
   OFCondition (*run)(Subject&);
   std::string written; ///< nothing where there is nothing to find
 };

@@ -1,7 +1,7 @@
 #include "tests/support/Environment.h"
 #include "tests/support/Files.h"
 #include "tests/support/LogFile.h"
-#include "tests/support/Named.h"
+#include "tests/support/nameOf.h"
 #include "tests/support/Processes.h"
 #include "tests/support/TempDir.h"
 
@@ -113,8 +113,9 @@ TEST_F(Repositories, BothFormsTellThatAnEntryPointIsAbsent)
   EXPECT_EQ(Iface::getLocations("meta", "s", locations, false, false, nullptr), kMissing) << "found at the next call";
 }
 
-struct NameRow : Named
+struct NameRow
 {
+  const char* name;
   std::string resource;
   int status;
 };
