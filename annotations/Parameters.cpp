@@ -86,6 +86,18 @@ const char* endOfReal(const char* text)
   return end;
 }
 
+/// Converts the real number at `cursor` and steps over it; false where scanf refuses what is there.
+template <class Real>
+bool convertReal(const char*& cursor, Real& value, Real (*convert)(const char*, char**))
+{
+  const char* const end = endOfReal(cursor);
+  if (!end)
+    return false;
+  value = convert(std::string(cursor, end).c_str(), nullptr); // strtod alone would read on: "nan(1)"
+  cursor = end;
+  return true;
+}
+
 } // namespace
 
 Parameters::Parameters(const char* group, std::string subject, const char* text, bool debug)
@@ -93,24 +105,25 @@ Parameters::Parameters(const char* group, std::string subject, const char* text,
 {
 }
 
-template <class Value, class Convert>
-Parameters& Parameters::field(const Value& value, const char* name, Convert convert)
+bool Parameters::hasField()
 {
-  if (!ended)
-  {
-    while (isBlank(*cursor))
-      ++cursor;
-    if (*cursor == '\0' && converted == 0)
-      converted = -1;
-    ended = *cursor == '\0' || !convert();
-    converted += ended ? 0 : 1;
-  }
+  while (!ended && isBlank(*cursor))
+    ++cursor;
+  if (*cursor == '\0' && converted == 0 && !ended)
+    converted = -1;
+  return !ended && *cursor != '\0';
+}
+
+Parameters& Parameters::add(bool read, const char* name, Traced value)
+{
+  converted += read ? 1 : 0;
+  ended = !read;
   if (debug && name)
-    traced.push_back({name, &value});
+    traced.push_back({name, value});
   return *this;
 }
 
-bool Parameters::convertNumber(int& value)
+bool Parameters::convert(int& value)
 {
   char* end = nullptr;
   const long number = std::strtol(cursor, &end, 10);
@@ -121,15 +134,22 @@ bool Parameters::convertNumber(int& value)
   return true;
 }
 
-template <class Real>
-bool Parameters::convertReal(Real& value, Real (*convert)(const char*, char**))
+bool Parameters::convert(bool& value)
 {
-  const char* const end = endOfReal(cursor);
-  if (!end)
-    return false;
-  value = convert(std::string(cursor, end).c_str(), nullptr); // strtod alone would read on: "nan(1)"
-  cursor = end;
-  return true;
+  int number = 0;
+  const bool read = convert(number);
+  value = read ? number != 0 : value;
+  return read;
+}
+
+bool Parameters::convert(float& value)
+{
+  return convertReal(cursor, value, std::strtof);
+}
+
+bool Parameters::convert(double& value)
+{
+  return convertReal(cursor, value, std::strtod);
 }
 
 bool Parameters::convertWord(std::string& value, std::size_t mostBytes)
@@ -142,47 +162,17 @@ bool Parameters::convertWord(std::string& value, std::size_t mostBytes)
   return true;
 }
 
-Parameters& Parameters::number(int& value, const char* name)
-{
-  return field(value, name, [&] { return convertNumber(value); });
-}
-
-Parameters& Parameters::flag(bool& value, const char* name)
-{
-  return field(value, name,
-               [&]
-               {
-                 int number = 0;
-                 const bool good = convertNumber(number);
-                 value = good ? number != 0 : value;
-                 return good;
-               });
-}
-
-Parameters& Parameters::real(float& value, const char* name)
-{
-  return field(value, name, [&] { return convertReal(value, std::strtof); });
-}
-
-Parameters& Parameters::real(double& value, const char* name)
-{
-  return field(value, name, [&] { return convertReal(value, std::strtod); });
-}
-
 Parameters& Parameters::word(std::string& value, const char* name, std::size_t mostBytes)
 {
-  return field(value, name, [&] { return convertWord(value, mostBytes); });
+  return add(hasField() && convertWord(value, mostBytes), name, &value);
 }
 
 Parameters& Parameters::label(std::string& value, const char* name)
 {
-  return field(value, name,
-               [&]
-               {
-                 convertWord(value, kLongestWord);
-                 im::URLDecode(value);
-                 return true;
-               });
+  const bool read = hasField() && convertWord(value, kLongestWord);
+  if (read)
+    im::URLDecode(value);
+  return add(read, name, &value);
 }
 
 Parameters& Parameters::skipNumbers(int fields)

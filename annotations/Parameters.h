@@ -30,11 +30,11 @@ public:
   Parameters(const Parameters&) = delete;
   Parameters& operator=(const Parameters&) = delete;
 
-  Parameters& number(int& value, const char* name = nullptr);
+  Parameters& number(int& value, const char* name = nullptr) { return field(value, name); }
   /// A number that stands for true unless it is 0.
-  Parameters& flag(bool& value, const char* name = nullptr);
-  Parameters& real(float& value, const char* name = nullptr);
-  Parameters& real(double& value, const char* name = nullptr);
+  Parameters& flag(bool& value, const char* name = nullptr) { return field(value, name); }
+  Parameters& real(float& value, const char* name = nullptr) { return field(value, name); }
+  Parameters& real(double& value, const char* name = nullptr) { return field(value, name); }
   /// The bytes up to the next white space, at most so many: the next field begins where this one ends.
   Parameters& word(std::string& value, const char* name = nullptr, std::size_t mostBytes = kLongestWord);
   /// A word that is URL-encoded once more.
@@ -52,17 +52,25 @@ public:
   [[nodiscard]] bool atLeast(int required, const char* title) const;
 
 private:
+  using Traced = std::variant<const int*, const bool*, const float*, const double*, const std::string*>;
   struct TracedField
   {
     const char* name;
-    std::variant<const int*, const bool*, const float*, const double*, const std::string*> value;
+    Traced value;
   };
 
-  template <class Value, class Convert>
-  Parameters& field(const Value& value, const char* name, Convert convert);
-  bool convertNumber(int& value);
-  template <class Real>
-  bool convertReal(Real& value, Real (*convert)(const char*, char**));
+  template <class Value>
+  Parameters& field(Value& value, const char* name)
+  {
+    return add(hasField() && convert(value), name, &value);
+  }
+  Parameters& add(bool read, const char* name, Traced value);
+  /// Steps over white space; false at the end of the text or after a field that could not be converted.
+  bool hasField();
+  bool convert(int& value);
+  bool convert(bool& value);
+  bool convert(float& value);
+  bool convert(double& value);
   bool convertWord(std::string& value, std::size_t mostBytes);
   void trace(const char* title) const;
 

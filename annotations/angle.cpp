@@ -32,9 +32,4 @@ bool Angle::createCompound()
   return addCompound(GraphicType::multiLine, {base(), pointAt(ray1X, ray1Y), base(), pointAt(ray2X, ray2Y)});
 }
 
-bool Angle::createText()
-{
-  return addValueLabel(label);
-}
-
 } // namespace impsconverter

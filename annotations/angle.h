@@ -15,7 +15,7 @@ public:
   bool parseSpecific(const std::string& type, const std::string& params) override;
   bool createCompound() override;
   bool createSimple() override;
-  bool createText() override;
+  bool createText() override { return addValueLabel(label); }
 
 private:
   int ray1X = 0; ///< far ends of the rays, image pixels

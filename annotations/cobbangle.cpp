@@ -59,9 +59,4 @@ void CobbAngle::addHelperLines()
     addHelperLine(pointAt(rayBaseX, rayBaseY), {mirrored(rayBaseX, rayEndX), mirrored(rayBaseY, rayEndY)});
 }
 
-bool CobbAngle::createText()
-{
-  return addValueLabel(label);
-}
-
 } // namespace impsconverter

@@ -101,9 +101,4 @@ bool FreeHand::createSimple()
   return addPolyline(points);
 }
 
-bool FreeHand::createText()
-{
-  return addValueLabel(label);
-}
-
 } // namespace impsconverter

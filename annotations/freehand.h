@@ -15,7 +15,7 @@ public:
   bool parseSpecific(const std::string& type, const std::string& params) override;
   bool createCompound() override { return true; }
   bool createSimple() override;
-  bool createText() override;
+  bool createText() override { return addValueLabel(label); }
 
 private:
   bool parseVertices(const std::string& type, const char*& cursor);

@@ -137,9 +137,4 @@ bool Oval::createCompound()
       });
 }
 
-bool Oval::createText()
-{
-  return addValueLabel(label);
-}
-
 } // namespace impsconverter

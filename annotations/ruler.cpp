@@ -38,9 +38,4 @@ bool Ruler::createCompound()
                        : addCompound(GraphicType::rangeLine, ends());
 }
 
-bool Ruler::createText()
-{
-  return addValueLabel(label);
-}
-
 } // namespace impsconverter

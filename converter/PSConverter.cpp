@@ -256,21 +256,6 @@ bool PSConverter::hasOutput() const
   return output != nullptr;
 }
 
-bool PSConverter::setImageReferences(const ObjectInfo& object, const std::string& frames)
-{
-  return hasOutput() && output->setImageReferences(object, frames);
-}
-
-bool PSConverter::setOrientation(int rotation, bool flip)
-{
-  return hasOutput() && output->setOrientation(rotation, flip);
-}
-
-bool PSConverter::setSizeMode(SIZE_MODE mode)
-{
-  return hasOutput() && output->setSizeMode(mode);
-}
-
 bool PSConverter::setPixelSpacing(double first, double second)
 {
   if (pixelSpacingX == 0.0 && pixelSpacingY == 0.0)
@@ -279,21 +264,6 @@ bool PSConverter::setPixelSpacing(double first, double second)
     pixelSpacingY = second;
   }
   return hasOutput() && output->setPixelSpacing(first, second);
-}
-
-bool PSConverter::setZoom(double zoomX, double zoomY)
-{
-  return hasOutput() && output->setZoom(zoomX, zoomY);
-}
-
-bool PSConverter::setClip(int x, int y, int width, int height)
-{
-  return hasOutput() && output->setClip(x, y, width, height);
-}
-
-bool PSConverter::setWindowLevel(int window, int level, bool inverted)
-{
-  return hasOutput() && output->setWindowLevel(window, level, inverted);
 }
 
 } // namespace impsconverter

@@ -65,14 +65,26 @@ public:
   [[nodiscard]] bool parseFigure(const char* figure);
 
   // View settings and references go to the current output object.
-  bool setImageReferences(const ObjectInfo& object, const std::string& frames) override;
-  bool setOrientation(int rotation, bool flip) override;
-  bool setSizeMode(SIZE_MODE mode) override;
+  bool setImageReferences(const ObjectInfo& object, const std::string& frames) override
+  {
+    return hasOutput() && output->setImageReferences(object, frames);
+  }
+  bool setOrientation(int rotation, bool flip) override
+  {
+    return hasOutput() && output->setOrientation(rotation, flip);
+  }
+  bool setSizeMode(SIZE_MODE mode) override { return hasOutput() && output->setSizeMode(mode); }
   /// Also keeps the first pair that is not two zeros, for the original.
   bool setPixelSpacing(double first, double second) override;
-  bool setZoom(double zoomX, double zoomY) override;
-  bool setClip(int x, int y, int width, int height) override;
-  bool setWindowLevel(int window, int level, bool inverted) override;
+  bool setZoom(double zoomX, double zoomY) override { return hasOutput() && output->setZoom(zoomX, zoomY); }
+  bool setClip(int x, int y, int width, int height) override
+  {
+    return hasOutput() && output->setClip(x, y, width, height);
+  }
+  bool setWindowLevel(int window, int level, bool inverted) override
+  {
+    return hasOutput() && output->setWindowLevel(window, level, inverted);
+  }
 
   bool openOutput(const std::string& objectName, const std::string& frame) override;
   bool finishOutput() override;

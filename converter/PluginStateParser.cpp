@@ -199,10 +199,7 @@ bool PluginStateParser::processIDLine(const std::string& line)
 
 bool PluginStateParser::processLightLine(const std::string& line)
 {
-  int window = 0;
-  int level = 0;
-  int inverted = 0;
-  int grayscale = 0;
+  int window = 0, level = 0, inverted = 0, grayscale = 0;
   return viewParameters(line, "'light'", target.isDebug())
              .number(window, "window")
              .number(level, "level")
@@ -214,10 +211,7 @@ bool PluginStateParser::processLightLine(const std::string& line)
 
 bool PluginStateParser::processSizedLine(const std::string& line)
 {
-  int sizeX = 0;
-  int sizeY = 0;
-  int mode = 0;
-  int orientation = 0;
+  int sizeX = 0, sizeY = 0, mode = 0, orientation = 0;
   const bool read = viewParameters(line, "'sized'", target.isDebug())
                         .number(sizeX, "size")
                         .number(sizeY, "")
@@ -244,8 +238,7 @@ bool PluginStateParser::processSizedLine(const std::string& line)
 
 bool PluginStateParser::processPixelLine(const std::string& line)
 {
-  double x = 0.0;
-  double y = 0.0;
+  double x = 0.0, y = 0.0;
   return viewParameters(line, "'pixel'", target.isDebug()).real(x, "pixelX").real(y, "pixelY").atLeast(2, "PIXEL") &&
          target.setPixelSpacing(x, y);
 }
@@ -253,10 +246,7 @@ bool PluginStateParser::processPixelLine(const std::string& line)
 bool PluginStateParser::processClipLine(const std::string& line)
 {
   double zoomX = 0.0;
-  int posX = 0;
-  int posY = 0;
-  int sizeX = 0;
-  int sizeY = 0;
+  int posX = 0, posY = 0, sizeX = 0, sizeY = 0;
   Parameters clip = viewParameters(line, "'pixel'", target.isDebug()); // the text that clip lines have always had
   clip.real(zoomX, "zoom X")
       .number(posX, "pos X")

@@ -19,25 +19,8 @@ constexpr Uint32 kDashPattern = 0x0F0F;
 constexpr Float32 kPatternOnOpacity = 0.3F;
 constexpr Float32 kPatternOffOpacity = 1.0F;
 
-const char* textOf(GraphicType type)
-{
-  switch (type)
-  {
-  case GraphicType::polyline:
-    return "POLYLINE";
-  case GraphicType::ellipse:
-    return "ELLIPSE";
-  case GraphicType::ruler:
-    return "RULER";
-  case GraphicType::rangeLine:
-    return "RANGELINE";
-  case GraphicType::multiLine:
-    return "MULTILINE";
-  case GraphicType::arrow:
-    break;
-  }
-  return "ARROW";
-}
+/// In the order of GraphicType.
+constexpr const char* kTypes[] = {"POLYLINE", "ELLIPSE", "RULER", "RANGELINE", "MULTILINE", "ARROW"};
 
 std::vector<Float32> valuesOf(const std::vector<Point>& points)
 {
@@ -56,7 +39,7 @@ void writeShape(ElementWriter& writer, GraphicType type, const std::vector<Point
               "Number of Graphic Points could not be created: ")
       .floats(DCM_GraphicData, valuesOf(points),
               "Graphic Data value could not be inserted: ", "Graphic Data could not be inserted: ")
-      .text(DCM_GraphicType, EVR_CS, textOf(type), "Graphic Type could not be created: ");
+      .text(DCM_GraphicType, EVR_CS, kTypes[static_cast<std::size_t>(type)], "Graphic Type could not be created: ");
 }
 
 void writeGraphic(ElementWriter& writer, GraphicType type, const std::vector<Point>& points)
