@@ -5,7 +5,6 @@
 
 #include "dicom/dictionary.h"
 #include "dicom/values.h"
-#include "dicom/EncodedItems.h"
 #include "dicom/loadFile.h"
 #include "dicom/saveFile.h"
 #include "dicom/toolkitLog.h"
@@ -69,46 +68,6 @@ TEST(FileWriter, WritesAgainWhatTheToolkitWrote)
     }
 }
 
-/// Adds items to a sequence of its file, with an element of each length, and has them encoded one by one.
-void annotate(DcmDataset& dataset, bool encoded)
-{
-  dataset.putAndInsertUint32(DcmTag(0x0070, 0x0000, EVR_UL), 0); // the length of the group is written where it was
-  DcmItem *annotation = nullptr, *object = nullptr, *style = nullptr;
-  DcmSequenceOfItems* objects = nullptr;
-  dataset.findOrCreateSequenceItem(DCM_GraphicAnnotationSequence, annotation, -2);
-  for (const std::size_t length : {0U, 2U, 4000U, 4096U, 70000U})
-  {
-    annotation->findOrCreateSequenceItem(DCM_GraphicObjectSequence, object, -2);
-    object->findOrCreateSequenceItem(DCM_LineStyleSequence, style, -2);
-    style->putAndInsertFloat32(DCM_PatternOnOpacity, 0.5F);
-    const std::vector<Float32> points(length / 4, 1.5F);
-    object->putAndInsertFloat32Array(DCM_GraphicData, points.data(), points.size());
-    object->putAndInsertString(DCM_UnformattedTextValue, std::string(length, 't').c_str());
-    annotation->findAndGetSequence(DCM_GraphicObjectSequence, objects);
-    EXPECT_TRUE(!encoded || EncodedItems::absorb(*objects, dataset.getOriginalXfer()).good());
-  }
-}
-
-TEST(EncodedItems, AreWrittenAsTheItemsWere)
-{
-  const TempDir dir;
-  const fs::path input = dir.path() / "input";
-  for (const E_TransferSyntax syntax : kSyntaxes)
-  {
-    ASSERT_TRUE(makeState(3)->saveFile(input.c_str(), syntax).good());
-    std::string written[2];
-    for (const bool encoded : {false, true})
-    {
-      DcmFileFormat file;
-      ASSERT_TRUE(loadFile(file, input).good());
-      annotate(*file.getDataset(), encoded);
-      ASSERT_TRUE(saveFile(file, dir / "output").good());
-      written[encoded ? 1 : 0] = contents(dir / "output");
-    }
-    EXPECT_TRUE(written[0] == written[1]) << DcmXfer(syntax).getXferName();
-  }
-}
-
 TEST(FileWriter, WhatIsReadOnlyStays)
 {
   const TempDir dir;
@@ -163,19 +122,16 @@ std::string elements(Uint32 first, std::size_t count, int step)
   return bytes;
 }
 
-TEST(FileReader, TheOrderOfElementsIsBounded)
+TEST(FileReader, ElementsMayBeInDisorder)
 {
-  const std::pair<std::string, const char*> rows[] = {
-      {elements(0x00300000, 50000, -2), "Elements are too far from ascending order"},
-      {elements(0x00200000, 50000, 2), "Normal"},
-      {elements(0xF2151001, 1, 2) + elements(0x00200000, 5000, 2), "Normal"},
-  };
   const TempDir dir;
-  for (const auto& [dataset, message] : rows)
+  for (const std::string& dataset :
+       {elements(0x00300000, 5000, -2), elements(0xF2151001, 1, 2) + elements(0x00200000, 5000, 2)})
   {
     put(dir / "file", withHeader(EXS_BigEndianExplicit, dataset));
     DcmFileFormat file;
-    EXPECT_STREQ(loadFile(file, dir / "file").text(), message) << dataset.size();
+    EXPECT_STREQ(loadFile(file, dir / "file").text(), "Normal") << dataset.size();
+    EXPECT_EQ(file.getDataset()->card(), dataset.size() / 8);
   }
 }
 
