@@ -5,6 +5,7 @@
 #include "db/ArchiveAdmin.h"
 #include "db/DBConnectorSql.h"
 #include "base/IMException.h"
+#include "base/IMLogger.h"
 #include "study/meta/MetaManager.h"
 #include "db/SqlSession.h"
 
@@ -239,6 +240,7 @@ TEST_F(MetaTest, ADirectoryThatMayNotBeLookedIntoIsAnErrorAndNoException)
   put("data/s/objectdb.meta");
   for (const char* closed : {"meta/s", "data/s"})
     fs::permissions(root / closed, fs::perms::none);
+  tarn::imutils::IMLogger("test").errorLog("opens the log, which nobody else may");
   const LogFile log;
   std::string metaDir;
   const MetaConn conn(nullptr);
