@@ -54,11 +54,10 @@ std::string pathOf(const base::Fd& file)
 }
 
 /// Reads a text dictionary to its end; false leaves the reason in errno. A device without an end is too large.
-bool readText(const std::string& path, std::string& text)
+bool readText(const base::Fd& file, std::string& text)
 {
-  const base::Fd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   std::array<char, 65536> block{};
-  std::ptrdiff_t got = file ? 1 : -1;
+  std::ptrdiff_t got = 1;
   while (got > 0 && text.size() < kLargestFile)
   {
     got = base::readUpTo(file, block.data(), block.size());
@@ -72,9 +71,10 @@ bool readText(const std::string& path, std::string& text)
 /// Does not let the toolkit read the file itself, since it does not notice a read that fails in the midst of one.
 bool addFile(DcmDataDictionary& dictionary, const std::string& path, std::string& error)
 {
-  std::string text;
+  const base::Fd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   base::Fd memory;
-  if (readText(path, text))
+  std::string text;
+  if (file && readText(file, text))
     memory = memoryFile(text + '\n'); // of an empty file the toolkit would look at a line that it never read
   if (!memory)
     error = "Data dictionary " + path + " could not be read: " + std::strerror(errno);
