@@ -244,7 +244,7 @@ TEST_F(Repositories, ALockThatMayHoldKeepsThisProcessOut)
 {
   const std::string file = mount("one/.s.lock");
   fs::create_directory(mount("two/s"));
-  put(file, "elsewhere 1\n");
+  put(file, "elsewhere 2147483647\n"); // which is no process here
   EXPECT_FALSE(lockResource("meta", "s", nullptr)) << "a process of another host may live";
   fs::remove(file);
   fs::create_directory(file);
@@ -298,6 +298,7 @@ TEST_F(AgedResource, KeepsItsTimesAndItsFlag)
   EXPECT_TRUE(setTimeProperties("meta", "s", &given, nullptr));
   setDirty("meta", "s", true, nullptr);
   EXPECT_NE(broughtBack(), "");
+  EXPECT_TRUE(fs::is_empty(mount("old"))) << "no flag stays behind";
   EXPECT_TRUE(getTimeProperties("meta", "s", &times, nullptr));
   EXPECT_EQ(times.modtime, 2000);
   EXPECT_TRUE(isDirty("meta", "s", nullptr));
