@@ -84,7 +84,7 @@ const UrlRow kUrlRows[] = {
 };
 
 using UrlDecode = testing::TestWithParam<UrlRow>;
-INSTANTIATE_TEST_SUITE_P(, UrlDecode, testing::ValuesIn(kUrlRows), nameOf<UrlRow>);
+INSTANTIATE_TEST_SUITE_P(Each, UrlDecode, testing::ValuesIn(kUrlRows), nameOf<UrlRow>);
 
 TEST_P(UrlDecode, Gives)
 {
@@ -119,7 +119,7 @@ const PropertyRow kPropertyRows[] = {
 };
 
 using Properties = testing::TestWithParam<PropertyRow>;
-INSTANTIATE_TEST_SUITE_P(, Properties, testing::ValuesIn(kPropertyRows), nameOf<PropertyRow>);
+INSTANTIATE_TEST_SUITE_P(Each, Properties, testing::ValuesIn(kPropertyRows), nameOf<PropertyRow>);
 
 TEST_P(Properties, Give)
 {

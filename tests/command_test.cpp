@@ -134,7 +134,7 @@ const Row kRows[] = {
 struct Command : CommandTest, testing::WithParamInterface<Row>
 {
 };
-INSTANTIATE_TEST_SUITE_P(, Command, testing::ValuesIn(kRows), nameOf<Row>);
+INSTANTIATE_TEST_SUITE_P(Each, Command, testing::ValuesIn(kRows), nameOf<Row>);
 
 TEST_P(Command, EndsWithAStatusMessagesAndFiles)
 {
@@ -254,7 +254,7 @@ struct Dictionary : SampleStates, testing::WithParamInterface<DictionaryRow>
     dcmDataDict.wrunlock();
   }
 };
-INSTANTIATE_TEST_SUITE_P(, Dictionary, testing::ValuesIn(kDictionaryRows), nameOf<DictionaryRow>);
+INSTANTIATE_TEST_SUITE_P(Each, Dictionary, testing::ValuesIn(kDictionaryRows), nameOf<DictionaryRow>);
 
 /// Dump, messages and files are the same with every dictionary. A scan that ends early leaves nothing to the next.
 TEST_P(Dictionary, ChangesNothing)

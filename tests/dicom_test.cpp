@@ -151,7 +151,7 @@ const KeyRow kKeyRows[] = {
 };
 
 using ValueOfAKey = testing::TestWithParam<KeyRow>;
-INSTANTIATE_TEST_SUITE_P(, ValueOfAKey, testing::ValuesIn(kKeyRows), nameOf<KeyRow>);
+INSTANTIATE_TEST_SUITE_P(Each, ValueOfAKey, testing::ValuesIn(kKeyRows), nameOf<KeyRow>);
 
 TEST_P(ValueOfAKey, IsReadWithoutItsPads)
 {
@@ -257,7 +257,7 @@ TEST_P(Dictionary, IsCompleteWhenTheFileIsNotAllExplicit)
   EXPECT_EQ(missingOf(text) == 0, GetParam().needed);
 }
 
-INSTANTIATE_TEST_SUITE_P(, Dictionary, testing::ValuesIn(kNeedRows), nameOf<NeedRow>);
+INSTANTIATE_TEST_SUITE_P(Each, Dictionary, testing::ValuesIn(kNeedRows), nameOf<NeedRow>);
 
 TEST_F(Dictionary, LogNamesAnAttributeThatItDoesNotHaveYet)
 {

@@ -242,10 +242,10 @@ TEST_F(MetaTest, ADirectoryThatMayNotBeLookedIntoIsAnErrorAndNoException)
     fs::permissions(root / closed, fs::perms::none);
   tarn::imutils::IMLogger("test").errorLog("opens the log, which nobody else may");
   const LogFile log;
-  std::string metaDir;
   const MetaConn conn(nullptr);
   {
     const AsNobody nobody;
+    std::string metaDir;
     MetaManager manager;
     EXPECT_EQ(manager.getMeta("s", false, false, metaDir, nullptr, true).value(), STATUS_ERROR);
     EXPECT_EQ(manager.saveToTempMeta("s", conn).value(), STATUS_ERROR);

@@ -109,7 +109,7 @@ const LegacyRow kLegacyRows[] = {
 };
 
 using LegacyElements = testing::TestWithParam<LegacyRow>;
-INSTANTIATE_TEST_SUITE_P(, LegacyElements, testing::ValuesIn(kLegacyRows), nameOf<LegacyRow>);
+INSTANTIATE_TEST_SUITE_P(Each, LegacyElements, testing::ValuesIn(kLegacyRows), nameOf<LegacyRow>);
 
 void expectMoved(const LegacyRow& row)
 {
@@ -188,7 +188,7 @@ const OperationRow kOperationRows[] = {
 };
 
 using Operation = testing::TestWithParam<OperationRow>;
-INSTANTIATE_TEST_SUITE_P(, Operation, testing::ValuesIn(kOperationRows), nameOf<OperationRow>);
+INSTANTIATE_TEST_SUITE_P(Each, Operation, testing::ValuesIn(kOperationRows), nameOf<OperationRow>);
 
 const std::string kOther = "0010 LO:OTHER", kSecondSlot = kOther + ", 0011 LO:PB group A, ";
 const std::string kFull = takenTo(0xFF) + ", BA94 UN:ab";

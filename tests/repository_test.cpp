@@ -137,7 +137,7 @@ const NameRow kNameRows[] = {
 struct ResourceName : Repositories, testing::WithParamInterface<NameRow>
 {
 };
-INSTANTIATE_TEST_SUITE_P(, ResourceName, testing::ValuesIn(kNameRows), nameOf<NameRow>);
+INSTANTIATE_TEST_SUITE_P(Each, ResourceName, testing::ValuesIn(kNameRows), nameOf<NameRow>);
 
 TEST_P(ResourceName, HasTheSameStatusInEveryCall)
 {

@@ -5,7 +5,7 @@
 #include <string>
 
 /// Names each case of a table after its row's member `name`, which has letters, digits and underscores only:
-/// INSTANTIATE_TEST_SUITE_P(, Suite, testing::ValuesIn(kRows), nameOf<Row>).
+/// INSTANTIATE_TEST_SUITE_P(Each, Suite, testing::ValuesIn(kRows), nameOf<Row>).
 template <class Row>
 std::string nameOf(const testing::TestParamInfo<Row>& info)
 {
