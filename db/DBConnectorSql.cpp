@@ -3,12 +3,7 @@
 
 #include "base/environmentValue.h"
 #include "db/DBException.h"
-#include "db/DeviceAccessorSql.h"
 #include "db/GlobalLock.h"
-#include "db/MetaAccessorSql.h"
-#include "db/ObjCacheAccessorSql.h"
-#include "db/ObjectAccessorSql.h"
-#include "db/ReferenceAccessorSql.h"
 #include "db/SqlSession.h"
 #include "db/SqlStatement.h"
 #include "db/createTables.h"
@@ -22,14 +17,7 @@
 namespace tarn::db
 {
 
-DBConnectorSql::DBConnectorSql(Missing missing)
-  : missing(missing), referenceAccessor(std::make_unique<ReferenceAccessorSql>(*this)),
-    metaAccessor(std::make_unique<MetaAccessorSql>(*this)),
-    objCacheAccessor(std::make_unique<ObjCacheAccessorSql>(*this)),
-    objectAccessor(std::make_unique<ObjectAccessorSql>(*this)),
-    deviceAccessor(std::make_unique<DeviceAccessorSql>(*this))
-{
-}
+DBConnectorSql::DBConnectorSql(Missing missing) : missing(missing) {}
 
 DBConnectorSql::~DBConnectorSql() = default;
 

@@ -2,6 +2,7 @@
 
 #include "db/ArchiveTables.h"
 #include "db/DBConnector.h"
+#include "db/SqlAccessors.h"
 #include "db/SqlRow.h"
 #include "db/SqlValue.h"
 
@@ -41,11 +42,11 @@ public:
 
   void connect() override;
 
-  ReferenceAccessor& references() override { return *referenceAccessor; }
-  MetaAccessor& meta() override { return *metaAccessor; }
-  ObjCacheAccessor& objCache() override { return *objCacheAccessor; }
-  ObjectAccessor& objects() override { return *objectAccessor; }
-  DeviceAccessor& devices() override { return *deviceAccessor; }
+  ReferenceAccessor& references() override { return accessors; }
+  MetaAccessor& meta() override { return accessors; }
+  ObjCacheAccessor& objCache() override { return accessors; }
+  ObjectAccessor& objects() override { return accessors; }
+  DeviceAccessor& devices() override { return accessors; }
 
   /// Runs a statement with these texts and whole numbers for its parameters, and returns its rows. It is prepared when
   /// it first runs, and kept: its text is one that is known when this is compiled, but for the names of tables. Outside
@@ -79,11 +80,7 @@ private:
   bool transactionOpen = false;
   std::vector<std::pair<std::string, std::weak_ptr<GlobalLock>>> heldLocks;
   std::map<std::string, std::unique_ptr<SqlStatement>> statements; ///< of the session, by their text; go before it
-  std::unique_ptr<ReferenceAccessor> referenceAccessor;
-  std::unique_ptr<MetaAccessor> metaAccessor;
-  std::unique_ptr<ObjCacheAccessor> objCacheAccessor;
-  std::unique_ptr<ObjectAccessor> objectAccessor;
-  std::unique_ptr<DeviceAccessor> deviceAccessor;
+  SqlAccessors accessors{*this};
 };
 
 } // namespace tarn::db
