@@ -3,7 +3,6 @@
 
 #include "base/environmentValue.h"
 #include "db/DBException.h"
-#include "db/GlobalLock.h"
 #include "db/SqlSession.h"
 #include "db/SqlStatement.h"
 #include "db/createTables.h"
@@ -11,8 +10,6 @@
 #include "db/openSession.h"
 #include "db/runStatement.h"
 #include "db/sqlite/SqliteSession.h"
-
-#include <algorithm>
 
 namespace tarn::db
 {
@@ -64,25 +61,13 @@ std::vector<SqlRow> DBConnectorSql::run(const std::string& sql, const std::vecto
   return rows;
 }
 
-bool DBConnectorSql::isInMemory()
+GlobalLock DBConnectorSql::tryLock(const std::string& name)
 {
-  return session().isInMemory();
-}
-
-void DBConnectorSql::sync()
-{
-  session().sync();
-}
-
-std::shared_ptr<GlobalLock> DBConnectorSql::tryLock(const std::string& name)
-{
-  heldLocks.erase(
-      std::remove_if(heldLocks.begin(), heldLocks.end(), [](const auto& held) { return held.second.expired(); }),
-      heldLocks.end());
+  heldLocks.remove_if([](const auto& held) { return held.second.expired(); });
   for (const auto& [heldName, held] : heldLocks)
     if (heldName == name)
       return held.lock();
-  std::shared_ptr<GlobalLock> taken = session().tryLock(name);
+  GlobalLock taken = session().tryLock(name);
   if (taken)
     heldLocks.emplace_back(name, taken);
   return taken;

@@ -6,6 +6,7 @@
 #include "db/SqlRow.h"
 #include "db/SqlValue.h"
 
+#include <list>
 #include <map>
 #include <memory>
 #include <string>
@@ -15,7 +16,6 @@
 namespace tarn::db
 {
 
-class GlobalLock;
 class SqlSession;
 class SqlStatement;
 
@@ -57,17 +57,14 @@ public:
     return run(sql, {toSqlValue(values)...});
   }
 
+  /// Connects when it is first called.
   SqlSession& session();
   const ArchiveTables& tables() const { return tableNames; }
-  /// Whether the database ends with this connection: nobody else sees what is written.
-  bool isInMemory();
-  /// Returns when every change that has been committed survives a power cut; throws DBException.
-  void sync();
   bool inTransaction() const { return transactionOpen; }
 
   /// Tries once, without waiting, to get the lock `name`. Returns null when another connection holds it, and the same
   /// lock where this connection holds it already: it is given back when the last owner drops it. Throws DBException.
-  std::shared_ptr<GlobalLock> tryLock(const std::string& name);
+  std::shared_ptr<void> tryLock(const std::string& name);
 
 private:
   friend class Transaction;
@@ -78,7 +75,7 @@ private:
   std::unique_ptr<SqlSession> backend; ///< null until it is connected
   ArchiveTables tableNames;
   bool transactionOpen = false;
-  std::vector<std::pair<std::string, std::weak_ptr<GlobalLock>>> heldLocks;
+  std::list<std::pair<std::string, std::weak_ptr<void>>> heldLocks;
   std::map<std::string, std::unique_ptr<SqlStatement>> statements; ///< of the session, by their text; go before it
   SqlAccessors accessors{*this};
 };

@@ -3,7 +3,7 @@
 
 #include "base/Fd.h"
 #include "db/DBException.h"
-#include "db/sqlite/FileLock.h"
+#include "db/sqlite/lockFile.h"
 #include "db/sqlite/sqliteHandles.h"
 #include "db/sqlite/SqliteStatement.h"
 #include "db/sqlite/sqliteSchema.h"
@@ -46,11 +46,11 @@ public:
     const int code = sqlite3_wal_checkpoint_v2(connection.get(), nullptr, SQLITE_CHECKPOINT_FULL, nullptr, nullptr);
     checkSqlite(code, "cannot write the log to the file", connection.get());
   }
-  std::unique_ptr<GlobalLock> tryLock(const std::string& name) override
+  GlobalLock tryLock(const std::string& name) override
   {
     if (isInMemory())
-      return std::make_unique<GlobalLock>(); // nobody else sees this database
-    return FileLock::tryLock(file(), name);
+      return std::make_shared<char>(); // nobody else sees this database
+    return tryLockBeside(file(), name);
   }
   bool isInMemory() const override { return file().empty(); }
   std::string_view schema() const override { return sqliteSchema(); }
