@@ -14,6 +14,13 @@
 namespace tarn::db
 {
 
+std::unique_ptr<DBConnector> DBConnector::createConnector(int connection)
+{
+  if (connection != 0)
+    throw DBException("there is no connection " + std::to_string(connection));
+  return DBConnectorSql::open(Missing::refuse);
+}
+
 DBConnectorSql::DBConnectorSql(Missing missing) : missing(missing) {}
 
 DBConnectorSql::~DBConnectorSql() = default;

@@ -1,10 +1,9 @@
 // The backend for a server: how it is connected to.
-#include "db/mysql/MysqlAddress.h"
 #include "db/mysql/mysqlHandles.h"
 #include "db/mysql/MysqlStatement.h"
 #include "db/SqlSession.h"
 #include "db/mysql/mysqlModule.h"
-#include "db/mysql/mysqlSchema.h"
+#include "mysqlSchema.h"
 
 #include <utility>
 
@@ -80,7 +79,7 @@ public:
     return *answer == "1" ? std::make_shared<MysqlLock>(connection, name) : nullptr;
   }
   bool isInMemory() const override { return false; }
-  std::string_view schema() const override { return mysqlSchema(); }
+  std::string_view schema() const override { return kMysqlSchema; }
 
 private:
   MysqlConnection connection;
