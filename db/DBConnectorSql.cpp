@@ -5,10 +5,8 @@
 #include "db/DBException.h"
 #include "db/SqlSession.h"
 #include "db/SqlStatement.h"
-#include "db/createTables.h"
 #include "db/databaseUrl.h"
 #include "db/openSession.h"
-#include "db/runStatement.h"
 #include "db/sqlite/SqliteSession.h"
 
 namespace tarn::db
@@ -42,7 +40,7 @@ void DBConnectorSql::connect()
   {
     backend = url.empty() ? openSqlite(file, true) : openSession(url, missing);
     if (url.empty() || url == std::string(kSqliteScheme) + kSqliteInMemory) // nobody else makes its tables
-      createTables(*this, Tables::usable);
+      createTables(Tables::usable);
   }
   catch (const DBException& failure)
   {
@@ -63,9 +61,13 @@ std::vector<SqlRow> DBConnectorSql::run(const std::string& sql, const std::vecto
   std::unique_ptr<SqlStatement>& statement = statements[sql];
   if (!statement)
     statement = session().prepare(sql);
-  std::vector<SqlRow> rows;
-  runStatement(*statement, values, [&](SqlRow& row) { rows.push_back(std::move(row)); });
-  return rows;
+  return statement->run(values);
+}
+
+void DBConnectorSql::createTables(Tables which)
+{
+  for (const std::string& text : tableNames.statements(session().schema(), which))
+    session().execute(text);
 }
 
 GlobalLock DBConnectorSql::tryLock(const std::string& name)

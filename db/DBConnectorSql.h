@@ -60,6 +60,8 @@ public:
   /// Connects when it is first called.
   SqlSession& session();
   const ArchiveTables& tables() const { return tableNames; }
+  /// Makes the tables of the archive that do not exist, under the names of tables(). Throws DBException.
+  void createTables(Tables which = Tables::all);
   bool inTransaction() const { return transactionOpen; }
 
   /// Tries once, without waiting, to get the lock `name`. Returns null when another connection holds it, and the same

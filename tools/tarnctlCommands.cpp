@@ -210,7 +210,7 @@ void printTable(const std::vector<Row>& rows)
 bool initDatabase()
 {
   const auto db = openDatabase(db::Missing::create);
-  db::ArchiveAdmin(*db).createSchema();
+  db->createTables();
   db->session().sync();
   base::trace("The tables of the database are there.");
   return true;
