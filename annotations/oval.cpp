@@ -115,7 +115,7 @@ bool Oval::createSimple()
 {
   // PS3.3 C.10.5.1.2: the ends of one axis, then of the other; that of size X comes first, also where it is the
   // shorter.
-  return addIdentifiedGraphic(GraphicType::ellipse, axisEnds());
+  return addEllipse(axisEnds());
 }
 
 bool Oval::createCompound()
@@ -124,7 +124,7 @@ bool Oval::createCompound()
   const std::vector<Point> box{pointAt(tarn::base::wrapSub(baseX, sizeX), tarn::base::wrapSub(baseY, sizeY)),
                                pointAt(tarn::base::wrapAdd(baseX, sizeX), tarn::base::wrapAdd(baseY, sizeY))};
   return addCompound(
-      GraphicType::ellipse, box,
+      "ELLIPSE", box,
       [&](ElementWriter& writer)
       {
         writer.text(DCM_GraphicFilled, EVR_CS, "N", "Graphic Filled could not be created: ");

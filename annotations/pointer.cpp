@@ -1,7 +1,6 @@
 // An arrow: its shaft, and a head of two barbs.
 #include "annotations/pointer.h"
 
-#include "annotations/distance.h"
 #include "base/wrapping.h"
 
 #include <cmath>
@@ -48,7 +47,7 @@ bool Pointer::addHead()
 bool Pointer::createCompound()
 {
   compound = true;
-  return addCompound(GraphicType::arrow, {pointAt(endX, endY), base()});
+  return addCompound("ARROW", {pointAt(endX, endY), base()});
 }
 
 } // namespace impsconverter

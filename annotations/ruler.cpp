@@ -34,8 +34,7 @@ bool Ruler::createCompound()
         .text(DCM_TickLabelAlignment, EVR_CS, "BOTTOM", "Tick Label Alignment could not be created: ")
         .text(DCM_ShowTickLabel, EVR_CS, "N", "Show Tick Label could not be created: ");
   };
-  return showTickMarks ? addCompound(GraphicType::ruler, ends(), writeTicks)
-                       : addCompound(GraphicType::rangeLine, ends());
+  return showTickMarks ? addCompound("RULER", ends(), writeTicks) : addCompound("RANGELINE", ends());
 }
 
 } // namespace impsconverter

@@ -11,7 +11,7 @@ bool Text::parseSpecific(const std::string& type, const std::string& params)
 
 bool Text::createText()
 {
-  return addText(base(), label, Placement::leftBelow);
+  return addText(baseX, baseY, label, false);
 }
 
 } // namespace impsconverter
