@@ -27,10 +27,13 @@ constexpr Uint32 kDashPattern = 0x0F0F;
 constexpr Float32 kPatternOnOpacity = 0.3F;
 constexpr Float32 kPatternOffOpacity = 1.0F;
 
+/// In the order of GraphicType.
+constexpr const char* kTypes[] = {"POLYLINE", "ELLIPSE", "RULER", "RANGELINE", "MULTILINE", "ARROW"};
+
 constexpr char kNoGraphic[] = "Graphic Object Sequence item could not be created: ";
 
 /// What graphic objects and compound graphics have in common. PS3.3 C.10.5.1.2: column, then row, of each point.
-void writeShape(ElementWriter& writer, const char* type, const std::vector<Point>& points)
+void writeShape(ElementWriter& writer, GraphicType type, const std::vector<Point>& points)
 {
   std::vector<Float32> values;
   values.reserve(2 * points.size());
@@ -41,10 +44,10 @@ void writeShape(ElementWriter& writer, const char* type, const std::vector<Point
               "Number of Graphic Points could not be created: ")
       .floats(DCM_GraphicData, values,
               "Graphic Data value could not be inserted: ", "Graphic Data could not be inserted: ")
-      .text(DCM_GraphicType, EVR_CS, type, "Graphic Type could not be created: ");
+      .text(DCM_GraphicType, EVR_CS, kTypes[static_cast<std::size_t>(type)], "Graphic Type could not be created: ");
 }
 
-void writeGraphic(ElementWriter& writer, const char* type, const std::vector<Point>& points)
+void writeGraphic(ElementWriter& writer, GraphicType type, const std::vector<Point>& points)
 {
   writer.text(DCM_GraphicAnnotationUnits, EVR_CS, kPixel, "Graphic Annotation Units could not be created: ");
   writeShape(writer, type, points);
@@ -132,7 +135,7 @@ void Annotation::writeId(ElementWriter& writer) const
                 "Compound Graphic Instance ID could not be created: ");
 }
 
-bool Annotation::addGraphic(const char* type, const std::vector<Point>& points, bool isIdentified)
+bool Annotation::addGraphic(GraphicType type, const std::vector<Point>& points, bool isIdentified)
 {
   const auto write = [&](ElementWriter& writer)
   {
@@ -152,19 +155,19 @@ bool Annotation::addPolyline(float* points, int count)
 
 bool Annotation::addPolyline(const std::vector<Point>& points)
 {
-  return addGraphic("POLYLINE", points, compound);
+  return addGraphic(GraphicType::polyline, points, compound);
 }
 
 bool Annotation::addEllipse(const std::vector<Point>& axisEnds)
 {
-  return addGraphic("ELLIPSE", axisEnds, true);
+  return addGraphic(GraphicType::ellipse, axisEnds, true);
 }
 
 bool Annotation::addDashedLine(float x1, float y1, float x2, float y2, const DicomCieLab& lineColor)
 {
   const auto write = [&](ElementWriter& writer)
   {
-    writeGraphic(writer, "POLYLINE", {{x1, y1}, {x2, y2}});
+    writeGraphic(writer, GraphicType::polyline, {{x1, y1}, {x2, y2}});
     DcmItem* style = nullptr; // PS3.3 C.10.5.1.3.13
     if (!writer.appendItem(DCM_LineStyleSequence, style, nullptr).ok())
       return false;
@@ -210,7 +213,7 @@ bool Annotation::addText(int x, int y, const std::string& text, bool centered)
   return addItem(DCM_TextObjectSequence, "Text Object Sequence item could not be created: ", compound, write);
 }
 
-bool Annotation::addCompound(const char* type, const std::vector<Point>& points,
+bool Annotation::addCompound(GraphicType type, const std::vector<Point>& points,
                              const std::function<void(ElementWriter&)>& writeMore)
 {
   const auto write = [&](ElementWriter& writer)
@@ -239,7 +242,7 @@ void Annotation::addExtension(const std::string& mode, int startX, int startY, i
 
 bool Annotation::addValueLabel(const std::string& label)
 {
-  return !showValue || addText(valueAnchorX, valueAnchorY, label, true);
+  return !showValue || addText(valueAnchorX, valueAnchorY, label, /*centered=*/true);
 }
 
 void Annotation::calcTextBox(const std::string& text, float& width, float& height)

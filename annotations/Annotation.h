@@ -13,6 +13,17 @@ namespace impsconverter
 class ElementWriter;
 class ValidPresentationState;
 
+/// Values of Graphic Type (0070,0023), of graphic objects and of compound graphics (PS3.3 C.10.5.1.2, C.10.5.1.3).
+enum class GraphicType
+{
+  polyline,
+  ellipse,
+  ruler,
+  rangeLine,
+  multiLine,
+  arrow
+};
+
 /// A position in image pixels, as the annotation units PIXEL have them (PS3.3 C.10.5).
 struct Point
 {
@@ -71,8 +82,8 @@ protected:
   bool addText(int x, int y, const std::string& text, bool centered);
   /// An ELLIPSE by the ends of one axis, then of the other. It carries the ID in every case.
   bool addEllipse(const std::vector<Point>& axisEnds);
-  /// `type` is a value of Graphic Type (PS3.3 C.10.5.1.3); `writeMore` writes what it has beyond the common elements.
-  bool addCompound(const char* type, const std::vector<Point>& points,
+  /// `writeMore` writes what the type has beyond the elements that all compound graphics have.
+  bool addCompound(GraphicType type, const std::vector<Point>& points,
                    const std::function<void(ElementWriter&)>& writeMore = {});
 
   /// A dashed line in the light grey of helper lines; a failure has been reported and changes nothing.
@@ -108,7 +119,7 @@ protected:
 
 private:
   bool parseCommon(const std::string& type, const std::string& common);
-  bool addGraphic(const char* type, const std::vector<Point>& points, bool isIdentified);
+  bool addGraphic(GraphicType type, const std::vector<Point>& points, bool isIdentified);
   template <class Write>
   bool addItem(const DcmTagKey& sequence, const char* message, bool isIdentified, Write write);
   void writeId(ElementWriter& writer) const;

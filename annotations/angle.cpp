@@ -27,7 +27,7 @@ bool Angle::createSimple()
 bool Angle::createCompound()
 {
   compound = true;
-  return addCompound("MULTILINE", {base(), pointAt(ray1X, ray1Y), base(), pointAt(ray2X, ray2Y)});
+  return addCompound(GraphicType::multiLine, {base(), pointAt(ray1X, ray1Y), base(), pointAt(ray2X, ray2Y)});
 }
 
 } // namespace impsconverter

@@ -99,7 +99,7 @@ bool Oval::createCompound()
   const std::vector<Point> box{pointAt(tarn::base::wrapSub(baseX, sizeX), tarn::base::wrapSub(baseY, sizeY)),
                                pointAt(tarn::base::wrapAdd(baseX, sizeX), tarn::base::wrapAdd(baseY, sizeY))};
   return addCompound(
-      "ELLIPSE", box,
+      GraphicType::ellipse, box,
       [&](ElementWriter& writer)
       {
         writer.text(DCM_GraphicFilled, EVR_CS, "N", "Graphic Filled could not be created: ");

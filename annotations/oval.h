@@ -14,7 +14,7 @@ public:
 
   bool parseSpecific(const std::string& type, const std::string& params) override
   {
-    return scan(type, params, 0, false);
+    return scan(type, params, /*measuredValues=*/0, /*isRotated=*/false);
   }
   bool createCompound() override;
   bool createSimple() override;
@@ -44,7 +44,7 @@ public:
   using Oval::Oval;
   bool parseSpecific(const std::string& type, const std::string& params) override
   {
-    return scan(type, params, 0, true);
+    return scan(type, params, /*measuredValues=*/0, /*isRotated=*/true);
   }
 };
 
@@ -55,7 +55,7 @@ public:
   using Oval::Oval;
   bool parseSpecific(const std::string& type, const std::string& params) override
   {
-    return scan(type, params, 2, false);
+    return scan(type, params, /*measuredValues=*/2, /*isRotated=*/false);
   }
 };
 
@@ -66,7 +66,7 @@ public:
   using HounsField::HounsField;
   bool parseSpecific(const std::string& type, const std::string& params) override
   {
-    return scan(type, params, 2, true);
+    return scan(type, params, /*measuredValues=*/2, /*isRotated=*/true);
   }
 };
 

@@ -47,7 +47,7 @@ bool Pointer::addHead()
 bool Pointer::createCompound()
 {
   compound = true;
-  return addCompound("ARROW", {pointAt(endX, endY), base()});
+  return addCompound(GraphicType::arrow, {pointAt(endX, endY), base()});
 }
 
 } // namespace impsconverter

@@ -34,7 +34,8 @@ bool Ruler::createCompound()
         .text(DCM_TickLabelAlignment, EVR_CS, "BOTTOM", "Tick Label Alignment could not be created: ")
         .text(DCM_ShowTickLabel, EVR_CS, "N", "Show Tick Label could not be created: ");
   };
-  return showTickMarks ? addCompound("RULER", ends(), writeTicks) : addCompound("RANGELINE", ends());
+  return showTickMarks ? addCompound(GraphicType::ruler, ends(), writeTicks)
+                       : addCompound(GraphicType::rangeLine, ends());
 }
 
 } // namespace impsconverter

@@ -56,7 +56,7 @@ void SpineLabel::addTie()
 bool SpineLabel::createText()
 {
   const int x = textX == baseX ? tarn::base::wrapAdd(textX, kSquareSide) : textX;
-  return !showValue || addText(x, textY, label, false);
+  return !showValue || addText(x, textY, label, /*centered=*/false);
 }
 
 } // namespace impsconverter

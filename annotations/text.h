@@ -17,7 +17,7 @@ public:
   }
   bool createCompound() override { return true; }
   bool createSimple() override { return createCompound(); }
-  bool createText() override { return addText(baseX, baseY, label, false); }
+  bool createText() override { return addText(baseX, baseY, label, /*centered=*/false); }
 
 private:
   std::string label;
