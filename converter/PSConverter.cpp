@@ -22,6 +22,7 @@ namespace
 {
 
 constexpr std::size_t kInputRootLength = sizeof kInputRoot - 1;
+constexpr char kNotLoaded[] = " could not be loaded: ";
 constexpr char kOutputFormat[] = "1.2.826.0.1.7770001.2.11.7.%d%s";
 
 } // namespace
@@ -72,11 +73,8 @@ bool PSConverter::loadInput()
   if (!inputFile.empty())
   {
     fileFormat = std::make_unique<DcmFileFormat>();
-    if (const OFCondition status = tarn::dicom::loadFile(*fileFormat, inputFile); status.bad())
-    {
-      reportCondition(inputFile + " could not be loaded: ", status);
+    if (!isGood(tarn::dicom::loadFile(*fileFormat, inputFile), inputFile + kNotLoaded))
       return false;
-    }
   }
   if (fileFormat && fileFormat->getDataset())
     return true;
@@ -95,11 +93,8 @@ Outcome PSConverter::readInput(std::string& text)
   if (!readIdentity(dataset, studyUid, sopInstanceUid) || !findReferencedSeries(dataset, referencedSeries))
     return Outcome::refused;
   // Large values of a caller's object may still lie in a file, which may be replaced by what is written here.
-  if (const OFCondition status = fileFormat->loadAllDataIntoMemory(); status.bad())
-  {
-    reportCondition(inputFile + " could not be loaded: ", status);
+  if (!isGood(fileFormat->loadAllDataIntoMemory(), inputFile + kNotLoaded))
     return Outcome::notLoaded;
-  }
   if (!readPluginState(*element, text))
     return Outcome::refused;
   if (debug)
@@ -166,8 +161,8 @@ void PSConverter::fixOriginal()
     fillPixelSpacing(*area, pixelSpacingX == 0.0 ? 1.0 : pixelSpacingX, pixelSpacingY == 0.0 ? 1.0 : pixelSpacingY);
   }
   const OFCondition status = dataset.putAndInsertString(DcmTag(DCM_PresentationLUTShape, EVR_CS), "IDENTITY", OFFalse);
-  if (status.bad() && status != EC_DoubledTag)
-    reportCondition("Presentation LUT Shape could not be inserted to dataset: ", status);
+  if (status != EC_DoubledTag)
+    isGood(status, "Presentation LUT Shape could not be inserted to dataset: ");
 }
 
 void PSConverter::genUid(std::string& uid)

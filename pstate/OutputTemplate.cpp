@@ -1,7 +1,7 @@
 // What an output takes over from the input, and what it does not.
 #include "pstate/OutputTemplate.h"
 
-#include "pstate/ElementWriter.h"
+#include "dicom/contents.h"
 #include "privateblock/PBItem.h"
 
 #include <memory>
@@ -19,7 +19,7 @@ public:
   ~ElementAside()
   {
     if (element)
-      insertOwned(item, std::move(element), false);
+      tarn::dicom::insertOwned(item, std::move(element), false);
   }
   ElementAside(const ElementAside&) = delete;
   ElementAside& operator=(const ElementAside&) = delete;

@@ -2,6 +2,7 @@
 #include "pstate/ValidPresentationState.h"
 
 #include "base/report.h"
+#include "dicom/contents.h"
 #include "pstate/ElementWriter.h"
 #include "images/ObjectInfo.h"
 #include "pstate/OutputTemplate.h"
@@ -52,15 +53,8 @@ bool insertSequence(DcmItem& target, const DcmTagKey& tag, std::unique_ptr<DcmIt
                     const char* sequenceMessage)
 {
   auto sequence = std::make_unique<DcmSequenceOfItems>(DcmTag(tag, EVR_SQ));
-  if (const OFCondition status = insertOwned(*sequence, std::move(item)); status.bad())
-  {
-    reportCondition(itemMessage, status);
-    return false;
-  }
-  const OFCondition status = insertOwned(target, std::move(sequence), true);
-  if (status.bad())
-    reportCondition(sequenceMessage, status);
-  return status.good();
+  return isGood(tarn::dicom::insertOwned(*sequence, std::move(item)), itemMessage) &&
+         isGood(tarn::dicom::insertOwned(target, std::move(sequence), true), sequenceMessage);
 }
 
 } // namespace
@@ -202,23 +196,19 @@ bool ValidPresentationState::checkAndCreateAnnotationLayer()
     return true;
   // PS3.3 C.10.7: annotations belong to a layer
   DcmItem* layer = nullptr;
-  if (!ElementWriter(*fileFormat->getDataset())
-           .firstItem(DCM_GraphicLayerSequence, layer, "Graphic Layer Sequence item could not be created: ")
-           .ok())
+  DcmDataset& dataset = *fileFormat->getDataset();
+  const bool made =
+      ElementWriter(dataset)
+          .firstItem(DCM_GraphicLayerSequence, layer, "Graphic Layer Sequence item could not be created: ")
+          .ok() &&
+      ElementWriter(*layer)
+          .text(DCM_GraphicLayer, EVR_CS, ANNLAYERNAME, "Graphic Layer name could not be created: ")
+          .text(DCM_GraphicLayerOrder, EVR_IS, "1", "Graphic Layer Order could not be created: ")
+          .ok() &&
+      isGood(dataset.insertSequenceItem(DcmTag(DCM_GraphicAnnotationSequence, EVR_SQ), pendingAnnotationItem.get()),
+             "Graphic Annotation Sequence item could not be created: "); // PS3.3 C.10.5
+  if (!made)
     return false;
-  if (!ElementWriter(*layer)
-           .text(DCM_GraphicLayer, EVR_CS, ANNLAYERNAME, "Graphic Layer name could not be created: ")
-           .text(DCM_GraphicLayerOrder, EVR_IS, "1", "Graphic Layer Order could not be created: ")
-           .ok())
-    return false;
-  // PS3.3 C.10.5
-  const OFCondition inserted = fileFormat->getDataset()->insertSequenceItem(
-      DcmTag(DCM_GraphicAnnotationSequence, EVR_SQ), pendingAnnotationItem.get());
-  if (!annotationItem || inserted.bad())
-  {
-    reportCondition("Graphic Annotation Sequence item could not be created: ", inserted);
-    return false;
-  }
   static_cast<void>(pendingAnnotationItem.release()); // the dataset's
   return ElementWriter(*annotationItem)
       .text(DCM_GraphicLayer, EVR_CS, ANNLAYERNAME, "Graphic Layer could not be added to Graphic Annotation Sequence: ")
