@@ -7,7 +7,6 @@
 #include "db/DBConnector.h"
 #include "images/ReferencedImages.h"
 #include "images/StudyObjects.h"
-#include "pstate/OutputTemplate.h"
 #include "pstate/ValidPresentationState.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -117,7 +116,7 @@ private:
   std::string outputPrefix;
   tarn::imutils::IMLogger logger{"PSConverter"};
 
-  std::optional<OutputTemplate> outputTemplate;
+  std::unique_ptr<DcmDataset> startOfOutputs; ///< see copyForOutputs; made for the first output
   std::optional<tarn::images::StudyObjects> studyObjects;
   std::optional<tarn::images::ReferencedImages> referencedImages;
   OutputNames names{inputFile, outputPrefix};
