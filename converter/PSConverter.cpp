@@ -59,13 +59,13 @@ std::unique_ptr<DcmDataset> copyForOutputs(DcmDataset& input)
 
 PSConverter::PSConverter(tarn::db::DBConnector& db, const std::string& inputFile, const std::string& outputPrefix,
                          unsigned long flags, bool debug)
-  : PluginStateTarget(nullptr, debug), db(db), inputFile(inputFile), flags(flags), outputPrefix(outputPrefix)
+  : PresentationState(nullptr, debug), db(db), inputFile(inputFile), flags(flags), outputPrefix(outputPrefix)
 {
 }
 
 PSConverter::PSConverter(tarn::db::DBConnector& db, DcmFileFormat* file, std::list<DcmFileFormat*>* outputList,
                          unsigned long flags, bool debug)
-  : PluginStateTarget(nullptr, debug), db(db), outputList(outputList), flags(flags)
+  : PresentationState(nullptr, debug), db(db), outputList(outputList), flags(flags)
 {
   fileFormat.reset(file);
 }
@@ -78,7 +78,8 @@ PSConverter::~PSConverter()
 
 bool PSConverter::convert(bool touchObjectCache)
 {
-  return countsAsSuccess(run(touchObjectCache));
+  const Outcome outcome = run(touchObjectCache);
+  return outcome == Outcome::done || outcome == Outcome::notLoaded || outcome == Outcome::cacheFailed;
 }
 
 Outcome PSConverter::run(bool touchObjectCache)
@@ -139,7 +140,6 @@ Outcome PSConverter::readInput(std::string& text)
 bool PSConverter::touchCache()
 {
   db.connect(); // a database that cannot be opened is no failure of the cache
-  std::string reason = "unknown exception";
   try
   {
     tarn::db::ObjCacheMgr(&db).touchObjCache(studyUid, true);
@@ -147,13 +147,9 @@ bool PSConverter::touchCache()
   }
   catch (const std::exception& exception)
   {
-    reason = exception.what();
+    tarn::base::report("Checking/re-mapping object cache failed for study ", studyUid, ": ", exception.what());
+    return false;
   }
-  catch (...)
-  {
-  }
-  tarn::base::report("Checking/re-mapping object cache failed for study ", studyUid, ": ", reason);
-  return false;
 }
 
 void PSConverter::includeOriginal()
