@@ -20,17 +20,17 @@ public:
 
   [[nodiscard]] bool takeForOutput(const std::string& name);
   /// The copy of the input may replace the input itself.
-  [[nodiscard]] bool takeForCopy(const std::string& name);
+  [[nodiscard]] bool takeForCopy(const std::string& name) { return take(name, nullptr); }
   /// What the copy is called: as the input, without its folder.
   std::string copyName() const;
 
 private:
-  bool mayRecur(const std::string& name) const;
-  bool isUsed(const std::string& name);
+  /// `reason` is what speaks against the name, or null.
+  bool take(const std::string& name, const char* reason);
 
   std::string inputFile;
   std::string prefix;
-  std::set<std::string> used; ///< of the names that may come again
+  std::set<std::string> used;
 };
 
 } // namespace impsconverter

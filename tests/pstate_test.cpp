@@ -3,7 +3,7 @@
 #include "db/DBException.h"
 #include "samples/dicomFile.h"
 #include "images/ObjectInfo.h"
-#include "images/StudyObjects.h"
+#include "images/ImageSources.h"
 #include "pstate/ValidPresentationState.h"
 
 #include <gmock/gmock.h>
@@ -155,10 +155,10 @@ TEST_F(PStateTest, ADatabaseThatFailsEndsTheConversion)
 
 TEST_F(PStateTest, AnObjectIsAskedForOnce)
 {
-  tarn::images::StudyObjects objects(*db, "1.2");
+  tarn::images::ImageSources sources(*db, "1.2", nullptr);
   const auto columns = [&](const std::string& name)
   {
-    const auto* row = objects.find(name);
+    const auto* row = sources.findRow(name);
     return row ? row->columns : -1;
   };
   execute("ALTER TABLE objects RENAME TO aside");
@@ -169,8 +169,9 @@ TEST_F(PStateTest, AnObjectIsAskedForOnce)
   execute("UPDATE objects SET FNAME='CT.1.2.4'");
   EXPECT_EQ(columns("CT.1.2.3"), 512);
   EXPECT_EQ(columns("CT.1.2.4"), -1);
-  EXPECT_EQ(tarn::images::StudyObjects(*db, "1.2").find("CT.1.2.4")->columns, 512) << "another run asks anew";
-  for (std::size_t other = 0; other < tarn::images::StudyObjects::kMostRemembered; ++other)
+  EXPECT_EQ(tarn::images::ImageSources(*db, "1.2", nullptr).findRow("CT.1.2.4")->columns, 512)
+      << "another run asks anew";
+  for (std::size_t other = 0; other < tarn::images::ImageSources::kMostRemembered; ++other)
     EXPECT_EQ(columns(std::to_string(other)), -1);
   EXPECT_EQ(columns("CT.1.2.3"), -1) << "what is remembered is bounded";
 }
