@@ -6,10 +6,8 @@
 #include "base/report.h"
 #include "converter/PluginStateParser.h"
 #include "converter/inputChecks.h"
-#include "dicom/contents.h"
 #include "dicom/loadFile.h"
 #include "images/ObjectInfo.h"
-#include "privateblock/PBItem.h"
 #include "pstate/ElementWriter.h"
 #include "study/cache/ObjCacheMgr.h"
 
@@ -26,34 +24,6 @@ namespace
 constexpr std::size_t kInputRootLength = sizeof kInputRoot - 1;
 constexpr char kNotLoaded[] = " could not be loaded: ";
 constexpr char kOutputFormat[] = "1.2.826.0.1.7770001.2.11.7.%d%s";
-
-/// Keeps an element out of its item while it lives.
-class ElementAside
-{
-public:
-  ElementAside(DcmItem& item, const DcmTagKey& tag) : item(item), element(item.remove(tag)) {}
-  ~ElementAside()
-  {
-    if (element)
-      tarn::dicom::insertOwned(item, std::move(element), false);
-  }
-  ElementAside(const ElementAside&) = delete;
-  ElementAside& operator=(const ElementAside&) = delete;
-
-private:
-  DcmItem& item;
-  std::unique_ptr<DcmElement> element;
-};
-
-/// What the outputs start from: a copy without what may be large and no output keeps, the plug-in state, the
-/// references, which every output has of its own, and the source images. Each output copies it in turn.
-std::unique_ptr<DcmDataset> copyForOutputs(DcmDataset& input)
-{
-  const ElementAside pluginState(input, PBItem(input).getTag(PBItem::kPluginStateKey));
-  const ElementAside references(input, DCM_ReferencedSeriesSequence);
-  const ElementAside sources(input, DCM_SourceImageSequence);
-  return std::make_unique<DcmDataset>(input);
-}
 
 } // namespace
 
@@ -212,11 +182,11 @@ bool PSConverter::parseFigure(const char* figure)
 
 bool PSConverter::openOutput(const std::string& objectName, const std::string& frame)
 {
-  if (!startOfOutputs)
-    startOfOutputs = copyForOutputs(*fileFormat->getDataset());
+  if (!outputTemplate)
+    outputTemplate.emplace(*fileFormat->getDataset());
   std::string uid;
   genUid(uid);
-  output = std::make_unique<ValidPresentationState>(startOfOutputs.get(), uid, figureCounter, debug);
+  output = std::make_unique<ValidPresentationState>(*outputTemplate, uid, figureCounter, debug);
 
   ObjectInfo object(studyUid, objectName);
   if (!lookUpImage(object))

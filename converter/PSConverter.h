@@ -4,6 +4,7 @@
 #include "converter/OutputNames.h"
 #include "db/DBConnector.h"
 #include "images/ImageSources.h"
+#include "pstate/OutputTemplate.h"
 #include "pstate/ValidPresentationState.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -130,7 +131,7 @@ private:
   std::string outputPrefix;
   tarn::imutils::IMLogger logger{"PSConverter"};
 
-  std::unique_ptr<DcmDataset> startOfOutputs; ///< see copyForOutputs; made for the first output
+  std::optional<OutputTemplate> outputTemplate;
   std::optional<tarn::images::ImageSources> imageSources;
   OutputNames names{inputFile, outputPrefix};
 };

@@ -5,7 +5,7 @@
 #include "dicom/contents.h"
 #include "pstate/ElementWriter.h"
 #include "images/ObjectInfo.h"
-#include "privateblock/PBItem.h"
+#include "pstate/OutputTemplate.h"
 #include "base/wrapping.h"
 
 #include <memory>
@@ -66,6 +66,13 @@ ValidPresentationState::ValidPresentationState(DcmDataset* dataset, const std::s
   // PS3.3 C.12.1: an object of its own
   fileFormat->getDataset()->putAndInsertString(DcmTag(DCM_SOPInstanceUID, EVR_UI), sopInstanceUid.c_str());
   name = (kFilePrefix + ("." + sopInstanceUid)).substr(0, kLongestName);
+}
+
+ValidPresentationState::ValidPresentationState(OutputTemplate& source, const std::string& sopInstanceUid,
+                                               int instanceBase, bool debug)
+  : ValidPresentationState(source.dataset(), sopInstanceUid, instanceBase, debug)
+{
+  holdsSource = false;
 }
 
 bool ValidPresentationState::hasDisplayedArea() const
@@ -212,9 +219,9 @@ bool ValidPresentationState::clean()
 {
   PresentationState::clean();
   DcmDataset& dataset = *fileFormat->getDataset();
-  // What an output does not keep: the references replace the source images, and the annotations the plug-in state.
-  dataset.findAndDeleteElement(DCM_SourceImageSequence);
-  const std::unique_ptr<DcmElement> pluginState(PBItem(dataset).removePB(PBItem::kPluginStateKey));
+  if (holdsSource)
+    OutputTemplate::removeSource(dataset);
+  holdsSource = false;
 
   // PS3.3 C.11.10: a number of its own; outputs of one series differ in it.
   Sint32 inputNumber = 0;
