@@ -1,12 +1,16 @@
-// Which file an output may become, so that nothing is overwritten that the run still needs or has made.
+// What outputs are called, and that nothing is overwritten that the run still needs or has made.
 #include "converter/OutputNames.h"
 
 #include "base/files.h"
 #include "base/report.h"
+#include "converter/inputChecks.h"
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -14,6 +18,10 @@ namespace impsconverter
 {
 namespace
 {
+
+constexpr char kOutputFormat[] = "1.2.826.0.1.7770001.2.11.7.%d%s";
+constexpr std::size_t kLongestUid = 64; // PS3.5 9.1
+constexpr std::size_t kCutNameLength = sizeof "PR." - 1 + kLongestUid;
 
 /// Why nothing may take the place of `path`: it is itself, not what it may link to, the input file or the link that
 /// leads there, or the system does not tell. Null when there is no reason.
@@ -40,6 +48,14 @@ OutputNames::OutputNames(std::string inputFile, std::string prefix)
 {
 }
 
+std::string OutputNames::uidOf(const std::string& inputUid, int number)
+{
+  std::array<char, kLongestUid + 1> text{};
+  const std::string suffix = inputUid.substr(std::min(sizeof kInputRoot - 1, inputUid.size()));
+  std::snprintf(text.data(), text.size(), kOutputFormat, number, suffix.c_str());
+  return text.data();
+}
+
 std::string OutputNames::copyName() const
 {
   return tarn::base::baseName(inputFile);
@@ -50,9 +66,15 @@ bool OutputNames::takeForOutput(const std::string& name)
   return take(name, overwriteError(prefix + name, inputFile));
 }
 
+/// Outputs differ by their number, unless a long UID was cut; the copy has the input's name, whatever that is.
+bool OutputNames::mayRecur(const std::string& name) const
+{
+  return name.size() >= kCutNameLength || name == copyName();
+}
+
 bool OutputNames::take(const std::string& name, const char* reason)
 {
-  if (!used.insert(name).second)
+  if (mayRecur(name) && !used.insert(name).second)
     reason = "the name was already used in this run";
   if (reason)
     tarn::base::report("Presentation State file ", name, " could not be saved: ", reason);

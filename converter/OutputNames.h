@@ -1,22 +1,23 @@
 #pragma once
 
-#include <cstddef>
 #include <set>
 #include <string>
 
 namespace impsconverter
 {
 
-/// The names of the files that one conversion writes: each is used once, and an output never takes the place of the
-/// input. A name that is refused is reported as a file that cannot be saved.
+/// The names that one conversion gives: the SOP Instance UIDs of its outputs, and the files that it writes. Each file
+/// name is used once, and an output never takes the place of the input. A name that is refused is reported as a file
+/// that cannot be saved.
 class OutputNames
 {
 public:
-  /// The longest UID (PS3.5 9.1), to which an output's is cut.
-  static constexpr std::size_t kLongestUid = 64;
-
   /// Files are called `prefix` + name; `inputFile` may be empty.
   OutputNames(std::string inputFile, std::string prefix);
+
+  /// The UID of the output `number`: the organisation's root, the number and what the input's own UID has after the
+  /// root; cut at 64 characters (PS3.5 9.1).
+  static std::string uidOf(const std::string& inputUid, int number);
 
   [[nodiscard]] bool takeForOutput(const std::string& name);
   /// The copy of the input may replace the input itself.
@@ -25,12 +26,13 @@ public:
   std::string copyName() const;
 
 private:
+  bool mayRecur(const std::string& name) const;
   /// `reason` is what speaks against the name, or null.
   bool take(const std::string& name, const char* reason);
 
   std::string inputFile;
   std::string prefix;
-  std::set<std::string> used;
+  std::set<std::string> used; ///< of the names that may recur
 };
 
 } // namespace impsconverter

@@ -12,8 +12,6 @@
 #include "study/cache/ObjCacheMgr.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <exception>
 
 namespace impsconverter
@@ -21,9 +19,7 @@ namespace impsconverter
 namespace
 {
 
-constexpr std::size_t kInputRootLength = sizeof kInputRoot - 1;
 constexpr char kNotLoaded[] = " could not be loaded: ";
-constexpr char kOutputFormat[] = "1.2.826.0.1.7770001.2.11.7.%d%s";
 
 } // namespace
 
@@ -164,10 +160,7 @@ void PSConverter::fixOriginal()
 void PSConverter::genUid(std::string& uid)
 {
   ++figureCounter;
-  std::array<char, OutputNames::kLongestUid + 1> text{};
-  const std::string suffix = sopInstanceUid.substr(std::min(kInputRootLength, sopInstanceUid.size()));
-  std::snprintf(text.data(), text.size(), kOutputFormat, figureCounter, suffix.c_str());
-  uid = text.data();
+  uid = OutputNames::uidOf(sopInstanceUid, figureCounter);
 }
 
 bool PSConverter::parsePluginState(const unsigned char* text, unsigned int /*length*/)
