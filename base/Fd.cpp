@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cerrno>
-#include <utility>
 
 #include <unistd.h>
 
@@ -23,11 +22,6 @@ Fd::~Fd()
   if (descriptor >= 0)
     ::close(descriptor);
   errno = reason;
-}
-
-int Fd::release()
-{
-  return std::exchange(descriptor, -1);
 }
 
 bool Fd::close()

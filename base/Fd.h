@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tarn::base
 {
@@ -20,7 +21,7 @@ public:
   explicit operator bool() const { return descriptor >= 0; }
   int get() const { return descriptor; }
   /// Returns the descriptor and owns it no longer.
-  int release();
+  int release() { return std::exchange(descriptor, -1); }
   /// Closes the descriptor; false, with the reason in errno, when the system reports a failure.
   [[nodiscard]] bool close();
 

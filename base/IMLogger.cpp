@@ -22,29 +22,24 @@ namespace
 
 constexpr char kFilePrefix[] = "file:";
 
-std::shared_ptr<spdlog::sinks::sink> makeSink(const std::string& destination)
+/// Returns the sink of `destination`, or the system log where that cannot be opened: a log that cannot be written must
+/// not stop the work.
+std::shared_ptr<spdlog::sinks::sink> openSink(const std::string& destination)
 {
   if (destination == "stderr")
     return std::make_shared<spdlog::sinks::stderr_sink_mt>();
   if (destination == "none")
     return std::make_shared<spdlog::sinks::null_sink_mt>();
-  if (base::startsWith(destination, kFilePrefix))
-    return std::make_shared<spdlog::sinks::basic_file_sink_mt>(destination.substr(sizeof kFilePrefix - 1));
-  return std::make_shared<spdlog::sinks::syslog_sink_mt>("annomend", LOG_PID, LOG_USER, true);
-}
-
-/// Returns the sink of `destination`, or the system log where that cannot be opened: a log that cannot be written must
-/// not stop the work.
-std::shared_ptr<spdlog::sinks::sink> openSink(const std::string& destination)
-{
   try
   {
-    return makeSink(destination);
+    if (base::startsWith(destination, kFilePrefix))
+      return std::make_shared<spdlog::sinks::basic_file_sink_mt>(destination.substr(sizeof kFilePrefix - 1));
   }
   catch (const std::exception&)
   {
-    return makeSink("syslog");
+    return openSink("syslog");
   }
+  return std::make_shared<spdlog::sinks::syslog_sink_mt>("annomend", LOG_PID, LOG_USER, true);
 }
 
 spdlog::level::level_enum threshold(const std::string& level)

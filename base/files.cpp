@@ -3,9 +3,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 #include <system_error>
 
 #include <fcntl.h>
+#include <libgen.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -60,22 +62,17 @@ void RegularFile::read(std::uint64_t offset, char* buffer, std::size_t length) c
 
 std::string baseName(const std::string& path)
 {
-  const std::size_t end = path.find_last_not_of('/');
-  if (end == std::string::npos)
-    return path.empty() ? "." : "/";
-  const std::size_t slash = path.rfind('/', end);
-  const std::size_t start = slash == std::string::npos ? 0 : slash + 1;
-  return path.substr(start, end - start + 1);
+  std::string changed = path;
+  return basename(changed.data());
 }
 
 bool exists(const std::string& path)
 {
-  struct stat status = {};
-  if (lstat(path.c_str(), &status) == 0)
-    return true;
-  if (errno != ENOENT && errno != ENOTDIR)
-    throw FileError(errno);
-  return false;
+  std::error_code error;
+  const auto status = std::filesystem::symlink_status(path, error);
+  if (!status_known(status))
+    throw FileError(error.value());
+  return std::filesystem::exists(status);
 }
 
 bool syncFolder(const std::string& folder)

@@ -41,13 +41,10 @@ std::vector<std::string> split(const std::string& text, char separator);
 /// Returns the value of a hexadecimal digit, -1 for any other character.
 constexpr int hexValue(char c)
 {
-  if (c >= '0' && c <= '9')
-    return c - '0';
-  if (c >= 'a' && c <= 'f')
-    return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F')
-    return c - 'A' + 10;
-  return -1;
+  const std::size_t place = std::string_view("0123456789abcdefABCDEF").find(c);
+  if (place == std::string_view::npos)
+    return -1;
+  return static_cast<int>(place < 16 ? place : place - 6);
 }
 
 } // namespace tarn::base
