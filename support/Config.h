@@ -3,10 +3,11 @@
 #include "base/IMException.h"
 #include "base/IMProperties.h"
 
-#include <sys/stat.h>
+#include <sys/types.h>
 
 #include <optional>
 #include <string>
+#include <tuple>
 
 namespace tarn::imutils
 {
@@ -36,15 +37,9 @@ protected:
   virtual void reset();
 
 private:
-  /// Tells one version of the file from another. All members are 0 when there is no file.
-  struct Version
-  {
-    dev_t device = 0;
-    ino_t inode = 0;
-    off_t size = 0;
-    timespec changed{};
-    bool operator==(const Version& other) const;
-  };
+  /// Tells one version of the file from another: device, number, size, and time of the last change in seconds and
+  /// nanoseconds. All are 0 when there is no file.
+  using Version = std::tuple<dev_t, ino_t, off_t, time_t, long>;
   Version currentVersion() const;
   IMException unreadable(const std::string& reason) const;
 

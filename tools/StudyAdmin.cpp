@@ -9,7 +9,7 @@
 #include "study/meta/metaFiles.h"
 #include "study/meta/storeState.h"
 #include "study/objectmeta/ObjMetaUpdate.h"
-#include "support/SyslogLogger.h"
+#include "support/Loggers.h"
 
 #include <cerrno>
 #include <cstring>

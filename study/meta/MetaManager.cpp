@@ -7,7 +7,7 @@
 #include "study/meta/legacyMeta.h"
 #include "study/meta/metaFiles.h"
 #include "study/meta/storeState.h"
-#include "support/SyslogLogger.h"
+#include "support/Loggers.h"
 
 #include <cstdlib>
 #include <iterator>
