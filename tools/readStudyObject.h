@@ -1,6 +1,6 @@
 #pragma once
 
-#include "study/objectmeta/StudyObject.h"
+#include "study/objectmeta/ObjMetaUpdate.h"
 
 #include <stdexcept>
 #include <string>

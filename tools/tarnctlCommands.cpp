@@ -141,8 +141,8 @@ bool addOne(StudyAdmin& admin, const std::string& studyUid, const std::vector<St
 {
   try
   {
-    const AddedStudy result = admin.add(studyUid, objects, options);
-    base::trace(studyUid, ": ", counted(result.objects, "object", "objects"), ", ", result.added, " added, ",
+    const study::ObjMetaUpdate result = admin.add(studyUid, objects, options);
+    base::trace(studyUid, ": ", counted(result.meta.rows.size(), "object", "objects"), ", ", result.added, " added, ",
                 result.changed, " changed");
     return true;
   }

@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <set>
 
+#include <strings.h>
+
 namespace tarn::study
 {
 namespace
@@ -23,15 +25,10 @@ constexpr char kReplacementCharacter[] = "%EF%BF%BD"; // U+FFFD, as it stands in
 /// A server refuses a repeated column itself, with the same text; SQLite accepts the statement.
 void refuseDoubledColumns(const ObjMeta::Row& columns)
 {
-  const auto inCapitals = [](std::string name)
-  {
-    for (char& c : name)
-      c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-    return name;
-  };
-  std::set<std::string> seen;
+  const auto isLess = [](const std::string& a, const std::string& b) { return strcasecmp(a.c_str(), b.c_str()) < 0; };
+  std::set<std::string, decltype(isLess)> seen(isLess);
   for (const std::string& column : columns)
-    if (!seen.insert(inCapitals(column)).second)
+    if (!seen.insert(column).second)
       throw db::DBException("cannot prepare a statement: Column '" + column + "' specified twice");
 }
 

@@ -1,15 +1,10 @@
 #pragma once
 
-#include "study/objectmeta/ImportCode.h"
+#include "db/DBConnectorSql.h"
 #include "study/objectmeta/ObjMeta.h"
 
 #include <cstddef>
 #include <string>
-
-namespace tarn::db
-{
-class DBConnectorSql;
-}
 
 namespace tarn::study
 {
