@@ -7,13 +7,10 @@
 #include "base/text.h"
 #include "db/DBConnectorSql.h"
 #include "repository/client/IMRepositoryHandlerIface.h"
-#include "tools/FileList.h"
-#include "tools/Progress.h"
-#include "tools/readStudyObject.h"
+#include "tools/readFiles.h"
 
 #include <algorithm>
 #include <array>
-#include <map>
 
 namespace tarn::tools
 {
@@ -22,7 +19,6 @@ namespace
 
 using db::DBConnectorSql;
 using imutils::IMException;
-using study::StudyObject;
 
 constexpr const char* kNeededToAdd[] = {"OBJECTTBL",          "QXOBJCACHETBL",          "TARGETTBL",
                                         "DEVSERVTBL",         "REPOSITORYHANDLER_HOME", "REPOSITORY_META",
@@ -76,67 +72,7 @@ std::string counted(std::size_t number, const std::string& one, const std::strin
   return std::to_string(number) + " " + (number == 1 ? one : several);
 }
 
-/// The objects that were read, by study, and how many files were not.
-struct Reading
-{
-  std::map<std::string, std::vector<StudyObject>> studies;
-  std::size_t objects = 0;
-  std::size_t skipped = 0;
-  std::size_t failed = 0;
-
-  void skip(const std::string& path, const std::string& reason)
-  {
-    ++skipped;
-    base::report("tarnctl: ", path, ": skipped, ", reason);
-  }
-  void fail(const std::string& problem)
-  {
-    ++failed;
-    base::report("tarnctl: ", problem);
-  }
-  void read(const std::string& path, Progress& progress)
-  {
-    try
-    {
-      StudyObject object = readStudyObject(path);
-      ++objects;
-      const std::string studyUid = object.studyUid;
-      studies[studyUid].push_back(std::move(object));
-    }
-    catch (const NoObject& reason)
-    {
-      progress.clear();
-      skip(path, reason.what());
-    }
-    catch (const UnusableObject& reason)
-    {
-      progress.clear();
-      fail(path + ": " + reason.what());
-    }
-  }
-};
-
-Reading readFiles(const std::vector<std::string>& paths)
-{
-  FileList list;
-  for (const std::string& path : paths)
-    list.add(path);
-  list.sort();
-  Reading reading;
-  for (const std::string& problem : list.problems)
-    reading.fail(problem);
-  for (const std::string& path : list.others)
-    reading.skip(path, "no regular file");
-  Progress progress(list.files.size(), Progress::isSeen());
-  for (const std::string& path : list.files)
-  {
-    reading.read(path, progress);
-    progress.step();
-  }
-  return reading;
-}
-
-bool addOne(StudyAdmin& admin, const std::string& studyUid, const std::vector<StudyObject>& objects,
+bool addOne(StudyAdmin& admin, const std::string& studyUid, const std::vector<study::StudyObject>& objects,
             const AddOptions& options)
 {
   try
