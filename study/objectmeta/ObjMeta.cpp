@@ -2,7 +2,7 @@
 #include "study/objectmeta/ObjMeta.h"
 
 #include "base/files.h"
-#include "study/objectmeta/split3.h"
+#include "base/text.h"
 
 #include <cerrno>
 #include <climits>
@@ -80,7 +80,7 @@ ImportCode ObjMeta::readHeader(std::string_view& rest)
   const auto names = nextLine(rest);
   if (!names)
     return ImportCode::noColumnLine;
-  split3<Row, '\t'>(*names, columns);
+  base::split3<Row, '\t'>(*names, columns);
   return columns.size() == static_cast<std::size_t>(*expected) ? ImportCode::imported : ImportCode::wrongColumnCount;
 }
 
@@ -100,7 +100,7 @@ bool ObjMeta::addRow(std::string_view line)
 {
   Row row;
   row.reserve(columns.size());
-  split3<Row, '\t'>(line, row);
+  base::split3<Row, '\t'>(line, row);
   if (line.empty() || line.back() == '\t')
     row.emplace_back(); // an empty last field, which split3 drops
   if (row.size() != columns.size())

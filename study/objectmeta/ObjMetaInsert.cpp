@@ -57,15 +57,13 @@ void bindField(db::QueryBindings& bindings, std::size_t index, std::string& valu
 ObjMetaInsert::ObjMetaInsert(db::DBConnectorSql& db, const std::string& table, ObjMeta& meta)
   : db(db), meta(meta), head("INSERT INTO " + db::requireIdentifier(table) + "("), placeholders("(")
 {
-  const char* separator = "";
   for (const std::string& column : meta.columns)
   {
-    head.append(separator).append(db::requireIdentifier(column));
-    placeholders.append(separator).append("?");
-    separator = ",";
+    head += db::requireIdentifier(column) + ",";
+    placeholders += "?,";
   }
-  head += ") VALUES ";
-  placeholders += ")";
+  head.back() = placeholders.back() = ')';
+  head += " VALUES ";
 }
 
 ImportCode ObjMetaInsert::run()
@@ -89,7 +87,11 @@ ImportCode ObjMetaInsert::run()
 
 bool ObjMetaInsert::insert(std::size_t batch, Position& next)
 {
-  db::TmpPSCache cache(db, statement(batch), static_cast<int>(meta.columns.size() * batch), 0);
+  std::string statement = head;
+  for (std::size_t row = 0; row < batch; ++row)
+    statement.append(row == 0 ? "" : ",").append(placeholders);
+  statement += " ON DUPLICATE KEY UPDATE FNAME=FNAME";
+  db::TmpPSCache cache(db, statement, static_cast<int>(meta.columns.size() * batch), 0);
   const auto bindings = cache.query().mkBindings();
   std::size_t index = 0;
   for (std::size_t row = 0; row < batch; ++row, ++next)
@@ -101,14 +103,6 @@ bool ObjMetaInsert::insert(std::size_t batch, Position& next)
   }
   cache.executeUpdate(cache.query(), *bindings, true);
   return true;
-}
-
-std::string ObjMetaInsert::statement(std::size_t batch) const
-{
-  std::string text = head;
-  for (std::size_t row = 0; row < batch; ++row)
-    text.append(row == 0 ? "" : ",").append(placeholders);
-  return text + " ON DUPLICATE KEY UPDATE FNAME=FNAME";
 }
 
 } // namespace tarn::study

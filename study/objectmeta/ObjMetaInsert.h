@@ -26,7 +26,6 @@ public:
 private:
   using Position = std::map<std::string, ObjMeta::Row>::iterator;
   [[nodiscard]] bool insert(std::size_t batch, Position& next);
-  std::string statement(std::size_t batch) const;
 
   db::DBConnectorSql& db;
   ObjMeta& meta;
