@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 #include <string_view>
 #include <utility>
 
@@ -28,9 +27,6 @@ public:
 private:
   int descriptor = -1;
 };
-
-/// Appends what is left to read to `content`. Returns false, with the reason in errno, when a read fails.
-[[nodiscard]] bool readAll(const Fd& fd, std::string& content);
 
 /// Reads up to `length` bytes, fewer only at the end of the file, into `buffer`. Returns their number, -1 with the
 /// reason in errno when a read fails.

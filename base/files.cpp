@@ -2,6 +2,7 @@
 #include "base/files.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
@@ -22,7 +23,14 @@ std::optional<std::string> fileContent(const std::string& path)
   if (!fd && (errno == ENOENT || errno == ENOTDIR))
     return std::nullopt;
   std::string content;
-  if (!fd || !readAll(fd, content))
+  std::array<char, 4096> block{};
+  std::ptrdiff_t got = fd ? 1 : -1;
+  while (got > 0)
+  {
+    got = readUpTo(fd, block.data(), block.size());
+    content.append(block.data(), static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0)));
+  }
+  if (got < 0)
     throw FileError(errno);
   return content;
 }

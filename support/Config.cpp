@@ -7,14 +7,11 @@
 #include <cerrno>
 #include <sstream>
 #include <system_error>
-#include <utility>
 
 #include <sys/stat.h>
 
 namespace tarn::imutils
 {
-
-Config::Config(std::string path) : file(std::move(path)) {}
 
 IMException Config::unreadable(const std::string& reason) const
 {
@@ -61,7 +58,7 @@ void Config::load()
 
 void Config::reset()
 {
-  properties.clear();
+  properties = {};
 }
 
 } // namespace tarn::imutils

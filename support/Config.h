@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <tuple>
+#include <utility>
 
 namespace tarn::imutils
 {
@@ -17,7 +18,7 @@ namespace tarn::imutils
 class Config
 {
 public:
-  explicit Config(std::string file);
+  explicit Config(std::string file) : file(std::move(file)) {}
   virtual ~Config() = default;
   Config(const Config&) = delete;
   Config& operator=(const Config&) = delete;
