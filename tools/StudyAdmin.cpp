@@ -69,11 +69,6 @@ void readExisting(const std::string& path, study::ObjMetaUpdate& update)
 
 } // namespace
 
-bool StudyReport::isKnown() const
-{
-  return state.row || state.entry || state.objectRows > 0 || state.references > 0 || meta;
-}
-
 StudyReport StudyAdmin::reportOn(const std::string& studyUid)
 {
   StudyReport report;

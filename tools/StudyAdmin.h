@@ -26,7 +26,7 @@ struct StudyReport
   utils::Status meta = utils::STATUS_MISSING;
   std::string metaDir; ///< empty unless `meta` is a success
 
-  bool isKnown() const;
+  bool isKnown() const { return state.row || state.entry || state.objectRows > 0 || state.references > 0 || meta; }
 };
 
 /// Registers, shows and removes studies: their rows in the database together with their meta directories. Changes are

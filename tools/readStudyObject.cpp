@@ -24,26 +24,19 @@ constexpr char kCapitals[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr char kLetters[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 constexpr char kPresentationStates[] = "1.2.840.10008.5.1.4.1.1.11."; // the classes' common root (PS3.4 B.5)
 
-/// Whether the bytes that a file begins with are those of a DICOM file: the prefix after the preamble (PS3.10 7.1) or,
-/// where both are missing, an element of group 2 or 8 in either byte order.
-bool beginsLikeDicom(const std::string& start)
+/// Whether the file begins as a DICOM file: with the prefix after the preamble (PS3.10 7.1) or, where both are missing,
+/// with an element of group 2 or 8 in either byte order.
+bool beginsLikeDicom(const base::RegularFile& file)
 {
   constexpr std::size_t kPreamble = 128;
-  if (start.size() >= kPreamble + 4 && start.compare(kPreamble, 4, "DICM") == 0)
+  std::string start(std::min<std::uint64_t>(file.size, kPreamble + 4), '\0');
+  file.read(0, start.data(), start.size());
+  if (start.size() > kPreamble && start.compare(kPreamble, 4, "DICM") == 0)
     return true;
   if (start.size() < 2)
     return false;
   const auto isGroup = [](char byte) { return byte == 2 || byte == 8; };
   return (isGroup(start[0]) && start[1] == 0) || (start[0] == 0 && isGroup(start[1]));
-}
-
-/// The first bytes of the file, as many as beginsLikeDicom() looks at.
-std::string startOf(const std::string& path)
-{
-  const base::RegularFile file(path);
-  std::string start(std::min<std::uint64_t>(file.size, 132), '\0');
-  file.read(0, start.data(), start.size());
-  return start;
 }
 
 bool isDirectoryOfMedia(DcmFileFormat& file)
@@ -111,7 +104,7 @@ std::string modalityOf(DcmItem& dataset, const std::string& sopClassUid)
 
 study::StudyObject readStudyObject(const std::string& path)
 {
-  if (!beginsLikeDicom(startOf(path)))
+  if (!beginsLikeDicom(base::RegularFile(path)))
     throw NoObject("no DICOM file");
   DcmFileFormat file;
   if (const OFCondition status = dicom::loadLazily(file, path); status.bad()) // pixel data stay in their file

@@ -45,17 +45,13 @@ void requireEnvironment()
 
 std::string repositoryWords(int status)
 {
-  switch (status)
-  {
-  case -1:
+  if (status == -1)
     return "the repository handler cannot be loaded, the log says why";
-  case repository::kUnknownRepository:
+  if (status == repository::kUnknownRepository)
     return "repositories.conf does not name it";
-  case repository::kMountUnreachable:
+  if (status == repository::kMountUnreachable)
     return "one of its mounts is no folder that can be read";
-  default:
-    return "status " + std::to_string(status);
-  }
+  return "status " + std::to_string(status);
 }
 
 /// Nothing is read or written before it is known that the result has a place.

@@ -18,9 +18,9 @@ public:
     : forceErrorRefs(forceErrorRefs), message(std::move(message))
   {
     if (logger && debugOnly)
-      logger->debugLog("%s", what());
+      logger->debugLog("%s", this->message.c_str());
     else if (logger)
-      logger->errorLog("%s", what());
+      logger->errorLog("%s", this->message.c_str());
   }
 
   const char* what() const noexcept override { return message.c_str(); }

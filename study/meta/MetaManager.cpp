@@ -75,6 +75,13 @@ std::optional<std::string> MetaManager::createDirectory(const std::string& repos
                                            conn.connector()));
 }
 
+bool MetaManager::isSet(const std::string& repository, const char* message) const
+{
+  if (repository.empty())
+    logger->log0(message);
+  return !repository.empty();
+}
+
 Status MetaManager::unreachable(const char* operation, const char* what, const std::string& studyUid, int status) const
 {
   logger->logV("MetaManager::%s() repository error while locating %s for %s. Status code: %d", operation, what,
@@ -86,16 +93,9 @@ Status MetaManager::getMeta(const std::string& studyUid, bool create, bool useTe
                             db::DBConnector* db, bool checkStoreState) const
 {
   metaDir.clear();
-  if (metaRepository.empty())
-  {
-    logger->log0("Missing environment variable: REPOSITORY_META");
+  if (!isSet(metaRepository, "Missing environment variable: REPOSITORY_META") ||
+      !isSet(tempMetaRepository, "Missing environment variable: REPOSITORY_TEMPMETA"))
     return STATUS_ERROR;
-  }
-  if (tempMetaRepository.empty())
-  {
-    logger->log0("Missing environment variable: REPOSITORY_TEMPMETA");
-    return STATUS_ERROR;
-  }
   const MetaConn conn(db);
   return guarded("getMeta", studyUid, *logger,
                  [&] { return findMeta(studyUid, create, useTemp, metaDir, conn, checkStoreState); });
@@ -156,11 +156,8 @@ Status MetaManager::copyLegacy(const std::string& studyUid, std::string& metaDir
 Status MetaManager::takeOver(const std::string& studyUid, std::string& metaDir, const MetaConn& conn) const
 {
   const std::string dataRepository = base::environmentValue("REPOSITORY_DICOM_DATA");
-  if (dataRepository.empty())
-  {
-    logger->log0("Missing environment variable: REPOSITORY_DICOM_DATA");
+  if (!isSet(dataRepository, "Missing environment variable: REPOSITORY_DICOM_DATA"))
     return STATUS_MISSING;
-  }
   int status = 0;
   const auto legacy = locate(dataRepository, studyUid, status, conn);
   if (metaDir.empty() && (status & (kMissing | kLocated)) == 0)
@@ -292,11 +289,8 @@ Status MetaManager::restoreFromTempMeta(const std::string& studyUid, const std::
 
 bool MetaManager::deleteMeta(const std::string& studyUid, db::DBConnector* db)
 {
-  if (metaRepository.empty())
-  {
-    logger->log0("Missing environment variable: REPOSITORY_META");
+  if (!isSet(metaRepository, "Missing environment variable: REPOSITORY_META"))
     return false;
-  }
   const MetaConn conn(db);
   if (saveToTempMeta(studyUid, conn).value() != STATUS_OK)
   {

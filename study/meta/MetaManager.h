@@ -1,5 +1,6 @@
 #pragma once
 
+#include "db/DBConnector.h"
 #include "support/Logger.h"
 #include "support/Status.h"
 
@@ -9,11 +10,6 @@
 #include <optional>
 #include <set>
 #include <string>
-
-namespace tarn::db
-{
-class DBConnector;
-}
 
 namespace tarn::utils
 {
@@ -90,6 +86,8 @@ private:
                                     const MetaConn& conn) const;
   std::optional<std::string> createDirectory(const std::string& repository, const std::string& studyUid, int& status,
                                              int& existed, const MetaConn& conn) const;
+  /// Whether a repository has a name; logs `message` where it has none.
+  bool isSet(const std::string& repository, const char* message) const;
   /// Logs that the system did not tell what `operation` was looking for.
   Status unreachable(const char* operation, const char* what, const std::string& studyUid, int status) const;
   Status findMeta(const std::string& studyUid, bool create, bool useTemp, std::string& metaDir, const MetaConn& conn,
