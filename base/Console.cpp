@@ -2,32 +2,31 @@
 #include "base/Console.h"
 
 #include <iostream>
+#include <utility>
 
 namespace tarn
 {
 namespace
 {
 
-thread_local std::ostream* currentOut = nullptr;
-thread_local std::ostream* currentError = nullptr;
+thread_local std::ostream* currentOut = &std::cout;
+thread_local std::ostream* currentError = &std::cerr;
 
 } // namespace
 
 std::ostream& consoleOut()
 {
-  return currentOut ? *currentOut : std::cout;
+  return *currentOut;
 }
 
 std::ostream& consoleError()
 {
-  return currentError ? *currentError : std::cerr;
+  return *currentError;
 }
 
 ConsoleScope::ConsoleScope(std::ostream& out, std::ostream& error)
-  : previousOut(currentOut), previousError(currentError)
+  : previousOut(std::exchange(currentOut, &out)), previousError(std::exchange(currentError, &error))
 {
-  currentOut = &out;
-  currentError = &error;
 }
 
 ConsoleScope::~ConsoleScope()

@@ -1,9 +1,7 @@
 // The one owner of descriptors, and the loops around read(2) and write(2).
 #include "base/Fd.h"
 
-#include <array>
 #include <cerrno>
-#include <utility>
 
 #include <unistd.h>
 
@@ -25,11 +23,6 @@ Fd::~Fd()
   errno = reason;
 }
 
-int Fd::release()
-{
-  return std::exchange(descriptor, -1);
-}
-
 bool Fd::close()
 {
   return ::close(release()) == 0;
@@ -49,18 +42,6 @@ std::ptrdiff_t readUpTo(const Fd& fd, char* buffer, std::size_t length)
       return -1;
   }
   return static_cast<std::ptrdiff_t>(done);
-}
-
-bool readAll(const Fd& fd, std::string& content)
-{
-  std::array<char, 4096> block{};
-  for (;;)
-  {
-    const std::ptrdiff_t got = readUpTo(fd, block.data(), block.size());
-    if (got <= 0)
-      return got == 0;
-    content.append(block.data(), static_cast<std::size_t>(got));
-  }
 }
 
 bool writeAll(const Fd& fd, std::string_view bytes)

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 #include <string_view>
+#include <utility>
 
 namespace tarn::base
 {
@@ -20,16 +20,13 @@ public:
   explicit operator bool() const { return descriptor >= 0; }
   int get() const { return descriptor; }
   /// Returns the descriptor and owns it no longer.
-  int release();
+  int release() { return std::exchange(descriptor, -1); }
   /// Closes the descriptor; false, with the reason in errno, when the system reports a failure.
   [[nodiscard]] bool close();
 
 private:
   int descriptor = -1;
 };
-
-/// Appends what is left to read to `content`. Returns false, with the reason in errno, when a read fails.
-[[nodiscard]] bool readAll(const Fd& fd, std::string& content);
 
 /// Reads up to `length` bytes, fewer only at the end of the file, into `buffer`. Returns their number, -1 with the
 /// reason in errno when a read fails.

@@ -2,9 +2,9 @@
 #include "base/IMLogger.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <string>
-#include <utility>
 
 #include <spdlog/logger.h>
 #include <spdlog/sinks/basic_file_sink.h>
@@ -12,6 +12,7 @@
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/sinks/syslog_sink.h>
 
+#include "base/Closer.h"
 #include "base/environmentValue.h"
 #include "base/text.h"
 
@@ -22,29 +23,24 @@ namespace
 
 constexpr char kFilePrefix[] = "file:";
 
-std::shared_ptr<spdlog::sinks::sink> makeSink(const std::string& destination)
+/// Returns the sink of `destination`, or the system log where that cannot be opened: a log that cannot be written must
+/// not stop the work.
+std::shared_ptr<spdlog::sinks::sink> openSink(const std::string& destination)
 {
   if (destination == "stderr")
     return std::make_shared<spdlog::sinks::stderr_sink_mt>();
   if (destination == "none")
     return std::make_shared<spdlog::sinks::null_sink_mt>();
-  if (base::startsWith(destination, kFilePrefix))
-    return std::make_shared<spdlog::sinks::basic_file_sink_mt>(destination.substr(sizeof kFilePrefix - 1));
-  return std::make_shared<spdlog::sinks::syslog_sink_mt>("annomend", LOG_PID, LOG_USER, true);
-}
-
-/// Returns the sink of `destination`, or the system log where that cannot be opened: a log that cannot be written must
-/// not stop the work.
-std::shared_ptr<spdlog::sinks::sink> openSink(const std::string& destination)
-{
   try
   {
-    return makeSink(destination);
+    if (base::startsWith(destination, kFilePrefix))
+      return std::make_shared<spdlog::sinks::basic_file_sink_mt>(destination.substr(sizeof kFilePrefix - 1));
   }
   catch (const std::exception&)
   {
-    return makeSink("syslog");
+    return openSink("syslog");
   }
+  return std::make_shared<spdlog::sinks::syslog_sink_mt>("annomend", LOG_PID, LOG_USER, true);
 }
 
 spdlog::level::level_enum threshold(const std::string& level)
@@ -78,20 +74,15 @@ spdlog::logger& processLogger()
 
 std::string formatted(const char* format, std::va_list arguments)
 {
-  std::va_list again;
-  va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, again);
-  va_end(again);
-  if (length <= 0)
+  char* text = nullptr;
+  const int length = vasprintf(&text, format, arguments);
+  if (length < 0)
     return {};
-  std::string text(static_cast<std::size_t>(length), '\0');
-  std::vsnprintf(text.data(), text.size() + 1, format, arguments);
-  return text;
+  const std::unique_ptr<char, base::Closer<std::free>> owner(text);
+  return {text, static_cast<std::size_t>(length)};
 }
 
 } // namespace
-
-IMLogger::IMLogger(std::string name) : name(std::move(name)) {}
 
 void IMLogger::log(LOG_MODE mode, const char* format, std::va_list arguments) const
 {

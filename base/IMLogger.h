@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <string>
+#include <utility>
 
 namespace tarn::imutils
 {
@@ -21,7 +22,7 @@ enum LOG_MODE
 class IMLogger
 {
 public:
-  explicit IMLogger(std::string name);
+  explicit IMLogger(std::string name) : name(std::move(name)) {}
 
   void errorLog(const char* format, ...) const __attribute__((format(printf, 2, 3)));
   void infoLog(const char* format, ...) const __attribute__((format(printf, 2, 3)));

@@ -16,7 +16,6 @@ class IMProperties
 public:
   /// Replaces all values by those of `text`.
   void read(std::istream& text);
-  void clear() { values.clear(); }
 
   /// Returns the value of `key`, nothing when it is absent. Keys are case-sensitive.
   std::optional<std::string> getProperty(const std::string& key) const;

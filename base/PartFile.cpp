@@ -12,12 +12,6 @@
 
 namespace tarn::base
 {
-namespace
-{
-
-constexpr int kNamesTried = 16;
-
-} // namespace
 
 std::string partPathFor(const std::string& target, bool isTaken)
 {
@@ -31,6 +25,7 @@ std::string partPathFor(const std::string& target, bool isTaken)
 
 PartFile::PartFile(const std::string& target) : target(target)
 {
+  constexpr int kNamesTried = 16;
   for (int tried = 0; !fd && tried < kNamesTried && (tried == 0 || errno == EEXIST); ++tried)
   {
     partPath = partPathFor(target, tried > 0);

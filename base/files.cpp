@@ -2,10 +2,13 @@
 #include "base/files.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <filesystem>
 #include <system_error>
 
 #include <fcntl.h>
+#include <libgen.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,7 +23,14 @@ std::optional<std::string> fileContent(const std::string& path)
   if (!fd && (errno == ENOENT || errno == ENOTDIR))
     return std::nullopt;
   std::string content;
-  if (!fd || !readAll(fd, content))
+  std::array<char, 4096> block{};
+  std::ptrdiff_t got = fd ? 1 : -1;
+  while (got > 0)
+  {
+    got = readUpTo(fd, block.data(), block.size());
+    content.append(block.data(), static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0)));
+  }
+  if (got < 0)
     throw FileError(errno);
   return content;
 }
@@ -60,22 +70,17 @@ void RegularFile::read(std::uint64_t offset, char* buffer, std::size_t length) c
 
 std::string baseName(const std::string& path)
 {
-  const std::size_t end = path.find_last_not_of('/');
-  if (end == std::string::npos)
-    return path.empty() ? "." : "/";
-  const std::size_t slash = path.rfind('/', end);
-  const std::size_t start = slash == std::string::npos ? 0 : slash + 1;
-  return path.substr(start, end - start + 1);
+  std::string changed = path;
+  return basename(changed.data());
 }
 
 bool exists(const std::string& path)
 {
-  struct stat status = {};
-  if (lstat(path.c_str(), &status) == 0)
-    return true;
-  if (errno != ENOENT && errno != ENOTDIR)
-    throw FileError(errno);
-  return false;
+  std::error_code error;
+  const auto status = std::filesystem::symlink_status(path, error);
+  if (!status_known(status))
+    throw FileError(error.value());
+  return std::filesystem::exists(status);
 }
 
 bool syncFolder(const std::string& folder)

@@ -53,12 +53,6 @@ void reportUncaught() noexcept
   }
 }
 
-[[noreturn]] void end()
-{
-  reportUncaught();
-  std::_Exit(EXIT_FAILURE);
-}
-
 void setUp()
 {
   // What is opened next must not become standard error, or the messages would go into it.
@@ -69,7 +63,12 @@ void setUp()
     close(fd);
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
-  std::set_terminate(end);
+  std::set_terminate(
+      []
+      {
+        reportUncaught();
+        std::_Exit(EXIT_FAILURE);
+      });
 }
 
 } // namespace

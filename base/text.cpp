@@ -3,16 +3,6 @@
 
 namespace tarn::base
 {
-namespace
-{
-
-bool isControl(char c)
-{
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < 0x20 || byte == 0x7f;
-}
-
-} // namespace
 
 std::string printable(const std::string& text)
 {
@@ -20,8 +10,8 @@ std::string printable(const std::string& text)
   std::string shown;
   shown.reserve(text.size());
   for (const char c : text)
-    if (isControl(c))
-      shown.append("\\x").append(1, kHex[static_cast<unsigned char>(c) >> 4U]).append(1, kHex[c & 0xF]);
+    if (const auto byte = static_cast<unsigned char>(c); byte < 0x20 || byte == 0x7f)
+      shown.append("\\x").append(1, kHex[byte >> 4U]).append(1, kHex[byte & 0xFU]);
     else
       shown += c;
   return shown;
@@ -33,15 +23,6 @@ std::string trimmed(std::string_view text, std::string_view blanks)
   if (first == std::string_view::npos)
     return {};
   return std::string(text.substr(first, text.find_last_not_of(blanks) - first + 1));
-}
-
-std::vector<std::string> split(const std::string& text, char separator)
-{
-  std::vector<std::string> parts;
-  std::istringstream rest(text);
-  for (std::string part; std::getline(rest, part, separator);)
-    parts.push_back(part);
-  return parts;
 }
 
 } // namespace tarn::base

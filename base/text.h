@@ -1,10 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <locale>
 #include <sstream>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace tarn::base
 {
@@ -34,20 +34,26 @@ constexpr bool startsWith(std::string_view text, std::string_view start)
 /// Returns `text` without the characters of `blanks` at both ends.
 std::string trimmed(std::string_view text, std::string_view blanks = " ");
 
-/// Returns the parts of `text` between the separators. A separator at the end adds no empty part; an empty text has no
-/// part.
-std::vector<std::string> split(const std::string& text, char separator);
+/// Cuts `text` at each `separator` and appends the pieces to `fields`: two separators in a row give an empty field, one
+/// at the end gives none, and an empty text gives no field at all.
+template <class Vector, char separator>
+void split3(std::string_view text, Vector& fields)
+{
+  while (!text.empty())
+  {
+    const std::string_view field = text.substr(0, text.find(separator));
+    fields.emplace_back(field);
+    text.remove_prefix(std::min(field.size() + 1, text.size()));
+  }
+}
 
 /// Returns the value of a hexadecimal digit, -1 for any other character.
 constexpr int hexValue(char c)
 {
-  if (c >= '0' && c <= '9')
-    return c - '0';
-  if (c >= 'a' && c <= 'f')
-    return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F')
-    return c - 'A' + 10;
-  return -1;
+  const std::size_t place = std::string_view("0123456789abcdefABCDEF").find(c);
+  if (place == std::string_view::npos)
+    return -1;
+  return static_cast<int>(place < 16 ? place : place - 6);
 }
 
 } // namespace tarn::base

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <optional>
 
 #include "base/text.h"
 
@@ -12,24 +11,16 @@ namespace im
 namespace
 {
 
-/// Returns the byte of two hexadecimal digits, given by their values; a '%' without both stays.
-std::optional<char> strictByte(int high, int low)
-{
-  if (high < 0 || low < 0)
-    return std::nullopt;
-  return static_cast<char>(high * 16 + low);
-}
-
-/// Returns the byte of two characters, read only as far as they are digits.
-std::optional<char> lenientByte(int high, int low)
+/// Returns the byte of two characters, given by their values and read only as far as they are digits.
+char escapedByte(int high, int low)
 {
   if (high < 0)
     return '\0';
   return static_cast<char>(low < 0 ? high : high * 16 + low);
 }
 
-template <class Escape>
-std::string decoded(const std::string& text, Escape escapedByte)
+/// Where `isStrict` is set, a '%' without two hexadecimal digits after it stays.
+std::string decoded(const std::string& text, bool isStrict)
 {
   using tarn::base::hexValue;
   std::string result;
@@ -41,9 +32,11 @@ std::string decoded(const std::string& text, Escape escapedByte)
     {
       if (text.size() - i < 3)
         break;
-      if (const std::optional<char> escaped = escapedByte(hexValue(text[i + 1]), hexValue(text[i + 2])))
+      const int high = hexValue(text[i + 1]);
+      const int low = hexValue(text[i + 2]);
+      if (!isStrict || (high >= 0 && low >= 0))
       {
-        byte = *escaped;
+        byte = escapedByte(high, low);
         i += 2;
       }
     }
@@ -56,12 +49,12 @@ std::string decoded(const std::string& text, Escape escapedByte)
 
 std::string urlDecode(const std::string& text)
 {
-  return decoded(text, lenientByte);
+  return decoded(text, false);
 }
 
 void URLDecode(std::string& text)
 {
-  text = decoded(text, strictByte);
+  text = decoded(text, true);
   text.resize(std::min(text.size(), text.find('\0')));
 }
 

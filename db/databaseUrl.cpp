@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cstdint>
 #include <utility>
+#include <vector>
 
 namespace tarn::db
 {
@@ -136,7 +137,9 @@ MysqlAddress parseMysqlUrl(const std::string& url)
   require(!database.empty(), "it names no database");
   require(database.find_first_of("/@") == std::string::npos, "a '/' or '@' within a name is written %2F or %40");
   address.database = percentDecoded(database);
-  for (const std::string& parameter : base::split(parameters, '&'))
+  std::vector<std::string> settings;
+  base::split3<std::vector<std::string>, '&'>(parameters, settings);
+  for (const std::string& parameter : settings)
     parseParameter(parameter, address);
   return address;
 }

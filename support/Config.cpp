@@ -7,18 +7,11 @@
 #include <cerrno>
 #include <sstream>
 #include <system_error>
-#include <utility>
+
+#include <sys/stat.h>
 
 namespace tarn::imutils
 {
-
-Config::Config(std::string path) : file(std::move(path)) {}
-
-bool Config::Version::operator==(const Version& other) const
-{
-  return device == other.device && inode == other.inode && size == other.size &&
-         changed.tv_sec == other.changed.tv_sec && changed.tv_nsec == other.changed.tv_nsec;
-}
 
 IMException Config::unreadable(const std::string& reason) const
 {
@@ -34,14 +27,14 @@ Config::Version Config::currentVersion() const
       return {};
     throw unreadable(std::generic_category().message(errno));
   }
-  return {status.st_dev, status.st_ino, status.st_size, status.st_mtim};
+  return {status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
 }
 
 void Config::check()
 {
   // The version is taken before the file is read: a change in between is loaded again at the next check.
   const Version current = currentVersion();
-  if (loaded && *loaded == current)
+  if (loaded == current)
     return;
   if (current == Version())
     reset();
@@ -65,7 +58,7 @@ void Config::load()
 
 void Config::reset()
 {
-  properties.clear();
+  properties = {};
 }
 
 } // namespace tarn::imutils

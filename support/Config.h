@@ -3,10 +3,12 @@
 #include "base/IMException.h"
 #include "base/IMProperties.h"
 
-#include <sys/stat.h>
+#include <sys/types.h>
 
 #include <optional>
 #include <string>
+#include <tuple>
+#include <utility>
 
 namespace tarn::imutils
 {
@@ -16,7 +18,7 @@ namespace tarn::imutils
 class Config
 {
 public:
-  explicit Config(std::string file);
+  explicit Config(std::string file) : file(std::move(file)) {}
   virtual ~Config() = default;
   Config(const Config&) = delete;
   Config& operator=(const Config&) = delete;
@@ -36,15 +38,9 @@ protected:
   virtual void reset();
 
 private:
-  /// Tells one version of the file from another. All members are 0 when there is no file.
-  struct Version
-  {
-    dev_t device = 0;
-    ino_t inode = 0;
-    off_t size = 0;
-    timespec changed{};
-    bool operator==(const Version& other) const;
-  };
+  /// Tells one version of the file from another: device, number, size, and time of the last change in seconds and
+  /// nanoseconds. All are 0 when there is no file.
+  using Version = std::tuple<dev_t, ino_t, off_t, time_t, long>;
   Version currentVersion() const;
   IMException unreadable(const std::string& reason) const;
 

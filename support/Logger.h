@@ -13,11 +13,6 @@ public:
   virtual void logV(const char* format, ...) __attribute__((format(printf, 2, 3))) = 0;
   /// Writes one fixed message, which is used as a format without arguments: a text with '%' belongs to logV.
   virtual void log0(const char* message) __attribute__((format(printf, 2, 0))) = 0;
-
-protected:
-  Logger() = default;
-  Logger(const Logger&) = default;
-  Logger& operator=(const Logger&) = default;
 };
 
 } // namespace tarn::utils

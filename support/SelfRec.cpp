@@ -13,18 +13,6 @@
 
 namespace tarn::imutils
 {
-namespace
-{
-
-void parseLimit(const std::string& text, unsigned int& limit)
-{
-  errno = 0;
-  const unsigned long value = std::strtoul(text.c_str(), nullptr, 10);
-  if (errno == 0 && value != 0 && value <= std::numeric_limits<unsigned int>::max())
-    limit = static_cast<unsigned int>(value);
-}
-
-} // namespace
 
 SelfRec::SelfRec() : Config(base::environmentValue("CONF") + "/self.rec") {}
 
@@ -38,8 +26,10 @@ SelfRec* SelfRec::Instance()
 void SelfRec::load()
 {
   Config::load();
-  if (const auto limit = getProperty("SQLTimeLimit"))
-    parseLimit(*limit, sqlTimeLimit);
+  errno = 0;
+  const unsigned long limit = std::strtoul(getProperty("SQLTimeLimit").value_or("").c_str(), nullptr, 10);
+  if (errno == 0 && limit != 0 && limit <= std::numeric_limits<unsigned int>::max())
+    sqlTimeLimit = static_cast<unsigned int>(limit);
   loadFlag("ProcessMode", "Database", true, processModeDatabase);
   loadFlag("NoObjectTable", "yes", false, hasObjectTable);
   loadFlag("Origin", "yes", true, origin);

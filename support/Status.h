@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <string>
 
 namespace tarn::utils
@@ -27,7 +29,12 @@ public:
   /// Whether it is a success: a value below STATUS_MISSING.
   explicit operator bool() const { return status < STATUS_MISSING; }
   /// The value's name: "OK", "OK_NEW", ...; "UNRECOGNIZED" for a value that has none.
-  operator std::string() const;
+  operator std::string() const
+  {
+    constexpr std::array kNames{"OK", "OK_NEW", "OK_COPIED", "OK_TEMP", "MISSING", "REPOSITORY_ERROR", "ERROR"};
+    const auto index = static_cast<std::size_t>(status); // a negative value is beyond the end as well
+    return index < kNames.size() ? kNames.at(index) : "UNRECOGNIZED";
+  }
   StatusEnum value() const { return status; }
 
 private:

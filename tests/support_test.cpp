@@ -4,7 +4,7 @@
 
 #include "support/SelfRec.h"
 #include "support/Status.h"
-#include "support/StdLogger.h"
+#include "support/Loggers.h"
 
 #include <gtest/gtest.h>
 

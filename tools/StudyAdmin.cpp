@@ -9,8 +9,7 @@
 #include "study/cache/StudyLock.h"
 #include "study/meta/metaFiles.h"
 #include "study/meta/storeState.h"
-#include "study/objectmeta/ObjMetaUpdate.h"
-#include "support/SyslogLogger.h"
+#include "support/Loggers.h"
 
 #include <cerrno>
 #include <cstring>
@@ -52,11 +51,11 @@ void publish(base::PartFile& file, const std::string& folder)
   require(file.keep() && base::syncFolder(folder), file);
 }
 
-void readExisting(const std::string& path, study::ObjMetaUpdate& meta)
+void readExisting(const std::string& path, study::ObjMetaUpdate& update)
 {
   try
   {
-    meta.read(path);
+    update.read(path);
   }
   catch (const IMException& refusal)
   {
@@ -71,13 +70,6 @@ void readExisting(const std::string& path, study::ObjMetaUpdate& meta)
 
 } // namespace
 
-bool StudyReport::isKnown() const
-{
-  return state.row || state.entry || state.objectRows > 0 || state.references > 0 || meta;
-}
-
-StudyAdmin::StudyAdmin(db::DBConnectorSql& db) : db(db), admin(db) {}
-
 StudyReport StudyAdmin::reportOn(const std::string& studyUid)
 {
   StudyReport report;
@@ -86,50 +78,44 @@ StudyReport StudyAdmin::reportOn(const std::string& studyUid)
   return report;
 }
 
-AddedStudy StudyAdmin::add(const std::string& studyUid, const std::vector<study::StudyObject>& objects,
-                           const AddOptions& options)
+study::ObjMetaUpdate StudyAdmin::add(const std::string& studyUid, const std::vector<study::StudyObject>& objects,
+                                     const AddOptions& options)
 {
   study::StudyLock lock(studyUid, &db);
   take(lock, studyUid);
   const db::StudyState before = admin.studyState(studyUid);
-  const std::string metaDir = metaDirForWriting(studyUid);
-  writeStoreState(metaDir);
-
+  const std::string metaDir = makeMetaDir(studyUid);
   const std::string path = metaDir + "/" + study::kObjectMeta;
-  study::ObjMetaUpdate meta;
+  study::ObjMetaUpdate update;
   if (!options.replace)
-    readExisting(path, meta);
+    readExisting(path, update);
   for (const study::StudyObject& object : objects)
-    meta.put(object);
+    update.put(object);
   base::PartFile file(path);
-  require(fill(file, meta.content().text()), file);
+  require(fill(file, update.meta.text()), file);
 
   resetEntry(studyUid, before);
   publish(file, metaDir);
   const bool wasRequired = before.row && before.row->metaRequired;
-  admin.registerStudy(studyUid, static_cast<int>(meta.size()), options.metaRequired.value_or(wasRequired));
-  return {meta.size(), meta.added(), meta.changed()};
+  admin.registerStudy(studyUid, static_cast<int>(update.meta.rows.size()), options.metaRequired.value_or(wasRequired));
+  return update;
 }
 
-std::string StudyAdmin::metaDirForWriting(const std::string& studyUid)
+std::string StudyAdmin::makeMetaDir(const std::string& studyUid)
 {
   std::string metaDir;
   if (!metaManager.getMeta(studyUid, true, false, metaDir, &db, true))
     refuseMeta(studyUid, "made");
-  return metaDir;
-}
-
-void StudyAdmin::writeStoreState(const std::string& metaDir)
-{
   const std::string path = metaDir + "/" + study::kStoreState;
   if (study::entryExists(path))
-    return;
+    return metaDir;
   utils::SyslogLogger logger(imutils::LOG_MODE_ERROR);
-  const std::string text = study::defaultStoreState(utils::MetaConn(&db), logger);
+  const std::string text = study::defaultStoreState(&db, logger);
   base::PartFile file(path);
   if (!fill(file, text))
     throw IMException(path + ": the store state cannot be written");
   publish(file, metaDir);
+  return metaDir;
 }
 
 /// A valid entry must not outlive the object meta file that its rows come from: it is gone for good before the file

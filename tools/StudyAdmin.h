@@ -2,17 +2,12 @@
 
 #include "db/ArchiveAdmin.h"
 #include "study/meta/MetaManager.h"
-#include "study/objectmeta/StudyObject.h"
+#include "study/objectmeta/ObjMetaUpdate.h"
 
 #include <list>
 #include <optional>
 #include <string>
 #include <vector>
-
-namespace tarn::db
-{
-class DBConnectorSql;
-}
 
 namespace tarn::tools
 {
@@ -24,14 +19,6 @@ struct AddOptions
   bool replace = false;             ///< drops the objects that the study has
 };
 
-/// What add() made of a study.
-struct AddedStudy
-{
-  std::size_t objects = 0; ///< that the study has now
-  std::size_t added = 0;
-  std::size_t changed = 0;
-};
-
 /// What is known of a study.
 struct StudyReport
 {
@@ -39,7 +26,7 @@ struct StudyReport
   utils::Status meta = utils::STATUS_MISSING;
   std::string metaDir; ///< empty unless `meta` is a success
 
-  bool isKnown() const;
+  bool isKnown() const { return state.row || state.entry || state.objectRows > 0 || state.references > 0 || meta; }
 };
 
 /// Registers, shows and removes studies: their rows in the database together with their meta directories. Changes are
@@ -47,7 +34,7 @@ struct StudyReport
 class StudyAdmin
 {
 public:
-  explicit StudyAdmin(db::DBConnectorSql& db);
+  explicit StudyAdmin(db::DBConnectorSql& db) : db(db), admin(db) {}
 
   std::list<std::string> listStudies() { return admin.listStudies(); }
   StudyReport reportOn(const std::string& studyUid);
@@ -56,8 +43,8 @@ public:
   /// filled from the legacy layout where the study has a state there; a missing store state is written. A crash at any
   /// point leaves the object meta file whole, old or new, and no entry that calls other rows valid. Where a crash
   /// leaves a count of objects that does not belong to the file, an import refuses them and the same call repairs them.
-  AddedStudy add(const std::string& studyUid, const std::vector<study::StudyObject>& objects,
-                 const AddOptions& options);
+  study::ObjMetaUpdate add(const std::string& studyUid, const std::vector<study::StudyObject>& objects,
+                           const AddOptions& options);
   /// Drops the study's entry of the object cache and its error references.
   void clearError(const std::string& studyUid);
   /// Removes the meta directory, its parked files and then the study's rows, so that an interrupted removal still
@@ -65,8 +52,8 @@ public:
   void remove(const std::string& studyUid);
 
 private:
-  std::string metaDirForWriting(const std::string& studyUid);
-  void writeStoreState(const std::string& metaDir);
+  /// Returns the study's meta directory, which has a store state.
+  std::string makeMetaDir(const std::string& studyUid);
   void resetEntry(const std::string& studyUid, const db::StudyState& state);
   void removeMeta(const std::string& studyUid);
 

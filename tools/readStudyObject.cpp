@@ -9,7 +9,7 @@
 
 #include <dcmtk/dcmdata/dcuid.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <charconv>
 
 namespace tarn::tools
@@ -17,48 +17,26 @@ namespace tarn::tools
 namespace
 {
 
+using imutils::IMException;
+
 constexpr std::size_t kMaxPrefixLength = 16; // of a code string (PS3.5 6.2)
-constexpr char kDigits[] = "0123456789";
-constexpr char kCapitals[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-constexpr char kSmallLetters[] = "abcdefghijklmnopqrstuvwxyz";
+constexpr char kCapitals[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+constexpr char kLetters[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 constexpr char kPresentationStates[] = "1.2.840.10008.5.1.4.1.1.11."; // the classes' common root (PS3.4 B.5)
 
-/// Whether the bytes that a file begins with are those of a DICOM file: the prefix after the preamble (PS3.10 7.1) or,
-/// where both are missing, an element of group 2 or 8 in either byte order.
-bool beginsLikeDicom(const std::string& start)
+/// Whether the file begins as a DICOM file: with the prefix after the preamble (PS3.10 7.1) or, where both are missing,
+/// with an element of group 2 or 8 in either byte order.
+bool beginsLikeDicom(const base::RegularFile& file)
 {
   constexpr std::size_t kPreamble = 128;
-  if (start.size() >= kPreamble + 4 && start.compare(kPreamble, 4, "DICM") == 0)
+  std::string start(std::min<std::uint64_t>(file.size, kPreamble + 4), '\0');
+  file.read(0, start.data(), start.size());
+  if (start.size() > kPreamble && start.compare(kPreamble, 4, "DICM") == 0)
     return true;
   if (start.size() < 2)
     return false;
   const auto isGroup = [](char byte) { return byte == 2 || byte == 8; };
   return (isGroup(start[0]) && start[1] == 0) || (start[0] == 0 && isGroup(start[1]));
-}
-
-/// The first bytes of the file, as many as beginsLikeDicom() looks at.
-std::string startOf(const std::string& path)
-{
-  const base::RegularFile file(path);
-  std::string start(132, '\0');
-  const std::ptrdiff_t length = base::readUpTo(file.fd, start.data(), start.size());
-  if (length < 0)
-    throw base::FileError(errno);
-  start.resize(static_cast<std::size_t>(length));
-  return start;
-}
-
-void requireDicom(const std::string& path)
-{
-  try
-  {
-    if (!beginsLikeDicom(startOf(path)))
-      throw NoObject("no DICOM file");
-  }
-  catch (const base::FileError& failure)
-  {
-    throw UnusableObject(failure.what());
-  }
 }
 
 bool isDirectoryOfMedia(DcmFileFormat& file)
@@ -73,9 +51,9 @@ std::string uidOf(DcmItem& dataset, const DcmTagKey& key)
   std::string uid;
   const OFCondition status = dicom::readUid(dataset, key, uid);
   if (status.bad())
-    throw UnusableObject(std::string(DcmTag(key).getTagName()) + ": " + status.text());
+    throw IMException(std::string(DcmTag(key).getTagName()) + ": " + status.text());
   if (!dicom::isUid(uid))
-    throw UnusableObject(std::string(DcmTag(key).getTagName()) + " is no UID");
+    throw IMException(std::string(DcmTag(key).getTagName()) + " is no UID");
   return uid;
 }
 
@@ -107,8 +85,7 @@ std::optional<std::string> prefixOfName(const std::string& name, const std::stri
 {
   const std::size_t point = name.find('.');
   const std::string prefix = name.substr(0, point);
-  const std::string letters = std::string(kDigits) + kCapitals + kSmallLetters;
-  return name == prefix + "." + uid && isPrefix(prefix, letters) ? std::optional<std::string>(prefix) : std::nullopt;
+  return name == prefix + "." + uid && isPrefix(prefix, kLetters) ? std::optional<std::string>(prefix) : std::nullopt;
 }
 
 std::string modalityOf(DcmItem& dataset, const std::string& sopClassUid)
@@ -118,7 +95,7 @@ std::string modalityOf(DcmItem& dataset, const std::string& sopClassUid)
   std::string modality;
   if (dicom::readText(dataset, DCM_Modality, modality).good())
     modality = base::trimmed(modality);
-  if (isPrefix(modality, std::string(kDigits) + kCapitals))
+  if (isPrefix(modality, kCapitals))
     return modality;
   return dcmSOPClassUIDToModality(sopClassUid.c_str(), "OT");
 }
@@ -127,10 +104,11 @@ std::string modalityOf(DcmItem& dataset, const std::string& sopClassUid)
 
 study::StudyObject readStudyObject(const std::string& path)
 {
-  requireDicom(path);
+  if (!beginsLikeDicom(base::RegularFile(path)))
+    throw NoObject("no DICOM file");
   DcmFileFormat file;
   if (const OFCondition status = dicom::loadFile(file, path, dicom::LongValues::inFile); status.bad())
-    throw UnusableObject(status.text());
+    throw IMException(status.text());
   if (isDirectoryOfMedia(file))
     throw NoObject("a DICOMDIR");
 

@@ -8,13 +8,10 @@
 #include "db/DBConnectorSql.h"
 #include "db/SqlSession.h"
 #include "repository/client/IMRepositoryHandlerIface.h"
-#include "tools/FileList.h"
-#include "tools/Progress.h"
-#include "tools/readStudyObject.h"
+#include "tools/readFiles.h"
 
 #include <algorithm>
 #include <array>
-#include <map>
 
 namespace tarn::tools
 {
@@ -23,7 +20,6 @@ namespace
 
 using db::DBConnectorSql;
 using imutils::IMException;
-using study::StudyObject;
 
 constexpr const char* kNeededToAdd[] = {"OBJECTTBL",          "QXOBJCACHETBL",          "TARGETTBL",
                                         "DEVSERVTBL",         "REPOSITORYHANDLER_HOME", "REPOSITORY_META",
@@ -50,17 +46,13 @@ void requireEnvironment()
 
 std::string repositoryWords(int status)
 {
-  switch (status)
-  {
-  case -1:
+  if (status == -1)
     return "the repository handler cannot be loaded, the log says why";
-  case repository::kUnknownRepository:
+  if (status == repository::kUnknownRepository)
     return "repositories.conf does not name it";
-  case repository::kMountUnreachable:
+  if (status == repository::kMountUnreachable)
     return "one of its mounts is no folder that can be read";
-  default:
-    return "status " + std::to_string(status);
-  }
+  return "status " + std::to_string(status);
 }
 
 /// Nothing is read or written before it is known that the result has a place.
@@ -77,73 +69,13 @@ std::string counted(std::size_t number, const std::string& one, const std::strin
   return std::to_string(number) + " " + (number == 1 ? one : several);
 }
 
-/// The objects that were read, by study, and how many files were not.
-struct Reading
-{
-  std::map<std::string, std::vector<StudyObject>> studies;
-  std::size_t objects = 0;
-  std::size_t skipped = 0;
-  std::size_t failed = 0;
-
-  void skip(const std::string& path, const std::string& reason)
-  {
-    ++skipped;
-    base::report("tarnctl: ", path, ": skipped, ", reason);
-  }
-  void fail(const std::string& problem)
-  {
-    ++failed;
-    base::report("tarnctl: ", problem);
-  }
-  void read(const std::string& path, Progress& progress)
-  {
-    try
-    {
-      StudyObject object = readStudyObject(path);
-      ++objects;
-      const std::string studyUid = object.studyUid;
-      studies[studyUid].push_back(std::move(object));
-    }
-    catch (const NoObject& reason)
-    {
-      progress.clear();
-      skip(path, reason.what());
-    }
-    catch (const UnusableObject& reason)
-    {
-      progress.clear();
-      fail(path + ": " + reason.what());
-    }
-  }
-};
-
-Reading readFiles(const std::vector<std::string>& paths)
-{
-  FileList list;
-  for (const std::string& path : paths)
-    list.add(path);
-  list.sort();
-  Reading reading;
-  for (const std::string& problem : list.problems)
-    reading.fail(problem);
-  for (const std::string& path : list.others)
-    reading.skip(path, "no regular file");
-  Progress progress(list.files.size(), Progress::isSeen());
-  for (const std::string& path : list.files)
-  {
-    reading.read(path, progress);
-    progress.step();
-  }
-  return reading;
-}
-
-bool addOne(StudyAdmin& admin, const std::string& studyUid, const std::vector<StudyObject>& objects,
+bool addOne(StudyAdmin& admin, const std::string& studyUid, const std::vector<study::StudyObject>& objects,
             const AddOptions& options)
 {
   try
   {
-    const AddedStudy result = admin.add(studyUid, objects, options);
-    base::trace(studyUid, ": ", counted(result.objects, "object", "objects"), ", ", result.added, " added, ",
+    const study::ObjMetaUpdate result = admin.add(studyUid, objects, options);
+    base::trace(studyUid, ": ", counted(result.meta.rows.size(), "object", "objects"), ", ", result.added, " added, ",
                 result.changed, " changed");
     return true;
   }

@@ -51,8 +51,10 @@ std::string normal(const std::string& path)
 /// The paths that the value of `key` lists, with colons between them; none where there is no such key.
 std::vector<std::string> pathsOf(const imutils::IMProperties& properties, const std::string& key)
 {
+  std::vector<std::string> parts;
+  base::split3<std::vector<std::string>, ':'>(properties.getProperty(key).value_or(""), parts);
   std::vector<std::string> paths;
-  for (const std::string& path : base::split(properties.getProperty(key).value_or(""), ':'))
+  for (const std::string& path : parts)
     if (!path.empty())
       paths.push_back(normal(path));
   return paths;

@@ -1,12 +1,10 @@
 #pragma once
 
+#include "base/IMLogger.h"
+
 #include <exception>
 #include <string>
-
-namespace tarn::imutils
-{
-class IMLogger;
-}
+#include <utility>
 
 namespace tarn::db
 {
@@ -16,7 +14,14 @@ class ObjCacheException : public std::exception
 {
 public:
   /// Logs the message through `logger`, unless that is null: as an error, or as a debug line when `debugOnly` is set.
-  ObjCacheException(std::string message, const imutils::IMLogger* logger, bool debugOnly, bool forceErrorRefs);
+  ObjCacheException(std::string message, const imutils::IMLogger* logger, bool debugOnly, bool forceErrorRefs)
+    : forceErrorRefs(forceErrorRefs), message(std::move(message))
+  {
+    if (logger && debugOnly)
+      logger->debugLog("%s", this->message.c_str());
+    else if (logger)
+      logger->errorLog("%s", this->message.c_str());
+  }
 
   const char* what() const noexcept override { return message.c_str(); }
 

@@ -3,19 +3,18 @@
 
 #include "base/IMException.h"
 #include "base/environmentValue.h"
-#include "db/DBConnectorSql.h"
 #include "db/DBException.h"
 #include "db/MetaAccessor.h"
 #include "db/ObjCacheAccessor.h"
+#include "db/ReferenceAccessor.h"
+#include "db/Transaction.h"
 #include "repository/client/IMRepositoryHandlerIface.h"
-#include "study/cache/ErrorReferences.h"
-#include "study/cache/StudyLock.h"
-#include "study/cache/guarded.h"
 #include "study/meta/MetaManager.h"
 #include "study/meta/metaFiles.h"
 #include "study/objectmeta/ObjMeta.h"
 #include "study/objectmeta/ObjMetaInsert.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <filesystem>
@@ -27,11 +26,11 @@ namespace
 {
 
 namespace fs = std::filesystem;
-using study::guarded;
 using study::ImportCode;
-using study::StudyLock;
 
 constexpr int kEntryMode = 5; // what the archive's other programs read an entry with
+constexpr char kErrorReference[] = "ocerror";
+constexpr char kStudyKind[] = "STUDYDIR";
 
 /// A message cut to what fits a buffer of `size` characters, its end included.
 template <std::size_t size = 255, class... Arguments>
@@ -50,11 +49,21 @@ DBConnectorSql& sqlConnector(DBConnector* db)
   return *connector;
 }
 
-/// What the contract says of a missing file: no failure, and `metaMissing` set.
-int codeFor(ImportCode code, bool& metaMissing)
+/// Runs `work` and returns true. Where `work` throws an exception of the standard library, logs an error with `format`,
+/// which takes the names and what the exception says, and returns false. Others pass.
+template <class Work, class... Names>
+bool guarded(const Work& work, const imutils::IMLogger& logger, const char* format, const Names&... names)
 {
-  metaMissing = code == ImportCode::missing;
-  return metaMissing ? 0 : static_cast<int>(code);
+  try
+  {
+    work();
+    return true;
+  }
+  catch (const std::exception& failure)
+  {
+    logger.errorLog(format, names.c_str()..., failure.what());
+    return false;
+  }
 }
 
 } // namespace
@@ -78,16 +87,24 @@ bool ObjCacheMgr::touchObjCache(const std::string& studyUid, bool metaRequiredCh
   }
   catch (const ObjCacheException& failure)
   {
-    if (failure.forceErrorRefs || !study::ErrorReferences(*db, logger).isOn(studyUid))
+    if (failure.forceErrorRefs || !hasErrorReference(studyUid))
       addErrorRefs(studyUid);
     throw;
   }
   return true;
 }
 
+bool ObjCacheMgr::hasErrorReference(const std::string& studyUid) const
+{
+  bool found = false;
+  guarded([&] { found = db->references().hasReference(studyUid, kStudyKind, kErrorReference); }, logger,
+          "checking ocerror references on STUDYDIR/%s failed with exception: %s", studyUid);
+  return found;
+}
+
 void ObjCacheMgr::doTouch(const std::string& studyUid, bool metaRequiredCheck)
 {
-  StudyLock lock(studyUid, db);
+  study::StudyLock lock(studyUid, db);
   bool newEntry = false;
   const auto failed = [&](const std::string& text) { return ObjCacheException(text, nullptr, false, newEntry); };
   try
@@ -114,7 +131,8 @@ void ObjCacheMgr::doTouch(const std::string& studyUid, bool metaRequiredCheck)
   }
 }
 
-void ObjCacheMgr::checkAndImport(const std::string& studyUid, bool metaRequiredCheck, StudyLock& lock, bool& newEntry)
+void ObjCacheMgr::checkAndImport(const std::string& studyUid, bool metaRequiredCheck, study::StudyLock& lock,
+                                 bool& newEntry)
 {
   ObjCacheAccessor& entries = db->objCache();
   if (entries.isObjCacheValid(studyUid)) // the usual case: one query and no lock
@@ -151,69 +169,59 @@ ObjCacheException ObjCacheMgr::errorStatus(const std::string& studyUid, bool for
 
 std::optional<int> ObjCacheMgr::statusOnceImported(const std::string& studyUid, bool metaRequiredCheck)
 {
-  auto code = ImportCode::imported;
-  const auto import = [&] { code = importStudy(studyUid); };
+  int code = 0;
+  bool metaMissing = false;
+  const auto import = [&] { code = importFromMeta(studyUid, metaMissing); };
   if (!guarded(import, logger, "An exception caught while mapping Object table entries for %s: %s", studyUid))
     return kObjCacheError;
+  if (metaMissing && !metaRequiredCheck)
+  {
+    logger.debugLog("ObjCacheMgr importing object table is skipped due to missing object meta for %s",
+                    studyUid.c_str());
+    return std::nullopt;
+  }
+  if (metaMissing)
+    return db->meta().isMetaRequired(studyUid) ? kObjCacheError : kObjCacheValid;
   if (code == ImportCode::imported)
     return kObjCacheValid;
-  if (code == ImportCode::missing)
-    return statusWithoutMeta(studyUid, metaRequiredCheck);
-  logger.errorLog("ObjCacheMgr ERROR importing object table for %s: %d", studyUid.c_str(), static_cast<int>(code));
+  logger.errorLog("ObjCacheMgr ERROR importing object table for %s: %d", studyUid.c_str(), code);
   return kObjCacheError;
 }
 
-std::optional<int> ObjCacheMgr::statusWithoutMeta(const std::string& studyUid, bool metaRequiredCheck)
-{
-  if (metaRequiredCheck)
-    return db->meta().isMetaRequired(studyUid) ? kObjCacheError : kObjCacheValid;
-  logger.debugLog("ObjCacheMgr importing object table is skipped due to missing object meta for %s", studyUid.c_str());
-  return std::nullopt;
-}
-
-/// Sets `path` to that of the study's object meta file where it returns ImportCode::imported.
-ImportCode ObjCacheMgr::locateMetaFile(const std::string& studyUid, std::string& path)
+utils::Status ObjCacheMgr::locateMetaFile(const std::string& studyUid, std::string& path)
 {
   const utils::Status status = utils::MetaManager().getMeta(studyUid, false, false, path, db, true);
   logger.debugLog("The meta repository status is %d for %s ", static_cast<int>(status.value()), studyUid.c_str());
   if (status.value() == utils::STATUS_MISSING)
-  {
     logger.debugLog("The meta repository is missing for %s ", studyUid.c_str());
-    return ImportCode::missing;
-  }
   path.append("/").append(study::kObjectMeta);
-  return status ? ImportCode::imported : ImportCode::metaDirectoryFailed;
+  return status;
 }
 
 int ObjCacheMgr::importFromMeta(const std::string& studyUid, bool& metaMissing)
 {
-  return codeFor(importStudy(studyUid), metaMissing);
-}
-
-ImportCode ObjCacheMgr::importStudy(const std::string& studyUid)
-{
+  metaMissing = false;
   if (objectTable.empty())
     return ImportCode::noObjectTable;
   if (objCacheTable.empty())
     return ImportCode::noObjCacheTable;
   std::string path;
-  const ImportCode code = locateMetaFile(studyUid, path);
-  return code == ImportCode::imported ? importFile(studyUid, path) : code;
+  const utils::Status status = locateMetaFile(studyUid, path);
+  if (status)
+    return importFromMetaFile(studyUid, path, metaMissing);
+  metaMissing = status.value() == utils::STATUS_MISSING;
+  return metaMissing ? 0 : ImportCode::metaDirectoryFailed;
 }
 
 int ObjCacheMgr::importFromMetaFile(const std::string& studyUid, const std::string& path, bool& metaMissing)
 {
-  return codeFor(importFile(studyUid, path), metaMissing);
-}
-
-ImportCode ObjCacheMgr::importFile(const std::string& studyUid, const std::string& path)
-{
   study::ObjMeta meta;
   const ImportCode code = meta.read(path);
-  if (code == ImportCode::missing)
+  metaMissing = code == ImportCode::missing;
+  if (metaMissing)
     logger.debugLog("Objmeta file does not (yet) exist for %s", studyUid.c_str());
   if (code != ImportCode::imported)
-    return code;
+    return metaMissing ? 0 : code;
   study::ObjMetaInsert insert(sqlConnector(db), objectTable, meta);
   int count = -1;
   if (!db->meta().getStudyObjectCount(studyUid, count))
@@ -226,27 +234,32 @@ ImportCode ObjCacheMgr::importFile(const std::string& studyUid, const std::strin
 int ObjCacheMgr::getFilesFromMeta(const std::string& studyUid, std::set<std::string>& files)
 {
   std::string path;
+  const utils::Status status = locateMetaFile(studyUid, path);
+  if (!status)
+    return status.value() == utils::STATUS_MISSING ? 0 : ImportCode::metaDirectoryFailed;
   study::ObjMeta meta;
-  ImportCode code = locateMetaFile(studyUid, path);
-  if (code == ImportCode::imported)
-    code = meta.read(path);
+  const ImportCode code = meta.read(path);
   for (const auto& [name, row] : meta.rows)
     files.insert(name);
-  bool isNoFailure = false;
-  return codeFor(code, isNoFailure);
+  return code == ImportCode::missing ? 0 : code;
 }
 
 void ObjCacheMgr::addErrorRefs(const std::string& studyUid)
 {
-  const auto addAll = [&] { addAllErrorRefs(studyUid); };
-  const auto addAllOrLog = [&]
-  {
-    guarded<imutils::IMException>(addAll, logger,
-                                  "IM exception caught while adding error references to objects in %s: %s", studyUid);
-  };
   try
   {
-    guarded(addAllOrLog, logger, "STD exception caught while adding error references to objects in %s: %s", studyUid);
+    logger.infoLog("Adding ocerror references to %s", studyUid.c_str());
+    addReferences(studyUid, collectFiles(studyUid));
+  }
+  catch (const imutils::IMException& failure)
+  {
+    logger.errorLog("IM exception caught while adding error references to objects in %s: %s", studyUid.c_str(),
+                    failure.what());
+  }
+  catch (const std::exception& failure)
+  {
+    logger.errorLog("STD exception caught while adding error references to objects in %s: %s", studyUid.c_str(),
+                    failure.what());
   }
   catch (...)
   {
@@ -254,36 +267,50 @@ void ObjCacheMgr::addErrorRefs(const std::string& studyUid)
   }
 }
 
-void ObjCacheMgr::addAllErrorRefs(const std::string& studyUid)
+/// Adds those of the objects in one transaction, which is much faster than one for each. Where that fails, adds them
+/// one by one, so that what is wrong with one does not keep the reference from the others.
+void ObjCacheMgr::addReferences(const std::string& studyUid, const std::set<std::string>& files)
 {
-  logger.infoLog("Adding ocerror references to %s", studyUid.c_str());
-  study::ErrorReferences(*db, logger).add(studyUid, collectFiles(studyUid));
+  const auto addTo = [&](const std::string& file)
+  { db->references().addReference(studyUid + "/" + file, "OBJECTFILE", kErrorReference); };
+  try
+  {
+    Transaction transaction(sqlConnector(db));
+    std::for_each(files.begin(), files.end(), addTo);
+    transaction.commit();
+  }
+  catch (const std::exception&)
+  {
+    for (const std::string& file : files)
+      guarded([&] { addTo(file); }, logger, "Adding error references to OBJECTFILE/%s/%s failed with exception: %s",
+              studyUid, file);
+  }
+  guarded([&] { db->references().addReference(studyUid, kStudyKind, kErrorReference); }, logger,
+          "Adding error references to STUDYDIR/%s failed with exception: %s", studyUid);
 }
 
 std::set<std::string> ObjCacheMgr::collectFiles(const std::string& studyUid)
 {
   std::set<std::string> files;
-  guarded([&] { collectFromDatabase(studyUid, files); }, logger,
-          "Collecting objects for %s from db for adding error references failed: %s", studyUid);
-  guarded([&] { collectFromMeta(studyUid, files); }, logger,
+  const auto collectFromDatabase = [&]
+  {
+    std::list<std::string> known;
+    db->objCache().listObjCacheFiles(studyUid, known);
+    files.insert(known.begin(), known.end());
+  };
+  const auto collectFromMeta = [&]
+  {
+    if (const int code = getFilesFromMeta(studyUid, files); code != 0)
+      logger.errorLog("Collecting objects for %s from objmeta for adding error references failed: %d", studyUid.c_str(),
+                      code);
+  };
+  guarded(collectFromDatabase, logger, "Collecting objects for %s from db for adding error references failed: %s",
+          studyUid);
+  guarded(collectFromMeta, logger,
           "Collecting objects for %s from objmeta for adding error references failed with exception: %s", studyUid);
   guarded([&] { collectFromDirectories(studyUid, files); }, logger,
           "Collecting objects for %s from study dir for adding error references failed with exception: %s", studyUid);
   return files;
-}
-
-void ObjCacheMgr::collectFromDatabase(const std::string& studyUid, std::set<std::string>& files)
-{
-  std::list<std::string> known;
-  db->objCache().listObjCacheFiles(studyUid, known);
-  files.insert(known.begin(), known.end());
-}
-
-void ObjCacheMgr::collectFromMeta(const std::string& studyUid, std::set<std::string>& files)
-{
-  if (const int code = getFilesFromMeta(studyUid, files); code != 0)
-    logger.errorLog("Collecting objects for %s from objmeta for adding error references failed: %d", studyUid.c_str(),
-                    code);
 }
 
 void ObjCacheMgr::collectFromDirectories(const std::string& studyUid, std::set<std::string>& files)
@@ -292,10 +319,8 @@ void ObjCacheMgr::collectFromDirectories(const std::string& studyUid, std::set<s
     return;
   std::list<std::string> locations;
   getRepoObjects(studyUid, locations, files);
-  int number = 0;
-  do
-    getRepoObjects(studyUid + "_dead" + std::to_string(++number), locations, files);
-  while (!locations.empty());
+  for (int number = 1; number == 1 || !locations.empty(); ++number)
+    getRepoObjects(studyUid + "_dead" + std::to_string(number), locations, files);
 }
 
 void ObjCacheMgr::getRepoObjects(const std::string& studyOrDirName, std::list<std::string>& locations,

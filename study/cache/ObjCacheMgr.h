@@ -2,17 +2,13 @@
 
 #include "base/IMLogger.h"
 #include "study/cache/ObjCacheException.h"
+#include "study/cache/StudyLock.h"
+#include "support/Status.h"
 
 #include <list>
 #include <optional>
 #include <set>
 #include <string>
-
-namespace tarn::study
-{
-class StudyLock;
-enum class ImportCode : int;
-} // namespace tarn::study
 
 namespace tarn::db
 {
@@ -67,15 +63,12 @@ private:
 
   /// The status that the entry gets, nothing when it stays as it is.
   std::optional<int> statusOnceImported(const std::string& studyUid, bool metaRequiredCheck);
-  std::optional<int> statusWithoutMeta(const std::string& studyUid, bool metaRequiredCheck);
-  [[nodiscard]] study::ImportCode importStudy(const std::string& studyUid);
-  [[nodiscard]] study::ImportCode importFile(const std::string& studyUid, const std::string& path);
-  [[nodiscard]] study::ImportCode locateMetaFile(const std::string& studyUid, std::string& path);
+  /// Sets `path` to that of the study's object meta file where it returns a success.
+  utils::Status locateMetaFile(const std::string& studyUid, std::string& path);
 
-  void addAllErrorRefs(const std::string& studyUid);
+  bool hasErrorReference(const std::string& studyUid) const;
+  void addReferences(const std::string& studyUid, const std::set<std::string>& files);
   std::set<std::string> collectFiles(const std::string& studyUid);
-  void collectFromDatabase(const std::string& studyUid, std::set<std::string>& files);
-  void collectFromMeta(const std::string& studyUid, std::set<std::string>& files);
   void collectFromDirectories(const std::string& studyUid, std::set<std::string>& files);
 
   DBConnector* db;

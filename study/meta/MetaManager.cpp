@@ -7,10 +7,11 @@
 #include "study/meta/legacyMeta.h"
 #include "study/meta/metaFiles.h"
 #include "study/meta/storeState.h"
-#include "support/SyslogLogger.h"
+#include "support/Loggers.h"
 
 #include <cstdlib>
 #include <iterator>
+#include <system_error>
 
 namespace tarn::utils
 {
@@ -66,14 +67,19 @@ std::optional<std::string> MetaManager::locate(const std::string& repository, co
 }
 
 std::optional<std::string> MetaManager::createDirectory(const std::string& repository, const std::string& studyUid,
-                                                        int& status, bool& existed, const MetaConn& conn) const
+                                                        int& status, int& existed, const MetaConn& conn) const
 {
   status = 0;
-  int wasThere = 0;
-  auto path = taken(repository::createDirectory(repository.c_str(), studyUid.c_str(), &status, &wasThere, false, true,
-                                                conn.connector()));
-  existed = wasThere != 0;
-  return path;
+  existed = 0;
+  return taken(repository::createDirectory(repository.c_str(), studyUid.c_str(), &status, &existed, false, true,
+                                           conn.connector()));
+}
+
+bool MetaManager::isSet(const std::string& repository, const char* message) const
+{
+  if (repository.empty())
+    logger->log0(message);
+  return !repository.empty();
 }
 
 Status MetaManager::unreachable(const char* operation, const char* what, const std::string& studyUid, int status) const
@@ -87,16 +93,9 @@ Status MetaManager::getMeta(const std::string& studyUid, bool create, bool useTe
                             db::DBConnector* db, bool checkStoreState) const
 {
   metaDir.clear();
-  if (metaRepository.empty())
-  {
-    logger->log0("Missing environment variable: REPOSITORY_META");
+  if (!isSet(metaRepository, "Missing environment variable: REPOSITORY_META") ||
+      !isSet(tempMetaRepository, "Missing environment variable: REPOSITORY_TEMPMETA"))
     return STATUS_ERROR;
-  }
-  if (tempMetaRepository.empty())
-  {
-    logger->log0("Missing environment variable: REPOSITORY_TEMPMETA");
-    return STATUS_ERROR;
-  }
   const MetaConn conn(db);
   return guarded("getMeta", studyUid, *logger,
                  [&] { return findMeta(studyUid, create, useTemp, metaDir, conn, checkStoreState); });
@@ -123,7 +122,7 @@ Status MetaManager::findMeta(const std::string& studyUid, bool create, bool useT
 Status MetaManager::createMeta(const std::string& studyUid, std::string& metaDir, const MetaConn& conn) const
 {
   int status = 0;
-  bool existed = false;
+  int existed = 0;
   const auto created = createDirectory(metaRepository, studyUid, status, existed, conn);
   if (!created)
   {
@@ -131,7 +130,7 @@ Status MetaManager::createMeta(const std::string& studyUid, std::string& metaDir
     return STATUS_REPOSITORY_ERROR;
   }
   metaDir = *created;
-  if (existed)
+  if (existed != 0)
     return STATUS_OK;
   restoreFromTempMeta(studyUid, metaDir, conn);
   return STATUS_OK_NEW;
@@ -157,11 +156,8 @@ Status MetaManager::copyLegacy(const std::string& studyUid, std::string& metaDir
 Status MetaManager::takeOver(const std::string& studyUid, std::string& metaDir, const MetaConn& conn) const
 {
   const std::string dataRepository = base::environmentValue("REPOSITORY_DICOM_DATA");
-  if (dataRepository.empty())
-  {
-    logger->log0("Missing environment variable: REPOSITORY_DICOM_DATA");
+  if (!isSet(dataRepository, "Missing environment variable: REPOSITORY_DICOM_DATA"))
     return STATUS_MISSING;
-  }
   int status = 0;
   const auto legacy = locate(dataRepository, studyUid, status, conn);
   if (metaDir.empty() && (status & (kMissing | kLocated)) == 0)
@@ -183,7 +179,7 @@ Status MetaManager::copyLegacy(const fs::path& legacy, const std::string& studyU
     logger->logV("MetaManager::getMeta() creating resource %s failed. Status code: %d", studyUid.c_str(), status);
     return STATUS_REPOSITORY_ERROR;
   }
-  const Status copied = study::copyLegacyMeta(legacy, studyUid, *target, conn, *logger);
+  const Status copied = study::copyLegacyMeta(legacy, studyUid, *target, conn.connector(), *logger);
   if (copied)
     metaDir = *target;
   return copied;
@@ -191,27 +187,45 @@ Status MetaManager::copyLegacy(const fs::path& legacy, const std::string& studyU
 
 bool MetaManager::createDefaultStorestate(const fs::path& file, const MetaConn& conn) const
 {
-  std::string mode;
   try
   {
-    mode = study::processMode();
+    (void)study::processMode(); // what it throws of the record, unlike what is thrown below, is only logged
   }
   catch (const imutils::IMException& failure)
   {
     logger->logV("MetaManager::createDefaultStorestate() writing %s failed: %s", file.c_str(), failure.what());
     return false;
   }
-  return study::writeStoreState(file, study::storeState(mode, conn, *logger));
+  return study::writeStoreState(file, study::defaultStoreState(conn.connector(), *logger));
 }
 
 void MetaManager::addAutoFwdDevices(std::ofstream& stream, const MetaConn& conn) const
 {
-  stream << study::forwardDevicesLine(conn, *logger);
+  stream << study::forwardDevicesLine(conn.connector(), *logger);
 }
 
 bool MetaManager::moveFile(const fs::path& from, const fs::path& to) const
 {
-  return study::moveMetaFile(from, to, *logger);
+  std::error_code error;
+  const auto failed = [&](const char* format, const fs::path& source, const fs::path& target)
+  {
+    logger->logV(format, source.c_str(), target.c_str(), error.message().c_str());
+    return false;
+  };
+  fs::rename(from, to, error);
+  if (!error)
+    return true;
+  if (error != std::errc::cross_device_link)
+    return failed("MetaManager::saveToTempMeta() moving %s to %s failed: %s", from, to);
+  const fs::path copy = to.string() + ".temp";
+  const bool isCopied = fs::copy_file(from, copy, fs::copy_options::overwrite_existing, error);
+  if (isCopied)
+    fs::rename(copy, to, error);
+  std::error_code ignored;
+  fs::remove(isCopied && !error ? from : copy, ignored);
+  if (!isCopied)
+    return failed("MetaManager::saveToTempMeta() copying %s to temporary file %s failed: %s", from, copy);
+  return !error || failed("MetaManager::saveToTempMeta() renaming temporary file %s to %s failed: %s", copy, to);
 }
 
 void MetaManager::initTempMetaFiles()
@@ -231,7 +245,7 @@ Status MetaManager::park(const std::string& studyUid, const MetaConn& conn) cons
   const auto meta = locate(metaRepository, studyUid, status, conn);
   if (!meta)
     return isMissing(status) ? STATUS_MISSING : unreachable("saveToTempMeta", "meta", studyUid, status);
-  bool existed = false;
+  int existed = 0;
   const auto parked = createDirectory(tempMetaRepository, studyUid, status, existed, conn);
   if (!parked)
   {
@@ -254,7 +268,15 @@ Status MetaManager::restoreFromTempMeta(const std::string& studyUid, const std::
   try
   {
     for (const fs::directory_entry& entry : fs::directory_iterator(*parked))
-      restoreFile(entry.path(), studyUid, metaDir);
+    {
+      const fs::path name = entry.path().filename();
+      if (study::entryExists(fs::path(metaDir) / name))
+        logger->logV("MetaManager::restoreFromTempMeta(): %s already exists in the meta repository for %s; skip moving "
+                     "from tempmeta",
+                     name.c_str(), studyUid.c_str());
+      else if (!moveFile(entry.path(), fs::path(metaDir) / name))
+        throw imutils::IMException(name.string());
+    }
   }
   catch (const std::exception& failure)
   {
@@ -265,24 +287,10 @@ Status MetaManager::restoreFromTempMeta(const std::string& studyUid, const std::
   return removed == 0 ? STATUS_OK : STATUS_REPOSITORY_ERROR;
 }
 
-void MetaManager::restoreFile(const fs::path& file, const std::string& studyUid, const fs::path& metaDir) const
-{
-  const fs::path name = file.filename();
-  if (study::entryExists(metaDir / name))
-    logger->logV("MetaManager::restoreFromTempMeta(): %s already exists in the meta repository for %s; skip moving "
-                 "from tempmeta",
-                 name.c_str(), studyUid.c_str());
-  else if (!moveFile(file, metaDir / name))
-    throw imutils::IMException(name.string());
-}
-
 bool MetaManager::deleteMeta(const std::string& studyUid, db::DBConnector* db)
 {
-  if (metaRepository.empty())
-  {
-    logger->log0("Missing environment variable: REPOSITORY_META");
+  if (!isSet(metaRepository, "Missing environment variable: REPOSITORY_META"))
     return false;
-  }
   const MetaConn conn(db);
   if (saveToTempMeta(studyUid, conn).value() != STATUS_OK)
   {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "study/meta/MetaConn.h"
+#include "db/DBConnector.h"
 #include "support/Logger.h"
 #include "support/Status.h"
 
@@ -13,6 +13,18 @@
 
 namespace tarn::utils
 {
+
+/// The database connection during one operation, borrowed; null where there is none.
+class MetaConn
+{
+public:
+  explicit MetaConn(db::DBConnector* db) : db(db) {}
+
+  db::DBConnector* connector() const { return db; }
+
+private:
+  db::DBConnector* db;
+};
 
 /// Finds, makes, fills and removes the meta directory of a study: the directory in the meta repository that holds the
 /// study's small state files. Operations report through their results and the log of "MetaMgr"; only addAutoFwdDevices
@@ -73,7 +85,9 @@ private:
   std::optional<std::string> locate(const std::string& repository, const std::string& studyUid, int& status,
                                     const MetaConn& conn) const;
   std::optional<std::string> createDirectory(const std::string& repository, const std::string& studyUid, int& status,
-                                             bool& existed, const MetaConn& conn) const;
+                                             int& existed, const MetaConn& conn) const;
+  /// Whether a repository has a name; logs `message` where it has none.
+  bool isSet(const std::string& repository, const char* message) const;
   /// Logs that the system did not tell what `operation` was looking for.
   Status unreachable(const char* operation, const char* what, const std::string& studyUid, int status) const;
   Status findMeta(const std::string& studyUid, bool create, bool useTemp, std::string& metaDir, const MetaConn& conn,
@@ -81,8 +95,6 @@ private:
   Status createMeta(const std::string& studyUid, std::string& metaDir, const MetaConn& conn) const;
   Status takeOver(const std::string& studyUid, std::string& metaDir, const MetaConn& conn) const;
   Status park(const std::string& studyUid, const MetaConn& conn) const;
-  void restoreFile(const std::filesystem::path& file, const std::string& studyUid,
-                   const std::filesystem::path& metaDir) const;
   Status findTemp(const std::string& studyUid, std::string& metaDir, const MetaConn& conn) const;
 
   std::string metaRepository;

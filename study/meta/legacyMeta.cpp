@@ -7,7 +7,6 @@
 #include "study/meta/storeState.h"
 
 #include <iterator>
-#include <memory>
 #include <set>
 #include <system_error>
 
@@ -18,28 +17,32 @@ namespace
 
 namespace fs = std::filesystem;
 using utils::Logger;
-using utils::MetaConn;
 using utils::Status;
 
-/// A new directory beside `target` under a name that the repository handler never gives out. The destructor removes it,
+/// A directory beside a target under a name that the repository handler never gives out. The destructor removes it,
 /// unless it was renamed.
-class Scratch
+struct Scratch
 {
-public:
-  explicit Scratch(const fs::path& target) : path(base::partPathFor(target, false))
-  {
-    while (!fs::create_directory(path))
-      path = base::partPathFor(target, true);
-  }
+  Scratch() = default;
   ~Scratch()
   {
     std::error_code ignored;
-    fs::remove_all(path, ignored);
+    if (isMade)
+      fs::remove_all(path, ignored);
   }
   Scratch(const Scratch&) = delete;
   Scratch& operator=(const Scratch&) = delete;
 
+  void makeFor(const fs::path& target)
+  {
+    path = base::partPathFor(target, false);
+    while (!fs::create_directory(path))
+      path = base::partPathFor(target, true);
+    isMade = true;
+  }
+
   fs::path path;
+  bool isMade = false;
 };
 
 void reportNotCreated(const std::string& studyUid, const fs::path& scratch, Logger& logger)
@@ -48,34 +51,20 @@ void reportNotCreated(const std::string& studyUid, const fs::path& scratch, Logg
               scratch.c_str());
 }
 
-/// Logs that the meta directory is not created; the exception that it throws on tells why.
-std::unique_ptr<Scratch> makeScratch(const std::string& studyUid, const fs::path& target, Logger& logger)
-{
-  try
-  {
-    return std::make_unique<Scratch>(target);
-  }
-  catch (const std::exception&)
-  {
-    reportNotCreated(studyUid, base::partPathFor(target, false), logger);
-    throw;
-  }
-}
-
 void moveUnlessThere(const fs::path& from, const fs::path& to)
 {
   if (!entryExists(to))
     fs::rename(from, to);
 }
 
-void fillFromLegacy(const fs::path& legacy, const fs::path& target, const MetaConn& conn, Logger& logger)
+void fillFromLegacy(const fs::path& legacy, const fs::path& target, db::DBConnector* db, Logger& logger)
 {
   std::set<std::string> names(std::begin(kMovable), std::end(kMovable));
   names.insert({kStoreState, kObjectMeta});
   for (const std::string& name : names)
     if (isRegularFile(legacy / name))
       fs::copy_file(legacy / name, target / name);
-  if (!entryExists(target / kStoreState) && !writeStoreState(target / kStoreState, defaultStoreState(conn, logger)))
+  if (!entryExists(target / kStoreState) && !writeStoreState(target / kStoreState, defaultStoreState(db, logger)))
     throw imutils::IMException("the default store state could not be written");
 }
 
@@ -104,17 +93,20 @@ bool isLegacyMeta(const fs::path& directory)
   return isRegularFile(directory / kStoreState) || isRegularFile(directory / kObjectMeta);
 }
 
-Status copyLegacyMeta(const fs::path& legacy, const std::string& studyUid, const fs::path& metaDir,
-                      const MetaConn& conn, Logger& logger)
+Status copyLegacyMeta(const fs::path& legacy, const std::string& studyUid, const fs::path& metaDir, db::DBConnector* db,
+                      Logger& logger)
 {
+  Scratch scratch;
   try
   {
-    const auto scratch = makeScratch(studyUid, metaDir, logger);
-    fillFromLegacy(legacy, scratch->path, conn, logger);
-    return publish(scratch->path, studyUid, metaDir, logger);
+    scratch.makeFor(metaDir);
+    fillFromLegacy(legacy, scratch.path, db, logger);
+    return publish(scratch.path, studyUid, metaDir, logger);
   }
   catch (const std::exception& failure)
   {
+    if (!scratch.isMade)
+      reportNotCreated(studyUid, scratch.path, logger);
     logger.logV("MetaManager::copyLegacy() copying the legacy meta of %s failed: %s", studyUid.c_str(), failure.what());
     return utils::STATUS_ERROR;
   }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "study/meta/MetaConn.h"
+#include "db/DBConnector.h"
 #include "support/Logger.h"
 #include "support/Status.h"
 
@@ -17,7 +17,7 @@ bool isLegacyMeta(const std::filesystem::path& directory);
 /// beside it and renamed; files that it has already stay, and the store state appears last. Returns STATUS_OK_COPIED,
 /// STATUS_REPOSITORY_ERROR or STATUS_ERROR, and logs a failure.
 [[nodiscard]] utils::Status copyLegacyMeta(const std::filesystem::path& legacy, const std::string& studyUid,
-                                           const std::filesystem::path& metaDir, const utils::MetaConn& conn,
+                                           const std::filesystem::path& metaDir, db::DBConnector* db,
                                            utils::Logger& logger);
 
 } // namespace tarn::study

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "support/Logger.h"
-
 #include <filesystem>
 
 namespace tarn::study
@@ -16,11 +14,13 @@ constexpr const char* kMovable[] = {"order",  "obsinfo.rec",   "derivationInfo",
 
 /// Links are not followed, since what they lead to is no part of a repository. Both throw filesystem_error where the
 /// system does not tell: what cannot be looked at is not taken for missing.
-bool entryExists(const std::filesystem::path& path);
-bool isRegularFile(const std::filesystem::path& path);
-
-/// Renames, or copies across file systems so that `to` appears only when it is complete. Logs one line for a failure.
-[[nodiscard]] bool moveMetaFile(const std::filesystem::path& from, const std::filesystem::path& to,
-                                utils::Logger& logger);
+inline bool entryExists(const std::filesystem::path& path)
+{
+  return std::filesystem::exists(std::filesystem::symlink_status(path));
+}
+inline bool isRegularFile(const std::filesystem::path& path)
+{
+  return std::filesystem::is_regular_file(std::filesystem::symlink_status(path));
+}
 
 } // namespace tarn::study

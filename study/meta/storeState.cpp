@@ -2,7 +2,6 @@
 #include "study/meta/storeState.h"
 
 #include "base/IMException.h"
-#include "db/DBConnector.h"
 #include "db/DeviceAccessor.h"
 #include "support/SelfRec.h"
 
@@ -17,12 +16,12 @@ namespace
 
 using imutils::IMException;
 
-std::string forwardDeviceNames(const char* targetTable, const char* serviceTable, const utils::MetaConn& conn)
+std::string forwardDeviceNames(const char* targetTable, const char* serviceTable, db::DBConnector* db)
 {
-  if (!conn.connector())
+  if (!db)
     throw IMException("no database connection");
   std::list<db::DeviceRecord> devices;
-  conn.connector()->devices().listAutoForwardDevices(targetTable, serviceTable, devices);
+  db->devices().listAutoForwardDevices(targetTable, serviceTable, devices);
   std::string names;
   for (const db::DeviceRecord& device : devices)
     if (device.type == 'P' || device.type == 'C')
@@ -37,7 +36,7 @@ std::string processMode()
   return imutils::SelfRec::Instance()->getProperty("ProcessMode") == "Store" ? "Store" : "Process";
 }
 
-std::string forwardDevicesLine(const utils::MetaConn& conn, utils::Logger& logger)
+std::string forwardDevicesLine(db::DBConnector* db, utils::Logger& logger)
 {
   // A variable that is set to nothing is set: its empty name is what the database refuses.
   const char* const targetTable = std::getenv("TARGETTBL");
@@ -47,7 +46,7 @@ std::string forwardDevicesLine(const utils::MetaConn& conn, utils::Logger& logge
   std::string names;
   try
   {
-    names = forwardDeviceNames(targetTable, serviceTable, conn);
+    names = forwardDeviceNames(targetTable, serviceTable, db);
   }
   catch (const std::exception& failure)
   {
@@ -56,14 +55,10 @@ std::string forwardDevicesLine(const utils::MetaConn& conn, utils::Logger& logge
   return "ForwardDevices=\"" + names + "\"\n";
 }
 
-std::string storeState(const std::string& mode, const utils::MetaConn& conn, utils::Logger& logger)
+std::string defaultStoreState(db::DBConnector* db, utils::Logger& logger)
 {
-  return "Version=\"1\"\nProcessMode=\"" + mode + "\"\nStudyOwner=\"yes\"\n" + forwardDevicesLine(conn, logger);
-}
-
-std::string defaultStoreState(const utils::MetaConn& conn, utils::Logger& logger)
-{
-  return storeState(processMode(), conn, logger);
+  const std::string start = "Version=\"1\"\nProcessMode=\"" + processMode() + "\"\nStudyOwner=\"yes\"\n";
+  return start + forwardDevicesLine(db, logger);
 }
 
 bool writeStoreState(const std::filesystem::path& file, const std::string& text)

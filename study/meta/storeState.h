@@ -1,6 +1,6 @@
 #pragma once
 
-#include "study/meta/MetaConn.h"
+#include "db/DBConnector.h"
 #include "support/Logger.h"
 
 #include <filesystem>
@@ -13,14 +13,12 @@ namespace tarn::study
 /// when the record cannot be read.
 std::string processMode();
 
-/// The line of the devices (types 'P' and 'C') that studies are forwarded to. A list that cannot be read is logged and
-/// empty. Throws IMException when TARGETTBL or DEVSERVTBL is not set.
-std::string forwardDevicesLine(const utils::MetaConn& conn, utils::Logger& logger);
+/// The line of the devices (types 'P' and 'C') that studies are forwarded to. A list that cannot be read, such as that
+/// of a null `db`, is logged and empty. Throws IMException when TARGETTBL or DEVSERVTBL is not set.
+std::string forwardDevicesLine(db::DBConnector* db, utils::Logger& logger);
 
-/// The text of a new store state. Throws what forwardDevicesLine() throws.
-std::string storeState(const std::string& mode, const utils::MetaConn& conn, utils::Logger& logger);
-/// The same with this host's mode. Throws what processMode() throws, too.
-std::string defaultStoreState(const utils::MetaConn& conn, utils::Logger& logger);
+/// The text of a new store state. Throws what processMode() and forwardDevicesLine() throw.
+std::string defaultStoreState(db::DBConnector* db, utils::Logger& logger);
 
 /// Writes `text` over what `file` holds; false when it could not be written.
 [[nodiscard]] bool writeStoreState(const std::filesystem::path& file, const std::string& text);

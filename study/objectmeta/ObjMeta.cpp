@@ -2,7 +2,7 @@
 #include "study/objectmeta/ObjMeta.h"
 
 #include "base/files.h"
-#include "study/objectmeta/split3.h"
+#include "base/text.h"
 
 #include <cerrno>
 #include <climits>
@@ -15,21 +15,26 @@ namespace tarn::study
 namespace
 {
 
-/// The number that `text` begins with, as sscanf's "%d" reads it; nothing for one that an int cannot hold.
-std::optional<long> leadingInteger(const std::string& text)
+/// Cuts the first line off `rest` and returns it without its newline, which the last line may lack.
+std::optional<std::string_view> nextLine(std::string_view& rest)
 {
+  if (rest.empty())
+    return std::nullopt;
+  const std::string_view line = rest.substr(0, rest.find('\n'));
+  rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+  return line;
+}
+
+/// The number that `line` begins with, as sscanf's "%d" reads it; nothing for one below `least` and for one that an int
+/// cannot hold.
+std::optional<long> numberFrom(long least, std::string_view line)
+{
+  const std::string text(line);
   char* end = nullptr;
   errno = 0;
   const long value = std::strtol(text.c_str(), &end, 10);
-  const bool inRange = errno == 0 && value >= INT_MIN && value <= INT_MAX;
+  const bool inRange = errno == 0 && value >= least && value <= INT_MAX;
   return end != text.c_str() && inRange ? std::optional<long>(value) : std::nullopt;
-}
-
-/// The same, for a number that is `least` or more.
-std::optional<long> numberFrom(long least, std::string_view line)
-{
-  const auto number = leadingInteger(std::string(line));
-  return number && *number >= least ? number : std::nullopt;
 }
 
 std::string lineOf(const ObjMeta::Row& row)
@@ -43,25 +48,6 @@ std::string lineOf(const ObjMeta::Row& row)
 
 } // namespace
 
-/// The lines of a text, without their newlines. The last line may lack its newline.
-class ObjMeta::Lines
-{
-public:
-  explicit Lines(std::string_view rest) : rest(rest) {}
-
-  std::optional<std::string_view> next()
-  {
-    if (rest.empty())
-      return std::nullopt;
-    const std::string_view line = rest.substr(0, rest.find('\n'));
-    rest.remove_prefix(std::min(line.size() + 1, rest.size()));
-    return line;
-  }
-
-private:
-  std::string_view rest;
-};
-
 ImportCode ObjMeta::read(const std::string& path)
 {
   std::string content;
@@ -73,38 +59,38 @@ ImportCode ObjMeta::read(const std::string& path)
   {
     return failure.code == ENOENT ? ImportCode::missing : ImportCode::metaFileUnreadable;
   }
-  Lines lines(content);
-  const ImportCode code = readHeader(lines);
-  return code == ImportCode::imported ? readRows(lines) : code;
+  std::string_view rest = content;
+  const ImportCode code = readHeader(rest);
+  return code == ImportCode::imported ? readRows(rest) : code;
 }
 
-ImportCode ObjMeta::readHeader(Lines& lines)
+ImportCode ObjMeta::readHeader(std::string_view& rest)
 {
-  const auto objectCount = lines.next();
+  const auto objectCount = nextLine(rest);
   if (!objectCount)
     return ImportCode::noObjectCountLine;
   if (!numberFrom(0, *objectCount))
     return ImportCode::badObjectCountLine;
-  const auto columnCount = lines.next();
+  const auto columnCount = nextLine(rest);
   if (!columnCount)
     return ImportCode::noColumnCountLine;
   const auto expected = numberFrom(1, *columnCount);
   if (!expected)
     return ImportCode::badColumnCountLine;
-  const auto names = lines.next();
+  const auto names = nextLine(rest);
   if (!names)
     return ImportCode::noColumnLine;
-  split3<Row, '\t'>(*names, columns);
+  base::split3<Row, '\t'>(*names, columns);
   return columns.size() == static_cast<std::size_t>(*expected) ? ImportCode::imported : ImportCode::wrongColumnCount;
 }
 
-ImportCode ObjMeta::readRows(Lines& lines)
+ImportCode ObjMeta::readRows(std::string_view rest)
 {
   const auto last = std::find(columns.rbegin(), columns.rend(), kKeyColumn);
   if (last == columns.rend())
     return ImportCode::noKeyColumn;
   key = static_cast<std::size_t>(columns.rend() - last) - 1;
-  while (const auto line = lines.next())
+  while (const auto line = nextLine(rest))
     if (!addRow(*line))
       return ImportCode::badRow;
   return ImportCode::imported;
@@ -114,7 +100,7 @@ bool ObjMeta::addRow(std::string_view line)
 {
   Row row;
   row.reserve(columns.size());
-  split3<Row, '\t'>(line, row);
+  base::split3<Row, '\t'>(line, row);
   if (line.empty() || line.back() == '\t')
     row.emplace_back(); // an empty last field, which split3 drops
   if (row.size() != columns.size())

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "study/objectmeta/ImportCode.h"
-
 #include <cstddef>
 #include <map>
 #include <string>
@@ -10,6 +8,28 @@
 
 namespace tarn::study
 {
+
+/// What became of an object meta file. Negative values are the reasons that the log gives for a failed import.
+enum ImportCode : int
+{
+  missing = 1, ///< there is no such file
+  imported = 0,
+  noObjectTable = -1,
+  noObjCacheTable = -2,
+  metaDirectoryFailed = -3,
+  metaFileUnreadable = -4, ///< also when it is no regular file
+  noObjectCountLine = -5,
+  badObjectCountLine = -6,
+  noColumnCountLine = -7,
+  badColumnCountLine = -8,
+  noColumnLine = -9,
+  wrongColumnCount = -10,
+  objectCountUnknown = -11, ///< the database has no row for the study
+  noKeyColumn = -20,
+  objectCountDiffers = -21,
+  badRow = -23,
+  rowsRanOut = -32
+};
 
 /// The content of a study's object meta file, a text file. Its first line is a number that no reader uses, the second
 /// one the number of columns, the third one their names, separated by tabs; each further line is a row of as many
@@ -32,9 +52,8 @@ struct ObjMeta
   std::string text() const;
 
 private:
-  class Lines;
-  [[nodiscard]] ImportCode readHeader(Lines& lines);
-  [[nodiscard]] ImportCode readRows(Lines& lines);
+  [[nodiscard]] ImportCode readHeader(std::string_view& rest);
+  [[nodiscard]] ImportCode readRows(std::string_view rest);
   [[nodiscard]] bool addRow(std::string_view line);
 
   std::size_t key = 0; ///< index of kKeyColumn

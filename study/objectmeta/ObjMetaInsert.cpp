@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <set>
 
+#include <strings.h>
+
 namespace tarn::study
 {
 namespace
@@ -23,15 +25,10 @@ constexpr char kReplacementCharacter[] = "%EF%BF%BD"; // U+FFFD, as it stands in
 /// A server refuses a repeated column itself, with the same text; SQLite accepts the statement.
 void refuseDoubledColumns(const ObjMeta::Row& columns)
 {
-  const auto inCapitals = [](std::string name)
-  {
-    for (char& c : name)
-      c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-    return name;
-  };
-  std::set<std::string> seen;
+  const auto isLess = [](const std::string& a, const std::string& b) { return strcasecmp(a.c_str(), b.c_str()) < 0; };
+  std::set<std::string, decltype(isLess)> seen(isLess);
   for (const std::string& column : columns)
-    if (!seen.insert(inCapitals(column)).second)
+    if (!seen.insert(column).second)
       throw db::DBException("cannot prepare a statement: Column '" + column + "' specified twice");
 }
 
@@ -60,15 +57,13 @@ void bindField(db::QueryBindings& bindings, std::size_t index, std::string& valu
 ObjMetaInsert::ObjMetaInsert(db::DBConnectorSql& db, const std::string& table, ObjMeta& meta)
   : db(db), meta(meta), head("INSERT INTO " + db::requireIdentifier(table) + "("), placeholders("(")
 {
-  const char* separator = "";
   for (const std::string& column : meta.columns)
   {
-    head.append(separator).append(db::requireIdentifier(column));
-    placeholders.append(separator).append("?");
-    separator = ",";
+    head += db::requireIdentifier(column) + ",";
+    placeholders += "?,";
   }
-  head += ") VALUES ";
-  placeholders += ")";
+  head.back() = placeholders.back() = ')';
+  head += " VALUES ";
 }
 
 ImportCode ObjMetaInsert::run()
@@ -92,7 +87,11 @@ ImportCode ObjMetaInsert::run()
 
 bool ObjMetaInsert::insert(std::size_t batch, Position& next)
 {
-  db::TmpPSCache cache(db, statement(batch), static_cast<int>(meta.columns.size() * batch), 0);
+  std::string statement = head;
+  for (std::size_t row = 0; row < batch; ++row)
+    statement.append(row == 0 ? "" : ",").append(placeholders);
+  statement += " ON DUPLICATE KEY UPDATE FNAME=FNAME";
+  db::TmpPSCache cache(db, statement, static_cast<int>(meta.columns.size() * batch), 0);
   const auto bindings = cache.query().mkBindings();
   std::size_t index = 0;
   for (std::size_t row = 0; row < batch; ++row, ++next)
@@ -104,14 +103,6 @@ bool ObjMetaInsert::insert(std::size_t batch, Position& next)
   }
   cache.executeUpdate(cache.query(), *bindings, true);
   return true;
-}
-
-std::string ObjMetaInsert::statement(std::size_t batch) const
-{
-  std::string text = head;
-  for (std::size_t row = 0; row < batch; ++row)
-    text.append(row == 0 ? "" : ",").append(placeholders);
-  return text + " ON DUPLICATE KEY UPDATE FNAME=FNAME";
 }
 
 } // namespace tarn::study

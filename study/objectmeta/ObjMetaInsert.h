@@ -1,15 +1,10 @@
 #pragma once
 
-#include "study/objectmeta/ImportCode.h"
+#include "db/DBConnectorSql.h"
 #include "study/objectmeta/ObjMeta.h"
 
 #include <cstddef>
 #include <string>
-
-namespace tarn::db
-{
-class DBConnectorSql;
-}
 
 namespace tarn::study
 {
@@ -31,7 +26,6 @@ public:
 private:
   using Position = std::map<std::string, ObjMeta::Row>::iterator;
   [[nodiscard]] bool insert(std::size_t batch, Position& next);
-  std::string statement(std::size_t batch) const;
 
   db::DBConnectorSql& db;
   ObjMeta& meta;

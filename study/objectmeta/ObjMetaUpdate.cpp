@@ -50,11 +50,6 @@ void ObjMetaUpdate::read(const std::string& path)
   if (code != ImportCode::imported)
     throw IMException(path + ": cannot be read, import code " + std::to_string(static_cast<int>(code)));
   meta = std::move(found);
-  locateColumns(path);
-}
-
-void ObjMetaUpdate::locateColumns(const std::string& path)
-{
   for (std::size_t i = 0; i < kValues; ++i)
   {
     const auto place = std::find(meta.columns.begin(), meta.columns.end(), kColumns[i]);
@@ -72,9 +67,9 @@ void ObjMetaUpdate::put(const StudyObject& object)
   for (std::size_t i = 0; i < kValues; ++i)
     place->second[places[i]] = values[i];
   if (isNew)
-    ++addedCount;
+    ++added;
   else if (place->second != before)
-    ++changedCount;
+    ++changed;
 }
 
 } // namespace tarn::study
