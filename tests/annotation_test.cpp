@@ -214,7 +214,7 @@ Fields readOf(const std::string& text, bool real)
   return {scanned.count(), std::to_string(real ? wide : number), word};
 }
 
-/// By the C library, whose end of a word of no bytes is none.
+/// The same by the C library.
 Fields scannedOf(const std::string& text, bool real)
 {
   int number = 7;

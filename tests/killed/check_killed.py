@@ -7,18 +7,19 @@ under an output's name is whole, nothing that was there is gone, and the next ru
 the reference's bytes and messages and a database without doubles or errors.
 """
 import collections
-import getpass
 import os
 import pathlib
 import random
 import shutil
+import signal
 import sqlite3
 import subprocess
 import sys
 import tempfile
 import time
 
-sys.path.append(str(pathlib.Path(__file__).parents[1]))
+TESTS = pathlib.Path(__file__).parents[1]
+sys.path.append(str(TESTS))
 from checking import rows_of_copy
 
 KILLS, SERVER_KILLS, ROWS = 150, 20, 2000
@@ -60,26 +61,15 @@ class MariaDB:
     def __init__(self, folder):
         self.folder = folder
         self.url = f"mysql://root@localhost/archive?socket={folder}/s"
-        self.common = ["--no-defaults", f"--datadir={folder}/data", f"--user={getpass.getuser()}"]
-        subprocess.run(["mariadb-install-db", *self.common, "--auth-root-authentication-method=normal",
-                        "--skip-test-db", "--skip-name-resolve"], check=True, capture_output=True)
         self.start()
         self.query("CREATE DATABASE archive", "mysql")
 
     def start(self):
-        with open(self.folder / "log", "ab") as log:
-            self.process = subprocess.Popen(
-                ["mariadbd", *self.common, f"--socket={self.folder}/s", f"--pid-file={self.folder}/pid",
-                 "--skip-networking", "--innodb-buffer-pool-size=32M", "--innodb-log-file-size=8M"],
-                stdout=log, stderr=log)
-        deadline = time.monotonic() + 60
-        while self.client("SELECT 1", "mysql").returncode != 0:
-            expect(time.monotonic() < deadline, "no server: " + (self.folder / "log").read_text())
-            time.sleep(0.05)
+        started = subprocess.run([TESTS / "support/start-server.sh", str(os.getpid()), self.folder])
+        expect(started.returncode == 0, "no server: " + (self.folder / "log").read_text())
 
     def stop(self):
-        self.process.kill()
-        self.process.wait()
+        os.kill(int((self.folder / "pid").read_text()), signal.SIGKILL)
 
     def client(self, sql, database):
         command = ["mariadb", "--no-defaults", "--user=root", f"--socket={self.folder}/s", "-NB", "-e", sql, database]

@@ -2,8 +2,6 @@
 
 #include "tests/support/TempDir.h"
 
-#include <cstdio>
-#include <memory>
 #include <string>
 
 /// A throw-away MariaDB server, without network, its data in a new folder below /tmp. `root` has no password.
@@ -14,6 +12,9 @@ public:
   /// that ends. `options` go to the server's command line, as the shell reads them. Throws std::runtime_error, with the
   /// server's log, when it does not start.
   explicit MariaDbServer(const std::string& options = "");
+  ~MariaDbServer();
+  MariaDbServer(const MariaDbServer&) = delete;
+  MariaDbServer& operator=(const MariaDbServer&) = delete;
   /// The one that many tests share. It is the server of the ctest run where ANNOMEND_TEST_SERVER names the file with
   /// its socket, else one that this program starts.
   static MariaDbServer& shared();
@@ -33,6 +34,5 @@ private:
 
   const TempDir folder{"/tmp"}; // a socket's path has less than 108 characters
   const std::string socketPath = folder / "s";
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> leash{nullptr, pclose}; ///< the pipe that keeps the server alive
   int databases = 0;
 };
