@@ -29,7 +29,7 @@ public:
     const std::string url = onServer ? server().createDatabase() : "sqlite:" + (folder.path() / "db").string();
     const Environment database({{"TARN_DB_URL", url}});
     db = DBConnectorSql::open(Missing::create);
-    ArchiveAdmin(*db).createSchema();
+    db->createTables();
     ArchiveAdmin(*db).registerStudy("1.2", rows, true);
     std::ofstream file(path());
     file << "0\n8\nSTUDYUID\tFNAME\tSOPCLASSUID\tSOPINSTUID\tSERIESUID\tIMGCOLUMNS\tIMGROWS\tIMGFRAMES\n";

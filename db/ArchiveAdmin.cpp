@@ -3,7 +3,6 @@
 
 #include "db/DBConnectorSql.h"
 #include "db/Transaction.h"
-#include "db/createTables.h"
 
 namespace tarn::db
 {
@@ -16,11 +15,6 @@ constexpr char kOfStudy[] = " FROM object_references WHERE ((KIND='STUDYDIR' AND
                             " OR (KIND='OBJECTFILE' AND REFKEY>=? AND REFKEY<?))";
 
 } // namespace
-
-void ArchiveAdmin::createSchema()
-{
-  createTables(db, Tables::all);
-}
 
 std::list<std::string> ArchiveAdmin::listStudies()
 {
@@ -92,9 +86,8 @@ void ArchiveAdmin::clearError(const std::string& studyUid)
 void ArchiveAdmin::removeStudy(const std::string& studyUid)
 {
   Transaction transaction(db);
-  dropFrom("studies", studyUid);
-  dropFrom(kObjCacheTable, studyUid);
-  dropFrom(kObjectTable, studyUid);
+  for (const char* table : {"studies", kObjCacheTable, kObjectTable})
+    dropFrom(table, studyUid);
   queryReferences("DELETE", studyUid);
   transaction.commit();
 }

@@ -35,9 +35,6 @@ class ArchiveAdmin
 public:
   explicit ArchiveAdmin(DBConnectorSql& db) : db(db) {}
 
-  /// Makes the tables that do not exist, under the names that the environment gives.
-  void createSchema();
-
   /// Returns the studies that have a row in `studies` or an entry in the object-cache table, in byte order.
   std::list<std::string> listStudies();
   StudyState studyState(const std::string& studyUid);

@@ -3,33 +3,23 @@
 
 #include "base/environmentValue.h"
 #include "db/DBException.h"
-#include "db/DeviceAccessorSql.h"
-#include "db/GlobalLock.h"
-#include "db/MetaAccessorSql.h"
-#include "db/ObjCacheAccessorSql.h"
-#include "db/ObjectAccessorSql.h"
-#include "db/ReferenceAccessorSql.h"
 #include "db/SqlSession.h"
 #include "db/SqlStatement.h"
-#include "db/createTables.h"
 #include "db/databaseUrl.h"
 #include "db/openSession.h"
-#include "db/runStatement.h"
 #include "db/sqlite/SqliteSession.h"
-
-#include <algorithm>
 
 namespace tarn::db
 {
 
-DBConnectorSql::DBConnectorSql(Missing missing)
-  : missing(missing), referenceAccessor(std::make_unique<ReferenceAccessorSql>(*this)),
-    metaAccessor(std::make_unique<MetaAccessorSql>(*this)),
-    objCacheAccessor(std::make_unique<ObjCacheAccessorSql>(*this)),
-    objectAccessor(std::make_unique<ObjectAccessorSql>(*this)),
-    deviceAccessor(std::make_unique<DeviceAccessorSql>(*this))
+std::unique_ptr<DBConnector> DBConnector::createConnector(int connection)
 {
+  if (connection != 0)
+    throw DBException("there is no connection " + std::to_string(connection));
+  return DBConnectorSql::open(Missing::refuse);
 }
+
+DBConnectorSql::DBConnectorSql(Missing missing) : missing(missing) {}
 
 DBConnectorSql::~DBConnectorSql() = default;
 
@@ -50,7 +40,7 @@ void DBConnectorSql::connect()
   {
     backend = url.empty() ? openSqlite(file, true) : openSession(url, missing);
     if (url.empty() || url == std::string(kSqliteScheme) + kSqliteInMemory) // nobody else makes its tables
-      createTables(*this, Tables::usable);
+      createTables(Tables::usable);
   }
   catch (const DBException& failure)
   {
@@ -71,30 +61,22 @@ std::vector<SqlRow> DBConnectorSql::run(const std::string& sql, const std::vecto
   std::unique_ptr<SqlStatement>& statement = statements[sql];
   if (!statement)
     statement = session().prepare(sql);
-  std::vector<SqlRow> rows;
-  runStatement(*statement, values, [&](SqlRow& row) { rows.push_back(std::move(row)); });
-  return rows;
+  return statement->run(values);
 }
 
-bool DBConnectorSql::isInMemory()
+void DBConnectorSql::createTables(Tables which)
 {
-  return session().isInMemory();
+  for (const std::string& text : tableNames.statements(session().schema(), which))
+    session().execute(text);
 }
 
-void DBConnectorSql::sync()
+GlobalLock DBConnectorSql::tryLock(const std::string& name)
 {
-  session().sync();
-}
-
-std::shared_ptr<GlobalLock> DBConnectorSql::tryLock(const std::string& name)
-{
-  heldLocks.erase(
-      std::remove_if(heldLocks.begin(), heldLocks.end(), [](const auto& held) { return held.second.expired(); }),
-      heldLocks.end());
+  heldLocks.remove_if([](const auto& held) { return held.second.expired(); });
   for (const auto& [heldName, held] : heldLocks)
     if (heldName == name)
       return held.lock();
-  std::shared_ptr<GlobalLock> taken = session().tryLock(name);
+  GlobalLock taken = session().tryLock(name);
   if (taken)
     heldLocks.emplace_back(name, taken);
   return taken;

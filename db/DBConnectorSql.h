@@ -2,9 +2,11 @@
 
 #include "db/ArchiveTables.h"
 #include "db/DBConnector.h"
+#include "db/SqlAccessors.h"
 #include "db/SqlRow.h"
 #include "db/SqlValue.h"
 
+#include <list>
 #include <map>
 #include <memory>
 #include <string>
@@ -14,7 +16,6 @@
 namespace tarn::db
 {
 
-class GlobalLock;
 class SqlSession;
 class SqlStatement;
 
@@ -41,11 +42,11 @@ public:
 
   void connect() override;
 
-  ReferenceAccessor& references() override { return *referenceAccessor; }
-  MetaAccessor& meta() override { return *metaAccessor; }
-  ObjCacheAccessor& objCache() override { return *objCacheAccessor; }
-  ObjectAccessor& objects() override { return *objectAccessor; }
-  DeviceAccessor& devices() override { return *deviceAccessor; }
+  ReferenceAccessor& references() override { return accessors; }
+  MetaAccessor& meta() override { return accessors; }
+  ObjCacheAccessor& objCache() override { return accessors; }
+  ObjectAccessor& objects() override { return accessors; }
+  DeviceAccessor& devices() override { return accessors; }
 
   /// Runs a statement with these texts and whole numbers for its parameters, and returns its rows. It is prepared when
   /// it first runs, and kept: its text is one that is known when this is compiled, but for the names of tables. Outside
@@ -56,17 +57,16 @@ public:
     return run(sql, {toSqlValue(values)...});
   }
 
+  /// Connects when it is first called.
   SqlSession& session();
   const ArchiveTables& tables() const { return tableNames; }
-  /// Whether the database ends with this connection: nobody else sees what is written.
-  bool isInMemory();
-  /// Returns when every change that has been committed survives a power cut; throws DBException.
-  void sync();
+  /// Makes the tables of the archive that do not exist, under the names of tables(). Throws DBException.
+  void createTables(Tables which = Tables::all);
   bool inTransaction() const { return transactionOpen; }
 
   /// Tries once, without waiting, to get the lock `name`. Returns null when another connection holds it, and the same
   /// lock where this connection holds it already: it is given back when the last owner drops it. Throws DBException.
-  std::shared_ptr<GlobalLock> tryLock(const std::string& name);
+  std::shared_ptr<void> tryLock(const std::string& name);
 
 private:
   friend class Transaction;
@@ -77,13 +77,9 @@ private:
   std::unique_ptr<SqlSession> backend; ///< null until it is connected
   ArchiveTables tableNames;
   bool transactionOpen = false;
-  std::vector<std::pair<std::string, std::weak_ptr<GlobalLock>>> heldLocks;
+  std::list<std::pair<std::string, std::weak_ptr<void>>> heldLocks;
   std::map<std::string, std::unique_ptr<SqlStatement>> statements; ///< of the session, by their text; go before it
-  std::unique_ptr<ReferenceAccessor> referenceAccessor;
-  std::unique_ptr<MetaAccessor> metaAccessor;
-  std::unique_ptr<ObjCacheAccessor> objCacheAccessor;
-  std::unique_ptr<ObjectAccessor> objectAccessor;
-  std::unique_ptr<DeviceAccessor> deviceAccessor;
+  SqlAccessors accessors{*this};
 };
 
 } // namespace tarn::db

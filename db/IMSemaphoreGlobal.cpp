@@ -3,7 +3,6 @@
 
 #include "db/DBConnectorSql.h"
 #include "db/DBException.h"
-#include "db/GlobalLock.h"
 
 #include <utility>
 

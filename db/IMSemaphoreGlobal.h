@@ -8,7 +8,6 @@
 namespace tarn::db
 {
 class DBConnector;
-class GlobalLock;
 } // namespace tarn::db
 
 namespace tarn::imutils
@@ -32,7 +31,7 @@ protected:
 private:
   std::string name;
   tarn::db::DBConnector* db;
-  std::shared_ptr<tarn::db::GlobalLock> held;
+  std::shared_ptr<void> held;
 };
 
 } // namespace tarn::imutils

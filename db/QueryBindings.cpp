@@ -34,10 +34,7 @@ SqlValue bytesAt(const void* buffer, std::size_t length)
 
 } // namespace
 
-QueryBindings::QueryBindings(int params, int results) : params(static_cast<std::size_t>(params))
-{
-  lastRow.columns.resize(static_cast<std::size_t>(results));
-}
+QueryBindings::QueryBindings(int params, int /*results*/) : params(static_cast<std::size_t>(params)) {}
 
 void QueryBindings::bindParam(int index, enum_field_types type, const void* buffer, unsigned long bufferLength,
                               const unsigned long* length, const bool* isNull, SignedFlag sign)

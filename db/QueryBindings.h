@@ -1,11 +1,9 @@
 #pragma once
 
-#include "db/SqlRow.h"
 #include "db/SqlValue.h"
 
 #include <mysql.h> // enum_field_types
 
-#include <utility>
 #include <vector>
 
 namespace tarn::db
@@ -17,12 +15,12 @@ enum class SignedFlag
   Unsigned
 };
 
-/// The values that go into a statement and the row that comes out of it. Parameters count from 0; an index that is out
+/// The values that go into a statement. Parameters count from 0; an index that is out
 /// of range, and a parameter that was not bound when the statement runs, is a DBException.
 class QueryBindings
 {
 public:
-  /// The row of a query is as wide as its result; `results` says how wide that is to be.
+  /// `results` is what callers pass, and has no effect.
   QueryBindings(int params, int results);
 
   /// Binds `buffer`, which is read when the statement runs, and borrowed until then, as are `length` and `isNull`.
@@ -35,10 +33,6 @@ public:
 
   /// What the statement is to be given now.
   std::vector<SqlValue> values() const;
-
-  /// The row fetched last.
-  const SqlRow& row() const { return lastRow; }
-  void setRow(SqlRow row) { lastRow = std::move(row); }
 
 private:
   struct Param
@@ -54,7 +48,6 @@ private:
   static SqlValue value(const Param& param);
 
   std::vector<Param> params;
-  SqlRow lastRow;
 };
 
 } // namespace tarn::db

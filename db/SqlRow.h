@@ -11,7 +11,6 @@ namespace tarn::db
 /// One fetched row. Columns count from 0; an index that is out of range is a DBException.
 struct SqlRow
 {
-  bool isNull(std::size_t column) const { return !at(column); }
   /// The bytes of a column, empty for NULL.
   const std::string& text(std::size_t column) const;
   /// The number in a column, 0 for NULL. Throws DBException when it is no number of 32 bits.

@@ -7,8 +7,11 @@
 namespace tarn::db
 {
 
-class GlobalLock;
 class SqlStatement;
+
+/// A lock between processes; null where it is not held. It is given back with its last owner, and no later than when
+/// the process ends.
+using GlobalLock = std::shared_ptr<void>;
 
 /// One open connection of a backend. SQL is written in the dialect of MySQL, and a backend translates what it spells in
 /// another way. Operations throw DBException with the library's own text.
@@ -24,7 +27,7 @@ public:
   /// commits back, never one without those after it. A server decides this for itself.
   virtual void sync() = 0;
   /// Tries once, without waiting, to get the lock `name`. Returns null while somebody else holds it.
-  virtual std::unique_ptr<GlobalLock> tryLock(const std::string& name) = 0;
+  virtual GlobalLock tryLock(const std::string& name) = 0;
   /// Whether the database ends with this connection.
   virtual bool isInMemory() const = 0;
   /// Returns the statements that make the tables, each ended by a semicolon.

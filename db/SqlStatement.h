@@ -13,6 +13,11 @@ namespace tarn::db
 class SqlStatement
 {
 public:
+  /// Runs the statement to its end and returns its rows. REQUIRES: it has as many parameters, else a DBException.
+  std::vector<SqlRow> run(const std::vector<SqlValue>& params);
+  /// Throws DBException when a statement was given another number of `what` than it needs.
+  static void requireCount(const char* what, std::size_t given, std::size_t needed);
+
   virtual std::size_t paramCount() const = 0;
   virtual std::size_t resultCount() const = 0;
 

@@ -3,6 +3,7 @@
 #include "db/PSCache.h"
 
 #include <string>
+#include <utility>
 
 namespace tarn::db
 {
@@ -11,7 +12,12 @@ namespace tarn::db
 class TmpPSCache : public PSCache
 {
 public:
-  TmpPSCache(DBConnectorSql& db, std::string text, int params, int results);
+  TmpPSCache(DBConnectorSql& db, std::string text, int params, int results)
+    : PSCache(db), text(std::move(text)), only([this] { return this->text; }, params, results)
+  {
+    registerQuery(only);
+    init();
+  }
 
   const PsQuery& query() const { return only; }
 

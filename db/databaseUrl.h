@@ -1,6 +1,6 @@
 #pragma once
 
-#include "db/mysql/MysqlAddress.h"
+#include "db/mysql/mysqlModule.h"
 
 #include <string>
 

@@ -8,9 +8,9 @@
 #include "db/DBException.h"
 #include "db/SqlSession.h"
 #include "db/databaseUrl.h"
-#include "db/openMysql.h"
 #include "db/sqlite/SqliteSession.h"
 
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -42,12 +42,32 @@ std::optional<std::string> passwordFromFile()
   throw DBException("the file that TARN_DB_PASSWORD_FILE names cannot be read, or is empty");
 }
 
+using Open = decltype(&annomend_open_mysql);
+
+/// The module lies beside the library, or in the folder of libraries beside that of the program. The loader knows where
+/// this code is ($ORIGIN); a run path would make it look there for every library at every start.
+constexpr const char* kPlaces[] = {"$ORIGIN/" ANNOMEND_MYSQL_MODULE, ANNOMEND_MODULE_FOLDER "/" ANNOMEND_MYSQL_MODULE};
+
+/// Loads the backend for a server, which stays loaded.
+Open loadMysql()
+{
+  void* module = nullptr;
+  for (const char* place : kPlaces)
+    if (!module)
+      module = dlopen(place, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+  void* entry = module ? dlsym(module, "annomend_open_mysql") : nullptr;
+  if (!entry)
+    throw DBException("the MySQL backend cannot be loaded: " + base::printable(dlerror()));
+  return reinterpret_cast<Open>(entry);
+}
+
 std::unique_ptr<SqlSession> openServer(const std::string& url)
 {
   MysqlAddress address = parseMysqlUrl(url);
   if (!address.password)
     address.password = passwordFromFile();
-  return openMysql(address);
+  static const Open openMysql = loadMysql();
+  return std::unique_ptr<SqlSession>(openMysql(address));
 }
 
 std::unique_ptr<SqlSession> openEmbedded(const std::string& url, Missing missing)

@@ -7,7 +7,7 @@
 
 #include <memory>
 #include <string>
-#include <string_view>
+#include <utility>
 
 namespace tarn::dicom
 {
@@ -17,7 +17,10 @@ struct InputFile : base::RegularFile
 {
   using RegularFile::RegularFile;
 
-  std::string bytes; ///< the whole file; empty where it is to be read in parts, as they are asked for
+  /// Reads the `length` bytes at `offset`, which lie in the file. Throws base::FileError.
+  void copy(std::uint64_t offset, char* buffer, std::size_t length) const;
+
+  std::string start; ///< the first bytes of the file, or all: they are not read again
 };
 
 /// Gives the toolkit's parser the bytes of a file from `offset` on. A failure to read ends it with a status that says
@@ -25,7 +28,7 @@ struct InputFile : base::RegularFile
 class FileProducer : public DcmProducer
 {
 public:
-  FileProducer(std::shared_ptr<const InputFile> file, offile_off_t offset);
+  FileProducer(std::shared_ptr<const InputFile> file, offile_off_t offset) : file(std::move(file)), position(offset) {}
 
   OFBool good() const override { return condition.good(); }
   OFCondition status() const override { return condition; }
@@ -38,29 +41,9 @@ public:
   const std::shared_ptr<const InputFile>& source() const { return file; }
 
 private:
-  bool fill();
-
   std::shared_ptr<const InputFile> file;
   offile_off_t position;
-  std::string ahead;           ///< what was read ahead from a file that is read in parts
-  std::string_view block;      ///< the bytes at hand
-  offile_off_t blockStart = 0; ///< their place in the file
   OFCondition condition;
-};
-
-/// Makes the streams by which the toolkit reads values that it passed over.
-class ValueFactory : public DcmInputStreamFactory
-{
-public:
-  ValueFactory(std::shared_ptr<const InputFile> file, offile_off_t offset);
-
-  DcmInputStream* create() const override;
-  DcmInputStreamFactory* clone() const override { return new ValueFactory(file, offset); }
-  DcmInputStreamFactoryType ident() const override { return DFT_DcmInputFileStreamFactory; }
-
-private:
-  std::shared_ptr<const InputFile> file;
-  offile_off_t offset;
 };
 
 } // namespace tarn::dicom

@@ -19,6 +19,34 @@ namespace
   return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
 }
 
+/// Reads a value that the parser passed over.
+class ValueStream : public DcmInputStream
+{
+public:
+  ValueStream(std::shared_ptr<const InputFile> file, offile_off_t offset)
+    : DcmInputStream(&producer), producer(std::move(file), offset)
+  {
+  }
+  DcmInputStreamFactory* newFactory() const override { return nullptr; }
+
+private:
+  FileProducer producer;
+};
+
+class ValueFactory : public DcmInputStreamFactory
+{
+public:
+  ValueFactory(std::shared_ptr<const InputFile> file, offile_off_t offset) : file(std::move(file)), offset(offset) {}
+
+  DcmInputStream* create() const override { return new ValueStream(file, offset); }
+  DcmInputStreamFactory* clone() const override { return new ValueFactory(*this); }
+  DcmInputStreamFactoryType ident() const override { return DFT_DcmInputFileStreamFactory; }
+
+private:
+  std::shared_ptr<const InputFile> file;
+  offile_off_t offset;
+};
+
 } // namespace
 
 InputStream::InputStream(std::shared_ptr<const InputFile> file, const ReadLimits& limits)

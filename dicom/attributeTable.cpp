@@ -14,7 +14,7 @@ namespace
 
 const char* text(Uint32 place)
 {
-  return place == 0 ? nullptr : &kTexts[place / kTextBlock][place % kTextBlock];
+  return place == 0 ? nullptr : &kTexts[place];
 }
 
 } // namespace

@@ -3,18 +3,14 @@
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dcdicent.h>
 
-#include <cstddef>
 #include <memory>
 
 namespace tarn::dicom
 {
 
-/// Bytes of a block of texts. Texts are found by their place, block after block, instead of by pointers, which the
-/// loader would have to write into the table at every start.
-constexpr std::size_t kTextBlock = 4096;
-
 /// A row of the data dictionary that was installed when this was built. `name`, `version` and `privateCreator` are
-/// places of texts, 0 for none; the other numbers are those of DcmDictEntry.
+/// places of texts, 0 for none: pointers would have to be written into the table by the loader at every start. The
+/// other numbers are those of DcmDictEntry.
 struct Attribute
 {
   Uint16 group, element, upperGroup, upperElement;
@@ -30,7 +26,6 @@ struct AttributeRows
 
   const Attribute* begin() const { return first; }
   const Attribute* end() const { return last; }
-  std::size_t size() const { return static_cast<std::size_t>(last - first); }
 };
 
 /// The rows of one attribute each, ordered by group and element.

@@ -6,6 +6,7 @@
 #include "dicom/InputStream.h"
 #include "dicom/failure.h"
 
+#include <algorithm>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -18,6 +19,9 @@ namespace
 /// Bytes of a value that the parser copies at once. Longer ones it passes over, finding out whether they are there; a
 /// dump shows them as not loaded.
 constexpr Uint32 kMaxReadLength = 4096;
+
+/// Bytes of a file that are read at once where long values stay in it: usually all that stands before the pixels.
+constexpr std::uint64_t kReadAhead = 65536;
 
 /// The transfer syntax that file meta information says, which is itself always explicit VR little endian (PS3.10 7.1).
 DcmXfer transferSyntaxOf(std::string_view bytes)
@@ -64,33 +68,21 @@ OFCondition parse(DcmFileFormat& file, std::shared_ptr<const InputFile> source, 
 
 } // namespace
 
-OFCondition loadFile(DcmFileFormat& file, const std::string& path)
+OFCondition loadFile(DcmFileFormat& file, const std::string& path, LongValues longValues)
 {
   const ReadLimits limits = ReadLimits::fromEnvironment();
   try
   {
     const auto source = std::make_shared<InputFile>(path);
-    if (source->size > limits.fileBytes)
+    const bool isWhole = longValues == LongValues::inMemory;
+    if (isWhole && source->size > limits.fileBytes)
       return failure(
           base::joined("The file has ", source->size, " bytes, and TARN_MAX_FILE_BYTES allows ", limits.fileBytes));
-    source->bytes = source->content();
-    if (needsDictionary(source->bytes))
+    source->start.resize(isWhole ? source->size : std::min(source->size, kReadAhead));
+    source->read(0, source->start.data(), source->start.size());
+    if (!isWhole || needsDictionary(source->start))
       completeDictionary();
     return parse(file, source, limits);
-  }
-  catch (const base::FileError& error)
-  {
-    return failure(error.what());
-  }
-}
-
-OFCondition loadLazily(DcmFileFormat& file, const std::string& path)
-{
-  completeDictionary();
-  const ReadLimits limits = ReadLimits::fromEnvironment();
-  try
-  {
-    return parse(file, std::make_shared<InputFile>(path), limits);
   }
   catch (const base::FileError& error)
   {

@@ -8,6 +8,13 @@
 namespace tarn::dicom
 {
 
+/// Where values that the parser passes over stay.
+enum class LongValues
+{
+  inMemory,
+  inFile
+};
+
 /// Loads a DICOM file as DcmFileFormat::loadFile does (transfer syntax found out, group lengths unchanged), but reads
 /// it whole and with the result of every read checked: values that the object copies later come from memory. Refuses
 /// what is no regular file, sequences that are nested so deeply that reading them would use up the stack, and what is
@@ -15,10 +22,9 @@ namespace tarn::dicom
 /// does.
 ///
 /// Completes the process's data dictionary (dictionary.h) unless the file is all explicit VR.
-OFCondition loadFile(DcmFileFormat& file, const std::string& path);
-
-/// Loads as loadFile does, but leaves values of more than 4096 bytes in the file, from where they are read when they
-/// are used: the file may have any size. Always completes the data dictionary.
-OFCondition loadLazily(DcmFileFormat& file, const std::string& path);
+///
+/// With LongValues::inFile, values of more than 4096 bytes stay in the file, from where they are read when they are
+/// used: the file may have any size. The data dictionary is always completed.
+OFCondition loadFile(DcmFileFormat& file, const std::string& path, LongValues longValues = LongValues::inMemory);
 
 } // namespace tarn::dicom

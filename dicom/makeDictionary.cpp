@@ -16,9 +16,7 @@
 namespace
 {
 
-using tarn::dicom::kTextBlock;
-
-/// The texts of all entries, each once, in blocks that none of them crosses.
+/// The texts of all entries, each once and followed by a NUL.
 class Texts
 {
 public:
@@ -27,38 +25,24 @@ public:
   {
     if (!text)
       return 0;
-    const auto known = places.find(text);
-    return known != places.end() ? known->second : add(text);
+    const auto [known, isNew] = places.try_emplace(text, bytes.size());
+    if (isNew)
+      bytes.append(text).push_back('\0');
+    return known->second;
   }
 
+  /// As numbers: a literal may not have that many bytes.
   void write(std::ostream& out) const
   {
-    out << "constexpr char kTexts[][kTextBlock] = {\n";
-    for (const std::string& block : blocks)
-      out << '"' << block << "\",\n";
+    out << "constexpr char kTexts[] = {";
+    for (const char byte : bytes)
+      out << static_cast<int>(byte) << ',';
     out << "};\n";
   }
 
 private:
-  std::size_t add(const std::string& text)
-  {
-    if (blocks.empty() || used + text.size() + 1 >= kTextBlock) // the literal ends with a NUL of its own
-    {
-      blocks.emplace_back();
-      used = blocks.size() == 1 ? 1 : 0; // place 0 stands for null
-      blocks.back() = used == 1 ? "\\0" : "";
-    }
-    const std::size_t place = (blocks.size() - 1) * kTextBlock + used;
-    used += text.size() + 1;
-    for (const char c : text)
-      blocks.back() += c == '"' || c == '\\' ? std::string("\\") + c : std::string(1, c);
-    blocks.back() += "\\0\"\""; // a digit that follows is no part of the escape
-    return places[text] = place;
-  }
-
   std::map<std::string, std::size_t> places;
-  std::vector<std::string> blocks; ///< as they stand in a literal
-  std::size_t used = 0;            ///< bytes of the last block
+  std::string bytes = std::string(1, '\0'); ///< place 0 stands for null
 };
 
 void writeRow(std::ostream& out, Texts& texts, const DcmDictEntry& entry)

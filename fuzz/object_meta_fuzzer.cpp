@@ -34,7 +34,7 @@ public:
     expect(dlopen(ANNOMEND_HANDLER_HOME "/lib/RepositoryHandler.so", RTLD_NOW) != nullptr, "the handler library");
     std::filesystem::create_directory(root / "meta" / kStudy);
     put(root / "meta" / kStudy / "storestate.rec", "Version=\"1\"\n");
-    ArchiveAdmin(*db).createSchema();
+    db->createTables();
   }
 
   void begin(std::size_t count)

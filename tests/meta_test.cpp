@@ -2,7 +2,6 @@
 #include "tests/support/Files.h"
 #include "tests/support/LogFile.h"
 
-#include "db/ArchiveAdmin.h"
 #include "db/DBConnectorSql.h"
 #include "base/IMException.h"
 #include "base/IMLogger.h"
@@ -142,7 +141,7 @@ TEST_F(MetaTest, TheDefaultStoreStateNamesModeAndDevices)
 {
   const Environment database{{{"TARN_DB_URL", "sqlite:" + folder / "db"}}};
   const auto db = tarn::db::DBConnectorSql::open(tarn::db::Missing::create);
-  tarn::db::ArchiveAdmin(*db).createSchema();
+  db->createTables();
   db->session().execute("INSERT INTO forward_targets VALUES ('b','P'),('X','X'),('a','C'),('B','C'),('c','P')");
   db->session().execute("INSERT INTO forward_services VALUES ('b','store',1),('b','query',1),('X','store',1),"
                         "('a','store',1),('B','store',1),('c','store',0)");

@@ -70,7 +70,7 @@ std::string metaText(int rows)
 class ObjCache : public testing::TestWithParam<const char*>, protected ArchiveFolder
 {
 protected:
-  ObjCache() { ArchiveAdmin(*db).createSchema(); }
+  ObjCache() { db->createTables(); }
   /// The study with this meta file, its row of `studies` (negative: none), and nothing else.
   void begin(const std::string& text, int count, bool required = false)
   {
@@ -104,12 +104,12 @@ protected:
       return failure.what();
     }
   }
-  Lines rows() { return select(*db, "SELECT FNAME,SOPINSTUID FROM objects WHERE STUDYUID='s' ORDER BY FNAME", 2); }
+  Lines rows() { return select(*db, "SELECT FNAME,SOPINSTUID FROM objects WHERE STUDYUID='s' ORDER BY FNAME"); }
   /// "STATUS,ERROR" of the entry, if there is one, and "KIND,REFKEY" of each error reference.
   Lines state()
   {
     const std::string references = "SELECT KIND,REFKEY FROM object_references WHERE NAME='ocerror' ORDER BY 1,2";
-    return select(*db, "SELECT STATUS,ERROR FROM object_cache UNION ALL " + references, 2);
+    return select(*db, "SELECT STATUS,ERROR FROM object_cache UNION ALL " + references);
   }
 
   const bool isEmbedded = GetParam() == std::string("SQLite");

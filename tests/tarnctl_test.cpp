@@ -280,7 +280,7 @@ TEST_F(Tarnctl, WhatItDidStandsInTheFileWithoutItsLog)
   {
     if (command == "clear-error 1.2.3")
       other->references().addReference(kStudy, "STUDYDIR", "ocerror");
-    other->sync();
+    other->session().sync();
     run(command);
     const std::string status = run("status");
     fs::copy_file(root / "archive.db", root / "alone.db", fs::copy_options::overwrite_existing);

@@ -5,6 +5,7 @@
 #include "base/PartFile.h"
 #include "base/files.h"
 #include "db/DBConnectorSql.h"
+#include "db/SqlSession.h"
 #include "study/cache/StudyLock.h"
 #include "study/meta/metaFiles.h"
 #include "study/meta/storeState.h"
@@ -139,7 +140,7 @@ void StudyAdmin::resetEntry(const std::string& studyUid, const db::StudyState& s
     admin.registerStudy(studyUid, state.row->objectCount, state.row->metaRequired);
   else
     admin.clearError(studyUid);
-  db.sync();
+  db.session().sync();
 }
 
 void StudyAdmin::clearError(const std::string& studyUid)

@@ -129,7 +129,7 @@ study::StudyObject readStudyObject(const std::string& path)
 {
   requireDicom(path);
   DcmFileFormat file;
-  if (const OFCondition status = dicom::loadLazily(file, path); status.bad()) // pixel data stay in their file
+  if (const OFCondition status = dicom::loadFile(file, path, dicom::LongValues::inFile); status.bad())
     throw UnusableObject(status.text());
   if (isDirectoryOfMedia(file))
     throw NoObject("a DICOMDIR");

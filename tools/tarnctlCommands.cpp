@@ -6,6 +6,7 @@
 #include "base/report.h"
 #include "base/text.h"
 #include "db/DBConnectorSql.h"
+#include "db/SqlSession.h"
 #include "repository/client/IMRepositoryHandlerIface.h"
 #include "tools/FileList.h"
 #include "tools/Progress.h"
@@ -32,7 +33,7 @@ constexpr const char* kNeededToAdd[] = {"OBJECTTBL",          "QXOBJCACHETBL",  
 std::unique_ptr<DBConnectorSql> openDatabase(db::Missing missing = db::Missing::refuse)
 {
   auto db = DBConnectorSql::open(missing);
-  if (db->isInMemory())
+  if (db->session().isInMemory())
     throw IMException("the database would be in memory and end with this command (set TARN_DB_URL)");
   return db;
 }
@@ -209,8 +210,8 @@ void printTable(const std::vector<Row>& rows)
 bool initDatabase()
 {
   const auto db = openDatabase(db::Missing::create);
-  db::ArchiveAdmin(*db).createSchema();
-  db->sync();
+  db->createTables();
+  db->session().sync();
   base::trace("The tables of the database are there.");
   return true;
 }
@@ -226,7 +227,7 @@ bool addStudies(const std::vector<std::string>& paths, const AddOptions& options
   std::size_t registered = 0;
   for (const auto& [studyUid, objects] : reading.studies)
     registered += addOne(admin, studyUid, objects, options) ? 1 : 0;
-  db->sync();
+  db->session().sync();
   base::trace(counted(registered, "study", "studies"), " registered; files: ", reading.objects, " read, ",
               reading.skipped, " skipped, ", reading.failed, " failed");
   return registered > 0 && registered == reading.studies.size() && reading.failed == 0;
@@ -253,7 +254,7 @@ bool clearError(const std::string& studyUid)
 {
   const auto db = openDatabase();
   StudyAdmin(*db).clearError(studyUid);
-  db->sync();
+  db->session().sync();
   base::trace(studyUid, ": the next run imports it");
   return true;
 }
@@ -262,7 +263,7 @@ bool removeStudy(const std::string& studyUid)
 {
   const auto db = openDatabase();
   StudyAdmin(*db).remove(studyUid);
-  db->sync();
+  db->session().sync();
   base::trace(studyUid, ": removed");
   return true;
 }

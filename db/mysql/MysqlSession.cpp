@@ -1,11 +1,9 @@
 // The backend for a server: how it is connected to.
-#include "db/mysql/MysqlAddress.h"
 #include "db/mysql/mysqlHandles.h"
-#include "db/mysql/MysqlLock.h"
 #include "db/mysql/MysqlStatement.h"
 #include "db/SqlSession.h"
 #include "db/mysql/mysqlModule.h"
-#include "db/mysql/mysqlSchema.h"
+#include "mysqlSchema.h"
 
 #include <utility>
 
@@ -20,6 +18,42 @@ constexpr unsigned kAnswerSeconds = 120; // above the time that the server itsel
 // latin1 lets every byte through as it is, and takes blanks after a number as the embedded database does.
 constexpr char kSessionSettings[] = "SET NAMES latin1, SESSION sql_mode='STRICT_ALL_TABLES,NO_ENGINE_SUBSTITUTION', "
                                     "SESSION time_zone='+00:00', SESSION autocommit=1";
+
+// The server takes names of up to 64 characters, and a SHA-256 in hexadecimal has just these.
+constexpr char kTakeLock[] = "SELECT GET_LOCK(IF(LENGTH(?)<=64,?,SHA2(?,256)),0)";
+constexpr char kGiveLockBack[] = "SELECT RELEASE_LOCK(IF(LENGTH(?)<=64,?,SHA2(?,256)))";
+
+/// What a function on locks says: "1" for done; nothing when it failed.
+std::optional<std::string> askOfLock(MYSQL* connection, const char* sql, const std::string& name)
+{
+  MysqlStatement statement(connection, sql);
+  const std::string_view value = name;
+  statement.execute({value, value, value});
+  SqlRow row;
+  return statement.fetch(row) ? row.columns.front() : std::nullopt;
+}
+
+/// A lock of the server that belongs to one connection.
+struct MysqlLock
+{
+  MysqlLock(MysqlConnection connection, std::string name) : connection(std::move(connection)), name(std::move(name)) {}
+  ~MysqlLock()
+  {
+    try
+    {
+      askOfLock(connection.get(), kGiveLockBack, name);
+    }
+    catch (const DBException&)
+    {
+      // The connection is lost, and the lock went with it.
+    }
+  }
+  MysqlLock(const MysqlLock&) = delete;
+  MysqlLock& operator=(const MysqlLock&) = delete;
+
+  const MysqlConnection connection;
+  const std::string name;
+};
 
 class MysqlSession : public SqlSession
 {
@@ -37,9 +71,15 @@ public:
   }
   void begin() override { execute("START TRANSACTION"); }
   void sync() override {}
-  std::unique_ptr<GlobalLock> tryLock(const std::string& name) override { return MysqlLock::tryLock(connection, name); }
+  GlobalLock tryLock(const std::string& name) override
+  {
+    const auto answer = askOfLock(connection.get(), kTakeLock, name);
+    if (!answer)
+      throw DBException("the server could not give the lock " + base::printable(name));
+    return *answer == "1" ? std::make_shared<MysqlLock>(connection, name) : nullptr;
+  }
   bool isInMemory() const override { return false; }
-  std::string_view schema() const override { return mysqlSchema(); }
+  std::string_view schema() const override { return kMysqlSchema; }
 
 private:
   MysqlConnection connection;

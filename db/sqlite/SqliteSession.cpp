@@ -3,10 +3,9 @@
 
 #include "base/Fd.h"
 #include "db/DBException.h"
-#include "db/sqlite/FileLock.h"
-#include "db/sqlite/sqliteHandles.h"
+#include "db/sqlite/lockFile.h"
 #include "db/sqlite/SqliteStatement.h"
-#include "db/sqlite/sqliteSchema.h"
+#include "sqliteSchema.h"
 
 #include <fcntl.h>
 
@@ -23,6 +22,8 @@ namespace
 // Writers hold the database for one statement or a short transaction: a minute is more than any queue of them needs.
 constexpr int kBusyMilliseconds = 60000;
 constexpr int kSwitchRetryMilliseconds = 5;
+
+using SqliteConnection = std::unique_ptr<sqlite3, base::Closer<sqlite3_close_v2>>;
 
 class SqliteSession : public SqlSession
 {
@@ -46,14 +47,14 @@ public:
     const int code = sqlite3_wal_checkpoint_v2(connection.get(), nullptr, SQLITE_CHECKPOINT_FULL, nullptr, nullptr);
     checkSqlite(code, "cannot write the log to the file", connection.get());
   }
-  std::unique_ptr<GlobalLock> tryLock(const std::string& name) override
+  GlobalLock tryLock(const std::string& name) override
   {
     if (isInMemory())
-      return std::make_unique<GlobalLock>(); // nobody else sees this database
-    return FileLock::tryLock(file(), name);
+      return std::make_shared<char>(); // nobody else sees this database
+    return tryLockBeside(file(), name);
   }
   bool isInMemory() const override { return file().empty(); }
-  std::string_view schema() const override { return sqliteSchema(); }
+  std::string_view schema() const override { return kSqliteSchema; }
 
 private:
   /// The library's own name of the file, so that every way to write its path gives one lock; empty in memory.

@@ -1,12 +1,47 @@
-// A prepared statement of the embedded database.
+// A prepared statement of the embedded database, and how a failure of the library becomes an exception.
 #include "db/sqlite/SqliteStatement.h"
 
-#include "db/sqlite/sqliteDialect.h"
+#include "base/text.h"
+#include "db/DBException.h"
+
+#include <regex>
+#include <system_error>
 
 namespace tarn::db
 {
 namespace
 {
+
+/// The library's text, and the system's where one of its calls failed.
+std::string textOf(int code, sqlite3* connection)
+{
+  if (!connection)
+    return "out of memory";
+  const std::string text = base::printable(sqlite3_errmsg(connection));
+  const int primary = code & 0xFF;
+  const int error = primary == SQLITE_CANTOPEN || primary == SQLITE_IOERR ? sqlite3_system_errno(connection) : 0;
+  return error == 0 ? text : text + " (" + std::generic_category().message(error) + ")";
+}
+
+/// What MySQL's clause sets, as SQLite's clause. VALUES(COLUMN), the value that was to be inserted, is excluded.COLUMN.
+std::string conflictClause(const std::string& assignments)
+{
+  const auto equals = assignments.find('=');
+  if (equals != std::string::npos && assignments.substr(0, equals) == assignments.substr(equals + 1))
+    return "ON CONFLICT DO NOTHING";
+  static const std::regex kNewValue(R"(VALUES\(([^)]*)\))");
+  return "ON CONFLICT DO UPDATE SET " + std::regex_replace(assignments, kNewValue, "excluded.$1");
+}
+
+/// `sql`, in the dialect of MySQL, as SQLite spells it, which differs in the duplicate-key clause of an INSERT.
+std::string fromMysqlDialect(const std::string& sql)
+{
+  constexpr std::string_view kClause = "ON DUPLICATE KEY UPDATE ";
+  const auto clause = sql.rfind(kClause);
+  if (clause == std::string::npos)
+    return sql;
+  return sql.substr(0, clause) + conflictClause(sql.substr(clause + kClause.size()));
+}
 
 sqlite3_stmt* prepare(sqlite3* connection, const std::string& sql)
 {
@@ -26,6 +61,12 @@ std::optional<std::string> columnOf(sqlite3_stmt* statement, int column)
 }
 
 } // namespace
+
+void checkSqlite(int code, const char* what, sqlite3* connection)
+{
+  if (code != SQLITE_OK)
+    throw DBException(std::string(what) + ": " + textOf(code, connection));
+}
 
 SqliteStatement::SqliteStatement(sqlite3* connection, const std::string& sql)
   : connection(connection), handle(prepare(connection, fromMysqlDialect(sql)))

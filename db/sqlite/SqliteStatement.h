@@ -1,10 +1,17 @@
 #pragma once
 
+#include "base/Closer.h"
 #include "db/SqlStatement.h"
-#include "db/sqlite/sqliteHandles.h"
+
+#include <sqlite3.h>
+
+#include <memory>
 
 namespace tarn::db
 {
+
+/// Throws DBException with what was tried and the library's text, unless `code` is good.
+void checkSqlite(int code, const char* what, sqlite3* connection);
 
 class SqliteStatement : public SqlStatement
 {
@@ -21,7 +28,7 @@ private:
   void bind(int index, const SqlValue& value);
 
   sqlite3* connection;
-  SqliteStatementHandle handle;
+  std::unique_ptr<sqlite3_stmt, base::Closer<sqlite3_finalize>> handle;
 };
 
 } // namespace tarn::db

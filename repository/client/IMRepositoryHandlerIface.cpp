@@ -2,7 +2,10 @@
 #include "repository/client/IMRepositoryHandlerIface.h"
 
 #include "base/IMLogger.h"
-#include "repository/client/dumpPS.h"
+
+#include <unistd.h>
+
+#include <cstdio>
 
 namespace tarn::repository
 {
@@ -20,12 +23,32 @@ const char* shown(const char* text)
   return text ? text : "(null)";
 }
 
+/// Leaves a list of the host's processes for whoever looks into a load that failed.
+void dumpPS()
+{
+  const std::string command = "ps --forest eax > /tmp/error_ps." + std::to_string(getpid()) + ".txt";
+  if (std::FILE* pipe = popen(command.c_str(), "r")) // NOLINT(cert-env33-c): a fixed command
+    pclose(pipe);
+}
+
+void* loggedLookUp(const HandlerLibrary& library, const char* symbol)
+{
+  std::string error;
+  void* const address = library.symbol(symbol, error);
+  if (!error.empty())
+  {
+    dumpPS();
+    log().errorLog("EXCEPTION: dlsym error %s: %s", symbol, error.c_str());
+  }
+  return address;
+}
+
 } // namespace
 
 EntryPoints entryPoints;
 
 bool IMRepositoryHandlerIface::bLoaded = false;
-std::mutex IMRepositoryHandlerIface::mutex;
+std::mutex CallResolved::mutex;
 
 void CreateDirectoryTrace::operator()(bool called) const
 {
@@ -34,14 +57,10 @@ void CreateDirectoryTrace::operator()(bool called) const
                 shouldLock ? "true" : "false");
 }
 
-void LoadEachTime::requireLoaded(const HandlerLibrary& library)
+void* LoadEachTime::lookUp(const HandlerLibrary& library, const char* symbol)
 {
   if (!library.error().empty())
     throw imutils::IMException("dlopen error: " + library.error());
-}
-
-void* LoadEachTime::lookUp(const HandlerLibrary& library, const char* symbol)
-{
   std::string error;
   void* const address = library.symbol(symbol, error);
   if (!error.empty())
@@ -56,7 +75,7 @@ void LoadEachTime::logFailure(const imutils::IMException& failure)
 
 void IMRepositoryHandlerIface::init()
 {
-  const std::lock_guard<std::mutex> guard(mutex);
+  const std::lock_guard<std::mutex> guard(CallResolved::mutex);
   if (bLoaded)
     return;
   const HandlerLibrary library(HandlerLibrary::Mapping::permanent);
@@ -69,32 +88,20 @@ void IMRepositoryHandlerIface::init()
   const auto store = [&](auto& entry)
   {
     using Function = decltype(entry.resolved.load());
-    entry.resolved = reinterpret_cast<Function>(lookUp(library, entry.symbol)); // NOLINT: see getFunction
+    entry.resolved = reinterpret_cast<Function>(loggedLookUp(library, entry.symbol)); // NOLINT: see getFunction
   };
   entryPoints.forEach(store);
   bLoaded = true;
 }
 
-void* IMRepositoryHandlerIface::resolve(const char* symbol)
+void* CallResolved::resolve(const char* symbol)
 {
   const HandlerLibrary library(HandlerLibrary::Mapping::permanent);
   if (library.error().empty())
-    return lookUp(library, symbol);
+    return loggedLookUp(library, symbol);
   dumpPS();
   log().errorLog("EXCEPTION: dlopen error: %s", library.error().c_str());
   return nullptr;
-}
-
-void* IMRepositoryHandlerIface::lookUp(const HandlerLibrary& library, const char* symbol)
-{
-  std::string error;
-  void* const address = library.symbol(symbol, error);
-  if (!error.empty())
-  {
-    dumpPS();
-    log().errorLog("EXCEPTION: dlsym error %s: %s", symbol, error.c_str());
-  }
-  return address;
 }
 
 } // namespace tarn::repository

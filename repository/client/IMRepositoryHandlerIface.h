@@ -14,10 +14,25 @@ namespace tarn::repository
 struct LoadEachTime
 {
   template <class Result, class... Parameters, class Trace, class... Arguments>
-  static Result call(const EntryPoint<Result(Parameters...)>& entry, const Trace& trace, Arguments&&... arguments);
+  static Result call(const EntryPoint<Result(Parameters...)>& entry, const Trace& trace, Arguments&&... arguments)
+  {
+    trace(true);
+    try
+    {
+      const HandlerLibrary library(HandlerLibrary::Mapping::whileLoaded);
+      using Function = Result(Parameters...);
+      if (auto* const function = reinterpret_cast<Function*>(lookUp(library, entry.symbol))) // NOLINT: see getFunction
+        return function(std::forward<Arguments>(arguments)...);
+    }
+    catch (const imutils::IMException& failure)
+    {
+      logFailure(failure);
+    }
+    return failureValue<Result>();
+  }
 
 private:
-  static void requireLoaded(const HandlerLibrary& library);
+  /// Throws imutils::IMException where the library is not loaded or the symbol is not found.
   static void* lookUp(const HandlerLibrary& library, const char* symbol);
   static void logFailure(const imutils::IMException& failure);
 };
@@ -26,7 +41,24 @@ private:
 struct CallResolved
 {
   template <class Result, class... Parameters, class Trace, class... Arguments>
-  static Result call(EntryPoint<Result(Parameters...)>& entry, const Trace& trace, Arguments&&... arguments);
+  static Result call(EntryPoint<Result(Parameters...)>& entry, const Trace& trace, Arguments&&... arguments)
+  {
+    if (!entry.resolved)
+    {
+      const std::lock_guard<std::mutex> guard(mutex);
+      // cppcheck-suppress identicalInnerCondition ; another thread may have been first
+      if (!entry.resolved)
+        entry.resolved = reinterpret_cast<Result (*)(Parameters...)>(resolve(entry.symbol)); // NOLINT: see getFunction
+    }
+    auto* const function = entry.resolved.load();
+    trace(function != nullptr);
+    return function ? function(std::forward<Arguments>(arguments)...) : failureValue<Result>();
+  }
+
+  /// The address of an entry point, null (logged) when it cannot be had. The library stays mapped.
+  static void* resolve(const char* symbol);
+
+  static std::mutex mutex;
 };
 
 /// The class form: its static operations keep the entry points that they have resolved for the life of the process.
@@ -37,21 +69,16 @@ public:
   /// the library.
   static void init();
 
-  /// The address of an entry point, null (logged) when it cannot be had. The library stays mapped.
+  /// The address of an entry point, as CallResolved::resolve() gives it.
   template <class FunctionPointer>
   static FunctionPointer getFunction(const char* symbol)
   {
-    void* const address = resolve(symbol);
+    void* const address = CallResolved::resolve(symbol);
     return reinterpret_cast<FunctionPointer>(address); // NOLINT: how the address of a function comes from a library
   }
 
 private:
-  friend struct CallResolved;
-  static void* resolve(const char* symbol);
-  static void* lookUp(const HandlerLibrary& library, const char* symbol);
-
   static bool bLoaded;
-  static std::mutex mutex;
 };
 
 // The plain functions.
@@ -76,39 +103,5 @@ inline constexpr auto& lockResource = PlainOperations::lockResource;
 inline constexpr auto& unlockResource = PlainOperations::unlockResource;
 inline constexpr auto& isDirty = PlainOperations::isDirty;
 inline constexpr auto& setDirty = PlainOperations::setDirty;
-
-template <class Result, class... Parameters, class Trace, class... Arguments>
-Result LoadEachTime::call(const EntryPoint<Result(Parameters...)>& entry, const Trace& trace, Arguments&&... arguments)
-{
-  trace(true);
-  try
-  {
-    const HandlerLibrary library(HandlerLibrary::Mapping::whileLoaded);
-    requireLoaded(library);
-    using Function = Result(Parameters...);
-    if (auto* const function = reinterpret_cast<Function*>(lookUp(library, entry.symbol))) // NOLINT: see getFunction
-      return function(std::forward<Arguments>(arguments)...);
-  }
-  catch (const imutils::IMException& failure)
-  {
-    logFailure(failure);
-  }
-  return failureValue<Result>();
-}
-
-template <class Result, class... Parameters, class Trace, class... Arguments>
-Result CallResolved::call(EntryPoint<Result(Parameters...)>& entry, const Trace& trace, Arguments&&... arguments)
-{
-  if (!entry.resolved)
-  {
-    const std::lock_guard<std::mutex> guard(IMRepositoryHandlerIface::mutex);
-    // cppcheck-suppress identicalInnerCondition ; another thread may have been first
-    if (!entry.resolved)
-      entry.resolved = IMRepositoryHandlerIface::getFunction<Result (*)(Parameters...)>(entry.symbol);
-  }
-  auto* const function = entry.resolved.load();
-  trace(function != nullptr);
-  return function ? function(std::forward<Arguments>(arguments)...) : failureValue<Result>();
-}
 
 } // namespace tarn::repository

@@ -46,17 +46,10 @@ struct EntryPoints
   template <class Visitor>
   void forEach(Visitor visit)
   {
-    visitAll(visit, createDirectory, createLocation, getLocations, getLocation, getRepositoryStatus,
-             checkResourceStatus, removeResource, listFiles, listDirs, checkOverload, freeMount,
-             getMountPathForDirectory, getMountFromPath, unAge, getTimeProperties, setTimeProperties, lockResource,
-             unlockResource, isDirty, setDirty);
-  }
-
-private:
-  template <class Visitor, class... Entries>
-  static void visitAll(Visitor& visit, Entries&... entries)
-  {
-    (visit(entries), ...);
+    const auto visitAll = [&](auto&... entries) { (visit(entries), ...); };
+    visitAll(createDirectory, createLocation, getLocations, getLocation, getRepositoryStatus, checkResourceStatus,
+             removeResource, listFiles, listDirs, checkOverload, freeMount, getMountPathForDirectory, getMountFromPath,
+             unAge, getTimeProperties, setTimeProperties, lockResource, unlockResource, isDirty, setDirty);
   }
 };
 

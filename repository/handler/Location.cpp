@@ -1,13 +1,13 @@
 // A resource in one mount, with what the library keeps beside it.
 #include "repository/handler/Location.h"
 
-#include <optional>
+#include <cerrno>
+#include <fstream>
 
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "repository/handler/Refusal.h"
-#include "repository/handler/checked.h"
 
 namespace tarn::repository
 {
@@ -51,6 +51,35 @@ utimbuf Location::times() const
 void Location::setTimes(const utimbuf& times) const
 {
   requireDone(utime(path().c_str(), &times));
+}
+
+void requireDone(int result)
+{
+  if (result != 0)
+    throw Refusal{kFailed};
+}
+
+void requireMount(const std::string& mount)
+{
+  struct stat status = {};
+  if (stat(mount.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
+    throw Refusal{kMountUnreachable};
+}
+
+std::optional<mode_t> modeOf(const std::string& path)
+{
+  struct stat status = {};
+  if (lstat(path.c_str(), &status) == 0)
+    return status.st_mode;
+  if (errno != ENOENT)
+    throw Refusal{kMountUnreachable};
+  return std::nullopt;
+}
+
+void touchFile(const std::string& path)
+{
+  if (!std::ofstream(path, std::ios::app))
+    throw Refusal{kFailed};
 }
 
 } // namespace tarn::repository

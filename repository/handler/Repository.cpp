@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <iterator>
+#include <memory>
 #include <optional>
 
 #include <fcntl.h>
@@ -13,7 +14,6 @@
 #include <unistd.h>
 
 #include "repository/handler/Refusal.h"
-#include "repository/handler/checked.h"
 
 namespace tarn::repository
 {
@@ -173,37 +173,6 @@ void Repository::removeAt(const Location& location, bool honourLock) const
   fs::remove_all(aside);
 }
 
-/// Holds the lock of a resource while it lives. Leaves alone the lock that this process has already.
-class Repository::LockDuring
-{
-public:
-  LockDuring(const Repository& repository, const std::string& resource)
-    : repository(repository), resource(resource), taken(repository.lock(resource))
-  {
-    if (!taken && repository.isLockedByOther(resource))
-      throw Refusal{kLocked};
-  }
-  ~LockDuring()
-  {
-    if (taken)
-      try
-      {
-        repository.unlock(resource);
-      }
-      catch (const Refusal&)
-      {
-        // The mount went away; the lock goes with this process.
-      }
-  }
-  LockDuring(const LockDuring&) = delete;
-  LockDuring& operator=(const LockDuring&) = delete;
-
-private:
-  const Repository& repository;
-  const std::string& resource;
-  const bool taken;
-};
-
 Location Repository::unAge(const std::string& resource) const
 {
   const std::vector<Location> online = find(resource, false);
@@ -211,7 +180,21 @@ Location Repository::unAge(const std::string& resource) const
     return online.front();
   const Location aged = locate(resource);
   Location target{mountForNew(true), resource};
-  const LockDuring held(*this, resource);
+  const bool taken = lock(resource);
+  if (!taken && isLockedByOther(resource))
+    throw Refusal{kLocked};
+  const auto giveBack = [this](const std::string* locked)
+  {
+    try
+    {
+      unlock(*locked);
+    }
+    catch (...)
+    {
+      // The mount went away; the lock goes with this process.
+    }
+  };
+  const std::unique_ptr<const std::string, decltype(giveBack)> held(taken ? &resource : nullptr, giveBack);
   move(aged, target);
   return target;
 }

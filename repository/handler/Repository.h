@@ -44,7 +44,6 @@ public:
   void markOverloaded(bool mark, bool countInodes) const;
 
 private:
-  class LockDuring;
   const std::string& firstMount() const { return mounts.online.front(); }
   bool isLockedByOther(const std::string& resource) const;
   /// Refuses a location whose resource is locked by another process, or dirty, where that is left out.

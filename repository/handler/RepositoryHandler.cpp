@@ -6,20 +6,24 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <new>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "repository/handler/Refusal.h"
 #include "repository/handler/Repository.h"
-#include "repository/handler/listNames.h"
 
 using namespace tarn::repository;
 using tarn::db::DBConnector;
 
 namespace
 {
+
+namespace fs = std::filesystem;
 
 std::string text(const char* argument)
 {
@@ -84,11 +88,50 @@ char* placeOf(int* status, int* existed, Work work) noexcept
   return pathOf(status, path);
 }
 
-char** list(const char* directory, Kind kind, bool fullPath, long* count) noexcept
+/// Returns the names of all entries of `directory` that are of the kind (a link is of neither), in byte order.
+std::set<std::string> namesIn(const std::string& directory, fs::file_type wanted, bool fullPath)
+{
+  std::set<std::string> names;
+  for (const fs::directory_entry& entry : fs::directory_iterator(directory))
+    if (entry.symlink_status().type() == wanted)
+      names.insert(fullPath ? entry.path().string() : entry.path().filename().string());
+  return names;
+}
+
+/// Returns the names as one block from malloc(): an array that ends with a null pointer, then the texts.
+char** blockOf(const std::set<std::string>& names)
+{
+  const std::size_t pointers = (names.size() + 1) * sizeof(char*);
+  std::size_t size = pointers;
+  for (const std::string& name : names)
+    size += name.size() + 1;
+
+  void* block = std::malloc(size); // NOLINT(cppcoreguidelines-no-malloc): the caller's to free()
+  if (!block)
+    throw std::bad_alloc();
+  char** list = static_cast<char**>(block);
+  char* text = static_cast<char*>(block) + pointers;
+  char** next = list;
+  for (const std::string& name : names)
+  {
+    *next++ = text;
+    text = stpcpy(text, name.c_str()) + 1;
+  }
+  *next = nullptr;
+  return list;
+}
+
+char** list(const char* directory, fs::file_type wanted, bool fullPath, long* count) noexcept
 {
   long number = -1;
-  const auto names = [&] { return listNames(text(directory), kind, fullPath, number); };
-  char** const result = valueOr<char**>(nullptr, names);
+  const auto block = [&]
+  {
+    const std::set<std::string> names = namesIn(text(directory), wanted, fullPath);
+    char** const made = blockOf(names);
+    number = static_cast<long>(names.size());
+    return made;
+  };
+  char** const result = valueOr<char**>(nullptr, block);
   if (count)
     *count = number;
   return result;
@@ -161,12 +204,12 @@ int removeResource_(const char* repository, const char* resource, bool allMounts
 
 char** listFiles_(const char* directory, long* count, bool fullPath, DBConnector*)
 {
-  return list(directory, Kind::files, fullPath, count);
+  return list(directory, fs::file_type::regular, fullPath, count);
 }
 
 char** listDirs_(const char* directory, long* count, bool fullPath, DBConnector*)
 {
-  return list(directory, Kind::directories, fullPath, count);
+  return list(directory, fs::file_type::directory, fullPath, count);
 }
 
 void checkOverload_(const char* repository, bool mark, bool countInodes, DBConnector*)

@@ -11,7 +11,6 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-#include "base/IMException.h"
 #include "base/files.h"
 #include "repository/handler/Refusal.h"
 
@@ -25,19 +24,6 @@ std::string hostName()
   std::array<char, 256> name{};
   gethostname(name.data(), name.size() - 1);
   return name.data();
-}
-
-/// What the lock file says; nothing when there is none. One that cannot be read may be another's.
-std::string contentOf(const std::string& file)
-{
-  try
-  {
-    return base::fileContent(file).value_or("");
-  }
-  catch (const imutils::IMException&)
-  {
-    throw Refusal{kFailed};
-  }
 }
 
 bool hasEnded(pid_t process)
@@ -58,7 +44,7 @@ MountLock::MountLock(const std::string& mount) : fd(open(mount.c_str(), O_RDONLY
 
 ResourceLock::Owner ResourceLock::owner() const
 {
-  std::istringstream text(contentOf(file));
+  std::istringstream text(base::fileContent(file).value_or(""));
   std::string host;
   pid_t process = 0;
   if (!(text >> host >> process)) // no file, or its writer died before it was complete

@@ -32,8 +32,8 @@ public:
     thisProcess,
     other
   };
-  /// Returns who holds the lock. A process of this host that has ended holds nothing. Throws Refusal when the file
-  /// cannot be read.
+  /// Returns who holds the lock. A process of this host that has ended holds nothing. Throws base::FileError when
+  /// the file cannot be read: it may be another's.
   Owner owner() const;
   /// Takes a free lock. Returns whether it was free and is this process's now.
   bool take() const;

@@ -1,24 +1,19 @@
 #pragma once
 
-#include "db/QueryBindings.h"
-#include "db/TmpPSCache.h"
+#include "db/DBConnectorSql.h"
 
 #include <string>
 #include <vector>
 
 /// Runs a statement; its rows, each its columns with commas between them.
-inline std::vector<std::string> select(tarn::db::DBConnectorSql& db, const std::string& sql, int columns = 1)
+inline std::vector<std::string> select(tarn::db::DBConnectorSql& db, const std::string& sql)
 {
   std::vector<std::string> rows;
-  tarn::db::TmpPSCache statement(db, sql, 0, columns);
-  const auto bindings = statement.query().mkBindings();
-  const auto add = [&]
+  for (const tarn::db::SqlRow& row : db.query(sql))
   {
-    std::string row;
-    for (std::size_t column = 0; column < bindings->row().columns.size(); ++column)
-      row.append(column ? "," : "").append(bindings->row().isNull(column) ? "NULL" : bindings->row().text(column));
-    rows.push_back(row);
-  };
-  statement.executeQuery(statement.query(), *bindings, add);
+    rows.emplace_back();
+    for (const auto& column : row.columns)
+      rows.back().append(&column == &row.columns.front() ? "" : ",").append(column.value_or("NULL"));
+  }
   return rows;
 }

@@ -1,6 +1,7 @@
 // Locks between the processes of one host that use an embedded database.
-#include "db/sqlite/FileLock.h"
+#include "db/sqlite/lockFile.h"
 
+#include "base/Fd.h"
 #include "base/text.h"
 #include "db/DBException.h"
 
@@ -11,6 +12,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <system_error>
+#include <utility>
 
 namespace tarn::db
 {
@@ -50,7 +52,7 @@ off_t byteOf(const std::string& name)
 
 } // namespace
 
-std::unique_ptr<FileLock> FileLock::tryLock(const std::string& database, const std::string& name)
+std::shared_ptr<void> tryLockBeside(const std::string& database, const std::string& name)
 {
   const std::string path = database + "-lock";
   base::Fd fd(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666));
@@ -68,7 +70,7 @@ std::unique_ptr<FileLock> FileLock::tryLock(const std::string& database, const s
   if (lockError == EAGAIN || lockError == EACCES || lockError == EINTR)
     return nullptr;
   check(lockError, path);
-  return std::unique_ptr<FileLock>(new FileLock(std::move(fd)));
+  return std::make_shared<base::Fd>(std::move(fd));
 }
 
 } // namespace tarn::db
