@@ -2,7 +2,6 @@
 
 #include "annotations/Parameters.h"
 #include "pstate/DicomCieLab.h"
-#include "pstate/GraphicItems.h"
 
 #include <functional>
 #include <string>
@@ -11,7 +10,31 @@
 namespace impsconverter
 {
 
+class ElementWriter;
 class ValidPresentationState;
+
+/// Values of Graphic Type (0070,0023), of graphic objects and of compound graphics (PS3.3 C.10.5.1.2, C.10.5.1.3).
+enum class GraphicType
+{
+  polyline,
+  ellipse,
+  ruler,
+  rangeLine,
+  multiLine,
+  arrow
+};
+
+/// A position in image pixels, as the annotation units PIXEL have them (PS3.3 C.10.5).
+struct Point
+{
+  Float32 column;
+  Float32 row;
+};
+
+constexpr Point pointAt(int column, int row)
+{
+  return {static_cast<Float32>(column), static_cast<Float32>(row)};
+}
 
 /// One annotation of the viewer: a line of the plug-in state, written into a presentation state as graphic and text
 /// objects (PS3.3 C.10.5). All coordinates are image pixels, column and row.
@@ -45,25 +68,36 @@ protected:
   /// The scanner of what follows the first '|' of a line; `type` is named in its message.
   Parameters specific(const std::string& type, const std::string& params) const;
 
+  // Each of these appends a graphic object, a text object or a compound graphic, prints it when debugging, and is false
+  // after the message of the first element that was not taken. With `compound` the first two carry the ID.
+
   /// A POLYLINE through `count` points, column and row of each in turn.
   bool addPolyline(float* points, int count);
   bool addPolyline(const std::vector<Point>& points);
+  /// A line that a viewer dashes, by a Line Style Sequence (PS3.3 C.10.5.1.3.13). Elements of the style that cannot be
+  /// put are left out; only the pattern is required, and its failure has no message.
   bool addDashedLine(float x1, float y1, float x2, float y2, const DicomCieLab& lineColor);
-  /// A dashed line in the light grey of helper lines; a failure has been reported and changes nothing.
-  void addHelperLine(Point from, Point to);
-  /// A text object anchored at (x, y): its box is centred there, or has its top left corner there.
+  /// A text object tied to (x, y), which itself is not shown: its box is centred there, or has its top left corner
+  /// there.
   bool addText(int x, int y, const std::string& text, bool centered);
-  bool addText(Point anchor, const std::string& text, Placement placement);
-  /// The label at the value anchor, centred; nothing when values are not shown.
-  bool addValueLabel(const std::string& label);
-  /// The size of a TextBox.
-  static void calcTextBox(const std::string& text, float& width, float& height);
-
-  /// A graphic object that carries its Compound Graphic Instance ID in every case.
-  bool addIdentifiedGraphic(GraphicType type, const std::vector<Point>& points);
-  /// A compound graphic with its ID; `writeMore` writes what the type has beyond the common elements.
+  /// An ELLIPSE by the ends of one axis, then of the other. It carries the ID in every case.
+  bool addEllipse(const std::vector<Point>& axisEnds);
+  /// `writeMore` writes what the type has beyond the elements that all compound graphics have.
   bool addCompound(GraphicType type, const std::vector<Point>& points,
                    const std::function<void(ElementWriter&)>& writeMore = {});
+
+  /// A dashed line in the light grey of helper lines; a failure has been reported and changes nothing.
+  void addHelperLine(Point from, Point to);
+  /// In the mode "ex" a helper line from `start` to the mirror image of `end` behind it.
+  void addExtension(const std::string& mode, int startX, int startY, int endX, int endY);
+  /// The label at the value anchor, centred; nothing when values are not shown.
+  bool addValueLabel(const std::string& label);
+
+  /// The size of a text's bounding box in image pixels: cells of 8 x 20 a byte, lines separated by line feeds; one feed
+  /// at the end adds none. At least one cell.
+  static void calcTextBox(const std::string& text, float& width, float& height);
+  /// The length of a vector of image pixels. The sum of the squares is exact for all 32-bit values.
+  static double vectorLength(int dx, int dy);
 
   Point base() const { return pointAt(baseX, baseY); }
 
@@ -85,10 +119,10 @@ protected:
 
 private:
   bool parseCommon(const std::string& type, const std::string& common);
-  /// Where the annotation is written; only with a presentation state that has its image references.
-  GraphicItems items() const;
-  Uint32 ownId() const { return static_cast<Uint32>(index); }
-  GraphicItems::InstanceId idIfCompound() const;
+  bool addGraphic(GraphicType type, const std::vector<Point>& points, bool isIdentified);
+  template <class Write>
+  bool addItem(const DcmTagKey& sequence, const char* message, bool isIdentified, Write write);
+  void writeId(ElementWriter& writer) const;
 };
 
 } // namespace impsconverter

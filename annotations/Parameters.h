@@ -1,8 +1,9 @@
 #pragma once
 
+#include "base/text.h"
+
 #include <cstddef>
 #include <string>
-#include <variant>
 #include <vector>
 
 namespace impsconverter
@@ -52,19 +53,20 @@ public:
   [[nodiscard]] bool atLeast(int required, const char* title) const;
 
 private:
-  using Traced = std::variant<const int*, const bool*, const float*, const double*, const std::string*>;
-  struct TracedField
-  {
-    const char* name;
-    Traced value;
-  };
-
   template <class Value>
   Parameters& field(Value& value, const char* name)
   {
-    return add(hasField() && convert(value), name, &value);
+    return add(hasField() && convert(value), name, value);
   }
-  Parameters& add(bool read, const char* name, Traced value);
+  template <class Value>
+  Parameters& add(bool read, const char* name, const Value& value)
+  {
+    converted += read ? 1 : 0;
+    ended = !read;
+    if (debug && name)
+      traced.push_back((*name ? "\n" + std::string(name) + ": " : " ") + tarn::base::joined(value));
+    return *this;
+  }
   /// Steps over white space; false at the end of the text or after a field that could not be converted.
   bool hasField();
   bool convert(int& value);
@@ -72,7 +74,6 @@ private:
   bool convert(float& value);
   bool convert(double& value);
   bool convertWord(std::string& value, std::size_t mostBytes);
-  void trace(const char* title) const;
 
   const char* group;
   std::string subject;
@@ -80,7 +81,7 @@ private:
   bool debug;
   bool ended = false;
   int converted = 0;
-  std::vector<TracedField> traced; ///< empty unless debugging
+  std::vector<std::string> traced; ///< a field each; empty unless debugging
 };
 
 } // namespace impsconverter

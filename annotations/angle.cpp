@@ -1,8 +1,6 @@
 // An angle at the base point, between two rays.
 #include "annotations/angle.h"
 
-#include "annotations/extension.h"
-
 namespace impsconverter
 {
 
@@ -21,8 +19,8 @@ bool Angle::parseSpecific(const std::string& type, const std::string& params)
 bool Angle::createSimple()
 {
   const bool added = addPolyline({pointAt(ray1X, ray1Y), base(), pointAt(ray2X, ray2Y)});
-  if (added && mode == kExtensionMode)
-    addHelperLine(base(), {mirrored(baseX, ray2X), mirrored(baseY, ray2Y)});
+  if (added)
+    addExtension(mode, baseX, baseY, ray2X, ray2Y);
   return added;
 }
 

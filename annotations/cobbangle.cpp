@@ -1,7 +1,7 @@
 // A Cobb angle: two lines that need not meet, tied to their label.
 #include "annotations/cobbangle.h"
 
-#include "annotations/extension.h"
+#include "base/wrapping.h"
 
 namespace impsconverter
 {
@@ -55,8 +55,7 @@ void CobbAngle::addHelperLines()
   }
   else
     addHelperLine(first, second);
-  if (mode == kExtensionMode)
-    addHelperLine(pointAt(rayBaseX, rayBaseY), {mirrored(rayBaseX, rayEndX), mirrored(rayBaseY, rayEndY)});
+  addExtension(mode, rayBaseX, rayBaseY, rayEndX, rayEndY);
 }
 
 } // namespace impsconverter

@@ -29,45 +29,20 @@ Direction direction(float degrees)
 
 } // namespace
 
-bool Oval::parseSpecific(const std::string& type, const std::string& params)
+bool Oval::scan(const std::string& type, const std::string& params, int measuredValues, bool isRotated)
 {
-  Values v;
-  return accept(type, specific(type, params).number(v.sizeX).number(v.sizeY).word(v.label).number(v.center), v);
-}
-
-bool SkewOval::parseSpecific(const std::string& type, const std::string& params)
-{
-  Values v;
-  return accept(
-      type, specific(type, params).number(v.sizeX).number(v.sizeY).word(v.label).real(v.rotation).number(v.center), v);
-}
-
-bool HounsField::parseSpecific(const std::string& type, const std::string& params)
-{
-  Values v;
-  return accept(type,
-                specific(type, params).number(v.sizeX).number(v.sizeY).word(v.label).skipReals(2).number(v.center), v);
-}
-
-bool SkewHounsField::parseSpecific(const std::string& type, const std::string& params)
-{
-  Values v;
-  return accept(type,
-                specific(type, params)
-                    .number(v.sizeX)
-                    .number(v.sizeY)
-                    .word(v.label)
-                    .skipReals(2)
-                    .real(v.rotation)
-                    .number(v.center),
-                v);
-}
-
-bool Oval::accept(const std::string& type, const Parameters& scanned, const Values& values)
-{
-  if (!scanned.atLeast(kRequired, nullptr))
+  int x = 0;
+  int y = 0;
+  int center = 0;
+  float degrees = 0.0F;
+  std::string encodedLabel;
+  Parameters scanned = specific(type, params);
+  scanned.number(x).number(y).word(encodedLabel).skipReals(measuredValues);
+  if (isRotated)
+    scanned.real(degrees);
+  if (!scanned.number(center).atLeast(kRequired, nullptr))
     return false;
-  setValues(type, values.sizeX, values.sizeY, values.label, values.rotation, values.center == 1);
+  setValues(type, x, y, encodedLabel, degrees, center == 1);
   return true;
 }
 
@@ -115,7 +90,7 @@ bool Oval::createSimple()
 {
   // PS3.3 C.10.5.1.2: the ends of one axis, then of the other; that of size X comes first, also where it is the
   // shorter.
-  return addIdentifiedGraphic(GraphicType::ellipse, axisEnds());
+  return addEllipse(axisEnds());
 }
 
 bool Oval::createCompound()

@@ -12,24 +12,18 @@ class Oval : public Annotation
 public:
   using Annotation::Annotation;
 
-  bool parseSpecific(const std::string& type, const std::string& params) override;
+  bool parseSpecific(const std::string& type, const std::string& params) override
+  {
+    return scan(type, params, /*measuredValues=*/0, /*isRotated=*/false);
+  }
   bool createCompound() override;
   bool createSimple() override;
   bool createText() override { return addValueLabel(label); }
 
 protected:
-  /// What the lines of all classes say; a field that a line lacks keeps its default.
-  struct Values
-  {
-    int sizeX = 0;
-    int sizeY = 0;
-    std::string label; ///< still URL-encoded
-    float rotation = 0.0F;
-    int center = 0;
-  };
-
-  /// Takes over what `scanned` read into `values`, or reports that it is too little.
-  bool accept(const std::string& type, const Parameters& scanned, const Values& values);
+  /// Reads the sizes, the label, as many measured values, which are not used, the rotation where there is one, and
+  /// whether to show the center. The first three are required; others that the line lacks are 0.
+  bool scan(const std::string& type, const std::string& params, int measuredValues, bool isRotated);
   /// Stores the values: the sizes without their signs, the label decoded, the rotation in degrees.
   void setValues(const std::string& type, int x, int y, const std::string& encodedLabel, float degrees, bool center);
 
@@ -48,7 +42,10 @@ class SkewOval : public Oval
 {
 public:
   using Oval::Oval;
-  bool parseSpecific(const std::string& type, const std::string& params) override;
+  bool parseSpecific(const std::string& type, const std::string& params) override
+  {
+    return scan(type, params, /*measuredValues=*/0, /*isRotated=*/true);
+  }
 };
 
 /// An oval region of a Hounsfield measurement; what was measured is part of the label.
@@ -56,7 +53,10 @@ class HounsField : public Oval
 {
 public:
   using Oval::Oval;
-  bool parseSpecific(const std::string& type, const std::string& params) override;
+  bool parseSpecific(const std::string& type, const std::string& params) override
+  {
+    return scan(type, params, /*measuredValues=*/2, /*isRotated=*/false);
+  }
 };
 
 /// A Hounsfield region with a rotation.
@@ -64,7 +64,10 @@ class SkewHounsField : public HounsField
 {
 public:
   using HounsField::HounsField;
-  bool parseSpecific(const std::string& type, const std::string& params) override;
+  bool parseSpecific(const std::string& type, const std::string& params) override
+  {
+    return scan(type, params, /*measuredValues=*/2, /*isRotated=*/true);
+  }
 };
 
 } // namespace impsconverter

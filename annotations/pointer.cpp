@@ -1,7 +1,6 @@
 // An arrow: its shaft, and a head of two barbs.
 #include "annotations/pointer.h"
 
-#include "annotations/distance.h"
 #include "base/wrapping.h"
 
 #include <cmath>

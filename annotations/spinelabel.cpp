@@ -1,7 +1,6 @@
 // A vertebra: a small square, and its name beside it.
 #include "annotations/spinelabel.h"
 
-#include "annotations/distance.h"
 #include "base/wrapping.h"
 
 namespace impsconverter
@@ -46,16 +45,18 @@ bool SpineLabel::isLabelAway() const
 
 void SpineLabel::addTie()
 {
-  const TextBox box(label);
+  float width = 0.0F;
+  float height = 0.0F;
+  calcTextBox(label, width, height);
   const Point text = pointAt(textX, textY);
-  addHelperLine({text.column + box.width * 0.5F, text.row + box.height * 0.5F},
+  addHelperLine({text.column + width * 0.5F, text.row + height * 0.5F},
                 {base().column + kSquareMiddle, base().row + kSquareMiddle});
 }
 
 bool SpineLabel::createText()
 {
   const int x = textX == baseX ? tarn::base::wrapAdd(textX, kSquareSide) : textX;
-  return !showValue || addText(pointAt(x, textY), label, Placement::leftBelow);
+  return !showValue || addText(x, textY, label, /*centered=*/false);
 }
 
 } // namespace impsconverter

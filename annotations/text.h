@@ -11,10 +11,13 @@ class Text : public Annotation
 public:
   using Annotation::Annotation;
 
-  bool parseSpecific(const std::string& type, const std::string& params) override;
+  bool parseSpecific(const std::string& type, const std::string& params) override
+  {
+    return specific(type, params).skipNumbers(1).label(label, " Label").atLeast(2, "Text");
+  }
   bool createCompound() override { return true; }
   bool createSimple() override { return createCompound(); }
-  bool createText() override;
+  bool createText() override { return addText(baseX, baseY, label, /*centered=*/false); }
 
 private:
   std::string label;

@@ -15,8 +15,6 @@ namespace impsconverter
 namespace
 {
 
-constexpr std::size_t kCutNameLength = sizeof "PR." - 1 + OutputNames::kLongestUid;
-
 /// Why nothing may take the place of `path`: it is itself, not what it may link to, the input file or the link that
 /// leads there, or the system does not tell. Null when there is no reason.
 const char* overwriteError(const std::string& path, const std::string& inputFile)
@@ -35,16 +33,6 @@ const char* overwriteError(const std::string& path, const std::string& inputFile
   return nullptr;
 }
 
-/// Whether there is no reason against a name; otherwise the reason has been reported.
-bool isFree(const std::string& name, const char* reason)
-{
-  if (reason)
-    tarn::base::report("Presentation State file ", name, " could not be saved: ", reason);
-  return !reason;
-}
-
-constexpr char kUsed[] = "the name was already used in this run";
-
 } // namespace
 
 OutputNames::OutputNames(std::string inputFile, std::string prefix)
@@ -57,25 +45,23 @@ std::string OutputNames::copyName() const
   return tarn::base::baseName(inputFile);
 }
 
-/// Outputs differ by their number, unless a long UID was cut; the copy has the input's name, whatever that is.
-bool OutputNames::mayRecur(const std::string& name) const
-{
-  return name.size() >= kCutNameLength || name == copyName();
-}
-
-bool OutputNames::isUsed(const std::string& name)
-{
-  return mayRecur(name) && !used.insert(name).second;
-}
-
 bool OutputNames::takeForOutput(const std::string& name)
 {
-  return isFree(name, isUsed(name) ? kUsed : overwriteError(prefix + name, inputFile));
+  return take(name, overwriteError(prefix + name, inputFile));
 }
 
 bool OutputNames::takeForCopy(const std::string& name)
 {
-  return isFree(name, isUsed(name) ? kUsed : nullptr);
+  return take(name, nullptr);
+}
+
+bool OutputNames::take(const std::string& name, const char* reason)
+{
+  if (!used.insert(name).second)
+    reason = "the name was already used in this run";
+  if (reason)
+    tarn::base::report("Presentation State file ", name, " could not be saved: ", reason);
+  return !reason;
 }
 
 } // namespace impsconverter

@@ -25,12 +25,12 @@ public:
   std::string copyName() const;
 
 private:
-  bool mayRecur(const std::string& name) const;
-  bool isUsed(const std::string& name);
+  /// `reason` is what speaks against the name, or null.
+  bool take(const std::string& name, const char* reason);
 
   std::string inputFile;
   std::string prefix;
-  std::set<std::string> used; ///< of the names that may come again
+  std::set<std::string> used;
 };
 
 } // namespace impsconverter

@@ -6,8 +6,10 @@
 #include "base/report.h"
 #include "converter/PluginStateParser.h"
 #include "converter/inputChecks.h"
+#include "dicom/contents.h"
 #include "dicom/loadFile.h"
 #include "images/ObjectInfo.h"
+#include "privateblock/PBItem.h"
 #include "pstate/ElementWriter.h"
 #include "study/cache/ObjCacheMgr.h"
 
@@ -22,19 +24,48 @@ namespace
 {
 
 constexpr std::size_t kInputRootLength = sizeof kInputRoot - 1;
+constexpr char kNotLoaded[] = " could not be loaded: ";
 constexpr char kOutputFormat[] = "1.2.826.0.1.7770001.2.11.7.%d%s";
+
+/// Keeps an element out of its item while it lives.
+class ElementAside
+{
+public:
+  ElementAside(DcmItem& item, const DcmTagKey& tag) : item(item), element(item.remove(tag)) {}
+  ~ElementAside()
+  {
+    if (element)
+      tarn::dicom::insertOwned(item, std::move(element), false);
+  }
+  ElementAside(const ElementAside&) = delete;
+  ElementAside& operator=(const ElementAside&) = delete;
+
+private:
+  DcmItem& item;
+  std::unique_ptr<DcmElement> element;
+};
+
+/// What the outputs start from: a copy without what may be large and no output keeps, the plug-in state, the
+/// references, which every output has of its own, and the source images. Each output copies it in turn.
+std::unique_ptr<DcmDataset> copyForOutputs(DcmDataset& input)
+{
+  const ElementAside pluginState(input, PBItem(input).getTag(PBItem::kPluginStateKey));
+  const ElementAside references(input, DCM_ReferencedSeriesSequence);
+  const ElementAside sources(input, DCM_SourceImageSequence);
+  return std::make_unique<DcmDataset>(input);
+}
 
 } // namespace
 
 PSConverter::PSConverter(tarn::db::DBConnector& db, const std::string& inputFile, const std::string& outputPrefix,
                          unsigned long flags, bool debug)
-  : PluginStateTarget(nullptr, debug), db(db), inputFile(inputFile), flags(flags), outputPrefix(outputPrefix)
+  : PresentationState(nullptr, debug), db(db), inputFile(inputFile), flags(flags), outputPrefix(outputPrefix)
 {
 }
 
 PSConverter::PSConverter(tarn::db::DBConnector& db, DcmFileFormat* file, std::list<DcmFileFormat*>* outputList,
                          unsigned long flags, bool debug)
-  : PluginStateTarget(nullptr, debug), db(db), outputList(outputList), flags(flags)
+  : PresentationState(nullptr, debug), db(db), outputList(outputList), flags(flags)
 {
   fileFormat.reset(file);
 }
@@ -47,7 +78,8 @@ PSConverter::~PSConverter()
 
 bool PSConverter::convert(bool touchObjectCache)
 {
-  return countsAsSuccess(run(touchObjectCache));
+  const Outcome outcome = run(touchObjectCache);
+  return outcome == Outcome::done || outcome == Outcome::notLoaded || outcome == Outcome::cacheFailed;
 }
 
 Outcome PSConverter::run(bool touchObjectCache)
@@ -72,11 +104,8 @@ bool PSConverter::loadInput()
   if (!inputFile.empty())
   {
     fileFormat = std::make_unique<DcmFileFormat>();
-    if (const OFCondition status = tarn::dicom::loadFile(*fileFormat, inputFile); status.bad())
-    {
-      reportCondition(inputFile + " could not be loaded: ", status);
+    if (!isGood(tarn::dicom::loadFile(*fileFormat, inputFile), inputFile + kNotLoaded))
       return false;
-    }
   }
   if (fileFormat && fileFormat->getDataset())
     return true;
@@ -95,11 +124,8 @@ Outcome PSConverter::readInput(std::string& text)
   if (!readIdentity(dataset, studyUid, sopInstanceUid) || !findReferencedSeries(dataset, referencedSeries))
     return Outcome::refused;
   // Large values of a caller's object may still lie in a file, which may be replaced by what is written here.
-  if (const OFCondition status = fileFormat->loadAllDataIntoMemory(); status.bad())
-  {
-    reportCondition(inputFile + " could not be loaded: ", status);
+  if (!isGood(fileFormat->loadAllDataIntoMemory(), inputFile + kNotLoaded))
     return Outcome::notLoaded;
-  }
   if (!readPluginState(*element, text))
     return Outcome::refused;
   if (debug)
@@ -114,7 +140,6 @@ Outcome PSConverter::readInput(std::string& text)
 bool PSConverter::touchCache()
 {
   db.connect(); // a database that cannot be opened is no failure of the cache
-  std::string reason = "unknown exception";
   try
   {
     tarn::db::ObjCacheMgr(&db).touchObjCache(studyUid, true);
@@ -122,13 +147,9 @@ bool PSConverter::touchCache()
   }
   catch (const std::exception& exception)
   {
-    reason = exception.what();
+    tarn::base::report("Checking/re-mapping object cache failed for study ", studyUid, ": ", exception.what());
+    return false;
   }
-  catch (...)
-  {
-  }
-  tarn::base::report("Checking/re-mapping object cache failed for study ", studyUid, ": ", reason);
-  return false;
 }
 
 void PSConverter::includeOriginal()
@@ -166,8 +187,8 @@ void PSConverter::fixOriginal()
     fillPixelSpacing(*area, pixelSpacingX == 0.0 ? 1.0 : pixelSpacingX, pixelSpacingY == 0.0 ? 1.0 : pixelSpacingY);
   }
   const OFCondition status = dataset.putAndInsertString(DcmTag(DCM_PresentationLUTShape, EVR_CS), "IDENTITY", OFFalse);
-  if (status.bad() && status != EC_DoubledTag)
-    reportCondition("Presentation LUT Shape could not be inserted to dataset: ", status);
+  if (status != EC_DoubledTag)
+    isGood(status, "Presentation LUT Shape could not be inserted to dataset: ");
 }
 
 void PSConverter::genUid(std::string& uid)
@@ -191,11 +212,11 @@ bool PSConverter::parseFigure(const char* figure)
 
 bool PSConverter::openOutput(const std::string& objectName, const std::string& frame)
 {
-  if (!outputTemplate)
-    outputTemplate.emplace(*fileFormat->getDataset());
+  if (!startOfOutputs)
+    startOfOutputs = copyForOutputs(*fileFormat->getDataset());
   std::string uid;
   genUid(uid);
-  output = std::make_unique<ValidPresentationState>(*outputTemplate, uid, figureCounter, debug);
+  output = std::make_unique<ValidPresentationState>(startOfOutputs.get(), uid, figureCounter, debug);
 
   ObjectInfo object(studyUid, objectName);
   if (!lookUpImage(object))

@@ -1,13 +1,10 @@
 #pragma once
 
 #include "base/IMLogger.h"
-#include "converter/Outcome.h"
 #include "converter/OutputNames.h"
-#include "converter/PluginStateTarget.h"
 #include "db/DBConnector.h"
 #include "images/ReferencedImages.h"
 #include "images/StudyObjects.h"
-#include "pstate/OutputTemplate.h"
 #include "pstate/ValidPresentationState.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -25,6 +22,18 @@ namespace impsconverter
 constexpr unsigned long PSC_includeOriginal = 1; ///< also give out the input object
 constexpr unsigned long PSC_fixOriginal = 2;     ///< make the input object conformant before it is given out
 
+/// What a conversion came to. Everything but `done` and `nothingToDo` is refused, when it ends before the figures of
+/// the plug-in state are read, or failed.
+enum class Outcome
+{
+  done,        ///< every figure was read, and what it made was given out
+  nothingToDo, ///< the object has no plug-in state
+  notLoaded,   ///< refused: the input cannot be loaded
+  refused,     ///< refused: the object is not of the viewer, or lacks what a conversion needs
+  cacheFailed, ///< failed: the study's object table could not be made sure of
+  failed       ///< an error in the figures or with an output; what was given out before stays
+};
+
 /// One conversion: takes the plug-in state out of a presentation state and makes one standard presentation state for
 /// each image that it annotates. Used for one `convert`.
 ///
@@ -33,7 +42,7 @@ constexpr unsigned long PSC_fixOriginal = 2;     ///< make the input object conf
 ///
 /// The database is asked first for the object cache, or else for the first image; where it cannot be connected to then,
 /// the DBException is the caller's.
-class PSConverter : public PluginStateTarget
+class PSConverter : public PresentationState
 {
 public:
   /// Command mode: loads `inputFile` and writes the outputs to `outputPrefix` + their names.
@@ -86,9 +95,14 @@ public:
     return hasOutput() && output->setWindowLevel(window, level, inverted);
   }
 
-  bool openOutput(const std::string& objectName, const std::string& frame) override;
-  bool finishOutput() override;
-  ValidPresentationState* currentOutput() override { return output.get(); }
+  /// Begins the output for an image. `objectName` is a prefix, a point and the SOP Instance UID of the image
+  /// ("CT.1.2.3"); `frame` is written as it stands. An image that nothing knows is no failure: its output takes what
+  /// the lines say, and is dropped.
+  [[nodiscard]] bool openOutput(const std::string& objectName, const std::string& frame);
+  /// Gives out what was opened last; true as well where that has been done, or is dropped.
+  [[nodiscard]] bool finishOutput();
+  /// What annotations are written into; null before the first ID line.
+  ValidPresentationState* currentOutput() { return output.get(); }
 
 private:
   // The pass, in this order.
@@ -117,7 +131,7 @@ private:
   std::string outputPrefix;
   tarn::imutils::IMLogger logger{"PSConverter"};
 
-  std::optional<OutputTemplate> outputTemplate;
+  std::unique_ptr<DcmDataset> startOfOutputs; ///< see copyForOutputs; made for the first output
   std::optional<tarn::images::StudyObjects> studyObjects;
   std::optional<tarn::images::ReferencedImages> referencedImages;
   OutputNames names{inputFile, outputPrefix};

@@ -13,9 +13,8 @@
 #include "base/report.h"
 #include "base/text.h"
 #include "base/urlDecode.h"
-#include "pstate/ValidPresentationState.h"
+#include "converter/PSConverter.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace impsconverter
@@ -158,18 +157,12 @@ int PluginStateParser::getLine(const char*& cursor, std::string& line)
   return 1;
 }
 
-PluginStateParser::LineHandler PluginStateParser::handlerOf(const std::string& line)
-{
-  const auto* const rule =
-      std::find_if(std::begin(kRules), std::end(kRules),
-                   [&](const Rule& candidate) { return tarn::base::startsWith(line, candidate.prefix); });
-  return rule == std::end(kRules) ? nullptr : rule->handler;
-}
-
 bool PluginStateParser::handleLine(const std::string& line)
 {
-  const LineHandler handler = handlerOf(line);
-  return !handler || (this->*handler)(line);
+  for (const Rule& rule : kRules)
+    if (tarn::base::startsWith(line, rule.prefix))
+      return (this->*rule.handler)(line);
+  return true;
 }
 
 template <class Kind>

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "converter/PluginStateTarget.h"
-
 #include <string>
 
 namespace impsconverter
 {
+
+class PSConverter;
 
 /// Reads the text of a plug-in state (docs/formats.md): a label, and URL-encoded figures, whose decoded lines name an
 /// image, set how it is viewed, or annotate it. A line that cannot be read ends the reading with one message for it and
@@ -16,7 +16,7 @@ class PluginStateParser
 {
 public:
   /// `target` is borrowed.
-  explicit PluginStateParser(PluginStateTarget& target) : target(target) {}
+  explicit PluginStateParser(PSConverter& target) : target(target) {}
 
   /// Reads a whole plug-in state, up to its first NUL.
   [[nodiscard]] bool parse(const char* text);
@@ -31,7 +31,6 @@ private:
   bool parseFigures(const char* backslash);
   /// Takes the next line without its line feed; 0 at the end of the text, else 1.
   static int getLine(const char*& cursor, std::string& line);
-  static LineHandler handlerOf(const std::string& line);
   /// The one way of every line, and what came of it.
   bool handleLine(const std::string& line);
   bool processIDLine(const std::string& line);
@@ -42,7 +41,7 @@ private:
   template <class Kind>
   bool annotationLine(const std::string& line);
 
-  PluginStateTarget& target;
+  PSConverter& target;
 };
 
 } // namespace impsconverter

@@ -1,67 +1,38 @@
 // Folders of files that a library caller lists or drops.
 #include "converter/fileTrees.h"
 
-#include <dirent.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <memory>
+#include <filesystem>
 
 namespace impsconverter
 {
-namespace
-{
 
-struct DirectoryCloser
-{
-  void operator()(DIR* directory) const noexcept { closedir(directory); }
-};
-using Directory = std::unique_ptr<DIR, DirectoryCloser>;
-
-/// Reads the next entry that is not "." or ".."; false at the end.
-bool readName(DIR* directory, std::string& name)
-{
-  // cppcheck-suppress readdirCalled ; one thread reads a directory stream, and the C library advises against readdir_r
-  while (const dirent* entry = readdir(directory))
-  {
-    name = entry->d_name;
-    if (name != "." && name != "..")
-      return true;
-  }
-  return false;
-}
-
-} // namespace
+namespace fs = std::filesystem;
 
 bool addObjects(const std::string& directory, std::list<std::string>& paths)
 {
-  const Directory opened(opendir(directory.c_str()));
-  if (!opened)
-    return false;
-  for (std::string name; readName(opened.get(), name);)
+  std::error_code error;
+  for (fs::directory_iterator entry(directory, error); !error && entry != fs::directory_iterator();
+       entry.increment(error))
   {
-    const std::string path = std::string(directory).append("/").append(name);
-    struct stat status = {};
-    if (stat(path.c_str(), &status) != 0)
+    const bool isDirectory = fs::is_directory(entry->path(), error);
+    if (error)
       return false;
-    if (!S_ISDIR(status.st_mode))
-      paths.push_back(path);
+    if (!isDirectory)
+      paths.push_back(std::string(directory).append("/").append(entry->path().filename()));
   }
-  return true;
+  return !error;
 }
 
 bool deleteDirectoryRecursively(const std::string& path)
 {
-  if (const Directory opened{opendir(path.c_str())})
-    for (std::string name; readName(opened.get(), name);)
-    {
-      const std::string entry = std::string(path).append("/").append(name);
-      struct stat status = {};
-      if (lstat(entry.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
-        static_cast<void>(deleteDirectoryRecursively(entry));
-      else
-        unlink(entry.c_str());
-    }
+  std::error_code error;
+  for (fs::directory_iterator entry(path, error); !error && entry != fs::directory_iterator(); entry.increment(error))
+  {
+    std::error_code ignored; // what stays keeps the directory from being removed
+    fs::remove_all(entry->path(), ignored);
+  }
   return rmdir(path.c_str()) == 0;
 }
 

@@ -21,14 +21,6 @@ bool isDigitsAndPoints(const std::string& uid)
   return uid.find_first_not_of("0123456789.") == std::string::npos;
 }
 
-/// Whether `status` is good; otherwise it has been reported.
-bool isGood(const OFCondition& status, const std::string& message)
-{
-  if (status.bad())
-    reportCondition(message, status);
-  return status.good();
-}
-
 bool isIssuedByViewer(const std::string& sopInstanceUid)
 {
   // PS3.5 9.1. It becomes part of file names: nothing but a UID passes.

@@ -3,6 +3,7 @@
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>
 
+#include <memory>
 #include <vector>
 
 namespace tarn::dicom
@@ -36,6 +37,17 @@ inline std::vector<DcmItem*> nestedItems(DcmItem& item)
       for (DcmItem* inner : itemsOf(*sequence))
         nested.push_back(inner);
   return nested;
+}
+
+/// Inserts `object` into an item or a sequence, which owns it afterwards; on failure it is discarded. `options` are
+/// those of the container's `insert`.
+template <class Container, class Object, class... Options>
+OFCondition insertOwned(Container& container, std::unique_ptr<Object> object, Options... options)
+{
+  const OFCondition status = container.insert(object.get(), options...);
+  if (status.good())
+    static_cast<void>(object.release());
+  return status;
 }
 
 } // namespace tarn::dicom

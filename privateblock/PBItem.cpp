@@ -10,10 +10,8 @@
 
 #include "dicom/contents.h"
 #include "privateblock/legacyKeys.h"
-#include "privateblock/relocation.h"
 
-using tarn::privateblock::retag;
-using tarn::privateblock::slotOf;
+using tarn::dicom::insertOwned;
 
 makeOFConditionConst(EC_PBPrivateTagProblem, OFM_dcmdata, 0x7010, OF_error,
                      "No private block and no free slot for one");
@@ -37,6 +35,25 @@ bool equals(const char* value, const char* expected)
   return value && std::strcmp(value, expected) == 0;
 }
 
+/// The slot of a private element's block: the high byte of the element number (PS3.5 7.8.1).
+Uint16 slotOf(const DcmTagKey& tag)
+{
+  return static_cast<Uint16>(tag.getElement() >> 8U);
+}
+
+/// Gives `tag` an element number of our block, and our creator; its VR stays.
+void retag(DcmTag& tag, Uint16 elementNumber)
+{
+  tag.setElement(elementNumber);
+  tag.setPrivateCreator(PBItem::kCreator);
+}
+
+/// The toolkit has no setter for an element's tag; changing it in place keeps VR and value.
+void retag(DcmElement& element, Uint16 elementNumber)
+{
+  retag(const_cast<DcmTag&>(element.getTag()), elementNumber);
+}
+
 DcmTagKey creatorKey(Uint16 slot)
 {
   return {kGroup, slot};
@@ -47,6 +64,23 @@ bool hasKey(const DcmObject* object)
 {
   unsigned short key = 0;
   return PBItem::getCanonicKey(object->getTag(), key);
+}
+
+/// Moves `elements` of `item` into its block. Deletes those that have no short key and those whose place is taken.
+void moveInto(Uint16 block, DcmItem& item, const std::vector<DcmObject*>& elements)
+{
+  DcmItem holding; // until all are taken out: the block may be one of those that are moved
+  for (DcmObject* object : elements)
+  {
+    std::unique_ptr<DcmElement> element(item.remove(object));
+    unsigned short key = 0;
+    if (!PBItem::getCanonicKey(element->getTag(), key))
+      continue;
+    retag(*element, static_cast<Uint16>(block | key));
+    insertOwned(holding, std::move(element));
+  }
+  while (holding.card() > 0)
+    insertOwned(item, std::unique_ptr<DcmElement>(holding.remove(0UL)));
 }
 
 /// Writes a line that operators know, under an identity and a facility of its own. Both calls change the log of the
@@ -117,13 +151,16 @@ bool PBItem::relocateLegacyPrivateTags(bool moveCanonic)
   const std::vector<Uint16> legacySlots = slots;
   if (moveCanonic)
     slots.push_back(kCanonicSlot);
-  const std::vector<DcmObject*> moved = tarn::privateblock::elementsIn(*item, slots);
+  std::vector<DcmObject*> moved;
+  for (DcmObject* object : tarn::dicom::contentsOf(*item))
+    if (object->getGTag() == kGroup && std::count(slots.begin(), slots.end(), slotOf(object->getTag())) > 0)
+      moved.push_back(object);
 
   for (const Uint16 legacy : legacySlots)
     item->findAndDeleteElement(creatorKey(legacy));
   if (std::any_of(moved.begin(), moved.end(), hasKey) && !checkAndReservePrivateBlock())
     return false; // before anything is taken out
-  tarn::privateblock::moveInto(block, *item, moved);
+  moveInto(block, *item, moved);
   return true;
 }
 
@@ -163,9 +200,9 @@ OFCondition PBItem::findAndGetPBSequenceItem(unsigned short key, DcmItem*& found
 template <class Put>
 OFCondition PBItem::put(unsigned short key, DcmEVR vr, Put operation)
 {
-  DcmTag tag;
-  const OFCondition status = writableTag(key, vr, tag);
-  return status.good() ? operation(tag) : status;
+  if (!calcPrivateBlock(false) || !checkAndReservePrivateBlock())
+    return EC_PBPrivateTagProblem;
+  return operation(blockTag(key, vr));
 }
 
 OFCondition PBItem::findOrCreatePBSequenceItem(unsigned short key, DcmItem*& created, signed long number)
@@ -290,12 +327,4 @@ DcmTag PBItem::blockTag(unsigned short key, DcmEVR vr) const
   DcmTag tag(kGroup, static_cast<Uint16>(block | key), kCreator);
   tag.setVR(DcmVR(vr));
   return tag;
-}
-
-OFCondition PBItem::writableTag(unsigned short key, DcmEVR vr, DcmTag& tag)
-{
-  if (!calcPrivateBlock(false) || !checkAndReservePrivateBlock())
-    return EC_PBPrivateTagProblem;
-  tag = blockTag(key, vr);
-  return EC_Normal;
 }

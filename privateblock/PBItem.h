@@ -84,7 +84,6 @@ public:
 private:
   static void createMap();
   DcmTag blockTag(unsigned short key, DcmEVR vr) const;
-  OFCondition writableTag(unsigned short key, DcmEVR vr, DcmTag& tag);
   template <class Put>
   OFCondition put(unsigned short key, DcmEVR vr, Put operation);
 

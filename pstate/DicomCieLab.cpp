@@ -1,6 +1,7 @@
 // Colours as style elements have them, CIELab scaled to 16 bits (PS3.3 C.10.7.1.1).
 #include "pstate/DicomCieLab.h"
 
+#include "dicom/contents.h"
 #include "pstate/ElementWriter.h"
 
 #include <array>
@@ -58,14 +59,10 @@ OFCondition DicomCieLab::addTo(DcmItem* item, const DcmTagKey& tag) const
   const std::array<Uint16, 3> values{lowBits(L), lowBits(a), lowBits(b)};
   auto element = std::make_unique<DcmUnsignedShort>(DcmTag(tag, EVR_US));
   OFCondition status = element->putUint16Array(values.data(), values.size());
-  if (status.bad())
-  {
-    reportCondition("CIELab Color value could not be inserted: ", status);
+  if (!isGood(status, "CIELab Color value could not be inserted: "))
     return status;
-  }
-  status = insertOwned(*item, std::move(element), false);
-  if (status.bad())
-    reportCondition("CIELab Color could not be inserted: ", status);
+  status = tarn::dicom::insertOwned(*item, std::move(element), false);
+  isGood(status, "CIELab Color could not be inserted: ");
   return status;
 }
 

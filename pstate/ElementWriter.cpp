@@ -2,8 +2,10 @@
 #include "pstate/ElementWriter.h"
 
 #include "base/report.h"
+#include "dicom/contents.h"
 
 #include <array>
+#include <memory>
 
 namespace impsconverter
 {
@@ -23,36 +25,21 @@ OFCondition sequenceItem(DcmItem& item, const DcmTagKey& sequence, DcmItem*& res
 
 } // namespace
 
-void reportCondition(const std::string& message, const OFCondition& status)
+bool isGood(const OFCondition& status, std::string_view message)
 {
-  tarn::base::report(message, status.text());
-}
-
-OFCondition insertOwned(DcmItem& item, std::unique_ptr<DcmElement> element, bool replace)
-{
-  const OFCondition status = item.insert(element.get(), replace);
-  if (status.good())
-    static_cast<void>(element.release());
-  return status;
-}
-
-OFCondition insertOwned(DcmSequenceOfItems& sequence, std::unique_ptr<DcmItem> item)
-{
-  const OFCondition status = sequence.insert(item.get());
-  if (status.good())
-    static_cast<void>(item.release());
-  return status;
+  if (status.bad())
+    tarn::base::report(message, status.text());
+  return status.good();
 }
 
 template <class Put>
 ElementWriter& ElementWriter::step(const char* message, Put put)
 {
-  if (!good)
-    return *this;
-  const OFCondition status = put();
-  good = status.good();
-  if (!good && message)
-    reportCondition(message, status);
+  if (good)
+  {
+    const OFCondition status = put();
+    good = message ? isGood(status, message) : status.good();
+  }
   return *this;
 }
 
@@ -86,7 +73,7 @@ ElementWriter& ElementWriter::floats(const DcmTagKey& tag, const std::vector<Flo
 {
   auto element = std::make_unique<DcmFloatingPointSingle>(DcmTag(tag, EVR_FL));
   step(valueMessage, [&] { return element->putFloat32Array(values.data(), values.size()); });
-  return step(insertMessage, [&] { return insertOwned(*item, std::move(element), true); });
+  return step(insertMessage, [&] { return tarn::dicom::insertOwned(*item, std::move(element), true); });
 }
 
 ElementWriter& ElementWriter::newPair(const DcmTagKey& tag, Sint32 first, Sint32 second, const char* valueMessage,
@@ -95,7 +82,7 @@ ElementWriter& ElementWriter::newPair(const DcmTagKey& tag, Sint32 first, Sint32
   auto element = std::make_unique<DcmSignedLong>(DcmTag(tag, EVR_SL));
   const std::array<Sint32, 2> values{first, second};
   step(valueMessage, [&] { return element->putSint32Array(values.data(), values.size()); });
-  return step(insertMessage, [&] { return insertOwned(*item, std::move(element), false); });
+  return step(insertMessage, [&] { return tarn::dicom::insertOwned(*item, std::move(element), false); });
 }
 
 ElementWriter& ElementWriter::firstItem(const DcmTagKey& sequence, DcmItem*& found, const char* message)

@@ -3,8 +3,8 @@
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>
 
-#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace impsconverter
@@ -54,12 +54,7 @@ private:
   bool good = true;
 };
 
-/// Writes `message` and the condition's text as one line.
-void reportCondition(const std::string& message, const OFCondition& status);
-
-/// Inserts an element into an item, which owns it afterwards; on failure it is discarded.
-OFCondition insertOwned(DcmItem& item, std::unique_ptr<DcmElement> element, bool replace);
-/// The same for an item at the end of a sequence.
-OFCondition insertOwned(DcmSequenceOfItems& sequence, std::unique_ptr<DcmItem> item);
+/// Returns whether `status` is good; otherwise writes `message` and the condition's text as one line.
+bool isGood(const OFCondition& status, std::string_view message);
 
 } // namespace impsconverter

@@ -71,10 +71,8 @@ bool PresentationState::save(const std::string& directory)
     tarn::base::trace(" === END Result PS ", name, " ===");
     tarn::base::trace("Saving ", name);
   }
-  const OFCondition status = tarn::dicom::saveFile(*fileFormat, directory + name);
-  if (status.bad())
-    reportCondition("Presentation State file " + name + " could not be saved: ", status);
-  return status.good();
+  return isGood(tarn::dicom::saveFile(*fileFormat, directory + name),
+                "Presentation State file " + name + " could not be saved: ");
 }
 
 bool PresentationState::fillDisplayArea(DcmItem& item, CLIP_BOX_MODE mode, int x, int y, int width, int height)

@@ -2,9 +2,10 @@
 #include "pstate/ValidPresentationState.h"
 
 #include "base/report.h"
+#include "dicom/contents.h"
 #include "pstate/ElementWriter.h"
 #include "images/ObjectInfo.h"
-#include "pstate/OutputTemplate.h"
+#include "privateblock/PBItem.h"
 #include "base/wrapping.h"
 
 #include <memory>
@@ -52,15 +53,8 @@ bool insertSequence(DcmItem& target, const DcmTagKey& tag, std::unique_ptr<DcmIt
                     const char* sequenceMessage)
 {
   auto sequence = std::make_unique<DcmSequenceOfItems>(DcmTag(tag, EVR_SQ));
-  if (const OFCondition status = insertOwned(*sequence, std::move(item)); status.bad())
-  {
-    reportCondition(itemMessage, status);
-    return false;
-  }
-  const OFCondition status = insertOwned(target, std::move(sequence), true);
-  if (status.bad())
-    reportCondition(sequenceMessage, status);
-  return status.good();
+  return isGood(tarn::dicom::insertOwned(*sequence, std::move(item)), itemMessage) &&
+         isGood(tarn::dicom::insertOwned(target, std::move(sequence), true), sequenceMessage);
 }
 
 } // namespace
@@ -72,13 +66,6 @@ ValidPresentationState::ValidPresentationState(DcmDataset* dataset, const std::s
   // PS3.3 C.12.1: an object of its own
   fileFormat->getDataset()->putAndInsertString(DcmTag(DCM_SOPInstanceUID, EVR_UI), sopInstanceUid.c_str());
   name = (kFilePrefix + ("." + sopInstanceUid)).substr(0, kLongestName);
-}
-
-ValidPresentationState::ValidPresentationState(OutputTemplate& source, const std::string& sopInstanceUid,
-                                               int instanceBase, bool debug)
-  : ValidPresentationState(source.dataset(), sopInstanceUid, instanceBase, debug)
-{
-  holdsSource = false;
 }
 
 bool ValidPresentationState::hasDisplayedArea() const
@@ -202,23 +189,19 @@ bool ValidPresentationState::checkAndCreateAnnotationLayer()
     return true;
   // PS3.3 C.10.7: annotations belong to a layer
   DcmItem* layer = nullptr;
-  if (!ElementWriter(*fileFormat->getDataset())
-           .firstItem(DCM_GraphicLayerSequence, layer, "Graphic Layer Sequence item could not be created: ")
-           .ok())
+  DcmDataset& dataset = *fileFormat->getDataset();
+  const bool made =
+      ElementWriter(dataset)
+          .firstItem(DCM_GraphicLayerSequence, layer, "Graphic Layer Sequence item could not be created: ")
+          .ok() &&
+      ElementWriter(*layer)
+          .text(DCM_GraphicLayer, EVR_CS, ANNLAYERNAME, "Graphic Layer name could not be created: ")
+          .text(DCM_GraphicLayerOrder, EVR_IS, "1", "Graphic Layer Order could not be created: ")
+          .ok() &&
+      isGood(dataset.insertSequenceItem(DcmTag(DCM_GraphicAnnotationSequence, EVR_SQ), pendingAnnotationItem.get()),
+             "Graphic Annotation Sequence item could not be created: "); // PS3.3 C.10.5
+  if (!made)
     return false;
-  if (!ElementWriter(*layer)
-           .text(DCM_GraphicLayer, EVR_CS, ANNLAYERNAME, "Graphic Layer name could not be created: ")
-           .text(DCM_GraphicLayerOrder, EVR_IS, "1", "Graphic Layer Order could not be created: ")
-           .ok())
-    return false;
-  // PS3.3 C.10.5
-  const OFCondition inserted = fileFormat->getDataset()->insertSequenceItem(
-      DcmTag(DCM_GraphicAnnotationSequence, EVR_SQ), pendingAnnotationItem.get());
-  if (!annotationItem || inserted.bad())
-  {
-    reportCondition("Graphic Annotation Sequence item could not be created: ", inserted);
-    return false;
-  }
   static_cast<void>(pendingAnnotationItem.release()); // the dataset's
   return ElementWriter(*annotationItem)
       .text(DCM_GraphicLayer, EVR_CS, ANNLAYERNAME, "Graphic Layer could not be added to Graphic Annotation Sequence: ")
@@ -229,9 +212,9 @@ bool ValidPresentationState::clean()
 {
   PresentationState::clean();
   DcmDataset& dataset = *fileFormat->getDataset();
-  if (holdsSource)
-    OutputTemplate::removeSource(dataset);
-  holdsSource = false;
+  // What an output does not keep: the references replace the source images, and the annotations the plug-in state.
+  dataset.findAndDeleteElement(DCM_SourceImageSequence);
+  const std::unique_ptr<DcmElement> pluginState(PBItem(dataset).removePB(PBItem::kPluginStateKey));
 
   // PS3.3 C.11.10: a number of its own; outputs of one series differ in it.
   Sint32 inputNumber = 0;

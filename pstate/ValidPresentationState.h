@@ -7,8 +7,6 @@
 namespace impsconverter
 {
 
-class OutputTemplate;
-
 /// The graphic layer of all annotations.
 extern const std::string ANNLAYERNAME;
 
@@ -21,8 +19,6 @@ class ValidPresentationState : public PresentationState
 public:
   /// `instanceBase` is added to the input's Instance Number times 3700.
   ValidPresentationState(DcmDataset* dataset, const std::string& sopInstanceUid, int instanceBase, bool debug);
-  /// The same, from a copy of an input that has been rid of what an output does not keep.
-  ValidPresentationState(OutputTemplate& source, const std::string& sopInstanceUid, int instanceBase, bool debug);
 
   /// Removes Source Image Sequence and the plug-in state, and gives the object its own Instance Number.
   bool clean() override;
@@ -65,7 +61,6 @@ private:
   std::unique_ptr<DcmItem> pendingAnnotationItem; ///< annotationItem until the dataset owns it
   Sint32 instanceBase;
   bool content = true;
-  bool holdsSource = true; ///< what an output does not keep may still be there
 };
 
 } // namespace impsconverter
