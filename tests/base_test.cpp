@@ -1,6 +1,5 @@
 #include "tests/support/Capture.h"
 #include "tests/support/Files.h"
-#include "tests/support/nameOf.h"
 #include "tests/support/TempDir.h"
 
 #include "support/Config.h"
@@ -66,37 +65,37 @@ TEST(PartFile, StepsAroundThatOfAnotherAndGoesUnlessKept)
 
 struct UrlRow
 {
-  const char* name;
+  const char* fact;
   std::string text, plugin, meta; ///< encoded; decoded as a plug-in state, as an object meta file
 };
 
 const UrlRow kUrlRows[] = {
-    {"Escape", "a%20b", "a b", "a b"},
-    {"Plus", "b+c", "b c", "b c"},
-    {"DecodedPercentSign", "%2541", "%41", "%41"}, // is not decoded again
-    {"DigitsOfBothCases", "%c3%Ff", "\xc3\xff", "\xc3\xff"},
-    {"CutAfterOneDigit", "ab%4", "ab", "ab"},
-    {"NoDigits", "%zz+", "%zz ", "\0 "s},
-    {"OneDigit", "%4xy", "%4xy", "\4y"},
-    {"SecondPercentSign", "%%41", "%A", "\0"s + "1"},
-    {"Sign", "%-1x", "%-1x", "\0x"s},
-    {"Nul", "a%00b", "a", "a\0b"s},
+    {"an escape", "a%20b", "a b", "a b"},
+    {"a plus", "b+c", "b c", "b c"},
+    {"a percent sign that is decoded is not decoded again", "%2541", "%41", "%41"},
+    {"digits of both cases", "%c3%Ff", "\xc3\xff", "\xc3\xff"},
+    {"cut after one digit", "ab%4", "ab", "ab"},
+    {"no digits", "%zz+", "%zz ", "\0 "s},
+    {"one digit", "%4xy", "%4xy", "\4y"},
+    {"a second percent sign", "%%41", "%A", "\0"s + "1"},
+    {"a sign", "%-1x", "%-1x", "\0x"s},
+    {"a NUL", "a%00b", "a", "a\0b"s},
 };
 
-using UrlDecode = testing::TestWithParam<UrlRow>;
-INSTANTIATE_TEST_SUITE_P(Each, UrlDecode, testing::ValuesIn(kUrlRows), nameOf<UrlRow>);
-
-TEST_P(UrlDecode, Gives)
+TEST(UrlDecode, Gives)
 {
-  std::string decoded = GetParam().text;
-  im::URLDecode(decoded);
-  EXPECT_EQ(decoded, GetParam().plugin);
-  EXPECT_EQ(im::urlDecode(GetParam().text), GetParam().meta);
+  for (const UrlRow& row : kUrlRows)
+  {
+    std::string decoded = row.text;
+    im::URLDecode(decoded);
+    EXPECT_EQ(decoded, row.plugin) << row.fact;
+    EXPECT_EQ(im::urlDecode(row.text), row.meta) << row.fact;
+  }
 }
 
 struct PropertyRow
 {
-  const char* name;
+  const char* fact;
   std::string key;
   std::optional<std::string> value;
 };
@@ -104,29 +103,27 @@ struct PropertyRow
 constexpr char kProperties[] = "plain=1\n  spaced key \t=  a b \r\n# plain=2\n! plain=3\nplain 4\nquoted=\" x \"\n"
                                "half=\"y\ntwice=1\ntwice=2\nempty=\nequals=a=b\nlast=z";
 const PropertyRow kPropertyRows[] = {
-    {"CommentsDoNotReplace", "plain", "1"},
-    {"BlanksAroundBoth", "spaced key", "a b"},
-    {"BlanksInQuotes", "quoted", " x "},
-    {"OneQuote", "half", "\"y"},
-    {"SecondLineOfTheKey", "twice", "2"},
-    {"NoValue", "empty", ""},
-    {"SecondEqualsSign", "equals", "a=b"},
-    {"NoLineEnd", "last", "z"},
-    {"OtherCase", "Plain", {}},
-    {"CommentWithNumberSign", "# plain", {}},
-    {"CommentWithExclamationMark", "! plain", {}},
-    {"NoEqualsSign", "plain 4", {}},
+    {"comments do not replace", "plain", "1"},
+    {"blanks around both", "spaced key", "a b"},
+    {"blanks in quotes", "quoted", " x "},
+    {"one quote", "half", "\"y"},
+    {"the second line of the key", "twice", "2"},
+    {"no value", "empty", ""},
+    {"a second equals sign", "equals", "a=b"},
+    {"no line end", "last", "z"},
+    {"another case", "Plain", {}},
+    {"a comment with a number sign", "# plain", {}},
+    {"a comment with an exclamation mark", "! plain", {}},
+    {"no equals sign", "plain 4", {}},
 };
 
-using Properties = testing::TestWithParam<PropertyRow>;
-INSTANTIATE_TEST_SUITE_P(Each, Properties, testing::ValuesIn(kPropertyRows), nameOf<PropertyRow>);
-
-TEST_P(Properties, Give)
+TEST(IMProperties, AreLinesOfKeysAndValues)
 {
   IMProperties properties;
   std::istringstream text(kProperties);
   properties.read(text);
-  EXPECT_EQ(properties.getProperty(GetParam().key), GetParam().value);
+  for (const PropertyRow& row : kPropertyRows)
+    EXPECT_EQ(properties.getProperty(row.key), row.value) << row.fact;
 }
 
 TEST(IMProperties, ASecondReadReplaces)
