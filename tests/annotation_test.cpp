@@ -12,31 +12,11 @@
 
 #include <dcmtk/dcmiod/cielabutil.h>
 
-#include <dlfcn.h>
-
 #include <cstdio>
 #include <string>
 #include <tuple>
 
 using namespace impsconverter;
-
-namespace
-{
-
-const DcmTagKey kNone(0xFFFF, 0xFFFF);
-DcmTagKey refusedTag = kNone; ///< no item takes an element of it
-
-} // namespace
-
-// Found before that of the toolkit's shared library, also by the library itself.
-OFCondition DcmItem::insert(DcmElement* element, OFBool replaceOld, OFBool checkInsertOrder)
-{
-  using Insert = OFCondition (*)(DcmItem*, DcmElement*, OFBool, OFBool);
-  static const auto insertReally = reinterpret_cast<Insert>(dlsym(RTLD_NEXT, "_ZN7DcmItem6insertEP10DcmElementbb"));
-  if (element && element->getTag() == refusedTag)
-    return EC_IllegalCall;
-  return insertReally(this, element, replaceOld, checkInsertOrder);
-}
 
 namespace
 {
@@ -179,25 +159,6 @@ TEST_F(AnnotationTest, KindsMayDrawByPlainCoordinates)
             valuesIn({DCM_GraphicData, DCM_LineDashingStyle, DCM_UnformattedTextValue, DCM_BoundingBoxTopLeftHandCorner,
                       DCM_BoundingBoxBottomRightHandCorner},
                      "PR.1.8"));
-}
-
-TEST_F(AnnotationTest, AnElementThatIsNotTakenEndsTheAnnotationWithOneLine)
-{
-  const std::tuple<Make, DcmTagKey, const char*> rows[] = {
-      {make<Oval>, DCM_GraphicData, "Graphic Data could not be inserted"},
-      {make<Text>, DCM_AnchorPoint, "Anchor Point could not be inserted"},
-      {make<Ruler>, DCM_CompoundGraphicUnits, "Compound Graphic Units could not be created"},
-      {make<Ruler>, DCM_TickAlignment, "Tick Alignment could not be created"},
-  };
-  for (const auto& [kind, tag, message] : rows)
-  {
-    const Capture said;
-    const auto annotation = kind(&target);
-    refusedTag = tag;
-    EXPECT_FALSE(annotation->process("x 3 red 10 20 1 1 0 0 0 0|1 2 3 4") && annotation->createCompound());
-    refusedTag = kNone;
-    EXPECT_EQ(message + std::string(": Illegal call, perhaps wrong parameters\n"), said.error.str());
-  }
 }
 
 /// What is read of a text: how many of two fields, and both of them, of which the second is a word of 4 bytes at most.

@@ -216,20 +216,19 @@ TEST_F(ConvertTest, TheCopyKeepsItsShapeAndItsText)
 
 TEST_F(ConvertTest, KnowsWhatNeedsConversion)
 {
-  const char* const gsps = "1.2.840.10008.5.1.4.1.1.11.1";
-  for (const char* other :
-       {"1.2.840.10008.5.1.4.1.1.11.12", "1.2.840.10008.5.1.4.1.1.11", "", static_cast<const char*>(nullptr)})
+  const std::string gsps = "1.2.840.10008.5.1.4.1.1.11.1";
+  for (const char* other : {"1.2.840.10008.5.1.4.1.1.11.12", "1.2.840.10008.5.1.4.1.1.11", ""})
     EXPECT_FALSE(isPSSopClass(other));
+  EXPECT_FALSE(isPSSopClass(nullptr));
   const auto file = state("x");
-  DcmDataset& dataset = *file->getDataset();
-  EXPECT_TRUE(isPSSopClass(gsps) && needPSConversion(*file, nullptr) && needPSConversion(*file, gsps));
+  EXPECT_TRUE(isPSSopClass(gsps.c_str()) && needPSConversion(*file, nullptr) && needPSConversion(*file, gsps.c_str()));
   EXPECT_FALSE(needPSConversion(*file, "1.2.840.10008.5.1.4.1.1.2"));
-  dataset.findAndDeleteElement(DCM_SOPClassUID);
+  putElement(*file->getDataset(), kPluginState, EVR_OB, "");
+  EXPECT_FALSE(needPSConversion(*file, gsps.c_str())) << "empty";
+  file->getDataset()->findAndDeleteElement(kPluginState);
+  EXPECT_FALSE(needPSConversion(*file, gsps.c_str())) << "absent";
+  file->getDataset()->findAndDeleteElement(DCM_SOPClassUID);
   EXPECT_FALSE(needPSConversion(*file, nullptr));
-  putElement(dataset, kPluginState, EVR_OB, "");
-  EXPECT_FALSE(needPSConversion(*file, gsps)) << "empty";
-  dataset.findAndDeleteElement(kPluginState);
-  EXPECT_FALSE(needPSConversion(*file, gsps)) << "absent";
 }
 
 TEST_F(ConvertTest, FileTreesAreListedAndRemoved)

@@ -1,6 +1,5 @@
 #include "tests/support/Files.h"
 #include "tests/support/LogFile.h"
-#include "tests/support/nameOf.h"
 #include "tests/support/TempDir.h"
 
 #include "dicom/dictionary.h"
@@ -226,7 +225,8 @@ TEST_P(Dictionary, IsCompleteWhenTheFileIsNotAllExplicit)
   EXPECT_EQ(missingOf(text) == 0, GetParam().needed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, Dictionary, testing::ValuesIn(kNeedRows), nameOf<NeedRow>);
+INSTANTIATE_TEST_SUITE_P(Each, Dictionary, testing::ValuesIn(kNeedRows),
+                         [](const auto& row) { return row.param.name; });
 
 TEST_F(Dictionary, LogNamesAnAttributeThatItDoesNotHaveYet)
 {

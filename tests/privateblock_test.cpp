@@ -1,4 +1,3 @@
-#include "tests/support/nameOf.h"
 #include "tests/support/TempDir.h"
 
 #include "dicom/values.h"
@@ -105,21 +104,21 @@ const LegacyRow kLegacyRows[] = {
     {"LastSlot", takenTo(0xFE) + ", 1094 UN:ab", takenTo(0xFE) + ", 00FF LO:PB group A, FF94 UN:ab", true},
 };
 
-using LegacyElements = testing::TestWithParam<LegacyRow>;
-INSTANTIATE_TEST_SUITE_P(Each, LegacyElements, testing::ValuesIn(kLegacyRows), nameOf<LegacyRow>);
-
 /// Their VR stays, also where the dictionary has one of its own for the element.
-TEST_P(LegacyElements, MoveIntoTheBlockOfTheirItem)
+TEST(LegacyElements, MoveIntoTheBlockOfTheirItem)
 {
   dcmDataDict.wrlock().addEntry(
       new DcmDictEntry(PBItem::kGroup, 0x94, DcmVR(EVR_FD), "State", 1, 1, "private", OFTrue, PBItem::kCreator));
   dcmDataDict.wrunlock();
-  DcmDataset dataset;
-  DcmItem* nested = nullptr;
-  dataset.findOrCreateSequenceItem(DCM_ReferencedSeriesSequence, nested, -2);
-  insert(*nested, GetParam().given);
-  EXPECT_TRUE(GetParam().moveCanonic ? handleCanonicAndOldPrivateTags(dataset) : handlePrivateTags(dataset));
-  EXPECT_EQ(listed(*nested), GetParam().expected);
+  for (const LegacyRow& row : kLegacyRows)
+  {
+    DcmDataset dataset;
+    DcmItem* nested = nullptr;
+    dataset.findOrCreateSequenceItem(DCM_ReferencedSeriesSequence, nested, -2);
+    insert(*nested, row.given);
+    EXPECT_TRUE(row.moveCanonic ? handleCanonicAndOldPrivateTags(dataset) : handlePrivateTags(dataset));
+    EXPECT_EQ(listed(*nested), row.expected) << row.name;
+  }
 }
 
 TEST(PBItem, WithoutABlockNothingIsMoved)
@@ -174,20 +173,20 @@ const OperationRow kOperationRows[] = {
     {"Insert", [](Subject& in) { return in.insertText(); }, "1108 LT:"},
 };
 
-using Operation = testing::TestWithParam<OperationRow>;
-INSTANTIATE_TEST_SUITE_P(Each, Operation, testing::ValuesIn(kOperationRows), nameOf<OperationRow>);
-
 const std::string kOther = "0010 LO:OTHER", kSecondSlot = kOther + ", 0011 LO:PB group A, ";
 const std::string kFull = takenTo(0xFF) + ", BA94 UN:ab";
 
-TEST_P(Operation, UsesTheFirstFreeSlotOrFails)
+TEST(PBItem, UsesTheFirstFreeSlotOrFails)
 {
-  const std::string& written = GetParam().written;
-  Subject subject(kOther), full(kFull);
-  EXPECT_STREQ(GetParam().run(subject).text(), written.empty() ? "Tag not found" : "Normal");
-  EXPECT_EQ(listed(subject.dataset), written.empty() ? kOther : kSecondSlot + written);
-  EXPECT_TRUE(GetParam().run(full) == EC_PBPrivateTagProblem);
-  EXPECT_EQ(listed(full.dataset), kFull);
+  for (const OperationRow& row : kOperationRows)
+  {
+    SCOPED_TRACE(row.name);
+    Subject subject(kOther), full(kFull);
+    EXPECT_STREQ(row.run(subject).text(), row.written.empty() ? "Tag not found" : "Normal");
+    EXPECT_EQ(listed(subject.dataset), row.written.empty() ? kOther : kSecondSlot + row.written);
+    EXPECT_TRUE(row.run(full) == EC_PBPrivateTagProblem);
+    EXPECT_EQ(listed(full.dataset), kFull);
+  }
 }
 
 TEST(PBItem, HasNoBlockWithoutASlot)
