@@ -14,7 +14,6 @@
 
 #include <cstdio>
 #include <string>
-#include <tuple>
 
 using namespace impsconverter;
 
@@ -86,13 +85,6 @@ TEST_F(AnnotationTest, SimpleFormsAndTextsReadBack)
   }
 }
 
-TEST_F(AnnotationTest, TheParametersBeginBehindTheFirstBlank)
-{
-  const Capture said;
-  EXPECT_FALSE(Ruler(&target).process("ruler|x 1 red"));
-  EXPECT_EQ("Invalid annotation line, contains no pipe: ruler|x 1 red\n", said.error.str());
-}
-
 struct CompoundForm
 {
   const char* fact;
@@ -161,44 +153,34 @@ TEST_F(AnnotationTest, KindsMayDrawByPlainCoordinates)
                      "PR.1.8"));
 }
 
-/// What is read of a text: how many of two fields, and both of them, of which the second is a word of 4 bytes at most.
-using Fields = std::tuple<int, std::string, std::string>;
-
-Fields readOf(const std::string& text, bool real)
+/// Reads a value and a word of 4 bytes at most, as scanf reads them by the format.
+template <class Value>
+void expectAsScanf(const std::string& text, const char* format, Parameters& (Parameters::*read)(Value&, const char*))
 {
-  int number = 7;
-  double wide = 7;
+  Value value = 7, wanted = 7;
   std::string word;
+  char wantedWord[5] = "";
   Parameters scanned("fields", "a test", text.c_str(), false);
-  real ? scanned.real(wide) : scanned.number(number);
+  (scanned.*read)(value, nullptr);
   scanned.word(word, nullptr, 4);
-  return {scanned.count(), std::to_string(real ? wide : number), word};
-}
-
-/// The same by the C library.
-Fields scannedOf(const std::string& text, bool real)
-{
-  int number = 7;
-  double wide = 7;
-  char word[5] = "";
-  const int count = real ? std::sscanf(text.c_str(), "%lg%4s", &wide, word)   // NOLINT(cert-err34-c): the judge
-                         : std::sscanf(text.c_str(), "%d%4s", &number, word); // NOLINT(cert-err34-c)
-  return {count, std::to_string(real ? wide : number), word};
+  ASSERT_EQ(scanned.count(), std::sscanf(text.c_str(), format, &wanted, wantedWord)) << text; // NOLINT(cert-err34-c)
+  ASSERT_EQ(std::to_string(value) + word, std::to_string(wanted) + wantedWord) << text;
 }
 
 TEST(Parameters, AreReadAsScanfReadsThem)
 {
-  const char* const pieces[] = {"",  "0",   "7",   "0X", "-",     "+", ".",  "e", "p",          "a",
-                                "i", "NAN", "inf", "in", "inity", " ", "\v", ",", "2147483648", "9999999999999999999"};
+  const char* const pieces[] = {"",   "0",     "7", "0X",         "-",  "+",   ".",
+                                "e",  "p",     "a", "2147483648", "i",  "NAN", "inf",
+                                "in", "inity", " ", "\t",         "\r", ",",   "9999999999999999999"};
   for (const std::string first : pieces)
     for (const std::string second : pieces)
       for (const std::string third : pieces)
         for (const std::string fourth : pieces)
-          for (const bool real : {false, true})
-          {
-            const std::string text = first + second + third + fourth;
-            ASSERT_EQ(readOf(text, real), scannedOf(text, real)) << '"' << text << '"';
-          }
+        {
+          const std::string text = first + second + third + fourth;
+          expectAsScanf<int>(text, "%d%4s", &Parameters::number);
+          expectAsScanf<double>(text, "%lg%4s", &Parameters::real);
+        }
 }
 
 TEST(DicomCieLab, GivesTheBitsOfTheToolkit)

@@ -89,14 +89,12 @@ const Row kRows[] = {
     {"NoArgument", "$P", 1, kMissing},
     {"EmptyLastInput", "$P -N -f ../in.dcm -f \"\"", 1, kMissing},
     {"HelpEndsTheScan", "$P -hzf ../in.dcm", 1, kUsage},
-    {"LongOption", "$P --help", 1, "Unrecognized option: '--'\n" + kUsage},
     {"OptionWithoutItsValue", "$P -f ../in.dcm -o", 1, "Unrecognized option: '-o'\n" + kUsage},
     {"ControlCharacter", "$P \"-$(printf \"\nx\")\"", 1, "Unrecognized option: '-\\x0A'\n" + kUsage},
     {"NoPrefix", "$P -N -f ../in.dcm", 0, kFound, {kPr}},
     {"ValueAfterCombinedOptions", "$P -Nopre -f ../in.dcm", 0, kFound, {"pre" + kPr}},
     {"SecondInput", "$P -N -f ../bad.dcm -f ../in.dcm", 0, kFound, {kPr}},
     {"SecondPrefix", "$P -N -f ../in.dcm -o /nowhere/ -o ./", 0, kFound, {kPr}},
-    {"Operand", "$P operand -f ../in.dcm -N", 0, kFound, {kPr}},
     {"Copy", "$P -N -f ../in.dcm -i", 0, kFound, {kPr, "in.dcm"}},
     {"PrefixOfTheCopy", "$P -Nix -f ../in.dcm -o copy-", 0, kFound, {"copy-" + kPr, "copy-in.dcm"}},
     {"CutInput", "head -c 400 ../in.dcm >../cut.dcm; $P -N -f ../cut.dcm", 0,
@@ -216,6 +214,13 @@ struct SampleStates : CommandTest
 TEST_F(SampleStates, BecomeTheSameWithADumpAndWithEveryDictionary)
 {
   samples::writeArchive(folder.path());
+  DcmFileFormat bare; // has no file meta information, no item delimiters, and not what outputs and copies are given
+  bare.loadFile((folder / "states/annotations-all-kinds.dcm").c_str());
+  for (const DcmTagKey& tag : {DCM_InstanceNumber, DCM_Modality, DCM_ContentDescription, DCM_ContentCreatorName,
+                               DCM_PresentationLUTShape, DCM_DisplayedAreaSelectionSequence})
+    bare.getDataset()->findAndDeleteElement(tag);
+  bare.saveFile((folder / "states/bare.dcm").c_str(), EXS_LittleEndianImplicit, EET_ExplicitLength, EGL_recalcGL,
+                EPD_noChange, 0, 0, EWM_dataset);
   for (const std::string& name : namesIn(folder / "states"))
   {
     const std::string path = folder / "states/" + name;

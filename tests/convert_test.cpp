@@ -15,7 +15,7 @@ namespace
 
 using ConvertTest = StateFixture;
 
-const std::string kOneId = "label\\ID+1.2/CT.1.2.3_1";
+const std::string kOneId = "label\\ID+1.2/CT.1.2.3_1", kGsps = "1.2.840.10008.5.1.4.1.1.11.1";
 
 const std::string kRoot = "1.2.826.0.1.7770001.2.11.";
 const std::string kLacks = "Original Presentation State object does not contain ";
@@ -74,11 +74,9 @@ TEST_F(ConvertTest, AcceptsWhatOnlyBeginsRight)
   for (const auto& [uid, outputUid] : {std::pair("45.1", "7.15.1"), std::pair("4", "7.1")})
   {
     const auto file = state(kOneId);
-    samples::putTexts(*file->getDataset(),
-                      {{DCM_SOPInstanceUID, kRoot + uid}, {DCM_SOPClassUID, "1.2.840.10008.5.1.4.1.1.11.12\\1"}});
+    samples::putTexts(*file->getDataset(), {{DCM_SOPInstanceUID, kRoot + uid}, {DCM_SOPClassUID, kGsps + ".12\\1"}});
     EXPECT_EQ("", convert(*file).error);
-    EXPECT_EQ(std::vector<std::string>{"PR." + kRoot + outputUid}, outputNames());
-    fs::remove(prefix + "PR." + kRoot + outputUid);
+    EXPECT_TRUE(fs::remove(prefix + "PR." + kRoot + outputUid));
   }
 }
 
@@ -140,14 +138,6 @@ TEST_F(ConvertTest, LibraryCallersOwnWhatTheyGet)
     EXPECT_EQ(good, out.back() == file.get());
     EXPECT_EQ(good, file->getDataset()->tagExists(DCM_DisplayedAreaSelectionSequence)) << "made conformant";
   }
-}
-
-TEST_F(ConvertTest, ALibraryCallersFileStaysItsOwnWithoutAList)
-{
-  const auto file = state("label");
-  const Capture said;
-  EXPECT_FALSE(PSConverter(*db, file.get(), nullptr, 0, false).convert(false));
-  EXPECT_TRUE(file->getDataset()->tagExists(kPluginState));
 }
 
 TEST_F(ConvertTest, TellsWhatItCameTo)
@@ -216,17 +206,17 @@ TEST_F(ConvertTest, TheCopyKeepsItsShapeAndItsText)
 
 TEST_F(ConvertTest, KnowsWhatNeedsConversion)
 {
-  const std::string gsps = "1.2.840.10008.5.1.4.1.1.11.1";
   for (const char* other : {"1.2.840.10008.5.1.4.1.1.11.12", "1.2.840.10008.5.1.4.1.1.11", ""})
     EXPECT_FALSE(isPSSopClass(other));
   EXPECT_FALSE(isPSSopClass(nullptr));
   const auto file = state("x");
-  EXPECT_TRUE(isPSSopClass(gsps.c_str()) && needPSConversion(*file, nullptr) && needPSConversion(*file, gsps.c_str()));
+  EXPECT_TRUE(isPSSopClass(kGsps.c_str()) && needPSConversion(*file, nullptr) &&
+              needPSConversion(*file, kGsps.c_str()));
   EXPECT_FALSE(needPSConversion(*file, "1.2.840.10008.5.1.4.1.1.2"));
   putElement(*file->getDataset(), kPluginState, EVR_OB, "");
-  EXPECT_FALSE(needPSConversion(*file, gsps.c_str())) << "empty";
+  EXPECT_FALSE(needPSConversion(*file, kGsps.c_str())) << "empty";
   file->getDataset()->findAndDeleteElement(kPluginState);
-  EXPECT_FALSE(needPSConversion(*file, gsps.c_str())) << "absent";
+  EXPECT_FALSE(needPSConversion(*file, kGsps.c_str())) << "absent";
   file->getDataset()->findAndDeleteElement(DCM_SOPClassUID);
   EXPECT_FALSE(needPSConversion(*file, nullptr));
 }

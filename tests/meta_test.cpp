@@ -28,12 +28,7 @@ using Words = std::vector<std::string>;
 class MetaTest : public testing::Test, protected ArchiveFolder
 {
 protected:
-  std::string filled(std::string text) const
-  {
-    for (auto at = text.find("{}"); at != std::string::npos; at = text.find("{}"))
-      text.replace(at, 2, root.string());
-    return text;
-  }
+  std::string filled(const std::string& text) const { return replaced(text, "{}", root); }
   /// A file holds its own path, so that it can be told from others.
   void put(const std::string& file) const
   {
