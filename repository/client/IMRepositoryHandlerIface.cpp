@@ -1,11 +1,11 @@
 // The calls into the repository handler library that the templates of the header do not hold, and the log lines.
 #include "repository/client/IMRepositoryHandlerIface.h"
 
-#include "base/IMLogger.h"
+#include <cstdio>
 
 #include <unistd.h>
 
-#include <cstdio>
+#include "base/IMLogger.h"
 
 namespace tarn::repository
 {
