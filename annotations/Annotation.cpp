@@ -158,11 +158,6 @@ bool Annotation::addPolyline(const std::vector<Point>& points)
   return addGraphic(GraphicType::polyline, points, compound);
 }
 
-bool Annotation::addEllipse(const std::vector<Point>& axisEnds)
-{
-  return addGraphic(GraphicType::ellipse, axisEnds, true);
-}
-
 bool Annotation::addDashedLine(float x1, float y1, float x2, float y2, const DicomCieLab& lineColor)
 {
   const auto write = [&](ElementWriter& writer)

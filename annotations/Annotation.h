@@ -80,8 +80,8 @@ protected:
   /// A text object tied to (x, y), which itself is not shown: its box is centred there, or has its top left corner
   /// there.
   bool addText(int x, int y, const std::string& text, bool centered);
-  /// An ELLIPSE by the ends of one axis, then of the other. It carries the ID in every case.
-  bool addEllipse(const std::vector<Point>& axisEnds);
+  /// A graphic object of any type, which carries the ID where `isIdentified` says so.
+  bool addGraphic(GraphicType type, const std::vector<Point>& points, bool isIdentified);
   /// `writeMore` writes what the type has beyond the elements that all compound graphics have.
   bool addCompound(GraphicType type, const std::vector<Point>& points,
                    const std::function<void(ElementWriter&)>& writeMore = {});
@@ -119,7 +119,6 @@ protected:
 
 private:
   bool parseCommon(const std::string& type, const std::string& common);
-  bool addGraphic(GraphicType type, const std::vector<Point>& points, bool isIdentified);
   template <class Write>
   bool addItem(const DcmTagKey& sequence, const char* message, bool isIdentified, Write write);
   void writeId(ElementWriter& writer) const;

@@ -16,24 +16,20 @@ namespace
 /// Number of Graphic Points (0070,0021) has 16 bits, and the outline is closed by one more point.
 constexpr int kMostVertices = 65534;
 
-/// Reads a decimal number at `cursor` and steps over it; where there is none the result is 0 and the cursor stays.
-/// errno is ERANGE for a number that 32 bits do not hold.
-int readNumber(const char*& cursor)
+/// Reads a decimal number at `cursor` and steps over it; where there is none it is 0 and the cursor stays. A number
+/// that 32 bits do not hold is reported by the text that names it, and false.
+bool readNumber(const char*& cursor, int& value, const char* what, const std::string& type)
 {
   char* end = nullptr;
   errno = 0;
   const long number = std::strtol(cursor, &end, 10);
   cursor = end;
-  if (number < INT_MIN || number > INT_MAX)
-    errno = ERANGE;
-  return errno == ERANGE ? 0 : static_cast<int>(number);
-}
-
-bool inRange(const char* what, const std::string& type)
-{
-  if (errno == ERANGE)
+  const bool isHeld = errno != ERANGE && number >= INT_MIN && number <= INT_MAX;
+  if (isHeld)
+    value = static_cast<int>(number);
+  else
     tarn::base::report("Parsing ", what, type, " annotation failed: ", std::strerror(ERANGE));
-  return errno != ERANGE;
+  return isHeld;
 }
 
 } // namespace
@@ -55,8 +51,8 @@ bool FreeHand::parseSpecific(const std::string& type, const std::string& params)
 
 bool FreeHand::parseVertices(const std::string& type, const char*& cursor)
 {
-  const int count = readNumber(cursor);
-  if (!inRange("number of vertices in a ", type))
+  int count = 0;
+  if (!readNumber(cursor, count, "number of vertices in a ", type))
     return false;
   if (count < 1 || count > kMostVertices)
   {
@@ -68,13 +64,11 @@ bool FreeHand::parseVertices(const std::string& type, const char*& cursor)
   for (std::size_t vertex = 0; vertex < xs.size(); ++vertex)
   {
     const char* start = cursor;
-    xs[vertex] = readNumber(cursor);
-    if (!inRange("X coordinate from a ", type))
+    if (!readNumber(cursor, xs[vertex], "X coordinate from a ", type))
       return false;
     if (cursor == start)
       break; // no number here: none of the others would be found either, and all of them are 0
-    ys[vertex] = readNumber(cursor);
-    if (!inRange("Y coordinate from a ", type))
+    if (!readNumber(cursor, ys[vertex], "Y coordinate from a ", type))
       return false;
   }
   return true;

@@ -90,7 +90,7 @@ bool Oval::createSimple()
 {
   // PS3.3 C.10.5.1.2: the ends of one axis, then of the other; that of size X comes first, also where it is the
   // shorter.
-  return addEllipse(axisEnds());
+  return addGraphic(GraphicType::ellipse, axisEnds(), /*isIdentified=*/true);
 }
 
 bool Oval::createCompound()

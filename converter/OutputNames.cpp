@@ -50,11 +50,6 @@ bool OutputNames::takeForOutput(const std::string& name)
   return take(name, overwriteError(prefix + name, inputFile));
 }
 
-bool OutputNames::takeForCopy(const std::string& name)
-{
-  return take(name, nullptr);
-}
-
 bool OutputNames::take(const std::string& name, const char* reason)
 {
   if (!used.insert(name).second)

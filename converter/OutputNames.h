@@ -20,7 +20,7 @@ public:
 
   [[nodiscard]] bool takeForOutput(const std::string& name);
   /// The copy of the input may replace the input itself.
-  [[nodiscard]] bool takeForCopy(const std::string& name);
+  [[nodiscard]] bool takeForCopy(const std::string& name) { return take(name, nullptr); }
   /// What the copy is called: as the input, without its folder.
   std::string copyName() const;
 

@@ -233,12 +233,10 @@ bool PSConverter::openOutput(const std::string& objectName, const std::string& f
 
 bool PSConverter::lookUpImage(ObjectInfo& object)
 {
-  if (!referencedImages)
-    referencedImages.emplace(referencedSeries);
-  if (!studyObjects)
-    studyObjects.emplace(db, studyUid);
+  if (!imageSources)
+    imageSources.emplace(db, studyUid, referencedSeries);
   db.connect(); // a database that cannot be opened is no failed look-up
-  const int found = object.collect(*studyObjects, *referencedImages);
+  const int found = object.collect(*imageSources);
   if (found == ObjectInfo::databaseFailure)
   {
     tarn::base::report("An error occurred while getting SOP class UID for figure ", object.objectName);

@@ -3,8 +3,7 @@
 #include "base/IMLogger.h"
 #include "converter/OutputNames.h"
 #include "db/DBConnector.h"
-#include "images/ReferencedImages.h"
-#include "images/StudyObjects.h"
+#include "images/ImageSources.h"
 #include "pstate/ValidPresentationState.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -132,8 +131,7 @@ private:
   tarn::imutils::IMLogger logger{"PSConverter"};
 
   std::unique_ptr<DcmDataset> startOfOutputs; ///< see copyForOutputs; made for the first output
-  std::optional<tarn::images::StudyObjects> studyObjects;
-  std::optional<tarn::images::ReferencedImages> referencedImages;
+  std::optional<tarn::images::ImageSources> imageSources;
   OutputNames names{inputFile, outputPrefix};
 };
 

@@ -16,15 +16,11 @@ constexpr char kNoPluginState[] = "DataSet does not contain private presentation
 constexpr char kMissing[] = "Original Presentation State object does not contain ";
 constexpr char kPresentationStateClass[] = "1.2.840.10008.5.1.4.1.1.11.1";
 
-bool isDigitsAndPoints(const std::string& uid)
-{
-  return uid.find_first_not_of("0123456789.") == std::string::npos;
-}
-
 bool isIssuedByViewer(const std::string& sopInstanceUid)
 {
   // PS3.5 9.1. It becomes part of file names: nothing but a UID passes.
-  const bool issued = tarn::base::startsWith(sopInstanceUid, kInputRoot) && isDigitsAndPoints(sopInstanceUid);
+  const bool issued = tarn::base::startsWith(sopInstanceUid, kInputRoot) &&
+                      sopInstanceUid.find_first_not_of("0123456789.") == std::string::npos;
   if (!issued)
     tarn::base::report("SOP Instance UID of the original Presentation State object was not issued by QX: ",
                        sopInstanceUid);

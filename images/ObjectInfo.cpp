@@ -8,8 +8,7 @@
 #include "db/DBException.h"
 #include "db/ObjectAccessor.h"
 #include "dicom/values.h"
-#include "images/ReferencedImages.h"
-#include "images/StudyObjects.h"
+#include "images/ImageSources.h"
 
 namespace impsconverter
 {
@@ -32,17 +31,16 @@ ObjectInfo::ObjectInfo(const std::string& studyKey, const std::string& objectNam
 
 int ObjectInfo::collect(tarn::db::DBConnector& db, DcmSequenceOfItems* referencedSeries)
 {
-  tarn::images::StudyObjects objects(db, studyKey);
-  tarn::images::ReferencedImages references(referencedSeries);
-  return collect(objects, references);
+  tarn::images::ImageSources sources(db, studyKey, referencedSeries);
+  return collect(sources);
 }
 
-int ObjectInfo::collect(tarn::images::StudyObjects& objects, tarn::images::ReferencedImages& references)
+int ObjectInfo::collect(tarn::images::ImageSources& sources)
 {
   const tarn::db::ObjectRecord* record = nullptr;
   try
   {
-    record = objects.find(objectName);
+    record = sources.findRow(objectName);
   }
   catch (const tarn::db::DBException& exception)
   {
@@ -50,7 +48,7 @@ int ObjectInfo::collect(tarn::images::StudyObjects& objects, tarn::images::Refer
     return databaseFailure;
   }
   if (!record)
-    return collectFromReferences(references);
+    return collectFromReferences(sources);
   copyRecord(*record);
   return inDatabase;
 }
@@ -69,7 +67,7 @@ void ObjectInfo::copyRecord(const tarn::db::ObjectRecord& record)
   frames = atLeastOne(record.frames);
 }
 
-int ObjectInfo::collectFromReferences(tarn::images::ReferencedImages& references)
+int ObjectInfo::collectFromReferences(tarn::images::ImageSources& sources)
 {
   tarn::base::report("File ", objectName, " was not found in the database - checking referenced series sequence");
   const std::size_t point = objectName.find('.');
@@ -79,7 +77,7 @@ int ObjectInfo::collectFromReferences(tarn::images::ReferencedImages& references
     return notFound;
   }
   const std::string sought = objectName.substr(point + 1);
-  const tarn::images::ReferencedImages::Reference* reference = references.find(sought);
+  const tarn::images::ImageSources::Reference* reference = sources.findReference(sought);
   if (!reference)
     return notFound;
   // PS3.3 C.11.11: the series item holds the Series Instance UID, the image item both SOP UIDs (table 10-3).

@@ -14,9 +14,8 @@ struct ObjectRecord;
 
 namespace tarn::images
 {
-class ReferencedImages;
-class StudyObjects;
-} // namespace tarn::images
+class ImageSources;
+}
 
 namespace impsconverter
 {
@@ -42,8 +41,8 @@ public:
   /// Sequence (0008,1115) of the presentation state, which may be null. Reports failures on the console; UIDs that
   /// cannot be found stay empty. Returns a Result.
   [[nodiscard]] int collect(tarn::db::DBConnector& db, DcmSequenceOfItems* referencedSeries);
-  /// As above, with rows that may have been asked for before and a sequence that may have been indexed before.
-  [[nodiscard]] int collect(tarn::images::StudyObjects& objects, tarn::images::ReferencedImages& references);
+  /// As above, with what the run knows already.
+  [[nodiscard]] int collect(tarn::images::ImageSources& sources);
 
   /// Returns the decimal number at the start of `text`; `fallback` for a null text and where the low 16 bits of the
   /// number are zero.
@@ -60,7 +59,7 @@ public:
 
 private:
   void copyRecord(const tarn::db::ObjectRecord& record);
-  int collectFromReferences(tarn::images::ReferencedImages& references);
+  int collectFromReferences(tarn::images::ImageSources& sources);
 };
 
 } // namespace impsconverter

@@ -59,13 +59,6 @@ DcmTagKey creatorKey(Uint16 slot)
   return {kGroup, slot};
 }
 
-/// Whether a moved element has a place in the canonic block.
-bool hasKey(const DcmObject* object)
-{
-  unsigned short key = 0;
-  return PBItem::getCanonicKey(object->getTag(), key);
-}
-
 /// Moves `elements` of `item` into its block. Deletes those that have no short key and those whose place is taken.
 void moveInto(Uint16 block, DcmItem& item, const std::vector<DcmObject*>& elements)
 {
@@ -158,6 +151,8 @@ bool PBItem::relocateLegacyPrivateTags(bool moveCanonic)
 
   for (const Uint16 legacy : legacySlots)
     item->findAndDeleteElement(creatorKey(legacy));
+  unsigned short key = 0;
+  const auto hasKey = [&key](const DcmObject* object) { return getCanonicKey(object->getTag(), key); };
   if (std::any_of(moved.begin(), moved.end(), hasKey) && !checkAndReservePrivateBlock())
     return false; // before anything is taken out
   moveInto(block, *item, moved);

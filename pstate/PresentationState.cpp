@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstdio>
+#include <utility>
 
 namespace impsconverter
 {
@@ -27,21 +28,15 @@ Sint32 farEdge(int start, int length)
 
 /// PS3.3 C.10.4: the corners are those that show at the top left and the bottom right of the screen, that is, after the
 /// rotation and the flip of C.10.6.
-Corners arrange(CLIP_BOX_MODE mode, const Corners& box)
+Corners arrange(CLIP_BOX_MODE mode, Corners box)
 {
-  switch (mode)
-  {
-  case CLIP_BOX_NORMAL:
-    return box;
-  case CLIP_BOX_TOP_BOTTOM:
-    return {box.left, box.bottom, box.right, box.top};
-  case CLIP_BOX_TURNED:
-    return {box.right, box.bottom, box.left, box.top};
-  case CLIP_BOX_LEFT_RIGHT:
-    return {box.right, box.top, box.left, box.bottom};
-  default:
+  if (mode < CLIP_BOX_NORMAL || mode > CLIP_BOX_LEFT_RIGHT)
     return {0, 0, 0, 0};
-  }
+  if (mode == CLIP_BOX_LEFT_RIGHT || mode == CLIP_BOX_TURNED)
+    std::swap(box.left, box.right);
+  if (mode == CLIP_BOX_TOP_BOTTOM || mode == CLIP_BOX_TURNED)
+    std::swap(box.top, box.bottom);
+  return box;
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 #include "db/DBException.h"
 #include "samples/dicomFile.h"
 #include "images/ObjectInfo.h"
-#include "images/StudyObjects.h"
+#include "images/ImageSources.h"
 #include "pstate/ValidPresentationState.h"
 
 #include <gmock/gmock.h>
@@ -158,16 +158,16 @@ TEST_F(PStateTest, ADatabaseThatFailsEndsTheConversion)
 
 TEST_F(PStateTest, SomeAnswersOfTheDatabaseAreRemembered)
 {
-  tarn::images::StudyObjects objects(*db, "1.2");
+  tarn::images::ImageSources sources(*db, "1.2", nullptr);
   execute("ALTER TABLE objects RENAME TO aside");
-  EXPECT_THROW(objects.find("CT.1.2.3"), tarn::db::DBException);
+  EXPECT_THROW(sources.findRow("CT.1.2.3"), tarn::db::DBException);
   execute("ALTER TABLE aside RENAME TO objects");
-  EXPECT_TRUE(objects.find("CT.1.2.3")) << "a failure is not remembered";
+  EXPECT_TRUE(sources.findRow("CT.1.2.3")) << "a failure is not remembered";
   execute("DELETE FROM objects");
-  EXPECT_TRUE(objects.find("CT.1.2.3")) << "an object is";
-  for (std::size_t other = 0; other < tarn::images::StudyObjects::kMostRemembered; ++other)
-    EXPECT_FALSE(objects.find(std::to_string(other)));
-  EXPECT_FALSE(objects.find("CT.1.2.3")) << "not without bounds";
+  EXPECT_TRUE(sources.findRow("CT.1.2.3")) << "an object is";
+  for (std::size_t other = 0; other < tarn::images::ImageSources::kMostRemembered; ++other)
+    EXPECT_FALSE(sources.findRow(std::to_string(other)));
+  EXPECT_FALSE(sources.findRow("CT.1.2.3")) << "not without bounds";
 }
 
 TEST(ObjectInfo, ToInt)

@@ -1,13 +1,29 @@
-// The images that a presentation state says it refers to.
-#include "images/ReferencedImages.h"
+// Where a run finds its images: in the object table, and in what the presentation state says of them.
+#include "images/ImageSources.h"
 
 #include "dicom/contents.h"
 #include "dicom/values.h"
 
+#include <utility>
+
 namespace tarn::images
 {
 
-void ReferencedImages::addSeries(DcmItem& series)
+const db::ObjectRecord* ImageSources::findRow(const std::string& name)
+{
+  auto known = rows.find(name);
+  if (known == rows.end())
+  {
+    db::ObjectRecord record;
+    const bool found = db.objects().findObject(studyUid, name, record);
+    if (rows.size() == kMostRemembered)
+      rows.clear();
+    known = rows.emplace(name, found ? std::make_optional(std::move(record)) : std::nullopt).first;
+  }
+  return known->second ? &*known->second : nullptr;
+}
+
+void ImageSources::addSeries(DcmItem& series)
 {
   // PS3.3 C.11.11 and table 10-3: each series names its images by their SOP Instance UIDs.
   DcmSequenceOfItems* images = nullptr;
@@ -21,7 +37,7 @@ void ReferencedImages::addSeries(DcmItem& series)
   }
 }
 
-const ReferencedImages::Reference* ReferencedImages::find(const std::string& sopInstanceUid)
+const ImageSources::Reference* ImageSources::findReference(const std::string& sopInstanceUid)
 {
   if (unindexed)
     for (DcmItem* series : dicom::itemsOf(*unindexed))
