@@ -6,7 +6,6 @@
 #include "converter/fileTrees.h"
 
 #include <optional>
-#include <tuple>
 
 using namespace impsconverter;
 namespace fs = std::filesystem;
@@ -16,61 +15,68 @@ namespace
 
 using ConvertTest = StateFixture;
 
-const std::string kOneId = "label\\ID+1.2/CT.1.2.3_1";
+const std::string kOneId = "label\\ID+1.2/CT.1.2.3_1", kGsps = "1.2.840.10008.5.1.4.1.1.11.1";
 
+const std::string kRoot = "1.2.826.0.1.7770001.2.11.";
+const std::string kLacks = "Original Presentation State object does not contain ";
+const std::string kForeign = "SOP Instance UID of the original Presentation State object was not issued by QX: ";
+const std::string kNoState = "Object is not a Grayscale Softcopy Presentation State: ";
+const std::string kNoText = "DataSet does not contain private presentation state data: ";
+const std::string kNoReferences = "DataSet does not contain Source Image Sequence: ";
+
+/// What is put in place of what is there; without a value, that is removed.
+struct Harm
+{
+  DcmTagKey tag;
+  DcmEVR vr;
+  std::optional<std::string> value;
+  std::string refusal;
+};
+
+const Harm kHarms[] = {
+    {kPluginState, EVR_OB, {}, kNoText + "Tag not found"},
+    {DCM_StudyInstanceUID, EVR_UI, {}, kLacks + "Study Instance UID: Tag not found"},
+    {DCM_StudyInstanceUID, EVR_UI, "1.2\\1.3", kLacks + "Study Instance UID: More than one value"},
+    {DCM_SOPInstanceUID, EVR_UI, {}, kLacks + "SOP Instance UID: Tag not found"},
+    {DCM_SOPInstanceUID, EVR_UI, "", kLacks + "SOP Instance UID: Value is empty"},
+    {DCM_SOPInstanceUID, EVR_UI, kRoot + "5", kForeign + kRoot + "5"},
+    {DCM_SOPInstanceUID, EVR_UI, kRoot + "4\\1", kForeign + kRoot + "4\\1"},
+    {DCM_SOPClassUID, EVR_UI, {}, kLacks + "SOP Class UID: Tag not found"},
+    {DCM_SOPClassUID, EVR_UI, "1.2.840.10008.5.1.4.1.1.2", kNoState + "CTImageStorage"},
+    {DCM_SOPClassUID, EVR_UI, "1.2.3", kNoState + "1.2.3"},
+    {DCM_ReferencedSeriesSequence, EVR_SQ, {}, kNoReferences + "Tag not found"},
+    {DCM_ReferencedSeriesSequence, EVR_LO, "text", kNoReferences + "Invalid VR"},
+    {kPluginState, EVR_SQ, "", kNoText + "Invalid VR"},
+    {kPluginState, EVR_OB, "label", "Plugin State contains no figure"},
+};
+
+/// A row's harm is done last, after those of all rows behind it: it is the first that is seen.
 TEST_F(ConvertTest, ChecksTheInputInOrder)
 {
-  const std::string missing = "Original Presentation State object does not contain ";
-  const std::string foreign = "SOP Instance UID of the original Presentation State object was not issued by QX: ";
-  const std::string noState = "Object is not a Grayscale Softcopy Presentation State: ";
-  const std::string noText = "DataSet does not contain private presentation state data: ";
-  const std::string noReferences = "DataSet does not contain Source Image Sequence: ";
-  const std::string root = "1.2.826.0.1.7770001.2.11.";
-  // What a row puts in place of what is there (without a value it removes that), after what the rows below do.
-  const std::tuple<DcmTagKey, DcmEVR, std::optional<std::string>, std::string> rows[] = {
-      {kPluginState, EVR_OB, {}, noText + "Tag not found"},
-      {DCM_StudyInstanceUID, EVR_UI, {}, missing + "Study Instance UID: Tag not found"},
-      {DCM_StudyInstanceUID, EVR_UI, "1.2\\1.3", missing + "Study Instance UID: More than one value"},
-      {DCM_SOPInstanceUID, EVR_UI, {}, missing + "SOP Instance UID: Tag not found"},
-      {DCM_SOPInstanceUID, EVR_UI, "", missing + "SOP Instance UID: Value is empty"},
-      {DCM_SOPInstanceUID, EVR_UI, root + "5", foreign + root + "5"},
-      {DCM_SOPInstanceUID, EVR_UI, root + "4\\1", foreign + root + "4\\1"},
-      {DCM_SOPClassUID, EVR_UI, {}, missing + "SOP Class UID: Tag not found"},
-      {DCM_SOPClassUID, EVR_UI, "1.2.840.10008.5.1.4.1.1.2", noState + "CTImageStorage"},
-      {DCM_SOPClassUID, EVR_UI, "1.2.3", noState + "1.2.3"},
-      {DCM_ReferencedSeriesSequence, EVR_SQ, {}, noReferences + "Tag not found"},
-      {DCM_ReferencedSeriesSequence, EVR_LO, "text", noReferences + "Invalid VR"},
-      {kPluginState, EVR_SQ, "", noText + "Invalid VR"},
-      {kPluginState, EVR_OB, "label", "Plugin State contains no figure"},
-  };
-  for (std::size_t row = 0; row < std::size(rows); ++row)
+  for (std::size_t row = 0; row < std::size(kHarms); ++row)
   {
     const auto file = state(kOneId);
-    for (std::size_t harm = std::size(rows); harm-- > row;)
+    for (std::size_t harm = std::size(kHarms); harm-- > row;)
     {
-      const auto& [tag, vr, value, error] = rows[harm];
-      file->getDataset()->findAndDeleteElement(tag);
-      if (value)
-        putElement(*file->getDataset(), tag, vr, *value);
+      file->getDataset()->findAndDeleteElement(kHarms[harm].tag);
+      if (kHarms[harm].value)
+        putElement(*file->getDataset(), kHarms[harm].tag, kHarms[harm].vr, *kHarms[harm].value);
     }
     const Outcome outcome = convert(*file, PSC_includeOriginal);
     EXPECT_FALSE(outcome.good);
-    EXPECT_EQ(std::get<std::string>(rows[row]) + "\n", outcome.error);
+    EXPECT_EQ(kHarms[row].refusal + "\n", outcome.error);
     EXPECT_EQ(std::vector<std::string>{}, outputNames());
   }
 }
 
 TEST_F(ConvertTest, AcceptsWhatOnlyBeginsRight)
 {
-  const std::string root = "1.2.826.0.1.7770001.2.11.";
   for (const auto& [uid, outputUid] : {std::pair("45.1", "7.15.1"), std::pair("4", "7.1")})
   {
     const auto file = state(kOneId);
-    samples::putTexts(*file->getDataset(),
-                      {{DCM_SOPInstanceUID, root + uid}, {DCM_SOPClassUID, "1.2.840.10008.5.1.4.1.1.11.12\\1"}});
+    samples::putTexts(*file->getDataset(), {{DCM_SOPInstanceUID, kRoot + uid}, {DCM_SOPClassUID, kGsps + ".12\\1"}});
     EXPECT_EQ("", convert(*file).error);
-    EXPECT_EQ(std::vector<std::string>{"PR." + root + outputUid}, outputNames());
-    fs::remove(prefix + "PR." + root + outputUid);
+    EXPECT_TRUE(fs::remove(prefix + "PR." + kRoot + outputUid));
   }
 }
 
@@ -134,90 +140,85 @@ TEST_F(ConvertTest, LibraryCallersOwnWhatTheyGet)
   }
 }
 
-TEST_F(ConvertTest, ALibraryCallersFileStaysItsOwnWithoutAList)
-{
-  const auto file = state("label");
-  const Capture said;
-  EXPECT_FALSE(PSConverter(*db, file.get(), nullptr, 0, false).convert(false));
-  EXPECT_TRUE(file->getDataset()->tagExists(kPluginState));
-}
-
 TEST_F(ConvertTest, TellsWhatItCameTo)
 {
   using impsconverter::Outcome;
-  const auto run = [&](const std::string& path, bool touchObjectCache = false)
+  const auto runOn = [&](const std::string& text, const DcmTagKey& lacking = {0, 0}, bool touchObjectCache = false)
   {
     const Capture said;
-    return PSConverter(*db, path, prefix, 0, false).run(touchObjectCache);
+    const auto file = state(text);
+    file->getDataset()->findAndDeleteElement(lacking);
+    samples::writeFile(inputPath, samples::encodeFile(*file->getDataset(), EXS_LittleEndianExplicit));
+    return PSConverter(*db, inputPath, prefix, 0, false).run(touchObjectCache);
   };
-  const auto runOn = [&](DcmFileFormat& file, bool touchObjectCache = false)
-  {
-    samples::writeFile(inputPath, samples::encodeFile(*file.getDataset(), EXS_LittleEndianExplicit));
-    return run(inputPath, touchObjectCache);
-  };
-  const auto without = [&](const DcmTagKey& tag)
-  {
-    auto file = state(kOneId);
-    file->getDataset()->findAndDeleteElement(tag);
-    return file;
-  };
-  EXPECT_EQ(Outcome::done, runOn(*state(kOneId)));
-  EXPECT_EQ(Outcome::nothingToDo, runOn(*without(kPluginState)));
-  EXPECT_EQ(Outcome::refused, runOn(*without(DCM_ReferencedSeriesSequence)));
-  EXPECT_EQ(Outcome::refused, runOn(*without(DCM_SOPInstanceUID)));
-  EXPECT_EQ(Outcome::notLoaded, run(folder / "nowhere"));
-  EXPECT_EQ(Outcome::cacheFailed, runOn(*state(kOneId), true));
-  EXPECT_EQ(Outcome::failed, runOn(*state("label")));
+  EXPECT_EQ(Outcome::done, runOn(kOneId));
+  EXPECT_EQ(Outcome::nothingToDo, runOn(kOneId, kPluginState));
+  EXPECT_EQ(Outcome::refused, runOn(kOneId, DCM_ReferencedSeriesSequence));
+  EXPECT_EQ(Outcome::refused, runOn(kOneId, DCM_SOPInstanceUID));
+  EXPECT_EQ(Outcome::cacheFailed, runOn(kOneId, {0, 0}, true));
+  EXPECT_EQ(Outcome::failed, runOn("label"));
+  const Capture said;
+  EXPECT_EQ(Outcome::notLoaded, PSConverter(*db, folder / "nowhere", prefix, 0, false).run(false));
 }
+
+struct CopyRow
+{
+  const char* fact;
+  std::string text;
+  const char *corner, *spacing; ///< of the fixed copy's displayed area
+};
+
+const CopyRow kCopyRows[] = {
+    {"the first spacing", kOneId + "%0Apixel+2+3\\ID+/CT.1.2.3_1%0Apixel+7+7", "512\\256", "2\\3"},
+    {"without spacing", kOneId, "512\\256", "1\\1"},
+    {"half a spacing", kOneId + "%0Apixel+0+0%0Apixel+0+3", "512\\256", "1\\3"},
+    {"a dropped object's spacing", "l\\ID+/X.9_1%0Apixel+2+3", "1\\1", "2\\3"},
+};
 
 TEST_F(ConvertTest, TheCopyIsFixedOnRequest)
 {
-  const auto fixed = [](const char* corner, const char* spacing, const char* shape)
+  for (const CopyRow& row : kCopyRows)
   {
-    return std::string("DisplayedAreaSelectionSequence{PixelOriginInterpretation:CS=FRAME "
-                       "DisplayedAreaTopLeftHandCorner:SL=1\\1 DisplayedAreaBottomRightHandCorner:SL=") +
-           corner + " PresentationSizeMode:CS=SCALE TO FIT PresentationPixelSpacing:DS=" + spacing +
-           "} ContentDescription:LO= PresentationLUTShape:CS=" + shape;
-  };
-  const std::tuple<const char*, unsigned long, std::string, const char*, std::string> rows[] = {
-      {"unfixed", 1, kOneId + "%0Apixel+2+3", "INVERSE", "ContentDescription:LO= PresentationLUTShape:CS=INVERSE"},
-      {"fixed", 3, kOneId + "%0Apixel+2+3\\ID+/CT.1.2.3_1%0Apixel+7+7", "INVERSE",
-       fixed("512\\256", "2\\3", "INVERSE")},
-      {"without spacing", 3, kOneId, "", fixed("512\\256", "1\\1", "IDENTITY")},
-      {"half a spacing", 3, kOneId + "%0Apixel+0+0%0Apixel+0+3", "", fixed("512\\256", "1\\3", "IDENTITY")},
-      {"a dropped object's spacing", 3, "l\\ID+/X.9_1%0Apixel+2+3", "", fixed("1\\1", "2\\3", "IDENTITY")},
-  };
-  for (const auto& [name, flags, text, shape, expected] : rows)
+    EXPECT_TRUE(convert(row.text, PSC_includeOriginal | PSC_fixOriginal).good);
+    EXPECT_EQ(std::string("DisplayedAreaSelectionSequence{PixelOriginInterpretation:CS=FRAME "
+                          "DisplayedAreaTopLeftHandCorner:SL=1\\1 DisplayedAreaBottomRightHandCorner:SL=") +
+                  row.corner + " PresentationSizeMode:CS=SCALE TO FIT PresentationPixelSpacing:DS=" + row.spacing +
+                  "} PresentationLUTShape:CS=IDENTITY",
+              describeOutput({DCM_DisplayedAreaSelectionSequence, DCM_PresentationLUTShape}, "in.dcm"))
+        << row.fact;
+  }
+}
+
+TEST_F(ConvertTest, TheCopyKeepsItsShapeAndItsText)
+{
+  for (const unsigned long flags : {PSC_includeOriginal, PSC_includeOriginal | PSC_fixOriginal})
   {
-    SCOPED_TRACE(name);
-    const auto file = state(text);
-    samples::putTexts(*file->getDataset(), {{DCM_ContentDescription, "text"}});
-    if (*shape)
-      samples::putTexts(*file->getDataset(), {{DCM_PresentationLUTShape, shape}});
+    const auto file = state(kOneId);
+    samples::putTexts(*file->getDataset(), {{DCM_ContentDescription, "text"}, {DCM_PresentationLUTShape, "INVERSE"}});
     EXPECT_TRUE(convert(*file, flags).good);
-    EXPECT_EQ(expected,
-              describeOutput({DCM_DisplayedAreaSelectionSequence, DCM_ContentDescription, DCM_PresentationLUTShape},
-                             "in.dcm"));
-    EXPECT_TRUE(output("in.dcm")->getDataset()->tagExists(kPluginState));
+    EXPECT_EQ("ContentDescription:LO= PresentationLUTShape:CS=INVERSE",
+              describeOutput({DCM_ContentDescription, DCM_PresentationLUTShape}, "in.dcm"));
+    const auto copy = output("in.dcm");
+    EXPECT_TRUE(copy->getDataset()->tagExists(kPluginState));
+    EXPECT_EQ(flags != PSC_includeOriginal, copy->getDataset()->tagExists(DCM_DisplayedAreaSelectionSequence));
   }
 }
 
 TEST_F(ConvertTest, KnowsWhatNeedsConversion)
 {
-  const char* const gsps = "1.2.840.10008.5.1.4.1.1.11.1";
-  for (const char* other :
-       {"1.2.840.10008.5.1.4.1.1.11.12", "1.2.840.10008.5.1.4.1.1.11", "", static_cast<const char*>(nullptr)})
+  for (const char* other : {"1.2.840.10008.5.1.4.1.1.11.12", "1.2.840.10008.5.1.4.1.1.11", ""})
     EXPECT_FALSE(isPSSopClass(other));
+  EXPECT_FALSE(isPSSopClass(nullptr));
   const auto file = state("x");
-  DcmDataset& dataset = *file->getDataset();
-  EXPECT_TRUE(isPSSopClass(gsps) && needPSConversion(*file, nullptr) && needPSConversion(*file, gsps));
+  EXPECT_TRUE(isPSSopClass(kGsps.c_str()) && needPSConversion(*file, nullptr) &&
+              needPSConversion(*file, kGsps.c_str()));
   EXPECT_FALSE(needPSConversion(*file, "1.2.840.10008.5.1.4.1.1.2"));
-  dataset.findAndDeleteElement(DCM_SOPClassUID);
+  putElement(*file->getDataset(), kPluginState, EVR_OB, "");
+  EXPECT_FALSE(needPSConversion(*file, kGsps.c_str())) << "empty";
+  file->getDataset()->findAndDeleteElement(kPluginState);
+  EXPECT_FALSE(needPSConversion(*file, kGsps.c_str())) << "absent";
+  file->getDataset()->findAndDeleteElement(DCM_SOPClassUID);
   EXPECT_FALSE(needPSConversion(*file, nullptr));
-  putElement(dataset, kPluginState, EVR_OB, "");
-  EXPECT_FALSE(needPSConversion(*file, gsps)) << "empty";
-  dataset.findAndDeleteElement(kPluginState);
-  EXPECT_FALSE(needPSConversion(*file, gsps)) << "absent";
 }
 
 TEST_F(ConvertTest, FileTreesAreListedAndRemoved)

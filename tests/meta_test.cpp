@@ -4,7 +4,6 @@
 
 #include "db/DBConnectorSql.h"
 #include "base/IMException.h"
-#include "base/IMLogger.h"
 #include "study/meta/MetaManager.h"
 #include "db/SqlSession.h"
 
@@ -29,12 +28,7 @@ using Words = std::vector<std::string>;
 class MetaTest : public testing::Test, protected ArchiveFolder
 {
 protected:
-  std::string filled(std::string text) const
-  {
-    for (auto at = text.find("{}"); at != std::string::npos; at = text.find("{}"))
-      text.replace(at, 2, root.string());
-    return text;
-  }
+  std::string filled(const std::string& text) const { return replaced(text, "{}", root); }
   /// A file holds its own path, so that it can be told from others.
   void put(const std::string& file) const
   {
@@ -137,36 +131,44 @@ TEST_F(MetaTest, LinksAndPipesOfALegacyDirectoryAreNotCopied)
   EXPECT_EQ(contents(root / left), left);
 }
 
-TEST_F(MetaTest, TheDefaultStoreStateNamesModeAndDevices)
+/// The store state to be written, on a database.
+class StoreStateTest : public MetaTest
 {
+protected:
+  bool write() const { return MetaManager().createDefaultStorestate(root / "state", conn); }
+  std::string written() const { return contents(root / "state"); }
+
   const Environment database{{{"TARN_DB_URL", "sqlite:" + folder / "db"}}};
-  const auto db = tarn::db::DBConnectorSql::open(tarn::db::Missing::create);
+  const std::unique_ptr<tarn::db::DBConnectorSql> db = tarn::db::DBConnectorSql::open(tarn::db::Missing::create);
+  const MetaConn conn{db.get()};
+};
+
+// The host's record is read from one place as long as the process lives: one case for both.
+TEST_F(StoreStateTest, NamesModeAndDevicesOrStays)
+{
   db->createTables();
   db->session().execute("INSERT INTO forward_targets VALUES ('b','P'),('X','X'),('a','C'),('B','C'),('c','P')");
   db->session().execute("INSERT INTO forward_services VALUES ('b','store',1),('b','query',1),('X','store',1),"
                         "('a','store',1),('B','store',1),('c','store',0)");
-  MetaConn conn(db.get());
-  const std::pair<std::string, std::string> modes[] = {{"Store", "Store"}, {"store", "Process"}};
-  for (const auto& [given, mode] : modes)
+  for (const auto& [given, mode] : {std::pair("Store", "Store"), std::pair("store", "Process")})
   {
     std::ofstream(root / "conf/self.rec") << "ProcessMode=" << given << "\n";
-    EXPECT_TRUE(MetaManager().createDefaultStorestate(root / "state", conn));
-    EXPECT_EQ(contents(root / "state"),
-              "Version=\"1\"\nProcessMode=\"" + mode + "\"\nStudyOwner=\"yes\"\nForwardDevices=\"B a b\"\n");
+    EXPECT_TRUE(write());
+    EXPECT_EQ(written(), std::string("Version=\"1\"\nProcessMode=\"") + mode +
+                             "\"\nStudyOwner=\"yes\"\nForwardDevices=\"B a b\"\n");
   }
   put("state");
-  fs::remove(root / "conf/self.rec");
   {
     const ScopedEnvironment unset("DEVSERVTBL", std::nullopt);
-    EXPECT_THROW((void)MetaManager().createDefaultStorestate(root / "state", conn), tarn::imutils::IMException);
+    EXPECT_THROW((void)write(), tarn::imutils::IMException);
   }
-  EXPECT_EQ(contents(root / "state"), "state") << "the tables are missed before the file is cut";
+  fs::remove(root / "conf/self.rec");
   fs::create_directory(root / "conf/self.rec");
   const LogFile log;
-  EXPECT_FALSE(MetaManager().createDefaultStorestate(root / "state", conn));
+  EXPECT_FALSE(write());
   EXPECT_EQ(log.lines(), filled(kError + "MetaManager::createDefaultStorestate() writing {}/state failed: "
                                          "{}/conf/self.rec cannot be read: Is a directory\n"));
-  EXPECT_EQ(contents(root / "state"), "state");
+  EXPECT_EQ(written(), "state");
 }
 
 TEST_F(MetaTest, FilesMoveAlsoAcrossFileSystems)
@@ -216,48 +218,6 @@ TEST_F(MetaTest, DeletingParksTheMovableFilesAndCreatingRestoresThem)
   EXPECT_TRUE(list("temp").empty());
   EXPECT_EQ(manager.restoreFromTempMeta("s", root / "meta/s", conn).value(), STATUS_MISSING);
   EXPECT_FALSE(manager.deleteTemp("s", nullptr));
-}
-
-/// Permission bits do not hold for root.
-class AsNobody
-{
-public:
-  AsNobody() { EXPECT_EQ(user == 0 ? seteuid(65534) : 0, 0); }
-  ~AsNobody() { EXPECT_EQ(seteuid(user), 0); }
-  AsNobody(const AsNobody&) = delete;
-  AsNobody& operator=(const AsNobody&) = delete;
-
-private:
-  const uid_t user = geteuid();
-};
-
-TEST_F(MetaTest, ADirectoryThatMayNotBeLookedIntoIsAnErrorAndNoException)
-{
-  for (const char* directory : {"", "data", "meta", "temp"})
-    fs::permissions(root / directory, fs::perms::all);
-  put("meta/s/order");
-  put("data/s/objectdb.meta");
-  for (const char* closed : {"meta/s", "data/s"})
-    fs::permissions(root / closed, fs::perms::none);
-  tarn::imutils::IMLogger("test").errorLog("opens the log, which nobody else may");
-  const LogFile log;
-  const MetaConn conn(nullptr);
-  {
-    const AsNobody nobody;
-    std::string metaDir;
-    MetaManager manager;
-    EXPECT_EQ(manager.getMeta("s", false, false, metaDir, nullptr, true).value(), STATUS_ERROR);
-    EXPECT_EQ(manager.saveToTempMeta("s", conn).value(), STATUS_ERROR);
-    EXPECT_FALSE(manager.deleteMeta("s", nullptr));
-    EXPECT_EQ(manager.copyLegacy("s", metaDir, conn).value(), STATUS_ERROR);
-  }
-  for (const char* closed : {"meta/s", "data/s"})
-    fs::permissions(root / closed, fs::perms::owner_all);
-  const std::string lines = log.lines();
-  for (const char* operation : {"getMeta", "saveToTempMeta", "copyLegacy"})
-    EXPECT_NE(lines.find(kError + "MetaManager::" + operation + "() looking for the meta of s failed: "),
-              std::string::npos)
-        << lines;
 }
 
 TEST_F(MetaTest, NothingIsDeletedThatCouldNotBeParked)

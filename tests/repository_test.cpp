@@ -1,7 +1,6 @@
 #include "tests/support/Environment.h"
 #include "tests/support/Files.h"
 #include "tests/support/LogFile.h"
-#include "tests/support/nameOf.h"
 #include "tests/support/Processes.h"
 #include "tests/support/TempDir.h"
 
@@ -10,9 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-
-#include <dlfcn.h>
-#include <unwind.h>
 
 namespace fs = std::filesystem;
 using namespace tarn::repository;
@@ -71,13 +67,13 @@ using Iface = IMRepositoryHandlerIface;
 const std::string kError = "error IMRepositoryHandlerIface: ", kInfo = "info IMRepositoryHandlerIface: ";
 const std::string kProcessList = "/tmp/error_ps." + std::to_string(getpid()) + ".txt";
 
-// The class keeps the entry points that it found: in a process of many cases, these two come first.
+// The class keeps the entry points that it found: in a process of many cases, this one comes first.
 TEST_F(Repositories, BothFormsTellThatTheLibraryIsAbsent)
 {
   const std::string absent = "/absent/lib/RepositoryHandler.so: cannot open shared object file: No such file or "
                              "directory\n";
   const std::string call = "called createDirectory with repository=meta subDir=s shouldLock=true\n";
-  const ScopedEnvironment nowhere("REPOSITORYHANDLER_HOME", "/absent");
+  auto nowhere = std::make_unique<ScopedEnvironment>("REPOSITORYHANDLER_HOME", "/absent");
   const LogFile ofFunction;
   EXPECT_EQ(createDirectory("meta", "s", nullptr, nullptr, false, true, nullptr), nullptr);
   EXPECT_EQ(ofFunction.lines(), kInfo + call + kError + "dlopen error: " + absent);
@@ -89,71 +85,50 @@ TEST_F(Repositories, BothFormsTellThatTheLibraryIsAbsent)
   EXPECT_EQ(ofClass.lines(), kError + "EXCEPTION: dlopen error: " + absent + kInfo + "error: not " + call);
   EXPECT_NE(contents(kProcessList).find("PID"), std::string::npos);
   fs::remove(kProcessList);
-}
-
-TEST_F(Repositories, BothFormsTellThatAnEntryPointIsAbsent)
-{
-  const std::string library = home / "old/lib/RepositoryHandler.so"; // a copy, which nothing else keeps loaded
-  Dl_info other{};
-  dladdr(reinterpret_cast<void*>(&_Unwind_GetIP), &other); // NOLINT: what dladdr is for
-  fs::create_directory(mount("old/lib"));
-  fs::copy_file(other.dli_fname, library);
+  nowhere.reset();
   std::list<std::string> locations;
-  {
-    const ScopedEnvironment without("REPOSITORYHANDLER_HOME", mount("old"));
-    const LogFile ofFunction;
-    EXPECT_EQ(getLocations("meta", "s", locations, false, false, nullptr), -1);
-    EXPECT_EQ(ofFunction.lines(), kError + "dlsym error initTask: " + library + ": undefined symbol: getLocations_\n");
-    const LogFile ofClass;
-    EXPECT_EQ(Iface::getLocations("meta", "s", locations, false, false, nullptr), -1);
-    EXPECT_EQ(ofClass.lines(),
-              kError + "EXCEPTION: dlsym error getLocations_: " + library + ": undefined symbol: getLocations_\n");
-  }
-  EXPECT_TRUE(fs::remove(kProcessList));
   EXPECT_EQ(Iface::getLocations("meta", "s", locations, false, false, nullptr), kMissing) << "found at the next call";
 }
 
 struct NameRow
 {
-  const char* name;
+  const char* fact;
   std::string resource;
   int status;
 };
 
 const NameRow kNameRows[] = {
-    {"Present", "1.2.3", kLocated},
-    {"Absent", "1.2.4", kMissing},
-    {"Longest", std::string(200, '7'), kLocated},
-    {"TooLong", std::string(201, '7'), kNameRefused},
-    {"Empty", "", kNameRefused},
-    {"Parent", "..", kNameRefused},
-    {"ParentOfOne", "1.2.3/..", kNameRefused},
-    {"Absolute", "/etc", kNameRefused},
-    {"Hidden", ".hidden", kNameRefused},
-    {"File", "file", kFailed},
-    {"LinkToADirectory", "link", kFailed},
+    {"present", "1.2.3", kLocated},
+    {"absent", "1.2.4", kMissing},
+    {"the longest", std::string(200, '7'), kLocated},
+    {"too long", std::string(201, '7'), kNameRefused},
+    {"empty", "", kNameRefused},
+    {"the parent", "..", kNameRefused},
+    {"the parent of one", "1.2.3/..", kNameRefused},
+    {"absolute", "/etc", kNameRefused},
+    {"hidden", ".hidden", kNameRefused},
+    {"a file", "file", kFailed},
+    {"a link to a directory", "link", kFailed},
 };
 
-struct ResourceName : Repositories, testing::WithParamInterface<NameRow>
-{
-};
-INSTANTIATE_TEST_SUITE_P(Each, ResourceName, testing::ValuesIn(kNameRows), nameOf<NameRow>);
-
-TEST_P(ResourceName, HasTheSameStatusInEveryCall)
+TEST_F(Repositories, ANameHasTheSameStatusInEveryCall)
 {
   fs::create_directories(mount("two/1.2.3"));
   fs::create_directories(mount("one/" + std::string(200, '7')));
   put(mount("one/file"), "x");
   fs::create_symlink("/etc", mount("one/link"));
-  const char* const name = GetParam().resource.c_str();
-  const int status = GetParam().status;
-  EXPECT_EQ(locate(name) == std::to_string(status), status != kLocated);
-  EXPECT_EQ(checkResourceStatus("meta", name, nullptr), status);
-  EXPECT_EQ(find(name), status);
-  if (status == kLocated || status == kMissing)
-    return;
-  EXPECT_EQ(create(name), std::to_string(status));
-  EXPECT_EQ(remove(name), status);
+  for (const auto& [fact, resource, status] : kNameRows)
+  {
+    SCOPED_TRACE(fact);
+    const char* const name = resource.c_str();
+    EXPECT_EQ(locate(name) == std::to_string(status), status != kLocated);
+    EXPECT_EQ(checkResourceStatus("meta", name, nullptr), status);
+    EXPECT_EQ(find(name), status);
+    if (status == kLocated || status == kMissing)
+      continue;
+    EXPECT_EQ(create(name), std::to_string(status));
+    EXPECT_EQ(remove(name), status);
+  }
 }
 
 TEST_F(Repositories, StatusOfRepositories)
@@ -264,17 +239,12 @@ struct AgedResource : Repositories
   static std::string broughtBack(const char* name = "s") { return taken(unAge("meta", name, nullptr)); }
 };
 
-TEST_F(AgedResource, IsFoundWhenAsked)
+TEST_F(AgedResource, IsFoundWhenAskedAndStaysWhileItIsLockedElsewhere)
 {
-  EXPECT_EQ(locate("s"), mount("old/s"));
   EXPECT_EQ(locate("s", false), std::to_string(kMissing));
-}
-
-TEST_F(AgedResource, StaysWhileItIsLockedElsewhere)
-{
   put(mount("one/.s.lock"), "elsewhere 1\n");
   EXPECT_EQ(broughtBack(), "");
-  EXPECT_TRUE(fs::exists(mount("old/s")));
+  EXPECT_EQ(locate("s"), mount("old/s"));
   EXPECT_FALSE(fs::exists(mount("one/s")) || fs::exists(mount("two/s")));
 }
 
@@ -316,15 +286,13 @@ TEST_F(Repositories, ListingsHoldOneKindInByteOrder)
   fs::create_symlink("/etc", folder + "/ld");
   fs::create_symlink("/etc/passwd", folder + "/lf");
   long count = 0;
-  using Names = std::vector<std::string>;
-  const std::unique_ptr<char*, decltype(&std::free)> files(listFiles(folder.c_str(), &count, false, nullptr),
-                                                           &std::free);
-  ASSERT_EQ(count, 4);
-  EXPECT_EQ(Names(files.get(), files.get() + count), (Names{".h", "Z", "a", "b"}));
-  EXPECT_EQ(files.get()[count], nullptr) << "the list ends so";
-  const std::unique_ptr<char*, decltype(&std::free)> folders(listDirs(folder.c_str(), &count, true, nullptr),
-                                                             &std::free);
-  EXPECT_EQ(Names(folders.get(), folders.get() + count), Names{folder + "/d"});
+  const auto names = [&count](char** list)
+  {
+    const std::unique_ptr<char*, decltype(&std::free)> owner(list, &std::free);
+    return std::vector<std::string>(list, list ? list + count : list);
+  };
+  EXPECT_EQ(names(listFiles(folder.c_str(), &count, false, nullptr)), (std::vector<std::string>{".h", "Z", "a", "b"}));
+  EXPECT_EQ(names(listDirs(folder.c_str(), &count, true, nullptr)), std::vector<std::string>{folder + "/d"});
   EXPECT_EQ(listFiles((folder + "/absent").c_str(), &count, false, nullptr), nullptr);
   EXPECT_EQ(count, -1);
 }

@@ -29,13 +29,6 @@ const std::string kOneOfOne =
     "1.2.3: 1 object, 1 added, 0 changed\n1 study registered; files: 1 read, 0 skipped, 0 failed\n";
 const std::string kInError = "The Object Cache entry is in error status for 1.2.3";
 
-std::string replaced(std::string text, const std::string& from, const std::string& to)
-{
-  for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
-    text.replace(at, from.size(), to);
-  return text;
-}
-
 using Elements = std::vector<samples::TextElement>;
 
 /// An archive on an embedded database. In commands and in what comes back, {} is its folder.

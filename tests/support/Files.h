@@ -20,6 +20,14 @@ inline void put(const std::filesystem::path& path, const std::string& bytes)
   std::ofstream(path, std::ios::binary) << bytes;
 }
 
+/// The text with `to` in place of each `from`.
+inline std::string replaced(std::string text, const std::string& from, const std::string& to)
+{
+  for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+    text.replace(at, from.size(), to);
+  return text;
+}
+
 /// What lies in a folder, hidden files too, in byte order.
 inline std::vector<std::string> namesIn(const std::filesystem::path& folder)
 {

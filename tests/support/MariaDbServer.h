@@ -2,20 +2,21 @@
 
 #include "tests/support/TempDir.h"
 
-#include <cstdio>
-#include <memory>
 #include <string>
 
 /// A throw-away MariaDB server, without network, its data in a new folder below /tmp. `root` has no password.
 class MariaDbServer
 {
 public:
-  /// Starts a server and waits until it answers. It ends with this object, and with the process that made it, however
+  /// The server of the ctest run where ANNOMEND_TEST_SERVER names the file with its socket and no options are given.
+  /// Else starts one and waits until it answers. It ends with this object, and with the process that made it, however
   /// that ends. `options` go to the server's command line, as the shell reads them. Throws std::runtime_error, with the
   /// server's log, when it does not start.
   explicit MariaDbServer(const std::string& options = "");
-  /// The one that many tests share. It is the server of the ctest run where ANNOMEND_TEST_SERVER names the file with
-  /// its socket, else one that this program starts.
+  ~MariaDbServer();
+  MariaDbServer(const MariaDbServer&) = delete;
+  MariaDbServer& operator=(const MariaDbServer&) = delete;
+  /// The one that many tests share.
   static MariaDbServer& shared();
 
   /// Makes a new empty database, whose name no other process uses, and returns its URL for `root`.
@@ -25,14 +26,7 @@ public:
   std::string socket() const { return socketPath; }
 
 private:
-  struct Running
-  {
-    std::string socket;
-  };
-  explicit MariaDbServer(const Running& server) : socketPath(server.socket) {}
-
   const TempDir folder{"/tmp"}; // a socket's path has less than 108 characters
-  const std::string socketPath = folder / "s";
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> leash{nullptr, pclose}; ///< the pipe that keeps the server alive
+  std::string socketPath = folder / "s";
   int databases = 0;
 };
