@@ -28,6 +28,7 @@ void PSCache::init()
   }
 }
 
+// cppcheck-suppress constParameter ; the signature is part of the contract
 void PSCache::executeUpdate(const PsQuery& query, QueryBindings& bindings, bool commit)
 {
   if (!commit && !db.inTransaction())

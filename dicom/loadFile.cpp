@@ -34,7 +34,8 @@ DcmXfer transferSyntaxOf(std::string_view bytes)
     return EXS_Unknown;
   const std::string_view value = bytes.substr(place + kElement.size());
   const auto length = static_cast<std::size_t>(static_cast<Uint8>(value[0]) | static_cast<Uint8>(value[1]) << 8U);
-  return std::string(value.substr(2, length)).c_str();
+  const std::string uid(value.substr(2, length));
+  return DcmXfer(uid.c_str());
 }
 
 /// Whether the toolkit asks its dictionary for VRs when it parses a file: for a data set that is implicit VR or may be,

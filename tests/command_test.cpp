@@ -204,7 +204,8 @@ struct SampleStates : CommandTest
   {
     reload(OFFalse);
     std::vector<char*> arguments(words.size() + 1);
-    std::transform(words.begin(), words.end(), arguments.begin(), [](std::string& word) { return word.data(); });
+    for (std::size_t i = 0; i < words.size(); ++i)
+      arguments[i] = words[i].data();
     return outcome([&] { return runCommand(static_cast<int>(words.size()), arguments.data()) == 0; });
   }
 };

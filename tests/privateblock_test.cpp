@@ -130,10 +130,10 @@ struct Subject
   explicit Subject(const std::string& elements) { insert(dataset, elements); }
   OFCondition insertText()
   {
-    auto text = std::make_unique<DcmLongText>(DcmTag(PBItem::canonicTag(1), EVR_LT));
-    const OFCondition status = item.insertPB(8, text.get());
+    auto made = std::make_unique<DcmLongText>(DcmTag(PBItem::canonicTag(1), EVR_LT));
+    const OFCondition status = item.insertPB(8, made.get());
     if (status.good())
-      static_cast<void>(text.release());
+      static_cast<void>(made.release());
     return status;
   }
 

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <fstream>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -50,7 +51,8 @@ utimbuf Location::times() const
 
 void Location::setTimes(const utimbuf& times) const
 {
-  requireDone(utime(path().c_str(), &times));
+  const timespec both[] = {{times.actime, 0}, {times.modtime, 0}};
+  requireDone(utimensat(AT_FDCWD, path().c_str(), both, 0));
 }
 
 void requireDone(int result)
