@@ -220,7 +220,9 @@ bool PluginStateParser::processSizedLine(const std::string& line)
   }
   const int rotation = orientation % kQuarterTurns * 90;
   const bool flip = orientation >= kQuarterTurns;
-  target.setClip(1, 1, sizeX, sizeY); // a second sized line leaves the first one's area
+  // PS3.3 C.10.4 wants the corners as seen after rotation, but they are set before this line's orientation is known,
+  // and stay upright. A second sized line leaves the first one's area.
+  target.setClip(1, 1, sizeX, sizeY);
   if (target.isDebug())
   {
     tarn::base::trace(" Rotation: ", rotation);

@@ -140,6 +140,14 @@ TEST_F(ConvertTest, LibraryCallersOwnWhatTheyGet)
   }
 }
 
+TEST_F(ConvertTest, ALibraryCallersFileStaysItsOwnWithoutAList)
+{
+  const auto file = state("label");
+  const Capture said;
+  EXPECT_FALSE(PSConverter(*db, file.get(), nullptr, 0, false).convert(false));
+  EXPECT_TRUE(file->getDataset()->tagExists(DCM_SOPInstanceUID));
+}
+
 TEST_F(ConvertTest, TellsWhatItCameTo)
 {
   using impsconverter::Outcome;
