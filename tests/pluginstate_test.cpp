@@ -95,7 +95,7 @@ struct View
   std::vector<std::string> lines;
   DcmTagKey tag; ///< what of the output shows it
   std::string value;
-  std::string error = "";
+  std::string error = {};
 };
 
 const std::string kTwice = "Displayed Area Top Left Hand Corner element could not be inserted to Displayed Area "
@@ -139,7 +139,7 @@ const struct
 {
   std::string figures;
   std::string made; ///< of each output the number in its UID, its instance number and frame
-  std::string error = "";
+  std::string error = {};
 } kOutputs[] = {
     {kId + "1%0A" + kId + "2%0A" + kId + "3", "1 18501 1; 2 18502 2; 3 18503 3; "},
     {kId + "1\\" + kId + "2\\" + kId + "3", "1 18501 1; 2 18502 2; 3 18503 3; "},

@@ -104,7 +104,7 @@ struct Collected
   std::string name;
   int result;
   std::string found; ///< class, instance, series, size
-  std::string message = "";
+  std::string message = {};
 };
 
 const std::string kSeek = " was not found in the database - checking referenced series sequence\n";
