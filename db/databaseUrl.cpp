@@ -1,6 +1,9 @@
-// What stands in the URL of a database, and what of it may be shown.
+// What stands in the URL of a database and in the file of its password, and what of it may be shown.
 #include "db/databaseUrl.h"
 
+#include "base/IMException.h"
+#include "base/environmentValue.h"
+#include "base/files.h"
 #include "base/text.h"
 #include "db/DBException.h"
 
@@ -141,6 +144,25 @@ MysqlAddress parseMysqlUrl(const std::string& url)
   base::split3<std::vector<std::string>, '&'>(parameters, settings);
   for (const std::string& parameter : settings)
     parseParameter(parameter, address);
+  return address;
+}
+
+MysqlAddress withPasswordFile(MysqlAddress address)
+{
+  const std::string path = address.password ? "" : base::environmentValue("TARN_DB_PASSWORD_FILE");
+  if (path.empty())
+    return address;
+  try
+  {
+    if (const std::string content = base::fileContent(path).value_or(""); !content.empty())
+      address.password = content.substr(0, content.find('\n'));
+  }
+  catch (const imutils::IMException&)
+  {
+    // Its reason is one of those that the message gives.
+  }
+  if (!address.password)
+    throw DBException("the file that TARN_DB_PASSWORD_FILE names cannot be read, or is empty");
   return address;
 }
 

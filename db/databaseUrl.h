@@ -15,6 +15,10 @@ constexpr char kSqliteScheme[] = "sqlite:";
 /// byte of that value in every part. Throws DBException with the reason, which quotes nothing of the URL.
 MysqlAddress parseMysqlUrl(const std::string& url);
 
+/// Returns `address`, and where it has no password, the first line of the file that TARN_DB_PASSWORD_FILE names as its
+/// password. Throws DBException when that file cannot be read or is empty.
+MysqlAddress withPasswordFile(MysqlAddress address);
+
 /// Returns `text` with the byte that each `%` and two hexadecimal digits stand for. Throws DBException for any other
 /// use of '%' and for a NUL.
 std::string percentDecoded(const std::string& text);

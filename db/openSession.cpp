@@ -1,7 +1,6 @@
 // Which backend a URL asks for, and what the environment adds to it.
 #include "db/openSession.h"
 
-#include "base/IMException.h"
 #include "base/environmentValue.h"
 #include "base/files.h"
 #include "base/text.h"
@@ -14,7 +13,6 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <optional>
 #include <system_error>
 
 namespace tarn::db
@@ -23,24 +21,6 @@ namespace
 {
 
 namespace fs = std::filesystem;
-
-/// The first line of the file that TARN_DB_PASSWORD_FILE names; nothing when it names none.
-std::optional<std::string> passwordFromFile()
-{
-  const std::string path = base::environmentValue("TARN_DB_PASSWORD_FILE");
-  if (path.empty())
-    return std::nullopt;
-  try
-  {
-    if (const std::string content = base::fileContent(path).value_or(""); !content.empty())
-      return content.substr(0, content.find('\n'));
-  }
-  catch (const imutils::IMException&)
-  {
-    // Its reason is one of those that the message gives.
-  }
-  throw DBException("the file that TARN_DB_PASSWORD_FILE names cannot be read, or is empty");
-}
 
 using Open = decltype(&annomend_open_mysql);
 
@@ -63,9 +43,7 @@ Open loadMysql()
 
 std::unique_ptr<SqlSession> openServer(const std::string& url)
 {
-  MysqlAddress address = parseMysqlUrl(url);
-  if (!address.password)
-    address.password = passwordFromFile();
+  const MysqlAddress address = withPasswordFile(parseMysqlUrl(url));
   static const Open openMysql = loadMysql();
   return std::unique_ptr<SqlSession>(openMysql(address));
 }

@@ -3,7 +3,7 @@
 #include "samples/dicomFile.h"
 #include "converter/PSConverter.h"
 #include "converter/annomend.h"
-#include "converter/fileTrees.h"
+#include "base/fileTrees.h"
 
 #include <optional>
 

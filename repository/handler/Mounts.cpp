@@ -4,15 +4,18 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <sstream>
 
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 #include "base/IMException.h"
 #include "base/IMProperties.h"
 #include "base/environmentValue.h"
 #include "base/files.h"
 #include "base/text.h"
+#include "repository/handler/Location.h"
 #include "repository/handler/Refusal.h"
 
 namespace tarn::repository
@@ -21,6 +24,8 @@ namespace
 {
 
 namespace fs = std::filesystem;
+
+constexpr char kOverloaded[] = "/.overloaded";
 
 imutils::IMProperties configuration()
 {
@@ -103,6 +108,32 @@ std::string Mounts::holding(const std::string& path) const
     if (mount.size() > best.size() && liesIn(wanted, mount))
       best = mount;
   return best;
+}
+
+std::string Mounts::forNew(bool balance) const
+{
+  const auto hasReserve = [](const std::string& mount) { return !modeOf(mount + kOverloaded); };
+  const auto hasLess = [](const auto& one, const auto& other) { return Space(one).freeBytes < Space(other).freeBytes; };
+  std::vector<std::string> candidates;
+  std::copy_if(online.begin(), online.end(), std::back_inserter(candidates), hasReserve);
+  if (candidates.empty())
+    candidates = online;
+  if (!balance || candidates.size() == 1)
+    return candidates.front();
+  return *std::max_element(candidates.begin(), candidates.end(), hasLess);
+}
+
+void Mounts::markOverloaded(bool mark, bool countInodes) const
+{
+  for (const std::string& mount : online)
+  {
+    const Space space(mount);
+    const bool lacking = space.bytePercent < reserve || (countInodes && space.inodePercent < reserve);
+    if (!lacking)
+      unlink((mount + kOverloaded).c_str());
+    else if (mark)
+      touchFile(mount + kOverloaded);
+  }
 }
 
 Space::Space(const std::string& mount)

@@ -19,6 +19,13 @@ struct Mounts
   std::vector<std::string> all() const;
   /// Returns the mount in which `path` lies, taken as text; empty when there is none.
   std::string holding(const std::string& path) const;
+
+  /// Returns the mount for a new resource: of the online ones that are not marked as overloaded (of all, where all are)
+  /// the first, or with `balance` that with the most free space. Throws Refusal when that cannot be told.
+  std::string forNew(bool balance) const;
+  /// Removes the mark of each online mount that has its reserve, and with `mark` sets that of the others. The reserve
+  /// of inodes counts with `countInodes`. Throws Refusal.
+  void markOverloaded(bool mark, bool countInodes) const;
 };
 
 /// The free space of a mount as its file system counts it for unprivileged users.

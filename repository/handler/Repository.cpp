@@ -25,7 +25,6 @@ namespace fs = std::filesystem;
 constexpr std::size_t kLongestName = 200; // with the longest suffix it stays a file name
 constexpr char kRemoved[] = ".removed";
 constexpr char kMoving[] = ".moving";
-constexpr char kOverloaded[] = "/.overloaded";
 
 void requireName(const std::string& resource)
 {
@@ -105,24 +104,11 @@ std::vector<Location> Repository::included(const std::vector<Location>& found, b
   return result;
 }
 
-std::string Repository::mountForNew(bool balance) const
-{
-  const auto hasReserve = [](const std::string& mount) { return !modeOf(mount + kOverloaded); };
-  const auto hasLess = [](const auto& one, const auto& other) { return Space(one).freeBytes < Space(other).freeBytes; };
-  std::vector<std::string> candidates;
-  std::copy_if(mounts.online.begin(), mounts.online.end(), std::back_inserter(candidates), hasReserve);
-  if (candidates.empty())
-    candidates = mounts.online;
-  if (!balance || candidates.size() == 1)
-    return candidates.front();
-  return *std::max_element(candidates.begin(), candidates.end(), hasLess);
-}
-
 Place Repository::place(const std::string& resource, bool exclusive, bool balance) const
 {
   const std::vector<Location> found = find(resource);
   if (found.empty())
-    return {{mountForNew(balance), resource}, false};
+    return {{mounts.forNew(balance), resource}, false};
   if (exclusive)
     throw Refusal{kExisting};
   return {found.front(), true};
@@ -179,7 +165,7 @@ Location Repository::unAge(const std::string& resource) const
   if (!online.empty())
     return online.front();
   const Location aged = locate(resource);
-  Location target{mountForNew(true), resource};
+  Location target{mounts.forNew(true), resource};
   const bool taken = lock(resource);
   if (!taken && isLockedByOther(resource))
     throw Refusal{kLocked};
@@ -229,19 +215,6 @@ bool Repository::isLockedByOther(const std::string& resource) const
 {
   const MountLock guard(firstMount());
   return ResourceLock(firstMount(), resource).owner() == ResourceLock::Owner::other;
-}
-
-void Repository::markOverloaded(bool mark, bool countInodes) const
-{
-  for (const std::string& mount : mounts.online)
-  {
-    const Space space(mount);
-    const bool lacking = space.bytePercent < mounts.reserve || (countInodes && space.inodePercent < mounts.reserve);
-    if (!lacking)
-      unlink((mount + kOverloaded).c_str());
-    else if (mark)
-      touchFile(mount + kOverloaded);
-  }
 }
 
 } // namespace tarn::repository

@@ -41,14 +41,12 @@ public:
   bool unlock(const std::string& resource) const;
   /// Refuses when one of the mounts, the aged ones too, cannot be searched.
   void requireReachable() const;
-  void markOverloaded(bool mark, bool countInodes) const;
 
 private:
   const std::string& firstMount() const { return mounts.online.front(); }
   bool isLockedByOther(const std::string& resource) const;
   /// Refuses a location whose resource is locked by another process, or dirty, where that is left out.
   void require(const Location& location, bool includeLocked, bool includeDirty) const;
-  std::string mountForNew(bool balance) const;
   void removeAt(const Location& location, bool honourLock) const;
   void move(const Location& from, const Location& to) const;
 

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "repository/handler/Refusal.h"
+#include "repository/handler/Mounts.h"
 #include "repository/handler/Repository.h"
 
 using namespace tarn::repository;
@@ -214,7 +215,7 @@ char** listDirs_(const char* directory, long* count, bool fullPath, DBConnector*
 
 void checkOverload_(const char* repository, bool mark, bool countInodes, DBConnector*)
 {
-  statusOf(kDone, [&] { Repository(text(repository)).markOverloaded(mark, countInodes); });
+  statusOf(kDone, [&] { Mounts(text(repository)).markOverloaded(mark, countInodes); });
 }
 
 int freeMount_(const char* repository, const char* mount, bool percent, DBConnector*)

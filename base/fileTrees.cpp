@@ -1,5 +1,5 @@
-// Folders of files that a library caller lists or drops.
-#include "converter/fileTrees.h"
+// Folders of files that programs with the library list or drop.
+#include "base/fileTrees.h"
 
 #include <unistd.h>
 
