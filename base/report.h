@@ -3,6 +3,7 @@
 #include "base/Console.h"
 #include "base/text.h"
 
+#include <cstdint>
 #include <string>
 
 namespace tarn::base
@@ -10,6 +11,9 @@ namespace tarn::base
 
 /// Writes one message line to consoleError(). Control characters in it are shown as `\xNN`.
 void reportLine(const std::string& line);
+
+/// Returns how many message lines this thread has written so far.
+std::uint64_t reportedLines();
 
 /// Writes the parts as one message line to consoleError().
 template <class... Parts>

@@ -20,8 +20,8 @@ public:
   static std::string uidOf(const std::string& inputUid, int number);
 
   [[nodiscard]] bool takeForOutput(const std::string& name);
-  /// The copy of the input may replace the input itself.
-  [[nodiscard]] bool takeForCopy(const std::string& name) { return take(name, nullptr); }
+  /// For what may replace the input, or has its place found by others.
+  [[nodiscard]] bool takeOnce(const std::string& name) { return take(name, nullptr); }
   /// What the copy is called: as the input, without its folder.
   std::string copyName() const;
 

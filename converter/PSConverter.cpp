@@ -4,9 +4,11 @@
 #include "base/CLocale.h"
 #include "base/Console.h"
 #include "base/report.h"
+#include "converter/OutputSink.h"
 #include "converter/PluginStateParser.h"
 #include "converter/inputChecks.h"
 #include "dicom/loadFile.h"
+#include "dicom/values.h"
 #include "images/ObjectInfo.h"
 #include "pstate/ElementWriter.h"
 #include "study/cache/ObjCacheMgr.h"
@@ -36,33 +38,74 @@ PSConverter::PSConverter(tarn::db::DBConnector& db, DcmFileFormat* file, std::li
   fileFormat.reset(file);
 }
 
+PSConverter::PSConverter(tarn::db::DBConnector& db, const std::string& inputFile, OutputSink& sink)
+  : PresentationState(nullptr, false), db(db), inputFile(inputFile), sink(&sink)
+{
+}
+
 PSConverter::~PSConverter()
 {
   if (inputFile.empty())
     static_cast<void>(fileFormat.release()); // the caller's
 }
 
+bool countsAsConverted(Outcome outcome)
+{
+  return outcome == Outcome::done || outcome == Outcome::notLoaded || outcome == Outcome::cacheFailed;
+}
+
 bool PSConverter::convert(bool touchObjectCache)
 {
-  const Outcome outcome = run(touchObjectCache);
-  return outcome == Outcome::done || outcome == Outcome::notLoaded || outcome == Outcome::cacheFailed;
+  return countsAsConverted(run(touchObjectCache));
 }
 
 Outcome PSConverter::run(bool touchObjectCache)
 {
+  return load() ? convertLoaded(touchObjectCache) : Outcome::notLoaded;
+}
+
+bool PSConverter::load()
+{
   const tarn::base::CLocale numbersAsWritten;
+  messagesAtStart = tarn::base::reportedLines();
   if (!loadInput())
-    return Outcome::notLoaded;
+  {
+    book.note(loss::kNotLoaded, "");
+    return false;
+  }
+  DcmDataset& dataset = *fileFormat->getDataset();
+  static_cast<void>(tarn::dicom::readUid(dataset, DCM_StudyInstanceUID, book.studyUid));
+  static_cast<void>(tarn::dicom::readUid(dataset, DCM_SOPInstanceUID, book.sopInstanceUid));
+  return true;
+}
+
+Outcome PSConverter::convertLoaded(bool touchObjectCache)
+{
+  const tarn::base::CLocale numbersAsWritten;
   std::string text;
   if (const Outcome found = readInput(text); found != Outcome::done)
     return found;
   if (touchObjectCache && !touchCache())
+  {
+    PluginStateParser(*this).count(text.c_str());
+    book.lose(loss::kObjectCache, "");
     return Outcome::cacheFailed;
-  if (!parsePluginState(reinterpret_cast<const unsigned char*>(text.c_str()), static_cast<unsigned int>(text.size())))
-    return Outcome::failed;
+  }
+  if (const Outcome converted = convertFigures(text); converted != Outcome::done)
+    return converted;
   if ((flags & PSC_includeOriginal) != 0)
     includeOriginal();
   return Outcome::done;
+}
+
+Outcome PSConverter::convertFigures(const std::string& text)
+{
+  if (parsePluginState(reinterpret_cast<const unsigned char*>(text.c_str()), static_cast<unsigned int>(text.size())))
+    return Outcome::done;
+  if (!PluginStateParser::hasFigures(text.c_str()))
+    return refuse(loss::kNoFigure);
+  book.lose(loss::kConversionError, "");
+  return Outcome::failed;
 }
 
 bool PSConverter::loadInput()
@@ -79,6 +122,12 @@ bool PSConverter::loadInput()
   return false;
 }
 
+Outcome PSConverter::refuse(const char* code)
+{
+  book.note(code, "");
+  return Outcome::refused;
+}
+
 Outcome PSConverter::readInput(std::string& text)
 {
   DcmDataset& dataset = *fileFormat->getDataset();
@@ -87,13 +136,18 @@ Outcome PSConverter::readInput(std::string& text)
   DcmElement* element = nullptr;
   if (!findPluginState(dataset, element))
     return Outcome::nothingToDo;
-  if (!readIdentity(dataset, studyUid, sopInstanceUid) || !findReferencedSeries(dataset, referencedSeries))
-    return Outcome::refused;
+  if (const Lack lack = readIdentity(dataset, studyUid, sopInstanceUid))
+    return refuse(lack);
+  if (const Lack lack = findReferencedSeries(dataset, referencedSeries))
+    return refuse(lack);
   // Large values of a caller's object may still lie in a file, which may be replaced by what is written here.
   if (!isGood(fileFormat->loadAllDataIntoMemory(), inputFile + kNotLoaded))
+  {
+    book.note(loss::kNotLoaded, "");
     return Outcome::notLoaded;
-  if (!readPluginState(*element, text))
-    return Outcome::refused;
+  }
+  if (const Lack lack = readPluginState(*element, text))
+    return refuse(lack);
   if (debug)
   {
     tarn::base::trace(" ======= PBPluginState[ ", text.size(), " ] =========");
@@ -126,7 +180,7 @@ void PSConverter::includeOriginal()
     clean();
     outputList->push_back(fileFormat.release());
   }
-  else if (names.takeForCopy(name))
+  else if (names.takeOnce(name))
     static_cast<void>(save(outputPrefix)); // an extra: a failure has been reported and does not undo the conversion
 }
 
@@ -181,6 +235,7 @@ bool PSConverter::openOutput(const std::string& objectName, const std::string& f
   genUid(uid);
   output = std::make_unique<ValidPresentationState>(*outputTemplate, uid, figureCounter, debug);
 
+  imageName = objectName;
   ObjectInfo object(studyUid, objectName);
   if (!lookUpImage(object))
     return false;
@@ -222,13 +277,31 @@ bool PSConverter::lookUpImage(ObjectInfo& object)
 bool PSConverter::finishOutput()
 {
   const std::unique_ptr<ValidPresentationState> finished = std::move(output);
-  if (!finished || !finished->hasContent())
+  if (!finished)
     return true;
-  if (!outputList)
-    return names.takeForOutput(finished->outputName()) && finished->save(outputPrefix);
-  finished->clean();
-  outputList->push_back(finished->releaseFile().release());
+  if (!finished->hasContent())
+    book.lose(loss::kImageUnknown, imageName);
+  else if (!giveOut(*finished))
+    return false;
+  book.keep();
   return true;
+}
+
+bool PSConverter::giveOut(ValidPresentationState& finished)
+{
+  if (sink || outputList)
+    finished.clean();
+  if (sink)
+    return names.takeOnce(finished.outputName()) && sink->take(finished, book.pending());
+  if (!outputList)
+    return names.takeForOutput(finished.outputName()) && finished.save(outputPrefix);
+  outputList->push_back(finished.releaseFile().release());
+  return true;
+}
+
+void PSConverter::beginLine()
+{
+  book.messagesBefore = tarn::base::reportedLines() - messagesAtStart;
 }
 
 bool PSConverter::hasOutput() const

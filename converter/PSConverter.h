@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/IMLogger.h"
+#include "converter/Account.h"
 #include "converter/OutputNames.h"
 #include "db/DBConnector.h"
 #include "images/ImageSources.h"
@@ -34,6 +35,15 @@ enum class Outcome
   failed       ///< an error in the figures or with an output; what was given out before stays
 };
 
+/// What the command says last where convert() returns false.
+constexpr char kReturnedError[] = "PSConverter returned error";
+
+/// What convert() makes of an outcome: true also where the input cannot be loaded, or the study's object table not be
+/// made sure of, after the line that says so.
+[[nodiscard]] bool countsAsConverted(Outcome outcome);
+
+class OutputSink;
+
 /// One conversion: takes the plug-in state out of a presentation state and makes one standard presentation state for
 /// each image that it annotates. Used for one `convert`.
 ///
@@ -52,13 +62,25 @@ public:
   /// and is appended last when the original is to be included. Without a list outputs are saved under their bare names.
   PSConverter(tarn::db::DBConnector& db, DcmFileFormat* file, std::list<DcmFileFormat*>* outputList,
               unsigned long flags, bool debug);
+  /// As in command mode, but `sink`, which is borrowed, takes the outputs. They are refused where the name recurs, and
+  /// nowhere else.
+  PSConverter(tarn::db::DBConnector& db, const std::string& inputFile, OutputSink& sink);
   ~PSConverter() override;
 
-  /// The whole pass. True also when the input cannot be loaded or the study's object table not be made sure of;
-  /// every failure is a line on the console.
+  /// The whole pass, with a line on the console for every failure. Returns what countsAsConverted() says.
   [[nodiscard]] bool convert(bool touchObjectCache);
   /// The same, telling what it came to.
   [[nodiscard]] Outcome run(bool touchObjectCache);
+
+  /// The pass in two steps, for a caller that looks at the input's UIDs between them. False: it is refused (notLoaded).
+  [[nodiscard]] bool load();
+  [[nodiscard]] Outcome convertLoaded(bool touchObjectCache);
+
+  /// What became of the lines of the plug-in state.
+  const Account& account() const { return book; }
+  Account& account() { return book; }
+  /// Called before a line is read, whose messages begin now.
+  void beginLine();
 
   /// Cleans the input object, and fixes it where the flags say so.
   bool clean() override;
@@ -108,11 +130,14 @@ private:
   // The pass, in this order.
   bool loadInput();
   Outcome readInput(std::string& text);
+  Outcome refuse(const char* code);
+  Outcome convertFigures(const std::string& text);
   bool touchCache();
   void includeOriginal();
   void fixOriginal();
 
   bool lookUpImage(ObjectInfo& object);
+  bool giveOut(ValidPresentationState& finished);
   bool hasOutput() const;
 
   tarn::db::DBConnector& db;
@@ -123,7 +148,8 @@ private:
   std::string sopInstanceUid;
   std::unique_ptr<ValidPresentationState> output;
   std::list<DcmFileFormat*>* outputList = nullptr;
-  unsigned long flags;
+  OutputSink* sink = nullptr;
+  unsigned long flags = 0;
   Uint16 largestColumns = 1; ///< pixels, of all images that the object table knows
   Uint16 largestRows = 1;
   double pixelSpacingX = 0.0; ///< millimetres
@@ -134,6 +160,9 @@ private:
   std::optional<OutputTemplate> outputTemplate;
   std::optional<tarn::images::ImageSources> imageSources;
   OutputNames names{inputFile, outputPrefix};
+  Account book;
+  std::string imageName; ///< of the image that the output is for
+  std::uint64_t messagesAtStart = 0;
 };
 
 } // namespace impsconverter

@@ -15,7 +15,9 @@
 #include "base/urlDecode.h"
 #include "converter/PSConverter.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 namespace impsconverter
 {
@@ -48,6 +50,12 @@ SIZE_MODE sizeModeOf(int code)
 Parameters viewParameters(const std::string& line, const char* subject, bool debug)
 {
   return {"arguments", subject, line.c_str() + line.find(' '), debug};
+}
+
+/// The text between the backslash of a figure and that of the next one, or the end.
+std::string encodedFigure(const char* backslash, const char* next)
+{
+  return next ? std::string(backslash + 1, next) : std::string(backslash + 1);
 }
 
 bool isFigure(const std::string& figure)
@@ -111,18 +119,50 @@ bool PluginStateParser::parseFigures(const char* backslash)
   while (backslash)
   {
     const char* const next = std::strchr(backslash + 1, kFigureStart);
-    std::string figure = next ? std::string(backslash + 1, next) : std::string(backslash + 1);
+    std::string figure = encodedFigure(backslash, next);
     if (!isFigure(figure))
+    {
+      countFigures(backslash);
       return false;
+    }
     im::URLDecode(figure);
     if (!parseFigure(figure.c_str()))
     {
       tarn::base::report("parsePluginState returns false (parseFigure)");
+      countFigures(next);
       return false;
     }
     backslash = next;
   }
   return true;
+}
+
+void PluginStateParser::count(const char* text)
+{
+  countFigures(std::strchr(text, kFigureStart));
+}
+
+void PluginStateParser::countFigures(const char* backslash)
+{
+  while (backslash)
+  {
+    const char* const next = std::strchr(backslash + 1, kFigureStart);
+    std::string figure = encodedFigure(backslash, next);
+    im::URLDecode(figure);
+    countLines(figure.c_str());
+    backslash = next;
+  }
+}
+
+void PluginStateParser::countLines(const char* figure)
+{
+  for (std::string line; getLine(figure, line) != 0;)
+    target.account().readLine(line, ruleOf(line) != nullptr);
+}
+
+bool PluginStateParser::hasFigures(const char* text)
+{
+  return std::strchr(text, kFigureStart) != nullptr;
 }
 
 bool PluginStateParser::parseFigure(const char* figure)
@@ -138,6 +178,7 @@ bool PluginStateParser::parseFigure(const char* figure)
     good = handleLine(line);
   if (!good || !target.finishOutput())
   {
+    countLines(figure);
     tarn::base::report("parseFigure returns false");
     return false;
   }
@@ -157,12 +198,20 @@ int PluginStateParser::getLine(const char*& cursor, std::string& line)
   return 1;
 }
 
+const PluginStateParser::Rule* PluginStateParser::ruleOf(const std::string& line)
+{
+  const auto* const rule =
+      std::find_if(std::begin(kRules), std::end(kRules),
+                   [&line](const Rule& candidate) { return tarn::base::startsWith(line, candidate.prefix); });
+  return rule == std::end(kRules) ? nullptr : rule;
+}
+
 bool PluginStateParser::handleLine(const std::string& line)
 {
-  for (const Rule& rule : kRules)
-    if (tarn::base::startsWith(line, rule.prefix))
-      return (this->*rule.handler)(line);
-  return true;
+  const Rule* const rule = ruleOf(line);
+  target.beginLine();
+  target.account().readLine(line, rule != nullptr);
+  return !rule || (this->*rule->handler)(line);
 }
 
 template <class Kind>

@@ -18,8 +18,11 @@ public:
   /// `target` is borrowed.
   explicit PluginStateParser(PSConverter& target) : target(target) {}
 
-  /// Reads a whole plug-in state, up to its first NUL.
+  /// Reads a whole plug-in state, up to its first NUL. What follows a line that cannot be read is counted.
   [[nodiscard]] bool parse(const char* text);
+  /// Counts the lines of a whole plug-in state, and reads none.
+  void count(const char* text);
+  static bool hasFigures(const char* text);
   /// Reads the lines of one decoded figure, and finishes the last output.
   [[nodiscard]] bool parseFigure(const char* figure);
 
@@ -29,6 +32,9 @@ private:
   static const Rule kRules[];
 
   bool parseFigures(const char* backslash);
+  void countFigures(const char* backslash);
+  void countLines(const char* figure);
+  static const Rule* ruleOf(const std::string& line);
   /// Takes the next line without its line feed; 0 at the end of the text, else 1.
   static int getLine(const char*& cursor, std::string& line);
   /// The one way of every line, and what came of it.

@@ -6,6 +6,7 @@
 #include "converter/PSConverter.h"
 
 #include <cstring>
+#include <utility>
 
 namespace impsconverter
 {
@@ -13,7 +14,17 @@ namespace impsconverter
 bool convertPSObject(tarn::db::DBConnector& db, DcmFileFormat* file, std::list<DcmFileFormat*>& out,
                      bool touchObjectCache)
 {
-  return PSConverter(db, file, &out, PSC_includeOriginal | PSC_fixOriginal, false).convert(touchObjectCache);
+  Account ignored;
+  return convertPSObject(db, file, out, touchObjectCache, ignored);
+}
+
+bool convertPSObject(tarn::db::DBConnector& db, DcmFileFormat* file, std::list<DcmFileFormat*>& out,
+                     bool touchObjectCache, Account& account)
+{
+  PSConverter converter(db, file, &out, PSC_includeOriginal | PSC_fixOriginal, false);
+  const bool converted = converter.convert(touchObjectCache);
+  account = std::move(converter.account());
+  return converted;
 }
 
 bool needPSConversion(DcmFileFormat& file, const char* sopClassUID)

@@ -18,6 +18,12 @@ namespace impsconverter
 [[nodiscard]] bool convertPSObject(tarn::db::DBConnector& db, DcmFileFormat* file, std::list<DcmFileFormat*>& out,
                                    bool touchObjectCache);
 
+class Account;
+
+/// The same, telling in `account` what became of each line of the plug-in state.
+[[nodiscard]] bool convertPSObject(tarn::db::DBConnector& db, DcmFileFormat* file, std::list<DcmFileFormat*>& out,
+                                   bool touchObjectCache, Account& account);
+
 /// Whether the object is a presentation state with a plug-in state. `sopClassUID` null: its SOP Class UID (0008,0016)
 /// is read. Legacy private elements of the object are moved into the canonic block.
 [[nodiscard]] bool needPSConversion(DcmFileFormat& file, const char* sopClassUID);

@@ -110,7 +110,7 @@ int runCommand(int argc, char** argv)
     tarn::base::report("Standard output cannot be written");
   if (converted)
     return 0;
-  tarn::base::report("PSConverter returned error");
+  tarn::base::report(kReturnedError);
   return kFailure;
 }
 

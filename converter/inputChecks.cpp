@@ -47,32 +47,36 @@ bool findPluginState(DcmDataset& dataset, DcmElement*& element)
   return element != nullptr;
 }
 
-bool readPluginState(DcmElement& element, std::string& text)
+Lack readPluginState(DcmElement& element, std::string& text)
 {
-  return isGood(tarn::dicom::readBytes(element, text), kNoPluginState);
+  return isGood(tarn::dicom::readBytes(element, text), kNoPluginState) ? nullptr : "private-state-unreadable";
 }
 
-bool readIdentity(DcmDataset& dataset, std::string& studyUid, std::string& sopInstanceUid)
+Lack readIdentity(DcmDataset& dataset, std::string& studyUid, std::string& sopInstanceUid)
 {
   const std::string missing = kMissing;
   std::string sopClassUid;
   // PS3.3 C.7.2.1 and C.12.1
-  return isGood(tarn::dicom::readUid(dataset, DCM_StudyInstanceUID, studyUid), missing + "Study Instance UID: ") &&
-         isGood(tarn::dicom::readText(dataset, DCM_SOPInstanceUID, sopInstanceUid), missing + "SOP Instance UID: ") &&
-         isIssuedByViewer(sopInstanceUid) &&
-         isGood(tarn::dicom::readText(dataset, DCM_SOPClassUID, sopClassUid), missing + "SOP Class UID: ") &&
-         isPresentationState(sopClassUid);
+  if (!isGood(tarn::dicom::readUid(dataset, DCM_StudyInstanceUID, studyUid), missing + "Study Instance UID: "))
+    return "study-uid-missing";
+  if (!isGood(tarn::dicom::readText(dataset, DCM_SOPInstanceUID, sopInstanceUid), missing + "SOP Instance UID: "))
+    return "instance-uid-missing";
+  if (!isIssuedByViewer(sopInstanceUid))
+    return "instance-uid-foreign";
+  if (!isGood(tarn::dicom::readText(dataset, DCM_SOPClassUID, sopClassUid), missing + "SOP Class UID: "))
+    return "class-uid-missing";
+  return isPresentationState(sopClassUid) ? nullptr : "class-foreign";
 }
 
-bool findReferencedSeries(DcmDataset& dataset, DcmSequenceOfItems*& referencedSeries)
+Lack findReferencedSeries(DcmDataset& dataset, DcmSequenceOfItems*& referencedSeries)
 {
   // The messages speak of another sequence than (0008,1115); they have always done so.
   if (!isGood(dataset.findAndGetSequence(DCM_ReferencedSeriesSequence, referencedSeries),
               "DataSet does not contain Source Image Sequence: "))
-    return false;
+    return "references-missing";
   if (!referencedSeries)
     tarn::base::report("Source Image Sequence is NULL");
-  return referencedSeries != nullptr;
+  return referencedSeries ? nullptr : "references-missing";
 }
 
 } // namespace impsconverter

@@ -79,8 +79,9 @@ bool keepsTarget(const Target& target, const std::string& path, const base::Part
   }
 }
 
-/// Encodes into a buffer, which goes to the file each time that it is full.
-OFCondition encode(DcmFileFormat& file, const base::PartFile& part)
+} // namespace
+
+OFCondition encode(DcmFileFormat& file, const std::function<bool(const char*, std::size_t)>& write)
 {
   const std::unique_ptr<char[]> buffer(new char[kBlock]); // not cleared for each file
   DcmOutputBufferStream stream(buffer.get(), kBlock);
@@ -90,7 +91,7 @@ OFCondition encode(DcmFileFormat& file, const base::PartFile& part)
     void* bytes = nullptr;
     offile_off_t length = 0;
     stream.flushBuffer(bytes, length);
-    return part.write(static_cast<const char*>(bytes), static_cast<std::size_t>(length)) ? EC_Normal : systemFailure();
+    return write(static_cast<const char*>(bytes), static_cast<std::size_t>(length)) ? EC_Normal : systemFailure();
   };
   file.transferInit();
   OFCondition status = EC_StreamNotifyClient;
@@ -111,8 +112,6 @@ OFCondition encode(DcmFileFormat& file, const base::PartFile& part)
   return status;
 }
 
-} // namespace
-
 OFCondition saveFile(DcmFileFormat& file, const std::string& path)
 {
   const Target target(path);
@@ -122,7 +121,7 @@ OFCondition saveFile(DcmFileFormat& file, const std::string& path)
   base::PartFile part(path);
   if (!part.good())
     return systemFailure();
-  status = encode(file, part);
+  status = encode(file, [&part](const char* bytes, std::size_t length) { return part.write(bytes, length); });
   if (status.bad())
     return status;
   if (keepsTarget(target, path, part))

@@ -3,10 +3,16 @@
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>
 
+#include <cstddef>
+#include <functional>
 #include <string>
 
 namespace tarn::dicom
 {
+
+/// Gives the bytes of the file that saveFile() would make to `write`, block by block; what that returns false for ends
+/// it, with the system's text for errno. The condition's text says what failed.
+OFCondition encode(DcmFileFormat& file, const std::function<bool(const char*, std::size_t)>& write);
 
 /// Saves as DcmFileFormat::saveFile does with its defaults (the dataset's own transfer syntax, undefined lengths, group
 /// lengths recalculated, new file meta information), but checks the result of every write.

@@ -164,7 +164,8 @@ TEST_F(ConvertTest, TellsWhatItCameTo)
   EXPECT_EQ(Outcome::refused, runOn(kOneId, DCM_ReferencedSeriesSequence));
   EXPECT_EQ(Outcome::refused, runOn(kOneId, DCM_SOPInstanceUID));
   EXPECT_EQ(Outcome::cacheFailed, runOn(kOneId, {0, 0}, true));
-  EXPECT_EQ(Outcome::failed, runOn("label"));
+  EXPECT_EQ(Outcome::refused, runOn("label")) << "no figure to read";
+  EXPECT_EQ(Outcome::failed, runOn("label\\ID"));
   const Capture said;
   EXPECT_EQ(Outcome::notLoaded, PSConverter(*db, folder / "nowhere", prefix, 0, false).run(false));
 }

@@ -1,4 +1,5 @@
 // A program outside the tree that converts a presentation state in memory: consumer FILE
+#include <Account.h>
 #include <annomend.h>
 #include <Console.h>
 
@@ -19,7 +20,10 @@ int main(int argc, char** argv)
   const tarn::ConsoleScope kept(out, messages);
   const auto db = tarn::db::DBConnector::createConnector();
   std::list<DcmFileFormat*> results;
-  const bool good = impsconverter::convertPSObject(*db, &file, results, false);
+  impsconverter::Account account;
+  const bool good = impsconverter::convertPSObject(*db, &file, results, false, account);
+  for (const auto& [kind, lines] : account.annotations())
+    std::cout << kind << ": " << lines.written << " of " << lines.read << ", ";
   std::cout << results.size() << " objects, messages: " << messages.str();
   return good ? 0 : 1; // the results go with the process
 }
