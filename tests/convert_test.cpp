@@ -212,6 +212,7 @@ TEST_F(ConvertTest, FileTreesEndAtLinks)
   EXPECT_TRUE(addObjects(root, paths));
   EXPECT_EQ((std::list<std::string>{"before", root + "/link"}), paths);
   EXPECT_TRUE(deleteDirectoryRecursively(root) && !fs::exists(root) && fs::exists(kept));
+  EXPECT_FALSE(addObjects(root, paths) || deleteDirectoryRecursively(root)) << "gone";
 }
 
 } // namespace
