@@ -16,6 +16,7 @@
 #include <future>
 #include <iostream>
 #include <optional>
+#include <tuple>
 
 using namespace tarn::imutils;
 using namespace std::string_literals;
@@ -55,13 +56,8 @@ TEST(PartFile, StepsAroundThatOfAnotherAndGoesUnlessKept)
   EXPECT_EQ(namesIn(dir.path()).size(), 2U);
 }
 
-struct UrlRow
-{
-  const char* fact;
-  std::string text, plugin, meta; ///< encoded; decoded as a plug-in state, as an object meta file
-};
-
-const UrlRow kUrlRows[] = {
+// Encoded; decoded as a plug-in state, as an object meta file.
+const std::tuple<const char*, std::string, std::string, std::string> kUrlRows[] = {
     {"an escape", "a%20b", "a b", "a b"},
     {"a plus", "b+c", "b c", "b c"},
     {"a percent sign that is decoded is not decoded again", "%2541", "%41", "%41"},
@@ -76,55 +72,27 @@ const UrlRow kUrlRows[] = {
 
 TEST(UrlDecode, Gives)
 {
-  for (const UrlRow& row : kUrlRows)
+  for (const auto& [fact, text, plugin, meta] : kUrlRows)
   {
-    std::string decoded = row.text;
+    std::string decoded = text;
     im::URLDecode(decoded);
-    EXPECT_EQ(decoded, row.plugin) << row.fact;
-    EXPECT_EQ(im::urlDecode(row.text), row.meta) << row.fact;
+    EXPECT_EQ(decoded, plugin) << fact;
+    EXPECT_EQ(im::urlDecode(text), meta) << fact;
   }
 }
-
-struct PropertyRow
-{
-  const char* fact;
-  std::string key;
-  std::optional<std::string> value;
-};
-
-constexpr char kProperties[] = "plain=1\n  spaced key \t=  a b \r\n# plain=2\n! plain=3\nplain 4\nquoted=\" x \"\n"
-                               "half=\"y\ntwice=1\ntwice=2\nempty=\nequals=a=b\nlast=z";
-const PropertyRow kPropertyRows[] = {
-    {"comments do not replace", "plain", "1"},
-    {"blanks around both", "spaced key", "a b"},
-    {"blanks in quotes", "quoted", " x "},
-    {"one quote", "half", "\"y"},
-    {"the second line of the key", "twice", "2"},
-    {"no value", "empty", ""},
-    {"a second equals sign", "equals", "a=b"},
-    {"no line end", "last", "z"},
-    {"another case", "Plain", {}},
-    {"a comment with a number sign", "# plain", {}},
-    {"a comment with an exclamation mark", "! plain", {}},
-    {"no equals sign", "plain 4", {}},
-};
 
 TEST(IMProperties, AreLinesOfKeysAndValues)
 {
   IMProperties properties;
-  std::istringstream text(kProperties);
+  std::istringstream text("  blanks \t=  a b \r\n# comment=2\n! comment=3\nno equals\nquoted=\" x \"\none quote=\"y\n"
+                          "twice=1\ntwice=2\nno value=\nequals=a=b\nno line end=z");
   properties.read(text);
-  for (const PropertyRow& row : kPropertyRows)
-    EXPECT_EQ(properties.getProperty(row.key), row.value) << row.fact;
-}
-
-TEST(IMProperties, ASecondReadReplaces)
-{
-  IMProperties properties;
-  std::istringstream first("a=1"), second("b=2");
-  properties.read(first);
-  properties.read(second);
-  EXPECT_FALSE(properties.getProperty("a"));
+  const std::pair<const char*, std::optional<std::string>> rows[] = {
+      {"blanks", "a b"}, {"quoted", " x "}, {"one quote", "\"y"}, {"twice", "2"},
+      {"no value", ""},  {"equals", "a=b"}, {"no line end", "z"}, {"Twice", {}},
+      {"# comment", {}}, {"! comment", {}}, {"no equals", {}}};
+  for (const auto& [key, value] : rows)
+    EXPECT_EQ(properties.getProperty(key), value) << key;
 }
 
 TEST(Config, FollowsItsFile)
@@ -138,12 +106,13 @@ TEST(Config, FollowsItsFile)
     return config.getProperty("k").value_or("(absent)");
   };
   EXPECT_EQ(now(), "(absent)") << "no file";
-  put(file, "k=22\n");
+  put(file, "k=22\nold=1\n");
   EXPECT_EQ(now(), "22");
-  put(other, "k=33\n");
+  put(other, "k=33\nnew=1\n");
   std::filesystem::last_write_time(other, std::filesystem::last_write_time(file));
   std::filesystem::rename(other, file);
   EXPECT_EQ(now(), "33") << "another file of the same time and size";
+  EXPECT_FALSE(config.getProperty("old")) << "what it no longer says";
   std::filesystem::remove(file);
   EXPECT_EQ(now(), "(absent)") << "removed";
   std::filesystem::create_directory(file);

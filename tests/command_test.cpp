@@ -12,9 +12,9 @@
 
 #include <dcmtk/dcmdata/dcdict.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <map>
+#include <regex>
 
 #include <sys/wait.h>
 
@@ -23,23 +23,11 @@ using namespace impsconverter;
 namespace
 {
 
-const std::string kUsage = R"(
-Usage:
-
-  annomend [-h] [-N] -f <inputFile> [-o <output prefix>]
-
-     -h                  :    prints this help
-     -N                  :    do not touch the object cache
-                              to be used when the caller is certain that the object table is loaded for the study
-     -f <inputFile>      :    presentation state file to convert
-     -o <output prefix>  :    prefix for output files (will be empty if missing)
-     -i                  :    also save a copy of the original (input) presentation state file
-     -x                  :    fix (make DICOM compliant) the copy of the original presentation state file (only with -i)
-     -d                  :    print debug messages
-
-
-Converts annotations stored in QX private tags in a Presentation State file to DICOM compliant format
-)";
+/// The help: its first line, an option a line, its last line.
+const std::regex
+    kHelp("\nUsage:\n\n  annomend [^\n]*\n\n     -h [^]*\n     -N [^]*\n     -f <[^]*\n     -o <[^]*\n     -i [^]*"
+          "\n     -x [^]*\n     -d [^\n]*\n\n\nConverts annotations [^\n]* to DICOM compliant format\n");
+const std::string kUsage = "(help)";
 const std::string kFound = "File X.1.2.4 was not found in the database - checking referenced series sequence\n";
 
 /// Runs the program in a folder of its own, beside its inputs.
@@ -66,7 +54,7 @@ protected:
     const int status = std::system(("bash -c '" + script + "'").c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
-  std::string error() const { return contents(folder.path() / "error"); }
+  std::string error() const { return std::regex_replace(contents(folder / "error"), kHelp, kUsage); }
 
   const std::filesystem::path work = folder.path() / "work";
 };
@@ -82,7 +70,7 @@ struct Row
 
 const std::string kPr = "PR.1.2.826.0.1.7770001.2.11.7.1.123.45";
 const std::string kMissing = "Missing argument: Presentation State file\n";
-const std::string kNoDatabase = "annomend: cannot open database ", kNoDictionary = "Data dictionary ";
+const std::string kUnwritten = "Standard output cannot be written\n", kNoDictionary = "Data dictionary ";
 const std::string kOwnDictionary = "printf \"(0008,0018)\tUI\tOwnName\t1\tOwn\n\" >../own; "
                                    "DCMDICTPATH=../own $P -N -d -f ../in.dcm >../dump && ";
 const Row kRows[] = {
@@ -90,32 +78,22 @@ const Row kRows[] = {
     {"EmptyLastInput", "$P -N -f ../in.dcm -f \"\"", 1, kMissing},
     {"HelpEndsTheScan", "$P -hzf ../in.dcm", 1, kUsage},
     {"OptionWithoutItsValue", "$P -f ../in.dcm -o", 1, "Unrecognized option: '-o'\n" + kUsage},
-    {"ControlCharacter", "$P \"-$(printf \"\nx\")\"", 1, "Unrecognized option: '-\\x0A'\n" + kUsage},
     {"NoPrefix", "$P -N -f ../in.dcm", 0, kFound, {kPr}},
     {"ValueAfterCombinedOptions", "$P -Nopre -f ../in.dcm", 0, kFound, {"pre" + kPr}},
-    {"SecondInput", "$P -N -f ../bad.dcm -f ../in.dcm", 0, kFound, {kPr}},
     {"SecondPrefix", "$P -N -f ../in.dcm -o /nowhere/ -o ./", 0, kFound, {kPr}},
     {"Copy", "$P -N -f ../in.dcm -i", 0, kFound, {kPr, "in.dcm"}},
     {"PrefixOfTheCopy", "$P -Nix -f ../in.dcm -o copy-", 0, kFound, {"copy-" + kPr, "copy-in.dcm"}},
-    {"CutInput", "head -c 400 ../in.dcm >../cut.dcm; $P -N -f ../cut.dcm", 0,
-     "../cut.dcm could not be loaded: Invalid stream\n"},
 
     // Where no database is needed, none is opened; a dump comes before it is.
     {"NothingToConvert", "TARN_DB_URL=x $P -N -f ../bad.dcm", 1,
      "Plugin State contains no figure\nPSConverter returned error\n"},
     {"AbsentInput", "TARN_DB_URL=x $P -f absent", 0, "absent could not be loaded: No such file or directory\n"},
-    {"AbsentDatabase", "TARN_DB_URL=sqlite:/absent/db $P -N -f ../in.dcm", 1,
-     kNoDatabase + "sqlite:/absent/db: cannot open the file: No such file or directory\n"},
     {"DumpBeforeTheDatabase",
      "TARN_DB_URL=x $P -d -f ../in.dcm >../dump; test $? = 1 && grep -q Dicom-Data-Set ../dump", 0,
-     kNoDatabase + "x: it starts with neither mysql:// nor sqlite:\n"},
+     "annomend: cannot open database x: it starts with neither mysql:// nor sqlite:\n"},
 
     {"ClosedStreams", "$P -N -d -f ../in.dcm <&- >&- 2>&-", 0, "", {kPr}},
-    {"NobodyReads",
-     "(sleep 0.1; $P -N -d -f ../in.dcm) | true",
-     0,
-     kFound + "Standard output cannot be written\n",
-     {kPr}},
+    {"NobodyReads", "(sleep 0.1; $P -N -d -f ../in.dcm) | true", 0, kFound + kUnwritten, {kPr}},
 
     {"AbsentDictionary", "DCMDICTPATH=/absent $P -N -f ../in.dcm", 1,
      kNoDictionary + "/absent could not be read: No such file or directory\n"},

@@ -72,7 +72,6 @@ TEST(FileWriter, WhatIsReadOnlyStays)
   const TempDir dir;
   const fs::path closed = dir.path() / "closed";
   const fs::path paths[] = {dir.path() / "file", closed / "file"};
-  fs::create_directory(closed);
   for (const fs::path& path : paths)
     put(path, "before");
   chmod(paths[0].c_str(), 0444);

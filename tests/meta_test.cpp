@@ -30,11 +30,7 @@ class MetaTest : public testing::Test, protected ArchiveFolder
 protected:
   std::string filled(const std::string& text) const { return replaced(text, "{}", root); }
   /// A file holds its own path, so that it can be told from others.
-  void put(const std::string& file) const
-  {
-    fs::create_directories((root / file).parent_path());
-    std::ofstream(root / file) << file;
-  }
+  void put(const std::string& file) const { ::put(root / file, file); }
   Words list(const std::string& place) const { return fs::exists(root / place) ? namesIn(root / place) : Words(); }
 };
 
@@ -131,21 +127,13 @@ TEST_F(MetaTest, LinksAndPipesOfALegacyDirectoryAreNotCopied)
   EXPECT_EQ(contents(root / left), left);
 }
 
-/// The store state to be written, on a database.
-class StoreStateTest : public MetaTest
-{
-protected:
-  bool write() const { return MetaManager().createDefaultStorestate(root / "state", conn); }
-  std::string written() const { return contents(root / "state"); }
-
-  const Environment database{{{"TARN_DB_URL", "sqlite:" + folder / "db"}}};
-  const std::unique_ptr<tarn::db::DBConnectorSql> db = tarn::db::DBConnectorSql::open(tarn::db::Missing::create);
-  const MetaConn conn{db.get()};
-};
-
 // The host's record is read from one place as long as the process lives: one case for both.
-TEST_F(StoreStateTest, NamesModeAndDevicesOrStays)
+TEST_F(MetaTest, StoreStateNamesModeAndDevicesOrStays)
 {
+  const ScopedEnvironment url("TARN_DB_URL", "sqlite:" + folder / "db");
+  const auto db = tarn::db::DBConnectorSql::open(tarn::db::Missing::create);
+  const MetaConn conn(db.get());
+  const auto write = [&] { return MetaManager().createDefaultStorestate(root / "state", conn); };
   db->createTables();
   db->session().execute("INSERT INTO forward_targets VALUES ('b','P'),('X','X'),('a','C'),('B','C'),('c','P')");
   db->session().execute("INSERT INTO forward_services VALUES ('b','store',1),('b','query',1),('X','store',1),"
@@ -154,8 +142,8 @@ TEST_F(StoreStateTest, NamesModeAndDevicesOrStays)
   {
     std::ofstream(root / "conf/self.rec") << "ProcessMode=" << given << "\n";
     EXPECT_TRUE(write());
-    EXPECT_EQ(written(), std::string("Version=\"1\"\nProcessMode=\"") + mode +
-                             "\"\nStudyOwner=\"yes\"\nForwardDevices=\"B a b\"\n");
+    EXPECT_EQ(contents(root / "state"), std::string("Version=\"1\"\nProcessMode=\"") + mode +
+                                            "\"\nStudyOwner=\"yes\"\nForwardDevices=\"B a b\"\n");
   }
   put("state");
   {
@@ -168,7 +156,7 @@ TEST_F(StoreStateTest, NamesModeAndDevicesOrStays)
   EXPECT_FALSE(write());
   EXPECT_EQ(log.lines(), filled(kError + "MetaManager::createDefaultStorestate() writing {}/state failed: "
                                          "{}/conf/self.rec cannot be read: Is a directory\n"));
-  EXPECT_EQ(written(), "state");
+  EXPECT_EQ(contents(root / "state"), "state");
 }
 
 TEST_F(MetaTest, FilesMoveAlsoAcrossFileSystems)

@@ -88,9 +88,8 @@ protected:
   void execute(const std::string& sql) { db->session().execute(sql); }
   void putMeta(const std::string& text) const
   {
-    fs::create_directories(root / "meta/s");
-    std::ofstream(root / "meta/s/storestate.rec") << "Version=\"1\"\n";
-    std::ofstream(root / "meta/s/objectdb.meta") << text;
+    put(root / "meta/s/storestate.rec", "Version=\"1\"\n");
+    put(root / "meta/s/objectdb.meta", text);
   }
   /// The exception's text, empty without one.
   std::string touch(bool check = true, const std::string& study = "s")
@@ -287,10 +286,7 @@ TEST_P(ObjCache, ReferencesGoToAllThatIsKnownOfTheStudy)
   putMeta(kHeader + "s\tCT.meta\t1\ns\t" + refused + "\t1\nbad\n");
   execute("INSERT INTO objects(STUDYUID,FNAME) VALUES ('s','CT.row')");
   for (const char* file : {"s/CT.file", "s_dead1/CT.dead1", "s_dead2/CT.dead2", "s_dead4/CT.dead4", "t/CT.other"})
-  {
-    fs::create_directories((root / "data" / file).parent_path());
-    std::ofstream(root / "data" / file) << "x";
-  }
+    put(root / "data" / file, "x");
   const LogFile log;
   ObjCacheMgr(db.get()).addErrorRefs("s");
   EXPECT_EQ(state(), (Lines{"OBJECTFILE,s/CT.dead1", "OBJECTFILE,s/CT.dead2", "OBJECTFILE,s/CT.file",

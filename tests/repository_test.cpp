@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <tuple>
 
 namespace fs = std::filesystem;
 using namespace tarn::repository;
@@ -90,14 +91,7 @@ TEST_F(Repositories, BothFormsTellThatTheLibraryIsAbsent)
   EXPECT_EQ(Iface::getLocations("meta", "s", locations, false, false, nullptr), kMissing) << "found at the next call";
 }
 
-struct NameRow
-{
-  const char* fact;
-  std::string resource;
-  int status;
-};
-
-const NameRow kNameRows[] = {
+const std::tuple<const char*, std::string, int> kNameRows[] = {
     {"present", "1.2.3", kLocated},
     {"absent", "1.2.4", kMissing},
     {"the longest", std::string(200, '7'), kLocated},
@@ -230,11 +224,7 @@ TEST_F(Repositories, ALockThatMayHoldKeepsThisProcessOut)
 /// The repository with a resource "s" in the aged mount.
 struct AgedResource : Repositories
 {
-  AgedResource()
-  {
-    fs::create_directories(mount("old/s/sub"));
-    put(mount("old/s/sub/file"), "text");
-  }
+  AgedResource() { put(mount("old/s/sub/file"), "text"); }
   /// Brings it back; its new path, or nothing.
   static std::string broughtBack(const char* name = "s") { return taken(unAge("meta", name, nullptr)); }
 };

@@ -94,9 +94,6 @@ CONTENTS = {
     "ten million lines": (lambda: file(state("label" + figure(lines="") + "x%0A" * 10000000)), GOOD),
     "a UID that is a path": (lambda: file(state(uid=STATE + "/../../evil")), not_ours(STATE + "/../../evil")),
     "a UID that forges a line": (lambda: file(state(uid=STATE + "\n\x1b[1m")), not_ours(STATE + "\\x0A\\x1B[1m")),
-    "a UID of 60,000 digits": (
-        lambda: file(state(uid=STATE + "5" * 60000)),
-        said(MISSING_IMAGE, outputs=[(OUTPUT + "5" * 64)[:67], COPY])),
     "a class that is a path": (lambda: file(state(sop_class=GSPS + "/../x")), GOOD),
     "an image that is a path": (lambda: file(state("label" + figure("CT./../../x"))), unknown("CT./../../x")),
     "an image that forges a line": (

@@ -15,8 +15,10 @@ inline std::string contents(const std::filesystem::path& path)
   return text.str();
 }
 
+/// Makes the folders that are missing.
 inline void put(const std::filesystem::path& path, const std::string& bytes)
 {
+  std::filesystem::create_directories(path.parent_path());
   std::ofstream(path, std::ios::binary) << bytes;
 }
 
