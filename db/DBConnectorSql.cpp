@@ -56,6 +56,11 @@ SqlSession& DBConnectorSql::session()
   return *backend;
 }
 
+void DBConnectorSql::requireUsable(bool forWriting)
+{
+  session().requireUsable(forWriting);
+}
+
 std::vector<SqlRow> DBConnectorSql::run(const std::string& sql, const std::vector<SqlValue>& values)
 {
   std::unique_ptr<SqlStatement>& statement = statements[sql];

@@ -59,6 +59,8 @@ public:
 
   /// Connects when it is first called.
   SqlSession& session();
+  /// For a caller whose work failed: throws DBException where the database is gone, or with `forWriting` its disk full.
+  void requireUsable(bool forWriting);
   const ArchiveTables& tables() const { return tableNames; }
   /// Makes the tables of the archive that do not exist, under the names of tables(). Throws DBException.
   void createTables(Tables which = Tables::all);

@@ -26,6 +26,9 @@ public:
   /// Returns when every change that has been committed survives a power cut. Before that a power cut may take the last
   /// commits back, never one without those after it. A server decides this for itself.
   virtual void sync() = 0;
+  /// Asks whether the database answers, and with `forWriting` whether its disk takes a change. Throws where it does
+  /// not.
+  virtual void requireUsable(bool forWriting) = 0;
   /// Tries once, without waiting, to get the lock `name`. Returns null while somebody else holds it.
   virtual GlobalLock tryLock(const std::string& name) = 0;
   /// Whether the database ends with this connection.

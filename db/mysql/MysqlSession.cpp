@@ -71,6 +71,10 @@ public:
   }
   void begin() override { execute("START TRANSACTION"); }
   void sync() override {}
+  void requireUsable(bool /*forWriting*/) override
+  {
+    checkMysql(mysql_ping(connection.get()), "the server does not answer", connection.get());
+  }
   GlobalLock tryLock(const std::string& name) override
   {
     const auto answer = askOfLock(connection.get(), kTakeLock, name);

@@ -47,6 +47,19 @@ public:
     const int code = sqlite3_wal_checkpoint_v2(connection.get(), nullptr, SQLITE_CHECKPOINT_FULL, nullptr, nullptr);
     checkSqlite(code, "cannot write the log to the file", connection.get());
   }
+  /// Writes the number that is there already.
+  void requireUsable(bool forWriting) override
+  {
+    std::string version;
+    {
+      SqliteStatement query(connection.get(), "PRAGMA user_version");
+      query.execute({});
+      for (SqlRow row; query.fetch(row);)
+        version = row.columns.front().value_or("0");
+    }
+    if (forWriting)
+      execute("PRAGMA user_version=" + version);
+  }
   GlobalLock tryLock(const std::string& name) override
   {
     if (isInMemory())

@@ -1,0 +1,227 @@
+// The command line of annomend-archive.
+#include "archive/command.h"
+
+#include "archive/checkJournals.h"
+#include "archive/convertArchive.h"
+#include "archive/findStates.h"
+#include "archive/inputs/walkPaths.h"
+#include "archive/journal/JournalReader.h"
+#include "archive/report.h"
+#include "archive/run/exitStatus.h"
+#include "base/Console.h"
+#include "base/report.h"
+
+#include <CLI/CLI.hpp>
+
+#include <charconv>
+#include <functional>
+#include <thread>
+
+namespace tarn::archive
+{
+namespace
+{
+
+constexpr char kEnvironment[] = R"(
+The environment names the database (TARN_DB_URL), the repositories and the log, as for annomend(1).
+Exit status of convert: 0 all converted, or nothing to convert; 3 some in part; 1 some refused, failed, crashed or timed
+out; 2 the command line; 75 stopped by the database or the disk, run it again; 130, 143 stopped by a signal.
+See annomend-archive(1).)";
+
+/// A number from 1 on that all of `text` is; 0 where it is none.
+unsigned positiveNumber(std::string_view text)
+{
+  unsigned number = 0;
+  const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return failure == std::errc() && end == text.data() + text.size() ? number : 0;
+}
+
+ConvertRequest onAllCores()
+{
+  ConvertRequest request;
+  request.workers = std::max(1U, std::thread::hardware_concurrency());
+  return request;
+}
+
+class CommandLine
+{
+public:
+  CommandLine()
+  {
+    app.set_version_flag("--version", "annomend-archive " ANNOMEND_VERSION);
+    app.require_subcommand(0, 1); // a command that does not exist is named in the message then
+    app.footer(kEnvironment);
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    addFind(add("find", "Walks PATH... and lists the presentation states that are there.",
+                [this] { return findStates(request.source.paths, file); }));
+    addConvert(add("convert", "Converts presentation states, and writes down what became of each.",
+                   [this] { return convert(); }));
+    addCheck(add("check", "Holds the journals of OUT against what lies there.",
+                 [this] { return checkJournals(absolutePath(request.out), findingForm); }));
+    addReport(add("report", "Adds up what the journals of OUT say.",
+                  [this] { return report(absolutePath(request.out), reportForm); }));
+  }
+
+  /// Runs the command and returns the exit status.
+  int run(int argc, char** argv)
+  {
+    try
+    {
+      app.parse(argc, argv);
+      if (!command)
+        throw CLI::RequiredError("A command");
+      return command();
+    }
+    catch (const CLI::Success& asked) // for the help, or the version
+    {
+      app.exit(asked, consoleOut());
+      return exitStatus::kDone;
+    }
+    catch (const CLI::ParseError& error)
+    {
+      base::report("annomend-archive: ", error.what(), " (see annomend-archive --help)");
+      return exitStatus::kUsage;
+    }
+    catch (const std::exception& failure) // a journal, a list or an inventory that cannot be read or written
+    {
+      base::report("annomend-archive: ", failure.what());
+      return exitStatus::kUsage;
+    }
+  }
+
+private:
+  CLI::App& add(const char* name, const char* description, const std::function<int()>& run)
+  {
+    CLI::App* const parser = app.add_subcommand(name, description);
+    parser->callback([this, run] { command = run; });
+    return *parser;
+  }
+
+  void addFind(CLI::App& parser)
+  {
+    parser.add_option("PATH", request.source.paths, "Files, and folders that are walked")->type_name("")->required();
+    parser.add_option("-o", file, "The inventory goes there (standard output when missing)")->type_name("FILE");
+  }
+
+  void addConvert(CLI::App& parser)
+  {
+    addInputs(parser);
+    addRun(parser);
+    parser.add_option("-o", request.out, "The output folder")->type_name("OUT");
+    parser.add_flag_callback(
+        "-N", [this] { request.options.touchObjectCache = false; }, "Do not touch the object cache");
+    parser.add_option("--form", request.form, "What is written: plain")
+        ->type_name("FORM")
+        ->check(CLI::IsMember({"plain"}));
+    parser.add_flag("--dry-run", request.dryRun, "Write no file; records go to standard output");
+    CLI::Option* retry = parser.add_flag_callback(
+        "--retry", [this] { request.again = Again::failed; }, "Again what was not converted");
+    parser
+        .add_flag_callback(
+            "--redo", [this] { request.again = Again::all; }, "Again all")
+        ->excludes(retry);
+  }
+
+  void addInputs(CLI::App& parser)
+  {
+    SourceOptions& source = request.source;
+    parser.add_option("PATH", source.paths, "Files, and folders that are walked")->type_name("");
+    CLI::Option* names = parser.add_option("--files-from", source.filesFrom, "Names, one a line; - is standard input");
+    names->type_name("FILE");
+    parser.add_flag("--null", source.nulTerminated, "These names end with a NUL")->needs(names);
+    parser.add_option("--inventory", source.inventory, "What find wrote")->type_name("FILE");
+    parser.add_flag("--all-studies", source.studies.all, "The presentation states that the object table knows");
+    parser.add_option("--studies-from", source.studies.listFile, "Those of these studies, a UID a line")
+        ->type_name("FILE");
+    parser
+        .add_option_function<std::string>(
+            "--shard", [this](const std::string& text) { takeShard(text); },
+            "Only the inputs whose study falls to share I of N")
+        ->type_name("I/N");
+  }
+
+  void addRun(CLI::App& parser)
+  {
+    parser.add_option("-j", request.workers, "Worker processes (one a core when missing)")
+        ->type_name("N")
+        ->check(CLI::Range(1U, 1024U));
+    parser.add_option("--timeout", request.timeout, "An input that takes longer is given up")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1, 1000000))
+        ->capture_default_str();
+    parser
+        .add_option("--memory", request.memory, "What a worker may take, as 512M or 4G (4G when missing); 0: no bound")
+        ->type_name("SIZE")
+        ->transform(CLI::AsSizeValue(false));
+    parser.add_option("--progress", request.progress, "auto, bar, lines or none")
+        ->type_name("FORM")
+        ->transform(CLI::CheckedTransformer(
+            std::map<std::string, std::optional<Progress::Form>>{{"auto", std::nullopt},
+                                                                 {"bar", Progress::Form::bar},
+                                                                 {"lines", Progress::Form::lines},
+                                                                 {"none", Progress::Form::none}}));
+  }
+
+  void addCheck(CLI::App& parser)
+  {
+    parser.add_option("--journal", request.out, "The output folder of conversions")->type_name("OUT")->required();
+    parser.add_option("--format", findingForm, "text or json")
+        ->type_name("FORMAT")
+        ->transform(CLI::CheckedTransformer(
+            std::map<std::string, FindingForm>{{"text", FindingForm::text}, {"json", FindingForm::json}}));
+  }
+
+  void addReport(CLI::App& parser)
+  {
+    parser.add_option("OUT", request.out, "The output folder of conversions")->type_name("")->required();
+    parser.add_option("--format", reportForm, "text, json or csv")
+        ->type_name("FORMAT")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, ReportForm>{
+            {"text", ReportForm::text}, {"json", ReportForm::json}, {"csv", ReportForm::csv}}));
+  }
+
+  void takeShard(const std::string& text)
+  {
+    const std::size_t slash = std::min(text.find('/'), text.size());
+    request.options.shard = positiveNumber(std::string_view(text).substr(0, slash));
+    request.options.shards = positiveNumber(std::string_view(text).substr(std::min(slash + 1, text.size())));
+    if (request.options.shard == 0 || request.options.shard > request.options.shards)
+      throw CLI::ValidationError("--shard", "'" + text + "' is no share I/N with I from 1 to N");
+  }
+
+  int convert()
+  {
+    SourceOptions& source = request.source;
+    if (source.paths.empty() && !source.filesFrom && !source.inventory && !source.studies.all &&
+        !source.studies.listFile)
+      throw CLI::RequiredError("PATH, --files-from, --inventory, --all-studies or --studies-from");
+    if (request.out.empty() && !request.dryRun)
+      throw CLI::RequiredError("-o");
+    if (!request.out.empty())
+      source.leaveOut = request.out = absolutePath(request.out);
+    source.studies.shard = request.options.shard;
+    source.studies.shards = request.options.shards;
+    source.studies.touchObjectCache = request.options.touchObjectCache;
+    return convertArchive(request);
+  }
+
+  CLI::App app{"Converts archives of annotated presentation states, and accounts for each.", "annomend-archive"};
+  ConvertRequest request = onAllCores();
+  std::optional<std::string> file;
+  FindingForm findingForm = FindingForm::text;
+  ReportForm reportForm = ReportForm::text;
+  std::function<int()> command; ///< the one that is chosen
+};
+
+} // namespace
+
+int runArchive(int argc, char** argv)
+{
+  const int status = CommandLine().run(argc, argv);
+  if (consoleOut().flush())
+    return status;
+  base::report("Standard output cannot be written");
+  return exitStatus::kFailed;
+}
+
+} // namespace tarn::archive

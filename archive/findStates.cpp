@@ -1,0 +1,158 @@
+// `annomend-archive find`: the survey before a migration.
+#include "archive/findStates.h"
+
+#include "archive/inputs/FileLook.h"
+#include "archive/inputs/walkPaths.h"
+#include "archive/journal/inventory.h"
+#include "archive/run/exitStatus.h"
+#include "base/Console.h"
+#include "base/PartFile.h"
+#include "base/files.h"
+#include "base/report.h"
+#include "dicom/dictionary.h"
+#include "dicom/loadFile.h"
+#include "dicom/values.h"
+#include "privateblock/PBItem.h"
+
+#include <cerrno>
+#include <map>
+#include <memory>
+
+namespace tarn::archive
+{
+namespace
+{
+
+constexpr std::size_t kBlock = std::size_t{1} << 20U;
+
+/// The file of an inventory, or standard output.
+class InventoryWriter
+{
+public:
+  explicit InventoryWriter(const std::optional<std::string>& file)
+    : part(file ? std::make_unique<base::PartFile>(*file) : nullptr), name(file.value_or("standard output"))
+  {
+    require(!part || part->good());
+  }
+
+  void write(const InventoryEntry& entry)
+  {
+    block += toJson(entry) + '\n';
+    if (block.size() >= kBlock)
+      flush();
+  }
+  void finish()
+  {
+    flush();
+    require(part ? part->sync() && part->keep() : static_cast<bool>(consoleOut().flush()));
+  }
+
+private:
+  void flush()
+  {
+    require(part ? part->write(block.data(), block.size()) : static_cast<bool>(consoleOut() << block));
+    block.clear();
+  }
+  void require(bool good) const
+  {
+    if (!good)
+      throw base::FileError(name + " cannot be written: " + base::FileError(errno).what(), errno);
+  }
+
+  std::unique_ptr<base::PartFile> part;
+  std::string name;
+  std::string block;
+};
+
+class Survey
+{
+public:
+  explicit Survey(const std::optional<std::string>& file) : inventory(file) {}
+
+  void look(const std::string& path);
+  void pass() { ++seen; }
+  void problem(const std::string& line)
+  {
+    ++problems;
+    base::report(line);
+  }
+  /// Ends the inventory and writes the totals.
+  int finish(std::ostream& out);
+
+private:
+  void survey(const std::string& path, const FileVersion& version);
+
+  InventoryWriter inventory;
+  std::uint64_t seen = 0;
+  std::uint64_t states = 0;
+  std::uint64_t toConvert = 0;
+  std::uint64_t problems = 0;
+  std::map<std::string, std::uint64_t> years; ///< states to convert, by the year of the study date
+};
+
+void Survey::look(const std::string& path)
+{
+  ++seen;
+  FileLook look(path);
+  const bool mayBeState = look.kind() == FileLook::Kind::file && look.mayBeState().value_or(false);
+  if (mayBeState)
+    survey(path, look.version());
+  else if (!look.reason().empty())
+    problem(path + " cannot be read: " + look.reason());
+}
+
+/// A state that cannot be loaded is for the conversion to refuse: it counts as one that has something to convert.
+void Survey::survey(const std::string& path, const FileVersion& version)
+{
+  InventoryEntry entry{path, version.size, version.mtime, "", "", true};
+  std::string year = "unknown";
+  DcmFileFormat file;
+  if (dicom::loadFile(file, path).good())
+  {
+    DcmDataset& dataset = *file.getDataset();
+    DcmElement* pluginState = nullptr;
+    entry.hasPluginState = PBItem(dataset).findAndGetPBElement(PBItem::kPluginStateKey, pluginState, false).good();
+    static_cast<void>(dicom::readUid(dataset, DCM_StudyInstanceUID, entry.study));
+    static_cast<void>(dicom::readUid(dataset, DCM_SOPInstanceUID, entry.instance));
+    std::string date; // PS3.5 6.2: YYYYMMDD
+    if (dicom::readText(dataset, DCM_StudyDate, date).good() && date.size() >= 4)
+      year = date.substr(0, 4);
+  }
+  ++states;
+  if (entry.hasPluginState)
+  {
+    ++toConvert;
+    ++years[year];
+  }
+  inventory.write(entry);
+}
+
+int Survey::finish(std::ostream& out)
+{
+  inventory.finish();
+  out << "Files seen: " << seen << "\nPresentation states: " << states << "\nWith something to convert: " << toConvert
+      << '\n';
+  for (const auto& [year, count] : years)
+    out << "  " << base::printable(year) << ": " << count << '\n';
+  out << std::flush;
+  return problems == 0 ? exitStatus::kDone : exitStatus::kFailed;
+}
+
+} // namespace
+
+int findStates(const std::vector<std::string>& paths, const std::optional<std::string>& file)
+{
+  std::string error;
+  if (!dicom::setUpDictionary(error))
+  {
+    base::report("annomend-archive: ", error);
+    return exitStatus::kFailed;
+  }
+  Survey survey(file);
+  const WalkSink found{[&](const std::string& path) { survey.look(path); }, [&] { survey.pass(); },
+                       [&](const std::string& line) { survey.problem(line); }};
+  walkPaths(paths, "", found, [&](const std::string& path) { survey.look(path); });
+  return survey.finish(file ? consoleOut() : consoleError());
+}
+
+} // namespace tarn::archive

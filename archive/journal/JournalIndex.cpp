@@ -1,0 +1,153 @@
+// What a journal holds, found by the names of inputs and outputs.
+#include "archive/journal/JournalIndex.h"
+
+#include "archive/journal/textJson.h"
+#include "base/files.h"
+#include "base/text.h"
+
+#include <cerrno>
+#include <string_view>
+#include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace tarn::archive
+{
+namespace
+{
+
+constexpr std::size_t kLineGuess = 2048;
+/// What a power cut may leave of the last batch: whole lines after one that was never written.
+constexpr std::uint64_t kLongestTornTail = std::uint64_t{64} << 20U;
+
+/// How a record of `input` begins: with every field of its name.
+std::string beginningOf(const std::string& input)
+{
+  Json json = Json::object();
+  putInput(json, input);
+  std::string text = json.dump();
+  text.back() = ',';
+  return text + "\"size\":"; // and not "input_hex", of another input that looks the same
+}
+
+base::Fd openedForReading(const std::string& path)
+{
+  base::Fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!fd)
+    throw JournalError(base::joined(path, " cannot be read: ", base::FileError(errno).what()));
+  return fd;
+}
+
+} // namespace
+
+JournalIndex::JournalIndex(const std::string& path) : file(path), fd(openedForReading(path))
+{
+  load();
+}
+
+/// A line that is no record ends the journal, where what follows it can be what a power cut left of a batch.
+void JournalIndex::load()
+{
+  const std::uint64_t all = base::RegularFile(file).size;
+  JournalReader reader(file);
+  bytes = reader.end();
+  try
+  {
+    for (std::string line; reader.next(line); bytes = reader.end())
+      note(recordFrom(line), reader.offset());
+  }
+  catch (const JournalError&)
+  {
+    throw;
+  }
+  catch (const std::exception& failure)
+  {
+    if (all - bytes > kLongestTornTail)
+      throw JournalError(base::joined(file, " is damaged at byte ", bytes, ": ", failure.what()));
+  }
+}
+
+void JournalIndex::append(const Record& record, std::uint64_t length)
+{
+  note(record, bytes);
+  bytes += length;
+}
+
+void JournalIndex::note(const Record& record, std::uint64_t offset)
+{
+  if (const std::optional<Record> before = read(record.input))
+    count(*before, -1);
+  count(record, +1);
+  inputs.put(record.input, offset, [&](std::uint64_t place) { return isOf(place, record.input); });
+  for (const Output& output : record.outputs)
+    outputs.at(static_cast<std::size_t>(roleOf(output)))
+        .put(output.file, offset,
+             [&](std::uint64_t place) { return holds(recordFrom(lineAt(place)), output.file, roleOf(output)); });
+}
+
+void JournalIndex::count(const Record& record, int step)
+{
+  outcomeCounts.at(static_cast<std::size_t>(record.outcome)) += static_cast<std::uint64_t>(step);
+  for (const Reason& reason : record.reasons)
+    reasonCounts[reason.code] += static_cast<std::uint64_t>(step);
+}
+
+std::string JournalIndex::lineAt(std::uint64_t offset) const
+{
+  std::string line;
+  for (;;)
+  {
+    std::array<char, kLineGuess> block; // not cleared for each look-up
+    const ssize_t got = pread(fd.get(), block.data(), block.size(), static_cast<off_t>(offset + line.size()));
+    if (got < 0 && errno == EINTR)
+      continue;
+    if (got <= 0)
+      throw JournalError(
+          base::joined(file, " cannot be read: ", got < 0 ? base::FileError(errno).what() : "it became shorter"));
+    const std::string_view part(block.data(), static_cast<std::size_t>(got));
+    const std::size_t feed = part.find('\n');
+    line.append(part.substr(0, feed));
+    if (feed != std::string_view::npos)
+      return line;
+  }
+}
+
+bool JournalIndex::isOf(std::uint64_t offset, const std::string& input) const
+{
+  return base::startsWith(lineAt(offset), beginningOf(input));
+}
+
+std::uint64_t JournalIndex::offsetOf(const std::string& input) const
+{
+  return inputs.find(input, [&](std::uint64_t offset) { return isOf(offset, input); });
+}
+
+std::optional<Record> JournalIndex::read(const std::string& input) const
+{
+  const std::uint64_t offset = offsetOf(input);
+  return offset == OffsetIndex::kNone ? std::nullopt : std::make_optional(recordFrom(lineAt(offset)));
+}
+
+std::optional<std::string> JournalIndex::holderOf(const std::string& output, Role role) const
+{
+  std::string holder;
+  const auto isHeld = [&](std::uint64_t offset)
+  {
+    const Record record = recordFrom(lineAt(offset));
+    holder = record.input;
+    return holds(record, output, role) && offsetOf(holder) == offset;
+  };
+  const std::uint64_t found = outputs.at(static_cast<std::size_t>(role)).find(output, isHeld);
+  return found == OffsetIndex::kNone ? std::nullopt : std::make_optional(holder);
+}
+
+void JournalIndex::forEach(const std::function<void(const Record& record)>& visit) const
+{
+  JournalReader reader(file);
+  for (std::string line; reader.end() < bytes && reader.next(line);)
+    if (const Record record = recordFrom(line); offsetOf(record.input) == reader.offset())
+      visit(record);
+}
+
+} // namespace tarn::archive

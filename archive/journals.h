@@ -1,0 +1,15 @@
+#pragma once
+
+#include "archive/journal/JournalIndex.h"
+
+#include <string>
+#include <vector>
+
+namespace tarn::archive
+{
+
+/// The journals of an output folder, sorted by name; at least one. Throws JournalError where there is none, or one
+/// cannot be read.
+std::vector<JournalIndex> openJournals(const std::string& out);
+
+} // namespace tarn::archive

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "archive/inputs/FileLook.h"
+#include "archive/journal/Record.h"
+#include "archive/journal/fileVersion.h"
+#include "archive/run/Ledger.h"
+#include "archive/run/OutputWriter.h"
+#include "archive/run/Worker.h"
+#include "db/DBConnectorSql.h"
+
+#include <string>
+
+namespace tarn::archive
+{
+
+/// What is the same for all inputs of a run.
+struct ConvertOptions
+{
+  bool touchObjectCache = true;
+  unsigned shard = 1; ///< only inputs of this share are converted
+  unsigned shards = 1;
+};
+
+/// What a worker does with the files that it is given: passes over what is no presentation state, leaves what is done
+/// or another shard's, converts the rest and tells the run what became of each.
+class InputConverter
+{
+public:
+  /// Borrows `run` and `ledger`, and writes outputs to `workFolder`; an empty one writes none.
+  InputConverter(const ConvertOptions& options, const Ledger& ledger, WorkerSide& run, std::string workFolder);
+
+  /// Returns when there are no more jobs, or nothing more can be done.
+  void work();
+
+private:
+  /// Throws DBException and StoreError where nobody can go on.
+  void handle(const Job& job);
+  void convert(const std::string& path, const FileVersion& version);
+  void tellUnread(const std::string& path, const FileLook& look);
+  void tell(Record record);
+  void requireDatabase();
+  bool isForeign(const std::string& studyUid, const std::string& path);
+
+  ConvertOptions options;
+  const Ledger& ledger;
+  WorkerSide& run;
+  OutputWriter outputs;
+  db::DBConnectorSql db{db::Missing::refuse};
+  std::int64_t begun = 0; ///< of the job, nanoseconds
+};
+
+} // namespace tarn::archive

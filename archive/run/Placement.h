@@ -1,0 +1,61 @@
+#pragma once
+
+#include "archive/journal/Journal.h"
+#include "archive/run/Ledger.h"
+#include "archive/run/OutputStore.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarn::archive
+{
+
+/// Which inputs that have a record are converted again.
+enum class Again
+{
+  changed, ///< those whose size or time is another
+  failed,  ///< these, and all that were not converted
+  all
+};
+
+/// The ledger of a run with an output folder. It gives outputs their names and inputs their records so that after a
+/// crash at any point no record speaks of an output that is not there whole: an input whose earlier outputs are to
+/// change is marked as interrupted, on the disk, before the first of them does.
+///
+/// An output whose name another input has is a duplicate where its bytes are the same, and is lost with the reason
+/// "name-taken" where they are not. What an earlier record of the input wrote, and the new one does not, is removed,
+/// unless it is a duplicate of another input, which owns it then. An input that is not converted now, for a reason that
+/// is not a change of its own, keeps what its earlier record wrote.
+class Placement : public Ledger
+{
+public:
+  /// Both are borrowed.
+  Placement(Journal& journal, OutputStore& store, Again again) : journal(journal), store(store), again(again) {}
+
+  std::optional<Outcome> accept(Record record, const std::vector<std::string>& workFiles) override;
+  bool isDone(const std::string& input, const FileVersion& version) const override;
+  std::size_t pending() const override { return journal.pending(); }
+  void commit() override;
+
+private:
+  struct Step
+  {
+    std::size_t output;
+    std::string workFile;
+  };
+
+  std::vector<Step> plan(Record& record, const std::vector<std::string>& workFiles,
+                         const std::optional<Record>& previous);
+  std::optional<Record> otherHolder(const Record& record, const std::string& file) const;
+  std::vector<std::string> leftOver(const Record& record, const std::optional<Record>& previous);
+  void place(const std::vector<Step>& steps, Record& record);
+  void interrupt(Record previous);
+  void passOn(const std::string& file, Record heir);
+
+  Journal& journal;
+  OutputStore& store;
+  Again again;
+};
+
+} // namespace tarn::archive

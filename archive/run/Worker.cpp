@@ -1,0 +1,162 @@
+// Worker processes and what goes between them and the run.
+#include "archive/run/Worker.h"
+
+#include "archive/run/childProcess.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <new>
+#include <system_error>
+#include <utility>
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace tarn::archive
+{
+namespace
+{
+
+std::string encodedJob(const Job& job)
+{
+  return std::to_string(job.number) + (job.listed ? " 1 " : " 0 ") + job.path;
+}
+
+Job decodedJob(const std::string& text)
+{
+  const std::size_t blank = text.find(' ');
+  return {std::stoull(text.substr(0, blank)), text.at(blank + 1) == '1', text.substr(blank + 3)};
+}
+
+/// Bounds the address space to what the process has now and `bytes` more.
+void limitMemory(std::uint64_t bytes)
+{
+  std::uint64_t pages = 0;
+  if (bytes == 0 || !(std::ifstream("/proc/self/statm") >> pages))
+    return;
+  const rlim_t most = pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE)) + bytes;
+  const rlimit limit{most, most};
+  setrlimit(RLIMIT_AS, &limit);
+}
+
+} // namespace
+
+std::optional<Job> WorkerSide::next()
+{
+  for (;;)
+  {
+    if (state.stop)
+      return std::nullopt;
+    if (const std::optional<Frame> frame = jobs.next())
+      return decodedJob(frame->text);
+    if (!jobs.receive())
+      return std::nullopt;
+  }
+}
+
+void WorkerSide::tell(char type, const std::string& text) const
+{
+  if (!writeFrame(results, type, text))
+    _exit(EXIT_FAILURE);
+}
+
+Worker::Worker(WorkerState& state, std::uint64_t memory, const std::function<void()>& prepare, const Main& main)
+  : state(state), results(base::Fd())
+{
+  Pipe toWorker;
+  Pipe fromWorker;
+  const pid_t parent = getpid();
+  pid = fork();
+  if (pid < 0)
+    throw std::system_error(errno, std::generic_category(), "cannot start a worker");
+  if (pid == 0)
+  {
+    leaveSignalsToTheRun(parent);
+    prepare();
+    limitMemory(memory);
+    toWorker.writeEnd = base::Fd();
+    fromWorker.readEnd = base::Fd();
+    WorkerSide side(std::move(toWorker.readEnd), std::move(fromWorker.writeEnd), state);
+    try
+    {
+      main(side);
+    }
+    catch (const std::bad_alloc&)
+    {
+      _exit(kOutOfMemory);
+    }
+    catch (...)
+    {
+      std::abort();
+    }
+    _exit(EXIT_SUCCESS);
+  }
+  jobs = std::move(toWorker.writeEnd);
+  results = FrameReader(std::move(fromWorker.readEnd));
+}
+
+Worker::~Worker()
+{
+  if (pid < 0)
+    return;
+  kill();
+  static_cast<void>(wait());
+}
+
+void Worker::send(Job job)
+{
+  job.number = ++lastNumber;
+  sentBytes += job.path.size();
+  static_cast<void>(writeFrame(jobs, 'j', encodedJob(job))); // one that has died is noticed by its other pipe
+  waiting.push_back(std::move(job));
+}
+
+void Worker::drop(std::uint64_t number)
+{
+  const auto end =
+      std::find_if(waiting.begin(), waiting.end(), [number](const Job& job) { return job.number > number; });
+  for (auto job = waiting.begin(); job != end; ++job)
+    sentBytes -= job->path.size();
+  waiting.erase(waiting.begin(), end);
+}
+
+const Job* Worker::job(std::uint64_t number) const
+{
+  const auto found =
+      std::find_if(waiting.begin(), waiting.end(), [number](const Job& job) { return job.number == number; });
+  return found == waiting.end() ? nullptr : &*found;
+}
+
+std::vector<Job> Worker::takeJobs()
+{
+  sentBytes = 0;
+  return std::exchange(waiting, {});
+}
+
+void Worker::kill()
+{
+  killed = true;
+  ::kill(pid, SIGKILL);
+}
+
+int Worker::wait()
+{
+  int status = 0;
+  while (waitpid(pid, &status, 0) < 0 && errno == EINTR)
+  {
+  }
+  pid = -1;
+  return status;
+}
+
+void Worker::closePipes()
+{
+  jobs = base::Fd();
+  results = FrameReader(base::Fd());
+}
+
+} // namespace tarn::archive

@@ -1,0 +1,125 @@
+#pragma once
+
+#include "archive/run/Frames.h"
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace tarn::archive
+{
+
+/// A file that a worker is to look at.
+struct Job
+{
+  std::uint64_t number = 0; ///< ascending for each worker, given by Worker::send()
+  bool listed = false;      ///< it was named, not found by a walk
+  std::string path;
+};
+
+/// What a worker is doing, in memory that the run sees too: it is known also of one that died.
+struct WorkerState
+{
+  std::atomic<std::uint64_t> job{0};     ///< number of the job that it does, or did last
+  std::atomic<std::int64_t> since{0};    ///< when it began it, nanoseconds of the steady clock; 0 between two jobs
+  std::atomic<std::uint64_t> passed{0};  ///< files that are no presentation states
+  std::atomic<std::uint64_t> known{0};   ///< inputs that were done before
+  std::atomic<std::uint64_t> foreign{0}; ///< inputs of other shards
+  std::atomic<bool> stop{false};         ///< it is to begin nothing new
+};
+
+/// Frames from a worker to the run.
+namespace fromWorker
+{
+constexpr char kOutput = 'o'; ///< an output that is whole: its file in the working folder, a line feed, its JSON
+constexpr char kRecord = 'r'; ///< the job's record as JSON
+constexpr char kDone = 'd';   ///< the number of a job, in decimal: all up to it are done
+constexpr char kStop = 's';   ///< why nothing more can be done by anybody; the job's record is not made
+} // namespace fromWorker
+
+/// The worker's side of its pipes.
+class WorkerSide
+{
+public:
+  WorkerSide(base::Fd jobs, base::Fd results, WorkerState& state)
+    : jobs(std::move(jobs)), results(std::move(results)), state(state)
+  {
+  }
+
+  /// Waits for a job; nothing when there are no more, or none is to be begun.
+  std::optional<Job> next();
+  /// Whether a job can be had without waiting.
+  bool hasNext() const { return jobs.hasNext(); }
+  /// Tells the run; a worker whose run is gone ends.
+  void tell(char type, const std::string& text) const;
+
+private:
+  FrameReader jobs;
+  base::Fd results;
+
+public:
+  WorkerState& state; ///< shared with the run
+};
+
+/// The exit status of a worker that had not the memory for its job.
+constexpr int kOutOfMemory = 77;
+
+/// A process that does jobs, as the run sees it.
+class Worker
+{
+public:
+  using Main = std::function<void(WorkerSide&)>;
+
+  /// Forks. In the new process: runs `prepare` (which closes what is not its own), limits the memory that it may take
+  /// to `memory` bytes (0: no limit), runs `main` and ends; it is killed when its parent dies. Throws
+  /// std::system_error.
+  Worker(WorkerState& state, std::uint64_t memory, const std::function<void()>& prepare, const Main& main);
+  Worker(const Worker&) = delete;
+  Worker& operator=(const Worker&) = delete;
+  ~Worker();
+
+  const base::Fd& fd() const { return results.fd(); }
+  /// Takes in what it has said; false once it has ended.
+  [[nodiscard]] bool receive() { return results.receive(); }
+  std::optional<Frame> next() { return results.next(); }
+
+  /// Whether so many bytes more can be sent without waiting.
+  bool takes(std::size_t bytes) const { return sentBytes + bytes <= kMostSent && waiting.size() < kMostJobs; }
+  void send(Job job);
+  /// No more jobs are sent.
+  void finish() { jobs = base::Fd(); }
+  /// Jobs up to `number` are done.
+  void drop(std::uint64_t number);
+  std::size_t jobsWaiting() const { return waiting.size(); }
+  /// The job of that number, where it is not done.
+  const Job* job(std::uint64_t number) const;
+  /// Takes the jobs that are not done.
+  std::vector<Job> takeJobs();
+
+  void kill();
+  bool wasKilled() const { return killed; } ///< by kill()
+  /// Waits for its end and returns its status as waitpid() gives it.
+  int wait();
+  void closePipes();
+
+  WorkerState& state;
+
+private:
+  static constexpr std::size_t kMostJobs = 128;
+  static constexpr std::size_t kMostSent = 48 * 1024; ///< bytes; less than any pipe holds
+
+  pid_t pid = -1;
+  base::Fd jobs;
+  FrameReader results;
+  std::vector<Job> waiting; ///< sent and not done, in order
+  std::uint64_t lastNumber = 0;
+  std::size_t sentBytes = 0;
+  bool killed = false;
+};
+
+} // namespace tarn::archive
