@@ -16,9 +16,8 @@ namespace
 /// The paths, absolute, without those that lie below another one that is a folder.
 std::vector<std::string> separatePaths(const std::vector<std::string>& paths)
 {
-  std::vector<std::string> sorted;
-  for (const std::string& path : paths)
-    sorted.push_back(absolutePath(path));
+  std::vector<std::string> sorted(paths.size());
+  std::transform(paths.begin(), paths.end(), sorted.begin(), absolutePath);
   std::sort(sorted.begin(), sorted.end());
   std::vector<std::string> separate;
   for (const std::string& path : sorted)
