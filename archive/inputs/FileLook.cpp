@@ -23,10 +23,13 @@ constexpr char kStateClass[] = "1.2.840.10008.5.1.4.1.1.11.1"; ///< Grayscale So
 FileLook::FileLook(const std::string& path) : fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC))
 {
   struct stat status = {};
-  if (!fd || fstat(fd.get(), &status) != 0)
-    return fail(path, errno);
-  found = S_ISREG(status.st_mode) ? Kind::file : Kind::other;
-  seen = versionOf(status);
+  if (fd && fstat(fd.get(), &status) == 0)
+  {
+    found = S_ISREG(status.st_mode) ? Kind::file : Kind::other;
+    seen = versionOf(status);
+  }
+  else
+    fail(path, errno);
 }
 
 void FileLook::fail(const std::string& path, int error)
