@@ -8,6 +8,7 @@
 #include "archive/journal/Record.h"
 #include "archive/journal/inventory.h"
 #include "archive/run/childProcess.h"
+#include "archive/run/packing.h"
 #include "base/text.h"
 #include "db/DBException.h"
 
@@ -71,7 +72,7 @@ void readInventory(const SourceOptions& options, const Teller& run)
     if (entry.hasPluginState)
       run.tell(fromSource::kListed, entry.input);
     else
-      run.tell(fromSource::kRecord, toJson(recordOf(entry)));
+      run.tell(fromSource::kRecord, packed(recordOf(entry)));
   }
 }
 
