@@ -15,6 +15,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <unistd.h>
@@ -52,8 +53,10 @@ RunResult lead(const ConvertRequest& request, Ledger& ledger, Source& source,
               InputConverter(request.options, ledger, run, workFolders.at(seat)).work();
             });
   Progress progress(formOf(request));
-  Run run(crew, ledger, progress, request.timeout);
-  return run.go(source, workFolders);
+  RunResult result = Run(crew, ledger, progress, request.timeout).go(source, workFolders);
+  if (!result.stop.reason.empty())
+    progress.line("annomend-archive: " + result.stop.reason);
+  return result;
 }
 
 int runDry(const ConvertRequest& request)
@@ -104,6 +107,10 @@ int convertArchive(ConvertRequest request)
     return tell(exitStatus::kUsage, failure.what());
   }
   catch (const JournalError& failure)
+  {
+    return tell(exitStatus::kTryAgain, failure.what());
+  }
+  catch (const std::system_error& failure) // no process or memory to be had
   {
     return tell(exitStatus::kTryAgain, failure.what());
   }

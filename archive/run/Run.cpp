@@ -254,7 +254,8 @@ bool Run::isToBlame(const WorkerEnd& gone, const Job& job)
   return gone.cause != WorkerEnd::Cause::killed || ++attempts[job.path] >= kAttempts;
 }
 
-/// The record of an input that ended its worker. Outputs that were whole by then stand in it.
+/// The record of an input that ended its worker. Outputs that were whole by then stand in it, with their lines: nobody
+/// knows of others.
 void Run::blame(unsigned seat, const WorkerEnd& gone)
 {
   Record record;
@@ -264,6 +265,12 @@ void Run::blame(unsigned seat, const WorkerEnd& gone)
   record.mtime = version.mtime;
   record.outcome = gone.cause == WorkerEnd::Cause::timedOut ? Outcome::timeout : Outcome::crashed;
   record.reasons.push_back(reasonOf(gone));
+  for (const auto& [number, output] : finished[seat])
+    for (const auto& [kind, lines] : output.annotations)
+    {
+      record.annotations[kind].read += lines;
+      record.annotations[kind].written += lines;
+    }
   handleRecord(seat, std::move(record));
 }
 

@@ -14,6 +14,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <stdexcept>
 #include <system_error>
 
 #include <sys/wait.h>
@@ -59,13 +60,25 @@ void readNames(const std::string& file, bool nulTerminated, const Teller& run)
       run.tell(fromSource::kListed, absolutePath(name));
 }
 
+InventoryEntry entryIn(const std::string& line, const std::string& file)
+{
+  try
+  {
+    return entryFrom(line);
+  }
+  catch (const std::exception&)
+  {
+    throw std::runtime_error(file + " has a line that is no entry of an inventory: " + line.substr(0, 80));
+  }
+}
+
 void readInventory(const SourceOptions& options, const Teller& run)
 {
   NameList lines(*options.inventory, '\n');
   run.tell(fromSource::kExpected, std::to_string(lines.count() / options.studies.shards));
   for (std::string line; lines.next(line);)
   {
-    const InventoryEntry entry = entryFrom(line);
+    const InventoryEntry entry = entryIn(line, *options.inventory);
     const std::string& key = entry.study.empty() ? entry.input : entry.study;
     if (!isOfShard(key, options.studies.shard, options.studies.shards))
       continue;
