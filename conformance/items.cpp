@@ -1,0 +1,160 @@
+// Values of presentation states of any maker, whatever VR they have.
+#include "conformance/items.h"
+
+#include "base/text.h"
+#include "dicom/contents.h"
+#include "dicom/values.h"
+
+#include <charconv>
+#include <cstdlib>
+
+namespace tarn::conformance
+{
+namespace
+{
+
+/// The keyword (PS3.6), or "(gggg,eeee)" for a tag that has none.
+std::string nameOf(const DcmTagKey& tag)
+{
+  DcmTag named(tag);
+  const std::string name = named.getTagName();
+  return name == DcmTag_ERROR_TagName ? tag.toString().c_str() : name;
+}
+
+/// PS3.5 6.2: DS and IS, which may be padded with blanks.
+std::optional<double> numberIn(const std::string& text)
+{
+  double number = 0;
+  const char* start = text.data() + (base::startsWith(text, "+") ? 1 : 0);
+  const auto [end, failure] = std::from_chars(start, text.data() + text.size(), number);
+  if (text.empty() || failure != std::errc() || end != text.data() + text.size())
+    return std::nullopt;
+  return number;
+}
+
+std::optional<double> valueAt(DcmElement& element, unsigned long i)
+{
+  switch (element.ident())
+  {
+  case EVR_FL:
+  {
+    Float32 value = 0;
+    return element.getFloat32(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
+  }
+  case EVR_FD:
+  {
+    Float64 value = 0;
+    return element.getFloat64(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
+  }
+  case EVR_SL:
+  {
+    Sint32 value = 0;
+    return element.getSint32(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
+  }
+  case EVR_SS:
+  {
+    Sint16 value = 0;
+    return element.getSint16(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
+  }
+  case EVR_UL:
+  {
+    Uint32 value = 0;
+    return element.getUint32(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
+  }
+  case EVR_US:
+  {
+    Uint16 value = 0;
+    return element.getUint16(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
+  }
+  default:
+    return std::nullopt;
+  }
+}
+
+DcmElement* elementOf(const Placed& where, const DcmTagKey& tag)
+{
+  DcmElement* element = nullptr;
+  return where.item.findAndGetElement(tag, element).good() ? element : nullptr;
+}
+
+} // namespace
+
+std::string placeOf(const Placed& where, const DcmTagKey& tag)
+{
+  return where.at.empty() ? nameOf(tag) : where.at + "." + nameOf(tag);
+}
+
+std::vector<Placed> itemsOf(const Placed& where, const DcmTagKey& sequence)
+{
+  std::vector<Placed> items;
+  if (auto* const found = dynamic_cast<DcmSequenceOfItems*>(elementOf(where, sequence)))
+    for (DcmItem* item : dicom::itemsOf(*found))
+      items.push_back({*item, base::joined(placeOf(where, sequence), "[", items.size(), "]")});
+  return items;
+}
+
+bool has(const Placed& where, const DcmTagKey& tag)
+{
+  return elementOf(where, tag) != nullptr;
+}
+
+bool hasValue(const Placed& where, const DcmTagKey& tag)
+{
+  DcmElement* const element = elementOf(where, tag);
+  if (auto* const sequence = dynamic_cast<DcmSequenceOfItems*>(element))
+    return sequence->card() > 0;
+  return element && element->getLengthField() > 0;
+}
+
+std::string textOf(const Placed& where, const DcmTagKey& tag)
+{
+  std::string text;
+  static_cast<void>(dicom::readText(where.item, tag, text));
+  return text;
+}
+
+std::vector<std::string> textsOf(const Placed& where, const DcmTagKey& tag)
+{
+  std::vector<std::string> texts;
+  base::split3<std::vector<std::string>, '\\'>(textOf(where, tag), texts);
+  for (std::string& text : texts)
+    text = base::trimmed(text);
+  return texts;
+}
+
+std::optional<std::vector<double>> numbersOf(const Placed& where, const DcmTagKey& tag)
+{
+  DcmElement* const element = elementOf(where, tag);
+  if (!element || element->getLengthField() == 0)
+    return std::nullopt;
+  std::vector<double> numbers;
+  const bool isText = element->ident() == EVR_DS || element->ident() == EVR_IS;
+  const std::vector<std::string> texts = isText ? textsOf(where, tag) : std::vector<std::string>();
+  const unsigned long count = isText ? texts.size() : element->getVM();
+  for (unsigned long i = 0; i < count; ++i)
+  {
+    const std::optional<double> number = isText ? numberIn(texts[i]) : valueAt(*element, i);
+    if (!number)
+      return std::nullopt;
+    numbers.push_back(*number);
+  }
+  return numbers.empty() ? std::nullopt : std::make_optional(std::move(numbers));
+}
+
+std::optional<double> numberOf(const Placed& where, const DcmTagKey& tag)
+{
+  const auto numbers = numbersOf(where, tag);
+  return numbers && numbers->size() == 1 ? std::make_optional(numbers->front()) : std::nullopt;
+}
+
+void putText(const Placed& where, const DcmTagKey& tag, DcmEVR vr, const std::string& text)
+{
+  where.item.putAndInsertString(DcmTag(tag, vr), text.c_str());
+}
+
+void remove(const Placed& where, const DcmTagKey& tag)
+{
+  where.item.findAndDeleteElement(tag);
+}
+
+} // namespace tarn::conformance

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/dcmdata/dctk.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarn::conformance
+{
+
+/// An item and its place in the data set; `at` is empty for the data set itself.
+struct Placed
+{
+  DcmItem& item;
+  std::string at;
+};
+
+/// The path of an element of the item: "DisplayedAreaSelectionSequence[0].PresentationSizeMode".
+std::string placeOf(const Placed& where, const DcmTagKey& tag);
+
+/// The items of a sequence; none where there is no such sequence, or something else has its tag.
+std::vector<Placed> itemsOf(const Placed& where, const DcmTagKey& sequence);
+
+/// Whether the item has the element, with a value or not.
+bool has(const Placed& where, const DcmTagKey& tag);
+/// Whether the item has the element with a value, or a sequence with an item.
+bool hasValue(const Placed& where, const DcmTagKey& tag);
+
+/// The value as text, without blanks at its ends; empty where there is none. Several values stand with backslashes.
+std::string textOf(const Placed& where, const DcmTagKey& tag);
+/// The values of a text element that has several, each without blanks at its ends.
+std::vector<std::string> textsOf(const Placed& where, const DcmTagKey& tag);
+/// The values of an element as numbers, of a binary VR or of DS and IS; nothing where there are none, or one is no
+/// number. FL and FD may be infinite or no numbers.
+std::optional<std::vector<double>> numbersOf(const Placed& where, const DcmTagKey& tag);
+/// The one value of an element as a number.
+std::optional<double> numberOf(const Placed& where, const DcmTagKey& tag);
+
+/// Puts a text in place of what is there. The VR is said here: the toolkit's dictionary is not asked.
+void putText(const Placed& where, const DcmTagKey& tag, DcmEVR vr, const std::string& text);
+void remove(const Placed& where, const DcmTagKey& tag);
+
+} // namespace tarn::conformance
