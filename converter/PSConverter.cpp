@@ -58,7 +58,7 @@ Outcome PSConverter::run(bool touchObjectCache)
     return found;
   if (touchObjectCache && !touchCache())
     return Outcome::cacheFailed;
-  if (!parsePluginState(reinterpret_cast<const unsigned char*>(text.c_str()), static_cast<unsigned int>(text.size())))
+  if (!convertFigures(text))
     return Outcome::failed;
   if ((flags & PSC_includeOriginal) != 0)
     includeOriginal();
@@ -116,6 +116,17 @@ bool PSConverter::touchCache()
     tarn::base::report("Checking/re-mapping object cache failed for study ", studyUid, ": ", exception.what());
     return false;
   }
+}
+
+bool PSConverter::convertFigures(const std::string& text)
+{
+  struct Restoring
+  {
+    ~Restoring() { outputTemplate.reset(); }
+    std::optional<OutputTemplate>& outputTemplate;
+  };
+  const Restoring input{outputTemplate};
+  return parsePluginState(reinterpret_cast<const unsigned char*>(text.c_str()), static_cast<unsigned int>(text.size()));
 }
 
 void PSConverter::includeOriginal()

@@ -109,6 +109,8 @@ private:
   bool loadInput();
   Outcome readInput(std::string& text);
   bool touchCache();
+  /// Leaves the input object as it was, whatever happens.
+  bool convertFigures(const std::string& text);
   void includeOriginal();
   void fixOriginal();
 
@@ -131,7 +133,7 @@ private:
   std::string outputPrefix;
   tarn::imutils::IMLogger logger{"PSConverter"};
 
-  std::optional<OutputTemplate> outputTemplate;
+  std::optional<OutputTemplate> outputTemplate; ///< from the first ID line to the end of the figures
   std::optional<tarn::images::ImageSources> imageSources;
   OutputNames names{inputFile, outputPrefix};
 };
