@@ -154,7 +154,7 @@ private:
         ->type_name("SIZE")
         ->transform(CLI::AsSizeValue(false));
     parser.add_option("--progress", request.progress, "auto, bar, lines or none")
-        ->type_name("FORM")
+        ->option_text("FORM")
         ->transform(CLI::CheckedTransformer(
             std::map<std::string, std::optional<Progress::Form>>{{"auto", std::nullopt},
                                                                  {"bar", Progress::Form::bar},
@@ -166,7 +166,7 @@ private:
   {
     parser.add_option("--journal", request.out, "The output folder of conversions")->type_name("OUT")->required();
     parser.add_option("--format", findingForm, "text or json")
-        ->type_name("FORMAT")
+        ->option_text("FORMAT")
         ->transform(CLI::CheckedTransformer(
             std::map<std::string, FindingForm>{{"text", FindingForm::text}, {"json", FindingForm::json}}));
   }
@@ -175,7 +175,7 @@ private:
   {
     parser.add_option("OUT", request.out, "The output folder of conversions")->type_name("")->required();
     parser.add_option("--format", reportForm, "text, json or csv")
-        ->type_name("FORMAT")
+        ->option_text("FORMAT")
         ->transform(CLI::CheckedTransformer(std::map<std::string, ReportForm>{
             {"text", ReportForm::text}, {"json", ReportForm::json}, {"csv", ReportForm::csv}}));
   }

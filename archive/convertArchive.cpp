@@ -52,8 +52,10 @@ RunResult lead(const ConvertRequest& request, Ledger& ledger, Source& source,
               InputConverter(request.options, ledger, run, workFolders.at(seat)).work();
             });
   Progress progress(formOf(request));
-  Run run(crew, ledger, progress, request.timeout);
-  return run.go(source, workFolders);
+  RunResult result = Run(crew, ledger, progress, request.timeout).go(source, workFolders);
+  if (!result.stop.reason.empty())
+    progress.line("annomend-archive: " + result.stop.reason);
+  return result;
 }
 
 int runDry(const ConvertRequest& request)

@@ -53,8 +53,9 @@ void putAdvice(std::ostream& text, const RunResult& result, const ConvertRequest
 {
   if (result.stop.status != 0)
   {
-    text << "Stopped" << (result.stop.reason.empty() ? " by a signal" : ": " + result.stop.reason) << ".\n"
-         << "Run the same command again to go on.\n";
+    text << "Stopped" << (result.stop.reason.empty() ? " by a signal" : ": " + result.stop.reason) << ".\n";
+    if (result.stop.status != exitStatus::kUsage) // which stays what it is
+      text << "Run the same command again to go on.\n";
     return;
   }
   text << "See: annomend-archive report " << request.out << '\n';

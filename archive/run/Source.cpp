@@ -8,6 +8,7 @@
 #include "archive/journal/Record.h"
 #include "archive/journal/inventory.h"
 #include "archive/run/childProcess.h"
+#include "base/files.h"
 #include "base/text.h"
 #include "db/DBException.h"
 
@@ -58,13 +59,27 @@ void readNames(const std::string& file, bool nulTerminated, const Teller& run)
       run.tell(fromSource::kListed, absolutePath(name));
 }
 
+/// Throws FileError where line `number` of an inventory is none.
+InventoryEntry entryAt(const std::string& file, std::uint64_t number, const std::string& line)
+{
+  try
+  {
+    return entryFrom(line);
+  }
+  catch (const std::exception&)
+  {
+    throw base::FileError(base::joined(file, " is no inventory: line ", number), 0);
+  }
+}
+
 void readInventory(const SourceOptions& options, const Teller& run)
 {
   NameList lines(*options.inventory, '\n');
   run.tell(fromSource::kExpected, std::to_string(lines.count() / options.studies.shards));
+  std::uint64_t number = 0;
   for (std::string line; lines.next(line);)
   {
-    const InventoryEntry entry = entryFrom(line);
+    const InventoryEntry entry = entryAt(*options.inventory, ++number, line);
     const std::string& key = entry.study.empty() ? entry.input : entry.study;
     if (!isOfShard(key, options.studies.shard, options.studies.shards))
       continue;
