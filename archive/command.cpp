@@ -153,13 +153,11 @@ private:
         .add_option("--memory", request.memory, "What a worker may take, as 512M or 4G (4G when missing); 0: no bound")
         ->type_name("SIZE")
         ->transform(CLI::AsSizeValue(false));
-    parser.add_option("--progress", request.progress, "auto, bar, lines or none")
+    parser
+        .add_option_function<std::string>(
+            "--progress", [this](const std::string& text) { takeProgress(text); }, "auto, bar, lines or none")
         ->option_text("FORM")
-        ->transform(CLI::CheckedTransformer(
-            std::map<std::string, std::optional<Progress::Form>>{{"auto", std::nullopt},
-                                                                 {"bar", Progress::Form::bar},
-                                                                 {"lines", Progress::Form::lines},
-                                                                 {"none", Progress::Form::none}}));
+        ->check(CLI::IsMember({"auto", "bar", "lines", "none"}));
   }
 
   void addCheck(CLI::App& parser)
@@ -187,6 +185,14 @@ private:
     request.options.shards = positiveNumber(std::string_view(text).substr(std::min(slash + 1, text.size())));
     if (request.options.shard == 0 || request.options.shard > request.options.shards)
       throw CLI::ValidationError("--shard", "'" + text + "' is no share I/N with I from 1 to N");
+  }
+
+  void takeProgress(const std::string& text)
+  {
+    if (text != "auto")
+      request.progress = text == "bar"     ? Progress::Form::bar
+                         : text == "lines" ? Progress::Form::lines
+                                           : Progress::Form::none;
   }
 
   int convert()

@@ -15,6 +15,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <unistd.h>
@@ -106,6 +107,10 @@ int convertArchive(ConvertRequest request)
     return tell(exitStatus::kUsage, failure.what());
   }
   catch (const JournalError& failure)
+  {
+    return tell(exitStatus::kTryAgain, failure.what());
+  }
+  catch (const std::system_error& failure) // no process or memory to be had
   {
     return tell(exitStatus::kTryAgain, failure.what());
   }

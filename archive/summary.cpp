@@ -53,8 +53,8 @@ void putAdvice(std::ostream& text, const RunResult& result, const ConvertRequest
 {
   if (result.stop.status != 0)
   {
-    text << "Stopped" << (result.stop.reason.empty() ? " by a signal" : ": " + result.stop.reason) << ".\n";
-    if (result.stop.status != exitStatus::kUsage) // which stays what it is
+    text << "Stopped" << (result.stop.reason.empty() ? " by a signal" : ": " + result.stop.reason) << '\n';
+    if (result.stop.status != exitStatus::kUsage)
       text << "Run the same command again to go on.\n";
     return;
   }

@@ -12,7 +12,8 @@ namespace
 using AccountTest = StateFixture;
 
 const std::string kId = "label\\ID+1.2/CT.1.2.3_1", kUnknownId = "%0AID+1.2/X.9_1";
-const std::string kRuler = "%0Aruler_x+1+red+1+1+1+1+1+1+1+1+0|4+4+a+0", kText = "%0Atext_x+1+red+1+1+1+1+1+1+1+1+0|0+a";
+const std::string kRuler = "%0Aruler_x+1+red+1+1+1+1+1+1+1+1+0|4+4+a+0",
+                  kText = "%0Atext_x+1+red+1+1+1+1+1+1+1+1+0|0+a";
 
 struct AccountRow
 {

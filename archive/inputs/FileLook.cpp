@@ -23,24 +23,22 @@ constexpr char kStateClass[] = "1.2.840.10008.5.1.4.1.1.11.1"; ///< Grayscale So
 FileLook::FileLook(const std::string& path) : fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC))
 {
   struct stat status = {};
-  if (!fd && errno == ENXIO)
-    found = Kind::other; // a socket, or a device that is not there
-  else if (!fd)
-    fail(errno == ENOENT || errno == ENOTDIR ? Kind::missing : Kind::unreadable, errno);
-  else if (fstat(fd.get(), &status) != 0)
-    fail(Kind::unreadable, errno);
-  else if (!S_ISREG(status.st_mode))
-    found = Kind::other;
-  else
+  if (fd && fstat(fd.get(), &status) == 0)
+  {
+    found = S_ISREG(status.st_mode) ? Kind::file : Kind::other;
     seen = versionOf(status);
-  if (found == Kind::unreadable)
-    seen = versionOf(path);
+  }
+  else
+    fail(path, errno);
 }
 
-void FileLook::fail(Kind kind, int error)
+void FileLook::fail(const std::string& path, int error)
 {
-  found = kind;
-  trouble = base::FileError(error).what();
+  const bool isMissing = error == ENOENT || error == ENOTDIR;
+  const bool isSocket = error == ENXIO; // or a device that is not there
+  found = isMissing ? Kind::missing : isSocket ? Kind::other : Kind::unreadable;
+  trouble = isSocket ? "" : base::FileError(error).what();
+  seen = versionOf(path);
 }
 
 std::optional<bool> FileLook::mayBeState()
@@ -49,7 +47,8 @@ std::optional<bool> FileLook::mayBeState()
   const std::ptrdiff_t got = base::readUpTo(fd, bytes.data(), bytes.size());
   if (got < 0)
   {
-    fail(Kind::unreadable, errno);
+    found = Kind::unreadable;
+    trouble = base::FileError(errno).what();
     return std::nullopt;
   }
   const std::optional<std::string> sopClass = dicom::sopClassIn({bytes.data(), static_cast<std::size_t>(got)});

@@ -34,7 +34,7 @@ public:
   std::optional<bool> mayBeState();
 
 private:
-  void fail(Kind kind, int error);
+  void fail(const std::string& path, int error);
 
   base::Fd fd;
   Kind found = Kind::file;

@@ -64,7 +64,7 @@ void FolderWalk::walk(const std::string& path)
     sink.file(path);
 }
 
-void FolderWalk::walkFolder(int parent, const char* name, std::string path, bool follow)
+void FolderWalk::walkFolder(int parent, const char* name, const std::string& path, bool follow)
 {
   const int flags = O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC | (follow ? 0 : O_NOFOLLOW);
   base::Fd fd(openat(parent, name, flags));

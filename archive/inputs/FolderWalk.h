@@ -32,7 +32,7 @@ public:
 
 private:
   class Folder;
-  void walkFolder(int parent, const char* name, std::string path, bool follow);
+  void walkFolder(int parent, const char* name, const std::string& path, bool follow);
   void visit(int folder, const std::string& path, const char* name, unsigned char type);
 
   WalkSink sink;

@@ -1,33 +1,53 @@
 // The folders and files that a command names.
 #include "archive/inputs/walkPaths.h"
 
-#include "base/text.h"
-
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
+#include <set>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace tarn::archive
 {
 namespace
 {
 
-/// The paths, absolute, without those that lie below another one that is a folder.
+/// The path of the folder that holds `path`; empty for the root.
+std::string parentOf(const std::string& path)
+{
+  return path == "/" ? "" : path.substr(0, std::max<std::size_t>(path.rfind('/'), 1));
+}
+
+/// Whether a walk that gets to the parent of `path` reads it and goes on to `path`.
+bool isWalked(const std::string& parent, const std::string& path)
+{
+  struct stat status = {};
+  return access(parent.c_str(), R_OK | X_OK) == 0 && lstat(path.c_str(), &status) == 0 && !S_ISLNK(status.st_mode);
+}
+
+/// Whether the walk of another one of `paths` finds `path`.
+bool isCovered(std::string path, const std::set<std::string>& paths)
+{
+  for (std::string parent = parentOf(path); !parent.empty() && isWalked(parent, path); parent = parentOf(path))
+  {
+    if (paths.count(parent) > 0)
+      return true;
+    path = parent;
+  }
+  return false;
+}
+
+/// The paths, absolute, each once, without those that the walk of another one finds.
 std::vector<std::string> separatePaths(const std::vector<std::string>& paths)
 {
-  std::vector<std::string> sorted;
+  std::set<std::string> all;
   for (const std::string& path : paths)
-    sorted.push_back(absolutePath(path));
-  std::sort(sorted.begin(), sorted.end());
+    all.insert(absolutePath(path));
   std::vector<std::string> separate;
-  for (const std::string& path : sorted)
-  {
-    const auto covers = [&](const std::string& other)
-    { return path == other || base::startsWith(path, other == "/" ? other : other + "/"); };
-    if (std::none_of(separate.begin(), separate.end(), covers))
-      separate.push_back(path);
-  }
+  std::copy_if(all.begin(), all.end(), std::back_inserter(separate),
+               [&all](const std::string& path) { return !isCovered(path, all); });
   return separate;
 }
 

@@ -136,7 +136,7 @@ std::optional<std::string> JournalIndex::holderOf(const std::string& output, Rol
   {
     const Record record = recordFrom(lineAt(offset));
     holder = record.input;
-    return holds(record, output, role) && offsetOf(holder) == offset;
+    return holds(record, output, role) && inputs.holds(holder, offset);
   };
   const std::uint64_t found = outputs.at(static_cast<std::size_t>(role)).find(output, isHeld);
   return found == OffsetIndex::kNone ? std::nullopt : std::make_optional(holder);
@@ -146,7 +146,7 @@ void JournalIndex::forEach(const std::function<void(const Record& record)>& visi
 {
   JournalReader reader(file);
   for (std::string line; reader.end() < bytes && reader.next(line);)
-    if (const Record record = recordFrom(line); offsetOf(record.input) == reader.offset())
+    if (const Record record = recordFrom(line); inputs.holds(record.input, reader.offset()))
       visit(record);
 }
 

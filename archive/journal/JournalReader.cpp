@@ -60,7 +60,7 @@ std::optional<JournalHeader> JournalReader::headerOf(const std::string& path)
   std::string line;
   if (!reader.next(line))
     return std::nullopt;
-  const std::optional<JournalHeader> found = headerFrom(line);
+  std::optional<JournalHeader> found = headerFrom(line);
   if (!found)
     throw JournalError(path + " does not begin with the header of a journal");
   return found;

@@ -30,7 +30,6 @@ public:
         return;
       }
     table.insert(hash, offset);
-    ++count;
   }
 
   /// The place of the entry of `name`: the first noted one of which `isSame` says so; kNone when there is none.
@@ -45,7 +44,11 @@ public:
     return kNone;
   }
 
-  std::size_t size() const { return count; }
+  /// Whether the place of the entry of `name` is `offset`.
+  bool holds(std::string_view name, std::uint64_t offset) const
+  {
+    return find(name, [offset](std::uint64_t place) { return place == offset; }) != kNone;
+  }
 
 private:
   /// 48 bits of the hash and 48 of the offset.
@@ -80,7 +83,6 @@ private:
   const Table& tableOf(std::uint64_t hash) const { return tables[hash % kTables]; }
 
   std::array<Table, kTables> tables;
-  std::size_t count = 0;
 };
 
 } // namespace tarn::archive

@@ -126,19 +126,9 @@ std::string toJson(const Record& record)
   return jsonOf(record).dump();
 }
 
-std::string toJson(const Output& output)
-{
-  return jsonOf(output).dump();
-}
-
 Record recordFrom(const std::string& line)
 {
   return recordOf(Json::parse(line));
-}
-
-Output outputFrom(const std::string& line)
-{
-  return outputOf(Json::parse(line));
 }
 
 } // namespace tarn::archive

@@ -94,10 +94,8 @@ bool holds(const Record& record, const std::string& file, Role role);
 /// One line of JSON, without the line feed. Bytes that are no UTF-8 are shown as `\xNN`; an input with such bytes has
 /// its name in hexadecimal as `input_hex` besides.
 std::string toJson(const Record& record);
-std::string toJson(const Output& output);
 
 /// Throws std::runtime_error where the line is no record.
 Record recordFrom(const std::string& line);
-Output outputFrom(const std::string& line);
 
 } // namespace tarn::archive

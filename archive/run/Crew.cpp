@@ -21,6 +21,7 @@ namespace
 WorkerState* sharedStates(unsigned count)
 {
   void* const memory =
+      // cppcheck-suppress invalidFunctionArg ; no file is mapped
       mmap(nullptr, count * sizeof(WorkerState), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED)
     throw std::system_error(errno, std::generic_category(), "no memory for the workers");

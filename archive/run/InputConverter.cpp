@@ -3,6 +3,7 @@
 
 #include "archive/inputs/shard.h"
 #include "archive/run/clock.h"
+#include "archive/run/packing.h"
 #include "base/Console.h"
 #include "base/report.h"
 #include "base/text.h"
@@ -70,7 +71,7 @@ InputConverter::InputConverter(const ConvertOptions& options, const Ledger& ledg
                                std::string workFolder)
   : options(options), ledger(ledger), run(run),
     outputs(std::move(workFolder), [&run](std::uint64_t number, const Output& output)
-            { run.tell(fromWorker::kOutput, std::to_string(number) + "\n" + toJson(output)); })
+            { run.tell(fromWorker::kOutput, std::to_string(number) + "\n" + packed(output)); })
 {
 }
 
@@ -175,7 +176,7 @@ void InputConverter::tell(Record record)
 {
   constexpr double kNanoseconds = 1e6; // in a millisecond
   record.milliseconds = std::round(static_cast<double>(steadyNow() - begun) / kNanoseconds * 1000) / 1000;
-  run.tell(fromWorker::kRecord, toJson(record));
+  run.tell(fromWorker::kRecord, packed(record));
 }
 
 } // namespace tarn::archive

@@ -104,7 +104,7 @@ OutputStore::OutputStore(std::string folder) : root(std::move(folder))
 std::string OutputStore::makeWorkFolder(const std::string& name, unsigned worker)
 {
   const std::string all = journalFolder() + "/" + name + ".work";
-  const std::string own = all + "/" + std::to_string(worker);
+  std::string own = all + "/" + std::to_string(worker);
   makeFolder(all);
   std::error_code ignored; // what cannot be removed cannot be made either
   std::filesystem::remove_all(own, ignored);

@@ -2,6 +2,7 @@
 #include "archive/run/Run.h"
 
 #include "archive/run/exitStatus.h"
+#include "archive/run/packing.h"
 #include "archive/journal/JournalReader.h"
 #include "archive/journal/fileVersion.h"
 #include "archive/run/StoreError.h"
@@ -9,8 +10,10 @@
 #include "base/report.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include <sys/signalfd.h>
@@ -21,6 +24,7 @@ namespace
 {
 
 constexpr int kTick = 100;                      ///< milliseconds between two looks at the clock
+constexpr std::chrono::milliseconds kNap(1);    ///< workers have jobs for longer
 constexpr std::int64_t kSecond = 1'000'000'000; ///< nanoseconds
 constexpr std::size_t kBatch = 1024;            ///< records that are committed together at most
 constexpr std::int64_t kLongestBatch = kSecond; ///< how long a record waits to be committed
@@ -96,8 +100,11 @@ bool Run::isOver() const
   return crew.isIdle() && (!takesNewJobs() || (sourceEnded && queue.empty()));
 }
 
+/// What is told in the meantime is taken in together: a wake-up for each frame would cost more than the frame.
 void Run::wait()
 {
+  if (!crew.isIdle())
+    std::this_thread::sleep_for(kNap);
   std::vector<pollfd> watched;
   crew.watch(watched);
   const bool needsInputs = takesNewJobs() && !sourceEnded && queue.size() < kQueue;
@@ -135,7 +142,7 @@ void Run::handleSource(const Frame& frame)
     queue.push_back({0, frame.type == fromSource::kListed, frame.text});
     break;
   case fromSource::kRecord:
-    if (Record record = recordFrom(frame.text); ledger.isDone(record.input, {record.size, record.mtime}))
+    if (Record record = unpackedRecord(frame.text); ledger.isDone(record.input, {record.size, record.mtime}))
       ++knownByList;
     else
       accept(std::move(record), {});
@@ -175,11 +182,11 @@ void Run::handle(unsigned seat, const Frame& frame)
   case fromWorker::kOutput:
   {
     const std::size_t feed = frame.text.find('\n');
-    finished[seat].emplace(std::stoull(frame.text.substr(0, feed)), outputFrom(frame.text.substr(feed + 1)));
+    finished[seat].emplace(std::stoull(frame.text.substr(0, feed)), unpackedOutput(frame.text.substr(feed + 1)));
     break;
   }
   case fromWorker::kRecord:
-    handleRecord(seat, recordFrom(frame.text));
+    handleRecord(seat, unpackedRecord(frame.text));
     break;
   case fromWorker::kDone:
     crew.drop(seat, std::stoull(frame.text));
@@ -247,7 +254,8 @@ bool Run::isToBlame(const WorkerEnd& gone, const Job& job)
   return gone.cause != WorkerEnd::Cause::killed || ++attempts[job.path] >= kAttempts;
 }
 
-/// The record of an input that ended its worker. Outputs that were whole by then stand in it.
+/// The record of an input that ended its worker. Outputs that were whole by then stand in it, with their lines: nobody
+/// knows of others.
 void Run::blame(unsigned seat, const WorkerEnd& gone)
 {
   Record record;
@@ -257,6 +265,12 @@ void Run::blame(unsigned seat, const WorkerEnd& gone)
   record.mtime = version.mtime;
   record.outcome = gone.cause == WorkerEnd::Cause::timedOut ? Outcome::timeout : Outcome::crashed;
   record.reasons.push_back(reasonOf(gone));
+  for (const auto& [number, output] : finished[seat])
+    for (const auto& [kind, lines] : output.annotations)
+    {
+      record.annotations[kind].read += lines;
+      record.annotations[kind].written += lines;
+    }
   handleRecord(seat, std::move(record));
 }
 

@@ -8,12 +8,13 @@
 #include "archive/journal/Record.h"
 #include "archive/journal/inventory.h"
 #include "archive/run/childProcess.h"
-#include "base/files.h"
+#include "archive/run/packing.h"
 #include "base/text.h"
 #include "db/DBException.h"
 
 #include <cerrno>
 #include <csignal>
+#include <stdexcept>
 #include <system_error>
 
 #include <sys/wait.h>
@@ -59,8 +60,7 @@ void readNames(const std::string& file, bool nulTerminated, const Teller& run)
       run.tell(fromSource::kListed, absolutePath(name));
 }
 
-/// Throws FileError where line `number` of an inventory is none.
-InventoryEntry entryAt(const std::string& file, std::uint64_t number, const std::string& line)
+InventoryEntry entryIn(const std::string& line, const std::string& file)
 {
   try
   {
@@ -68,7 +68,7 @@ InventoryEntry entryAt(const std::string& file, std::uint64_t number, const std:
   }
   catch (const std::exception&)
   {
-    throw base::FileError(base::joined(file, " is no inventory: line ", number), 0);
+    throw std::runtime_error(file + " has a line that is no entry of an inventory: " + line.substr(0, 80));
   }
 }
 
@@ -76,17 +76,16 @@ void readInventory(const SourceOptions& options, const Teller& run)
 {
   NameList lines(*options.inventory, '\n');
   run.tell(fromSource::kExpected, std::to_string(lines.count() / options.studies.shards));
-  std::uint64_t number = 0;
   for (std::string line; lines.next(line);)
   {
-    const InventoryEntry entry = entryAt(*options.inventory, ++number, line);
+    const InventoryEntry entry = entryIn(line, *options.inventory);
     const std::string& key = entry.study.empty() ? entry.input : entry.study;
     if (!isOfShard(key, options.studies.shard, options.studies.shards))
       continue;
     if (entry.hasPluginState)
       run.tell(fromSource::kListed, entry.input);
     else
-      run.tell(fromSource::kRecord, toJson(recordOf(entry)));
+      run.tell(fromSource::kRecord, packed(recordOf(entry)));
   }
 }
 

@@ -30,7 +30,7 @@ namespace fromSource
 {
 constexpr char kFound = 'n';    ///< a path that a walk found
 constexpr char kListed = 'l';   ///< a path that was named
-constexpr char kRecord = 'r';   ///< a record, as JSON, of an input that need not be opened
+constexpr char kRecord = 'r';   ///< a packed record, of an input that need not be opened
 constexpr char kOther = 'o';    ///< how many things were met that are no files
 constexpr char kExpected = 'x'; ///< how many names a list has
 constexpr char kProblem = 'p';  ///< a line: something could not be looked into

@@ -36,8 +36,8 @@ struct WorkerState
 /// Frames from a worker to the run.
 namespace fromWorker
 {
-constexpr char kOutput = 'o'; ///< an output that is whole: its file in the working folder, a line feed, its JSON
-constexpr char kRecord = 'r'; ///< the job's record as JSON
+constexpr char kOutput = 'o'; ///< an output that is whole: its file in the working folder, a line feed, itself packed
+constexpr char kRecord = 'r'; ///< the job's record, packed
 constexpr char kDone = 'd';   ///< the number of a job, in decimal: all up to it are done
 constexpr char kStop = 's';   ///< why nothing more can be done by anybody; the job's record is not made
 } // namespace fromWorker
