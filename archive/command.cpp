@@ -156,7 +156,7 @@ private:
     parser
         .add_option_function<std::string>(
             "--progress", [this](const std::string& text) { takeProgress(text); }, "auto, bar, lines or none")
-        ->type_name("FORM")
+        ->option_text("FORM")
         ->check(CLI::IsMember({"auto", "bar", "lines", "none"}));
   }
 
@@ -164,7 +164,7 @@ private:
   {
     parser.add_option("--journal", request.out, "The output folder of conversions")->type_name("OUT")->required();
     parser.add_option("--format", findingForm, "text or json")
-        ->type_name("FORMAT")
+        ->option_text("FORMAT")
         ->transform(CLI::CheckedTransformer(
             std::map<std::string, FindingForm>{{"text", FindingForm::text}, {"json", FindingForm::json}}));
   }
@@ -173,7 +173,7 @@ private:
   {
     parser.add_option("OUT", request.out, "The output folder of conversions")->type_name("")->required();
     parser.add_option("--format", reportForm, "text, json or csv")
-        ->type_name("FORMAT")
+        ->option_text("FORMAT")
         ->transform(CLI::CheckedTransformer(std::map<std::string, ReportForm>{
             {"text", ReportForm::text}, {"json", ReportForm::json}, {"csv", ReportForm::csv}}));
   }

@@ -69,7 +69,8 @@ class Survey
 public:
   explicit Survey(const std::optional<std::string>& file) : inventory(file) {}
 
-  void look(const std::string& path);
+  /// A file that is gone, or a link to nothing, is told only where it was named.
+  void look(const std::string& path, bool named);
   void pass() { ++seen; }
   void problem(const std::string& line)
   {
@@ -90,14 +91,14 @@ private:
   std::map<std::string, std::uint64_t> years; ///< states to convert, by the year of the study date
 };
 
-void Survey::look(const std::string& path)
+void Survey::look(const std::string& path, bool named)
 {
   ++seen;
   FileLook look(path);
   const bool mayBeState = look.kind() == FileLook::Kind::file && look.mayBeState().value_or(false);
   if (mayBeState)
     survey(path, look.version());
-  else if (!look.reason().empty())
+  else if (!look.reason().empty() && (named || look.kind() != FileLook::Kind::missing))
     problem(path + " cannot be read: " + look.reason());
 }
 
@@ -149,9 +150,9 @@ int findStates(const std::vector<std::string>& paths, const std::optional<std::s
     return exitStatus::kFailed;
   }
   Survey survey(file);
-  const WalkSink found{[&](const std::string& path) { survey.look(path); }, [&] { survey.pass(); },
+  const WalkSink found{[&](const std::string& path) { survey.look(path, false); }, [&] { survey.pass(); },
                        [&](const std::string& line) { survey.problem(line); }};
-  walkPaths(paths, "", found, [&](const std::string& path) { survey.look(path); });
+  walkPaths(paths, "", found, [&](const std::string& path) { survey.look(path, true); });
   return survey.finish(file ? consoleOut() : consoleError());
 }
 

@@ -7,6 +7,7 @@
 // of the processor, the system's part included: what else runs shows less in it. The figure of a size is the median of
 // the rounds less that of one unit; a ratio of 1.00 is linear. Files go to the folder of temporary files (TMPDIR).
 #include "bench/BenchStates.h"
+#include "bench/imageRows.h"
 #include "tests/support/Processes.h"
 #include "tests/support/Environment.h"
 #include "tests/support/TempDir.h"
@@ -16,8 +17,6 @@
 #include "dicom/dictionary.h"
 #include "dicom/loadFile.h"
 #include "converter/PSConverter.h"
-#include "db/SqlSession.h"
-#include "db/Transaction.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -80,22 +79,11 @@ struct Input
         [&]
         {
           const auto images = static_cast<int>(outputs);
-          registerImages(images);
+          bench::registerImages(*tarn::db::DBConnectorSql::open(tarn::db::Missing::refuse), kStudy, images);
           const bool saved = save(*bench::makeInput(figures, images), path);
           figures.insert(figures.begin(), {"no figure"});
           return saved && save(*bench::makeInput(figures, images), refused) ? 0 : 1;
         }));
-  }
-
-  static void registerImages(int images)
-  {
-    const auto db = tarn::db::DBConnectorSql::open(tarn::db::Missing::refuse);
-    tarn::db::Transaction transaction(*db);
-    for (int image = 0; image < images; ++image)
-      db->session().execute("INSERT OR IGNORE INTO objects VALUES('" + std::string(kStudy) + "','" +
-                            bench::imageName(image) + "','" UID_CTImageStorage "','" + bench::kImageRoot +
-                            std::to_string(image) + "','1.2.3',512,512,1)");
-    transaction.commit();
   }
 
   static bool save(DcmFileFormat& file, const std::string& name)

@@ -98,16 +98,6 @@ Outcome PSConverter::convertLoaded(bool touchObjectCache)
   return Outcome::done;
 }
 
-Outcome PSConverter::convertFigures(const std::string& text)
-{
-  if (parsePluginState(reinterpret_cast<const unsigned char*>(text.c_str()), static_cast<unsigned int>(text.size())))
-    return Outcome::done;
-  if (!PluginStateParser::hasFigures(text.c_str()))
-    return refuse(loss::kNoFigure);
-  book.lose(loss::kConversionError, "");
-  return Outcome::failed;
-}
-
 bool PSConverter::loadInput()
 {
   if (!inputFile.empty())
@@ -170,6 +160,22 @@ bool PSConverter::touchCache()
     tarn::base::report("Checking/re-mapping object cache failed for study ", studyUid, ": ", exception.what());
     return false;
   }
+}
+
+Outcome PSConverter::convertFigures(const std::string& text)
+{
+  struct Restoring
+  {
+    ~Restoring() { outputTemplate.reset(); }
+    std::optional<OutputTemplate>& outputTemplate;
+  };
+  const Restoring input{outputTemplate};
+  if (parsePluginState(reinterpret_cast<const unsigned char*>(text.c_str()), static_cast<unsigned int>(text.size())))
+    return Outcome::done;
+  if (!PluginStateParser::hasFigures(text.c_str()))
+    return refuse(loss::kNoFigure);
+  book.lose(loss::kConversionError, "");
+  return Outcome::failed;
 }
 
 void PSConverter::includeOriginal()

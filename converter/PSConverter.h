@@ -131,8 +131,9 @@ private:
   bool loadInput();
   Outcome readInput(std::string& text);
   Outcome refuse(const char* code);
-  Outcome convertFigures(const std::string& text);
   bool touchCache();
+  /// Leaves the input object as it was, whatever happens.
+  Outcome convertFigures(const std::string& text);
   void includeOriginal();
   void fixOriginal();
 
@@ -157,7 +158,7 @@ private:
   std::string outputPrefix;
   tarn::imutils::IMLogger logger{"PSConverter"};
 
-  std::optional<OutputTemplate> outputTemplate;
+  std::optional<OutputTemplate> outputTemplate; ///< from the first ID line to the end of the figures
   std::optional<tarn::images::ImageSources> imageSources;
   OutputNames names{inputFile, outputPrefix};
   Account book;

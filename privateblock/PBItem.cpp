@@ -59,6 +59,31 @@ DcmTagKey creatorKey(Uint16 slot)
   return {kGroup, slot};
 }
 
+/// Elements of our group, by their number.
+using Group = std::map<Uint16, DcmElement*>;
+
+Group groupOf(DcmItem& item)
+{
+  Group group;
+  for (DcmObject* object : tarn::dicom::contentsOf(item))
+    if (auto* element = object->getGTag() == kGroup ? dynamic_cast<DcmElement*>(object) : nullptr)
+      group.emplace(element->getETag(), element);
+  return group;
+}
+
+/// Reads the creator of a slot; EC_TagNotFound says that the slot is free.
+OFCondition readCreator(const Group& group, Uint16 slot, char*& creator)
+{
+  const auto found = group.find(slot);
+  return found == group.end() ? OFCondition(EC_TagNotFound) : found->second->getString(creator);
+}
+
+bool isLegacyOfOurs(const Group& group, Uint16 slot)
+{
+  char* creator = nullptr;
+  return readCreator(group, slot, creator).bad() || equals(creator, kLegacyCreator);
+}
+
 /// Moves `elements` of `item` into its block. Deletes those that have no short key and those whose place is taken.
 void moveInto(Uint16 block, DcmItem& item, const std::vector<DcmObject*>& elements)
 {
@@ -102,10 +127,11 @@ bool PBItem::calcPrivateBlock(bool moveCanonic)
 {
   if (calculated)
     return true;
+  const Group group = groupOf(*item);
   for (Uint16 slot = kFirstSlot; slot <= kLastSlot; ++slot)
   {
-    const char* creator = nullptr;
-    const OFCondition status = item->findAndGetString(creatorKey(slot), creator);
+    char* creator = nullptr;
+    const OFCondition status = readCreator(group, slot, creator);
     const bool free = status == EC_TagNotFound;
     if (!free && (status.bad() || !equals(creator, kCreator)))
       continue;
@@ -130,27 +156,26 @@ bool PBItem::checkAndReservePrivateBlock()
 
 bool PBItem::isOldBlockOurs(int blockByte)
 {
-  const char* creator = nullptr;
-  const OFCondition status = item->findAndGetString(creatorKey(static_cast<Uint16>(blockByte)), creator);
-  return status.bad() || equals(creator, kLegacyCreator);
+  return isLegacyOfOurs(groupOf(*item), static_cast<Uint16>(blockByte));
 }
 
 bool PBItem::relocateLegacyPrivateTags(bool moveCanonic)
 {
+  const Group group = groupOf(*item);
   std::vector<Uint16> slots;
   for (const Uint16 legacy : {kLegacyBA, kLegacyDA})
-    if (isOldBlockOurs(legacy))
+    if (isLegacyOfOurs(group, legacy))
       slots.push_back(legacy);
   const std::vector<Uint16> legacySlots = slots;
   if (moveCanonic)
     slots.push_back(kCanonicSlot);
   std::vector<DcmObject*> moved;
-  for (DcmObject* object : tarn::dicom::contentsOf(*item))
-    if (object->getGTag() == kGroup && std::count(slots.begin(), slots.end(), slotOf(object->getTag())) > 0)
-      moved.push_back(object);
-
+  for (const auto& [number, element] : group)
+    if (std::count(slots.begin(), slots.end(), slotOf(element->getTag())) > 0)
+      moved.push_back(element);
   for (const Uint16 legacy : legacySlots)
-    item->findAndDeleteElement(creatorKey(legacy));
+    if (group.count(legacy) > 0)
+      item->findAndDeleteElement(creatorKey(legacy));
   unsigned short key = 0;
   const auto hasKey = [&key](const DcmObject* object) { return getCanonicKey(object->getTag(), key); };
   if (std::any_of(moved.begin(), moved.end(), hasKey) && !checkAndReservePrivateBlock())
@@ -257,9 +282,8 @@ OFCondition PBItem::copyPrivateElement(unsigned short key, PBItem& destination)
 
 void PBItem::nukePrivateTags()
 {
-  for (DcmObject* object : tarn::dicom::contentsOf(*item))
-    if (object->getGTag() == kGroup)
-      delete item->remove(object);
+  for (const auto& [number, element] : groupOf(*item))
+    delete item->remove(element);
   block = 0;
   reserved = false;
   calculated = false;

@@ -4,44 +4,25 @@
 #include "dicom/contents.h"
 #include "privateblock/PBItem.h"
 
-#include <memory>
+#include <utility>
 
 namespace impsconverter
 {
-namespace
-{
 
-/// Keeps an element out of its item while it lives.
-class ElementAside
+OutputTemplate::ElementAside::ElementAside(DcmItem& item, const DcmTagKey& tag) : item(item), element(item.remove(tag))
 {
-public:
-  ElementAside(DcmItem& item, const DcmTagKey& tag) : item(item), element(item.remove(tag)) {}
-  ~ElementAside()
-  {
-    if (element)
-      tarn::dicom::insertOwned(item, std::move(element), false);
-  }
-  ElementAside(const ElementAside&) = delete;
-  ElementAside& operator=(const ElementAside&) = delete;
-
-private:
-  DcmItem& item;
-  std::unique_ptr<DcmElement> element;
-};
-
-/// A copy that leaves out what may be large: the plug-in state, and the references, which every output has of its own.
-DcmDataset smallCopy(DcmDataset& input)
-{
-  const ElementAside pluginState(input, PBItem(input).getTag(PBItem::kPluginStateKey));
-  const ElementAside references(input, DCM_ReferencedSeriesSequence);
-  return input;
 }
 
-} // namespace
-
-OutputTemplate::OutputTemplate(DcmDataset& input) : copy(smallCopy(input))
+OutputTemplate::ElementAside::~ElementAside()
 {
-  removeSource(copy);
+  if (element)
+    tarn::dicom::insertOwned(item, std::move(element), false);
+}
+
+OutputTemplate::OutputTemplate(DcmDataset& input)
+  : input(input), pluginState(input, PBItem(input).getTag(PBItem::kPluginStateKey)),
+    references(input, DCM_ReferencedSeriesSequence), sourceImages(input, DCM_SourceImageSequence)
+{
 }
 
 void OutputTemplate::removeSource(DcmDataset& dataset)

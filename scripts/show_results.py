@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Shows the presentation states below a folder as a table.
+"""Shows the presentation states that annomend-archive wrote as a table.
 
 usage: show_results.py OUTDIR
 
@@ -7,6 +7,7 @@ Exit status: 0 shown, 1 there is nothing to show, 2 wrong usage.
 """
 
 import collections
+import json
 import os
 import pathlib
 import sys
@@ -51,7 +52,16 @@ def image_name(reference):
     return f"{kind} {reference.get('ReferencedSOPInstanceUID', '?')}"
 
 
-def row_of(path, folder):
+def inputs_of(folder):
+    """What each output below the folder was made of, by its path there."""
+    inputs = {}
+    for journal in sorted(folder.glob("journal/*.jsonl")):
+        for record in map(json.loads, journal.read_text(encoding="utf-8").splitlines()):
+            inputs.update((output["file"], pathlib.Path(record["input"]).stem) for output in record.get("outputs", []))
+    return inputs
+
+
+def row_of(path, made_of):
     dataset = pydicom.dcmread(path)
     images = items(dataset, "ReferencedSeriesSequence", "ReferencedImageSequence")
     graphics = [graphic_name(item) for item in items(dataset, "GraphicAnnotationSequence", "GraphicObjectSequence")]
@@ -59,7 +69,7 @@ def row_of(path, folder):
     texts = [item.get("UnformattedTextValue", "") for item in objects]
     layers = [str(item.get("GraphicLayer", "?")) for item in items(dataset, "GraphicLayerSequence")]
     cells = [
-        str(path.parent.relative_to(folder)),
+        made_of,
         path.name,
         ", ".join(map(image_name, images)) or "-",
         ", ".join(str(image.get("ReferencedFrameNumber", "-")) for image in images) or "-",
@@ -96,14 +106,16 @@ def main(arguments):
         return 2
     sys.stdout.reconfigure(errors="replace")  # texts of any language, whatever the terminal shows
     folder = pathlib.Path(arguments[0])
-    read = [row_of(path, folder) for path in sorted(folder.rglob("PR.*"))]
+    inputs = inputs_of(folder)
+    outputs = sorted(folder.rglob("PR.*"), key=lambda path: (inputs.get(str(path.relative_to(folder)), ""), path))
+    read = [row_of(path, inputs.get(str(path.relative_to(folder)), "-")) for path in outputs]
     if not read:
         print(f"show_results: no presentation states below {folder}", file=sys.stderr)
         return 1
     rows = [cells for cells, _, _ in read]
     size = sum(int(cells[-1]) for cells in rows)
     root = shorten(rows)
-    print_table(["folder", "file", "image", "frame", "layer", "graphics", "texts", "bytes"], rows)
+    print_table(["state", "file", "image", "frame", "layer", "graphics", "texts", "bytes"], rows)
     graphics = [name for _, names, _ in read for name in names]
     texts = sum(len(texts) for _, _, texts in read)
     print(f"\n{len(read)} presentation states, {size} bytes: {counted(graphics)}, {texts} texts")

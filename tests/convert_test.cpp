@@ -137,6 +137,8 @@ TEST_F(ConvertTest, LibraryCallersOwnWhatTheyGet)
               describe(*first->getDataset(), {DCM_SOPInstanceUID, DCM_InstanceNumber}));
     EXPECT_EQ(good, out.back() == file.get());
     EXPECT_EQ(good, file->getDataset()->tagExists(DCM_DisplayedAreaSelectionSequence)) << "made conformant";
+    EXPECT_TRUE(file->getDataset()->tagExists(kPluginState));
+    EXPECT_TRUE(file->getDataset()->tagExists(DCM_ReferencedSeriesSequence));
   }
 }
 

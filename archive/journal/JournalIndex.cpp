@@ -54,8 +54,9 @@ void JournalIndex::load()
   bytes = reader.end();
   try
   {
+    RecordKeysReader keys;
     for (std::string line; reader.next(line); bytes = reader.end())
-      note(recordFrom(line), reader.offset());
+      note(keys.read(line), reader.offset());
   }
   catch (const JournalError&)
   {
@@ -70,27 +71,27 @@ void JournalIndex::load()
 
 void JournalIndex::append(const Record& record, std::uint64_t length)
 {
-  note(record, bytes);
+  note(keysOf(record), bytes);
   bytes += length;
 }
 
-void JournalIndex::note(const Record& record, std::uint64_t offset)
+void JournalIndex::note(const RecordKeys& keys, std::uint64_t offset)
 {
-  if (const std::optional<Record> before = read(record.input))
-    count(*before, -1);
-  count(record, +1);
-  inputs.put(record.input, offset, [&](std::uint64_t place) { return isOf(place, record.input); });
-  for (const Output& output : record.outputs)
-    outputs.at(static_cast<std::size_t>(roleOf(output)))
-        .put(output.file, offset,
-             [&](std::uint64_t place) { return holds(recordFrom(lineAt(place)), output.file, roleOf(output)); });
+  if (const std::optional<Record> before = read(keys.input))
+    count(keysOf(*before), -1);
+  count(keys, +1);
+  inputs.put(keys.input, offset, [&](std::uint64_t place) { return isOf(place, keys.input); });
+  for (const auto& [file, role] : keys.outputs)
+    outputs.at(static_cast<std::size_t>(role))
+        .put(file, offset,
+             [&, &name = file, as = role](std::uint64_t place) { return holds(recordFrom(lineAt(place)), name, as); });
 }
 
-void JournalIndex::count(const Record& record, int step)
+void JournalIndex::count(const RecordKeys& keys, int step)
 {
-  outcomeCounts.at(static_cast<std::size_t>(record.outcome)) += static_cast<std::uint64_t>(step);
-  for (const Reason& reason : record.reasons)
-    reasonCounts[reason.code] += static_cast<std::uint64_t>(step);
+  outcomeCounts.at(static_cast<std::size_t>(keys.outcome)) += static_cast<std::uint64_t>(step);
+  for (const std::string& code : keys.reasons)
+    reasonCounts[code] += static_cast<std::uint64_t>(step);
 }
 
 std::string JournalIndex::lineAt(std::uint64_t offset) const

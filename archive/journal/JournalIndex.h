@@ -3,6 +3,7 @@
 #include "archive/journal/JournalReader.h"
 #include "archive/journal/OffsetIndex.h"
 #include "archive/journal/Record.h"
+#include "archive/journal/RecordKeys.h"
 #include "base/Fd.h"
 
 #include <array>
@@ -44,8 +45,8 @@ public:
 
 private:
   void load();
-  void note(const Record& record, std::uint64_t offset);
-  void count(const Record& record, int step);
+  void note(const RecordKeys& keys, std::uint64_t offset);
+  void count(const RecordKeys& keys, int step);
   std::string lineAt(std::uint64_t offset) const;
   bool isOf(std::uint64_t offset, const std::string& input) const;
 

@@ -46,15 +46,15 @@ std::string inHex(std::string_view bytes)
   return digits;
 }
 
-std::string fromHex(const std::string& digits)
+} // namespace
+
+std::string fromHex(std::string_view digits)
 {
   std::string bytes;
   for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
     bytes += static_cast<char>(base::hexValue(digits[i]) * 16 + base::hexValue(digits[i + 1]));
   return bytes;
 }
-
-} // namespace
 
 std::string readable(std::string_view bytes)
 {

@@ -16,6 +16,8 @@ std::string readable(std::string_view bytes);
 
 /// Puts a path as "input", readable, and where that is not the path itself also as "input_hex".
 void putInput(Json& json, const std::string& path);
+/// The bytes that digits in pairs stand for.
+std::string fromHex(std::string_view digits);
 /// The path that putInput() put. Throws std::runtime_error where there is none.
 std::string inputOf(const Json& json);
 

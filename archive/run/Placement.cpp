@@ -104,29 +104,28 @@ std::vector<Placement::Step> Placement::plan(Record& record, const std::vector<s
   return steps;
 }
 
-/// What `previous` wrote alone, and `record` does not write again.
-std::vector<std::string> Placement::leftOver(const Record& record, const std::optional<Record>& previous)
+/// What `previous` wrote, and `record` does not write again.
+Placement::LeftOver Placement::leftOver(const Record& record, const std::optional<Record>& previous) const
 {
-  std::vector<std::string> files;
+  LeftOver files;
   if (!previous)
     return files;
   for (const Output& output : previous->outputs)
     if (!output.duplicate && !outputOf(record, output.file))
-    {
-      if (std::optional<Record> heir = otherHolder(record, output.file))
-        passOn(output.file, std::move(*heir));
-      else
-        files.push_back(output.file);
-    }
+      (otherHolder(record, output.file) ? files.inherited : files.stale).push_back(output.file);
   return files;
 }
 
-/// The input that has the output as a duplicate owns it from now on.
-void Placement::passOn(const std::string& file, Record heir)
+/// The input that has the output as a duplicate owns it from now on. No record of the former owner that still has the
+/// output may follow.
+void Placement::passOn(const Record& formerOwner, const std::string& file)
 {
-  for (Output& output : heir.outputs)
+  std::optional<Record> heir = otherHolder(formerOwner, file);
+  if (!heir)
+    return;
+  for (Output& output : heir->outputs)
     output.duplicate = output.duplicate && output.file != file;
-  journal.add(heir);
+  journal.add(*heir);
 }
 
 /// A record that is never taken for done, since no file has its version. It keeps the outputs under the input's name.
@@ -172,12 +171,14 @@ std::optional<Outcome> Placement::accept(Record record, const std::vector<std::s
   const std::vector<Step> steps = plan(record, workFiles, previous);
   if (previous && keepsEarlier(record, *previous))
     carryOver(*previous, record);
-  const std::vector<std::string> stale = leftOver(record, previous);
-  if (previous && !previous->outputs.empty() && !(steps.empty() && stale.empty()))
+  const LeftOver files = leftOver(record, previous);
+  if (previous && !previous->outputs.empty() && !(steps.empty() && files.stale.empty()))
     interrupt(*previous);
   place(steps, record);
-  for (const std::string& file : stale)
+  for (const std::string& file : files.stale)
     store.remove(file);
+  for (const std::string& file : files.inherited)
+    passOn(record, file);
   journal.add(record);
   return record.outcome;
 }

@@ -45,13 +45,20 @@ private:
     std::string workFile;
   };
 
+  /// Outputs that an input has no longer.
+  struct LeftOver
+  {
+    std::vector<std::string> stale;     ///< nobody else has them
+    std::vector<std::string> inherited; ///< another input wrote the same
+  };
+
   std::vector<Step> plan(Record& record, const std::vector<std::string>& workFiles,
                          const std::optional<Record>& previous);
   std::optional<Record> otherHolder(const Record& record, const std::string& file) const;
-  std::vector<std::string> leftOver(const Record& record, const std::optional<Record>& previous);
+  LeftOver leftOver(const Record& record, const std::optional<Record>& previous) const;
   void place(const std::vector<Step>& steps, Record& record);
   void interrupt(Record previous);
-  void passOn(const std::string& file, Record heir);
+  void passOn(const Record& formerOwner, const std::string& file);
 
   Journal& journal;
   OutputStore& store;
