@@ -241,8 +241,8 @@ bool PSConverter::openOutput(const std::string& objectName, const std::string& f
   genUid(uid);
   output = std::make_unique<ValidPresentationState>(*outputTemplate, uid, figureCounter, debug);
 
-  imageName = objectName;
-  ObjectInfo object(studyUid, objectName);
+  image = std::make_unique<ObjectInfo>(studyUid, objectName);
+  ObjectInfo& object = *image;
   if (!lookUpImage(object))
     return false;
   if (debug && output->hasContent())
@@ -286,7 +286,7 @@ bool PSConverter::finishOutput()
   if (!finished)
     return true;
   if (!finished->hasContent())
-    book.lose(loss::kImageUnknown, imageName);
+    book.lose(loss::kImageUnknown, image->objectName);
   else if (!giveOut(*finished))
     return false;
   book.keep();
@@ -298,11 +298,20 @@ bool PSConverter::giveOut(ValidPresentationState& finished)
   if (sink || outputList)
     finished.clean();
   if (sink)
-    return names.takeOnce(finished.outputName()) && sink->take(finished, book.pending());
+    return names.takeOnce(finished.outputName()) && giveToSink(finished);
   if (!outputList)
     return names.takeForOutput(finished.outputName()) && finished.save(outputPrefix);
   outputList->push_back(finished.releaseFile().release());
   return true;
+}
+
+bool PSConverter::giveToSink(ValidPresentationState& finished)
+{
+  OutputRefusal refusal;
+  const bool taken = sink->take(finished, {book.pending(), *image}, refusal);
+  if (!refusal.code.empty())
+    book.lose(refusal.code, refusal.detail);
+  return taken;
 }
 
 void PSConverter::beginLine()

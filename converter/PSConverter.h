@@ -139,6 +139,7 @@ private:
 
   bool lookUpImage(ObjectInfo& object);
   bool giveOut(ValidPresentationState& finished);
+  bool giveToSink(ValidPresentationState& finished);
   bool hasOutput() const;
 
   tarn::db::DBConnector& db;
@@ -162,7 +163,7 @@ private:
   std::optional<tarn::images::ImageSources> imageSources;
   OutputNames names{inputFile, outputPrefix};
   Account book;
-  std::string imageName; ///< of the image that the output is for
+  std::unique_ptr<ObjectInfo> image; ///< that the output is for
   std::uint64_t messagesAtStart = 0;
 };
 

@@ -1,0 +1,117 @@
+// The files of images, for what the object table does not know of them.
+#include "images/ImageFiles.h"
+
+#include "base/environmentValue.h"
+#include "dicom/loadFile.h"
+#include "dicom/values.h"
+#include "repository/client/IMRepositoryHandlerIface.h"
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/dcmdata/dctk.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+namespace tarn::images
+{
+namespace
+{
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kMostRemembered = 4096;
+
+/// The header of the image under one of the names that it may have in `folder`.
+std::optional<ImageHeader> headerIn(const std::string& folder, const std::string& objectName, const std::string& uid)
+{
+  for (const std::string& name : {objectName, uid, uid + ".dcm"})
+    if (std::optional<ImageHeader> header = readImageHeader(folder + "/" + name); header && header->sopInstanceUid == uid)
+      return header;
+  return std::nullopt;
+}
+
+} // namespace
+
+std::optional<ImageHeader> readImageHeader(const std::string& path)
+{
+  std::error_code ignored;
+  if (!fs::is_regular_file(path, ignored))
+    return std::nullopt;
+  DcmFileFormat file;
+  ImageHeader header;
+  if (dicom::loadFile(file, path, dicom::LongValues::inFile).bad() ||
+      dicom::readUid(*file.getDataset(), DCM_SOPInstanceUID, header.sopInstanceUid).bad())
+    return std::nullopt;
+  Uint16 columns = 0;
+  Uint16 rows = 0;
+  Sint32 frames = 1;
+  if (file.getDataset()->findAndGetUint16(DCM_Columns, columns).good())
+    header.columns = columns;
+  if (file.getDataset()->findAndGetUint16(DCM_Rows, rows).good())
+    header.rows = rows;
+  if (file.getDataset()->findAndGetSint32(DCM_NumberOfFrames, frames).good() && frames > 0)
+    header.frames = static_cast<std::uint32_t>(frames);
+  return header;
+}
+
+ImageFiles::ImageFiles(db::DBConnector& db, std::string folder)
+  : db(db), repository(base::environmentValue("REPOSITORY_DICOM_DATA")), folder(std::move(folder))
+{
+}
+
+const std::optional<ImageHeader>& ImageFiles::find(const std::string& studyUid, const std::string& objectName,
+                                                   const std::string& sopInstanceUid)
+{
+  if (const auto known = headers.find(sopInstanceUid); known != headers.end())
+    return known->second;
+  if (headers.size() == kMostRemembered)
+    headers.clear();
+  return headers.emplace(sopInstanceUid, search(studyUid, objectName, sopInstanceUid)).first->second;
+}
+
+std::optional<ImageHeader> ImageFiles::search(const std::string& studyUid, const std::string& objectName,
+                                              const std::string& sopInstanceUid)
+{
+  if (objectName.find('/') != std::string::npos || sopInstanceUid.find('/') != std::string::npos)
+    return std::nullopt; // no name of a file
+  if (const std::string study = studyFolder(studyUid); !study.empty())
+    if (std::optional<ImageHeader> header = headerIn(study, objectName, sopInstanceUid))
+      return header;
+  if (folder.empty())
+    return std::nullopt;
+  for (const std::string& place : {folder, folder + "/" + studyUid})
+    if (std::optional<ImageHeader> header = headerIn(place, objectName, sopInstanceUid))
+      return header;
+  indexFolder();
+  const auto file = filesByUid->find(sopInstanceUid);
+  return file == filesByUid->end() ? std::nullopt : readImageHeader(file->second);
+}
+
+std::string ImageFiles::studyFolder(const std::string& studyUid)
+{
+  if (repository.empty())
+    return {};
+  int status = 0;
+  const std::unique_ptr<char, decltype(&std::free)> found(
+      repository::IMRepositoryHandlerIface::getLocation(repository.c_str(), studyUid.c_str(), &status, true, true, true,
+                                                        &db),
+      &std::free);
+  return found ? found.get() : "";
+}
+
+void ImageFiles::indexFolder()
+{
+  if (filesByUid)
+    return;
+  filesByUid.emplace();
+  std::error_code ignored; // what cannot be read is not found
+  for (fs::recursive_directory_iterator entry(folder, fs::directory_options::skip_permission_denied, ignored);
+       !ignored && entry != fs::recursive_directory_iterator(); entry.increment(ignored))
+    if (const std::optional<ImageHeader> header = readImageHeader(entry->path()))
+      filesByUid->emplace(header->sopInstanceUid, entry->path());
+}
+
+} // namespace tarn::images
