@@ -3,10 +3,8 @@
 
 #include "archive/inputs/FolderWalk.h"
 #include "archive/journal/sha256.h"
-#include "archive/journal/textJson.h"
 #include "archive/journals.h"
 #include "archive/run/exitStatus.h"
-#include "base/Console.h"
 #include "base/files.h"
 #include "base/text.h"
 
@@ -21,7 +19,8 @@ namespace
 class JournalCheck
 {
 public:
-  JournalCheck(std::string out, FindingForm form) : out(std::move(out)), form(form), journals(openJournals(this->out))
+  JournalCheck(std::string out, FindingForm form)
+    : out(std::move(out)), findings(form), journals(openJournals(this->out))
   {
   }
 
@@ -37,18 +36,13 @@ private:
   bool isKnown(const std::string& file) const;
 
   std::string out;
-  FindingForm form;
+  FindingWriter findings;
   std::vector<JournalIndex> journals;
-  std::uint64_t findings = 0;
 };
 
 void JournalCheck::find(const std::string& file, const char* code, const std::string& what)
 {
-  ++findings;
-  if (form == FindingForm::json)
-    consoleOut() << Json{{"file", readable(file)}, {"code", code}, {"what", readable(what)}}.dump() << '\n';
-  else
-    consoleOut() << base::printable(base::joined(file, ": ", code, ": ", what)) << '\n';
+  findings.write({file, code, what});
 }
 
 std::uint64_t JournalCheck::run()
@@ -57,7 +51,7 @@ std::uint64_t JournalCheck::run()
   for (const JournalIndex& journal : journals)
     journal.forEach([&](const Record& record) { checkRecord(journal, record); });
   checkFolder();
-  return findings;
+  return findings.errors();
 }
 
 void JournalCheck::checkShards()

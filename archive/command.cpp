@@ -2,6 +2,7 @@
 #include "archive/command.h"
 
 #include "archive/checkJournals.h"
+#include "archive/checkStates.h"
 #include "archive/convertArchive.h"
 #include "archive/findStates.h"
 #include "archive/inputs/walkPaths.h"
@@ -56,8 +57,8 @@ public:
                 [this] { return findStates(request.source.paths, file); }));
     addConvert(add("convert", "Converts presentation states, and writes down what became of each.",
                    [this] { return convert(); }));
-    addCheck(add("check", "Holds the journals of OUT against what lies there.",
-                 [this] { return checkJournals(absolutePath(request.out), findingForm); }));
+    addCheck(add("check", "Holds the rules of conformance against presentation states, or journals against OUT.",
+                 [this] { return check(); }));
     addReport(add("report", "Adds up what the journals of OUT say.",
                   [this] { return report(absolutePath(request.out), reportForm); }));
   }
@@ -162,7 +163,10 @@ private:
 
   void addCheck(CLI::App& parser)
   {
-    parser.add_option("--journal", request.out, "The output folder of conversions")->type_name("OUT")->required();
+    parser.add_option("PATH", request.source.paths, "Files, and folders that are walked")->type_name("");
+    parser.add_option("--journal", request.out, "The output folder of conversions, held against its journals")
+        ->type_name("OUT");
+    parser.add_flag("--notes-fail", notesFail, "Exit status 1 for notes too");
     parser.add_option("--format", findingForm, "text or json")
         ->option_text("FORMAT")
         ->transform(CLI::CheckedTransformer(
@@ -195,6 +199,17 @@ private:
                                            : Progress::Form::none;
   }
 
+  int check() const
+  {
+    if (request.source.paths.empty() && request.out.empty())
+      throw CLI::RequiredError("PATH or --journal");
+    const int journals =
+        request.out.empty() ? exitStatus::kDone : checkJournals(absolutePath(request.out), findingForm);
+    const int states =
+        request.source.paths.empty() ? exitStatus::kDone : checkStates(request.source.paths, findingForm, notesFail);
+    return std::max(journals, states);
+  }
+
   int convert()
   {
     SourceOptions& source = request.source;
@@ -215,6 +230,7 @@ private:
   ConvertRequest request = onAllCores();
   std::optional<std::string> file;
   FindingForm findingForm = FindingForm::text;
+  bool notesFail = false;
   ReportForm reportForm = ReportForm::text;
   std::function<int()> command; ///< the one that is chosen
 };

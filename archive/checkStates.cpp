@@ -1,0 +1,95 @@
+// `annomend-archive check PATH...`: the rules of conformance over presentation states of any maker.
+#include "archive/checkStates.h"
+
+#include "archive/inputs/FileLook.h"
+#include "archive/inputs/walkPaths.h"
+#include "archive/run/exitStatus.h"
+#include "base/report.h"
+#include "conformance/Rule.h"
+#include "conformance/conform.h"
+#include "dicom/dictionary.h"
+#include "dicom/loadFile.h"
+
+namespace tarn::archive
+{
+namespace
+{
+
+class StateCheck
+{
+public:
+  explicit StateCheck(FindingForm form) : findings(form) {}
+
+  /// A file that a walk found; one that was `named` is expected to be a presentation state.
+  void look(const std::string& path, bool named);
+  void pass() { ++passed; }
+  void problem(const std::string& line)
+  {
+    ++problems;
+    base::report(line);
+  }
+  int finish(bool notesFail) const;
+
+private:
+  void check(const std::string& path);
+
+  FindingWriter findings;
+  std::uint64_t states = 0;
+  std::uint64_t passed = 0;
+  std::uint64_t problems = 0;
+};
+
+void StateCheck::look(const std::string& path, bool named)
+{
+  FileLook look(path);
+  const bool mayBeState = look.kind() == FileLook::Kind::file && look.mayBeState().value_or(false);
+  const bool isGone = look.kind() == FileLook::Kind::missing && !named;
+  if (mayBeState)
+    check(path);
+  else if (!look.reason().empty() && !isGone)
+    findings.write({path, "unreadable", look.reason()});
+  else if (named)
+    findings.write(
+        {path, "no-presentation-state", "it does not begin as a Grayscale Softcopy Presentation State does"});
+  else
+    ++passed;
+}
+
+void StateCheck::check(const std::string& path)
+{
+  ++states;
+  DcmFileFormat file;
+  if (const OFCondition loaded = dicom::loadFile(file, path); loaded.bad())
+    return findings.write({path, "not-loaded", loaded.text()});
+  for (const conformance::Finding& finding : conformance::check(*file.getDataset(), nullptr))
+    findings.write({path, finding.rule->code, finding.text, finding.rule->level == conformance::Level::note,
+                    finding.rule->clause, finding.at});
+}
+
+int StateCheck::finish(bool notesFail) const
+{
+  base::report(states, " presentation states checked, ", passed, " other files passed over, ", findings.errors(),
+               " errors, ", findings.notes(), " notes");
+  const bool fails = findings.errors() + problems > 0 || (notesFail && findings.notes() > 0);
+  return fails ? exitStatus::kFailed : exitStatus::kDone;
+}
+
+} // namespace
+
+int checkStates(const std::vector<std::string>& paths, FindingForm form, bool notesFail)
+{
+  std::string error;
+  if (!dicom::setUpDictionary(error))
+  {
+    base::report("annomend-archive: ", error);
+    return exitStatus::kFailed;
+  }
+  dicom::completeDictionary(); // places are called by the names of their attributes
+  StateCheck check(form);
+  const WalkSink found{[&](const std::string& path) { check.look(path, false); }, [&] { check.pass(); },
+                       [&](const std::string& line) { check.problem(line); }};
+  walkPaths(paths, "", found, [&](const std::string& path) { check.look(path, true); });
+  return check.finish(notesFail);
+}
+
+} // namespace tarn::archive

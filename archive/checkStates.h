@@ -1,0 +1,16 @@
+#pragma once
+
+#include "archive/FindingWriter.h"
+
+#include <string>
+#include <vector>
+
+namespace tarn::archive
+{
+
+/// Holds the rules of conformance against each presentation state among `paths` and below. Writes the findings to
+/// consoleOut(). Returns the exit status: 1 for an error, with `notesFail` for a note too, and for a named file that is
+/// no presentation state or cannot be loaded.
+int checkStates(const std::vector<std::string>& paths, FindingForm form, bool notesFail);
+
+} // namespace tarn::archive
