@@ -76,6 +76,7 @@ void Crew::fill(const std::function<void()>& prepare)
   for (unsigned seat = 0; seat < size(); ++seat)
     if (!workers[seat])
     {
+      states[seat].job = 0;
       states[seat].since = 0;
       workers[seat] = std::make_unique<Worker>(states[seat], memory, closeOthers,
                                                [&, seat](WorkerSide& side) { main(side, seat); });
@@ -131,7 +132,8 @@ WorkerEnd Crew::end(unsigned seat)
   WorkerEnd end;
   tellCause(end, gone->wait(), gone->wasKilled());
   const std::uint64_t current = states[seat].job;
-  gone->drop(current - 1);
+  if (current > 0)
+    gone->drop(current - 1);
   end.hadJob = states[seat].since != 0 && gone->job(current);
   end.jobs = gone->takeJobs();
   return end;
