@@ -132,7 +132,8 @@ void Run::handleSource(const Frame& frame)
   {
   case fromSource::kFound:
   case fromSource::kListed:
-    queue.push_back({0, frame.type == fromSource::kListed, frame.text});
+  case fromSource::kChosen:
+    queue.push_back({0, frame.type, frame.text});
     break;
   case fromSource::kRecord:
     if (Record record = recordFrom(frame.text); ledger.isDone(record.input, {record.size, record.mtime}))

@@ -69,7 +69,7 @@ void readInventory(const SourceOptions& options, const Teller& run)
     if (!isOfShard(key, options.studies.shard, options.studies.shards))
       continue;
     if (entry.hasPluginState)
-      run.tell(fromSource::kListed, entry.input);
+      run.tell(fromSource::kChosen, entry.input);
     else
       run.tell(fromSource::kRecord, toJson(recordOf(entry)));
   }
@@ -83,7 +83,7 @@ void produce(const SourceOptions& options, const Teller& run)
   if (options.inventory)
     readInventory(options, run);
   if (options.studies.all || options.studies.listFile)
-    findStudyInputs(options.studies, {[&](const std::string& path) { run.tell(fromSource::kListed, path); },
+    findStudyInputs(options.studies, {[&](const std::string& path) { run.tell(fromSource::kChosen, path); },
                                       [&](const std::string& line) { run.tell(fromSource::kProblem, line); }});
 }
 

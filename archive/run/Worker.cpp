@@ -23,13 +23,13 @@ namespace
 
 std::string encodedJob(const Job& job)
 {
-  return std::to_string(job.number) + (job.listed ? " 1 " : " 0 ") + job.path;
+  return std::to_string(job.number) + " " + job.origin + job.path;
 }
 
 Job decodedJob(const std::string& text)
 {
   const std::size_t blank = text.find(' ');
-  return {std::stoull(text.substr(0, blank)), text.at(blank + 1) == '1', text.substr(blank + 3)};
+  return {std::stoull(text.substr(0, blank)), text.at(blank + 1), text.substr(blank + 2)};
 }
 
 /// Bounds the address space to what the process has now and `bytes` more.

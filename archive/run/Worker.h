@@ -18,7 +18,7 @@ namespace tarn::archive
 struct Job
 {
   std::uint64_t number = 0; ///< ascending for each worker, given by Worker::send()
-  bool listed = false;      ///< it was named, not found by a walk
+  char origin = '\0';       ///< as the source told of it: fromSource::kFound, kListed or kChosen
   std::string path;
 };
 
