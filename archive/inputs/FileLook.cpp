@@ -26,7 +26,7 @@ FileLook::FileLook(const std::string& path) : fd(open(path.c_str(), O_RDONLY | O
   if (!fd && errno == ENXIO)
     found = Kind::other; // a socket, or a device that is not there
   else if (!fd)
-    fail(errno == ENOENT || errno == ENOTDIR ? Kind::missing : Kind::unreadable, errno);
+    fail(errno == ENOENT || errno == ENOTDIR || errno == ELOOP ? Kind::missing : Kind::unreadable, errno);
   else if (fstat(fd.get(), &status) != 0)
     fail(Kind::unreadable, errno);
   else if (!S_ISREG(status.st_mode))

@@ -18,7 +18,7 @@ public:
   {
     file,
     other, ///< nothing that could be one
-    missing,
+    missing, ///< also where links lead to no file
     unreadable
   };
 
