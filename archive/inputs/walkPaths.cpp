@@ -54,7 +54,11 @@ std::string absolutePath(const std::string& path)
   namespace fs = std::filesystem;
   const fs::path whole = fs::absolute(path);
   const bool climbs = std::find(whole.begin(), whole.end(), fs::path("..")) != whole.end();
-  std::string normal = (climbs ? fs::weakly_canonical(whole) : whole.lexically_normal()).string();
+  std::error_code failure;
+  const fs::path resolved = climbs ? fs::weakly_canonical(whole, failure) : whole.lexically_normal();
+  if (failure)
+    return whole;
+  std::string normal = resolved;
   while (normal.size() > 1 && normal.back() == '/')
     normal.pop_back();
   return normal;

@@ -12,7 +12,9 @@
 #include "db/DBException.h"
 
 #include <cerrno>
+#include <climits>
 #include <csignal>
+#include <stdexcept>
 #include <system_error>
 
 #include <sys/wait.h>
@@ -54,7 +56,11 @@ void readNames(const std::string& file, bool nulTerminated, const Teller& run)
   NameList names(file, nulTerminated ? '\0' : '\n');
   run.tell(fromSource::kExpected, std::to_string(names.count()));
   for (std::string name; names.next(name);)
-    if (!name.empty())
+    if (name.find('\0') != std::string::npos)
+      throw std::runtime_error(file + " holds names that end with a NUL: --null is missing");
+    else if (name.size() >= PATH_MAX)
+      run.tell(fromSource::kProblem, base::joined("a name of ", name.size(), " bytes is none of a file"));
+    else if (!name.empty())
       run.tell(fromSource::kListed, absolutePath(name));
 }
 
