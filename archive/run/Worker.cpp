@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
@@ -12,6 +13,7 @@
 #include <system_error>
 #include <utility>
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -30,6 +32,16 @@ Job decodedJob(const std::string& text)
 {
   const std::size_t blank = text.find(' ');
   return {std::stoull(text.substr(0, blank)), text.at(blank + 1), text.substr(blank + 2)};
+}
+
+/// What of a pipe is filled with paths: pages are not always filled, and each path has a header.
+constexpr std::size_t kShare = 4;
+
+/// Bytes that the pipe holds. Users with many pipes get small ones.
+std::size_t capacityOf(const base::Fd& pipe)
+{
+  const int bytes = fcntl(pipe.get(), F_GETPIPE_SZ);
+  return bytes > 0 ? static_cast<std::size_t>(bytes) : PIPE_BUF;
 }
 
 /// Bounds the address space to what the process has now and `bytes` more.
@@ -96,6 +108,7 @@ Worker::Worker(WorkerState& state, std::uint64_t memory, const std::function<voi
     _exit(EXIT_SUCCESS);
   }
   jobs = std::move(toWorker.writeEnd);
+  mostSent = capacityOf(jobs) / kShare;
   results = FrameReader(std::move(fromWorker.readEnd));
 }
 

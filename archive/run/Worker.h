@@ -88,8 +88,12 @@ public:
   [[nodiscard]] bool receive() { return results.receive(); }
   std::optional<Frame> next() { return results.next(); }
 
-  /// Whether so many bytes more can be sent without waiting.
-  bool takes(std::size_t bytes) const { return sentBytes + bytes <= kMostSent && waiting.size() < kMostJobs; }
+  /// Whether a job with a path of so many bytes can be sent without waiting. A worker that has nothing to do reads what
+  /// it is sent, however long.
+  bool takes(std::size_t bytes) const
+  {
+    return waiting.empty() || (sentBytes + bytes <= mostSent && waiting.size() < kMostJobs);
+  }
   void send(Job job);
   /// No more jobs are sent.
   void finish() { jobs = base::Fd(); }
@@ -111,14 +115,14 @@ public:
 
 private:
   static constexpr std::size_t kMostJobs = 128;
-  static constexpr std::size_t kMostSent = 48 * 1024; ///< bytes; less than any pipe holds
 
   pid_t pid = -1;
   base::Fd jobs;
   FrameReader results;
   std::vector<Job> waiting; ///< sent and not done, in order
   std::uint64_t lastNumber = 0;
-  std::size_t sentBytes = 0;
+  std::size_t sentBytes = 0; ///< of paths
+  std::size_t mostSent = 0;  ///< less than the pipe holds
   bool killed = false;
 };
 
