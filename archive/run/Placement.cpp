@@ -58,11 +58,16 @@ void carryOver(const Record& previous, Record& record)
 bool Placement::isDone(const std::string& input, const FileVersion& version) const
 {
   const std::optional<Known> known = journal.find(input, version);
-  if (!known || known->thisRun)
+  if (!known || isOfThisRun(input, *known))
     return known.has_value();
   if (!known->sameVersion || again == Again::all)
     return false;
   return again == Again::changed || known->outcome == Outcome::converted || known->outcome == Outcome::nothing;
+}
+
+bool Placement::isOfThisRun(const std::string& input, const Known& known) const
+{
+  return known.thisRun && heirs.count(input) == 0;
 }
 
 /// The record of another input that owns the output, or would if this input did not.
@@ -126,6 +131,8 @@ void Placement::passOn(const std::string& file, Record heir)
 {
   for (Output& output : heir.outputs)
     output.duplicate = output.duplicate && output.file != file;
+  if (!journal.find(heir.input, {})->thisRun)
+    heirs.insert(heir.input);
   journal.add(heir);
 }
 
@@ -162,12 +169,13 @@ void Placement::place(const std::vector<Step>& steps, Record& record)
 
 std::optional<Outcome> Placement::accept(Record record, const std::vector<std::string>& workFiles)
 {
-  if (const auto known = journal.find(record.input, {}); known && known->thisRun)
+  if (const auto known = journal.find(record.input, {}); known && isOfThisRun(record.input, *known))
   {
     for (const std::string& file : workFiles)
       unlink(file.c_str());
     return std::nullopt;
   }
+  heirs.erase(record.input);
   const std::optional<Record> previous = journal.read(record.input);
   const std::vector<Step> steps = plan(record, workFiles, previous);
   if (previous && keepsEarlier(record, *previous))
