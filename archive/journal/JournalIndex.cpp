@@ -83,7 +83,8 @@ void JournalIndex::note(const Record& record, std::uint64_t offset)
   for (const Output& output : record.outputs)
     outputs.at(static_cast<std::size_t>(roleOf(output)))
         .put(output.file, offset,
-             [&](std::uint64_t place) { return holds(recordFrom(lineAt(place)), output.file, roleOf(output)); });
+             [&](std::uint64_t place)
+             { return isOf(place, record.input) && holds(recordFrom(lineAt(place)), output.file, roleOf(output)); });
 }
 
 void JournalIndex::count(const Record& record, int step)
@@ -129,14 +130,14 @@ std::optional<Record> JournalIndex::read(const std::string& input) const
   return offset == OffsetIndex::kNone ? std::nullopt : std::make_optional(recordFrom(lineAt(offset)));
 }
 
-std::optional<std::string> JournalIndex::holderOf(const std::string& output, Role role) const
+std::optional<std::string> JournalIndex::holderOf(const std::string& output, Role role, const Counts& counts) const
 {
   std::string holder;
   const auto isHeld = [&](std::uint64_t offset)
   {
     const Record record = recordFrom(lineAt(offset));
     holder = record.input;
-    return holds(record, output, role) && offsetOf(holder) == offset;
+    return holds(record, output, role) && offsetOf(holder) == offset && (!counts || counts(holder));
   };
   const std::uint64_t found = outputs.at(static_cast<std::size_t>(role)).find(output, isHeld);
   return found == OffsetIndex::kNone ? std::nullopt : std::make_optional(holder);
