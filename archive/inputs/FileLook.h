@@ -17,7 +17,7 @@ public:
   enum class Kind
   {
     file,
-    other, ///< nothing that could be one
+    other,   ///< nothing that could be one
     missing, ///< also where links lead to no file
     unreadable
   };

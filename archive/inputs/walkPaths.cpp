@@ -1,10 +1,10 @@
 // The folders and files that a command names.
 #include "archive/inputs/walkPaths.h"
 
-#include "base/text.h"
-
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
+#include <set>
 
 #include <sys/stat.h>
 
@@ -13,22 +13,44 @@ namespace tarn::archive
 namespace
 {
 
-/// The paths, absolute, without those that lie below another one that is a folder.
-std::vector<std::string> separatePaths(const std::vector<std::string>& paths)
+bool isFolder(const std::string& path)
 {
-  std::vector<std::string> sorted;
-  for (const std::string& path : paths)
-    sorted.push_back(absolutePath(path));
-  std::sort(sorted.begin(), sorted.end());
-  std::vector<std::string> separate;
-  for (const std::string& path : sorted)
+  struct stat status = {};
+  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool isLink(const std::string& path)
+{
+  struct stat status = {};
+  return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
+bool exists(const std::string& path)
+{
+  struct stat status = {};
+  return stat(path.c_str(), &status) == 0;
+}
+
+/// Whether the walk of one of `folders` meets what `path` names: it follows no link to a folder.
+bool isBelow(const std::string& path, const std::set<std::string>& folders)
+{
+  std::string part = exists(path) ? path : "/";
+  while (part != "/" && !(isLink(part) && isFolder(part)))
   {
-    const auto covers = [&](const std::string& other)
-    { return path == other || base::startsWith(path, other == "/" ? other : other + "/"); };
-    if (std::none_of(separate.begin(), separate.end(), covers))
-      separate.push_back(path);
+    part.erase(std::max<std::size_t>(part.rfind('/'), 1));
+    if (folders.count(part) > 0)
+      return true;
   }
-  return separate;
+  return false;
+}
+
+/// The paths, absolute, each once.
+std::set<std::string> absolutePaths(const std::vector<std::string>& paths)
+{
+  std::set<std::string> absolute;
+  for (const std::string& path : paths)
+    absolute.insert(absolutePath(path));
+  return absolute;
 }
 
 } // namespace
@@ -39,14 +61,18 @@ void walkPaths(const std::vector<std::string>& paths, const std::string& leaveOu
   FolderWalk walk(found);
   if (!leaveOut.empty())
     walk.leaveOut(leaveOut);
-  for (const std::string& path : separatePaths(paths))
-  {
-    struct stat status = {};
-    if (stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
+  const std::set<std::string> all = absolutePaths(paths);
+  std::set<std::string> folders;
+  std::copy_if(all.begin(), all.end(), std::inserter(folders, folders.end()), isFolder);
+  for (const std::string& path : all)
+    if (isBelow(path, folders))
+      continue;
+    else if (path == leaveOut)
+      found.problem(path + " is the output folder, which is not walked");
+    else if (folders.count(path) > 0)
       walk.walk(path);
     else
       named(path);
-  }
 }
 
 std::string absolutePath(const std::string& path)

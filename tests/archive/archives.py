@@ -9,7 +9,8 @@ import sys
 import pydicom
 
 TESTS = pathlib.Path(__file__).parents[1]
-sys.path.append(str(TESTS / "corpus"))
+sys.path += [str(TESTS), str(TESTS / "corpus")]
+from checking import rows_of_copy
 from hostile_files import DEFLATED, element, figure, file, state
 
 STUDY, ROOT = b"1.2.826.0.1.7770001.2.11.1.20", "1.2.826.0.1.7770001.2.11.4.20."

@@ -340,7 +340,7 @@ def two_runs_and_no_database(archive, folder, chance):
 
 @scenario()
 def studies_of_the_table(archive, folder, chance):
-    from checking import rows_of_copy
+
     copy = folder / "archive"
     shutil.copytree(archive.folder / "archive", copy)
     env, archive.env = archive.env, {name: value.replace(str(archive.folder / "archive"), str(copy))
