@@ -147,10 +147,10 @@ void Crew::askToStop()
 
 void Crew::killLate(std::int64_t nanoseconds)
 {
-  const std::int64_t now = steadyNow();
-  for (unsigned seat = 0; seat < size(); ++seat)
-    if (const std::int64_t since = states[seat].since; workers[seat] && since != 0 && now - since > nanoseconds)
-      workers[seat]->kill();
+  const std::int64_t oldest = steadyNow() - nanoseconds;
+  for (const auto& worker : workers)
+    if (worker && worker->isStuckSince(oldest))
+      worker->kill();
 }
 
 std::uint64_t Crew::sum(std::atomic<std::uint64_t> WorkerState::*counter) const

@@ -2,6 +2,7 @@
 #include "archive/run/Worker.h"
 
 #include "archive/run/childProcess.h"
+#include "archive/run/clock.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -120,8 +121,22 @@ Worker::~Worker()
   static_cast<void>(wait());
 }
 
+bool Worker::receive()
+{
+  heard = steadyNow();
+  return results.receive();
+}
+
+bool Worker::isStuckSince(std::int64_t time) const
+{
+  const std::int64_t since = state.since;
+  return since != 0 ? since < time : !waiting.empty() && heard < time;
+}
+
 void Worker::send(Job job)
 {
+  if (waiting.empty())
+    heard = steadyNow();
   job.number = ++lastNumber;
   sentBytes += job.path.size();
   static_cast<void>(writeFrame(jobs, 'j', encodedJob(job))); // one that has died is noticed by its other pipe

@@ -85,7 +85,7 @@ public:
 
   const base::Fd& fd() const { return results.fd(); }
   /// Takes in what it has said; false once it has ended.
-  [[nodiscard]] bool receive() { return results.receive(); }
+  [[nodiscard]] bool receive();
   std::optional<Frame> next() { return results.next(); }
 
   /// Whether a job with a path of so many bytes can be sent without waiting. A worker that has nothing to do reads what
@@ -100,6 +100,8 @@ public:
   /// Jobs up to `number` are done.
   void drop(std::uint64_t number);
   std::size_t jobsWaiting() const { return waiting.size(); }
+  /// Whether it is at one job, or has begun none of those that it was sent, since before `time` of the steady clock.
+  bool isStuckSince(std::int64_t time) const;
   /// The job of that number, where it is not done.
   const Job* job(std::uint64_t number) const;
   /// Takes the jobs that are not done.
@@ -122,6 +124,7 @@ private:
   std::vector<Job> waiting; ///< sent and not done, in order
   std::uint64_t lastNumber = 0;
   std::size_t sentBytes = 0; ///< of paths
+  std::int64_t heard = 0;    ///< when it said something, or got work after it had none
   std::size_t mostSent = 0;  ///< less than the pipe holds
   bool killed = false;
 };
