@@ -94,13 +94,10 @@ Worker::Worker(WorkerState& state, std::uint64_t memory, const std::function<voi
     toWorker.writeEnd = base::Fd();
     fromWorker.readEnd = base::Fd();
     WorkerSide side(std::move(toWorker.readEnd), std::move(fromWorker.writeEnd), state);
+    std::set_new_handler([] { _exit(kOutOfMemory); }); // also where the toolkit would report it as a bad file
     try
     {
       main(side);
-    }
-    catch (const std::bad_alloc&)
-    {
-      _exit(kOutOfMemory);
     }
     catch (...)
     {
