@@ -46,15 +46,17 @@ JournalIndex::JournalIndex(const std::string& path) : file(path), fd(openedForRe
   load();
 }
 
-/// A line that is no record ends the journal, where what follows it can be what a power cut left of a batch.
+/// A line that is no record ends the journal, where it can be what a power cut left of the last batch: blocks that were
+/// never written read as NULs. Anything else is damage, of which no record may become a victim.
 void JournalIndex::load()
 {
   const std::uint64_t all = base::RegularFile(file).size;
   JournalReader reader(file);
   bytes = reader.end();
+  std::string line;
   try
   {
-    for (std::string line; reader.next(line); bytes = reader.end())
+    for (; reader.next(line); bytes = reader.end())
       note(recordFrom(line), reader.offset());
   }
   catch (const JournalError&)
@@ -63,7 +65,7 @@ void JournalIndex::load()
   }
   catch (const std::exception& failure)
   {
-    if (all - bytes > kLongestTornTail)
+    if (line.find('\0') == std::string::npos || all - bytes > kLongestTornTail)
       throw JournalError(base::joined(file, " is damaged at byte ", bytes, ": ", failure.what()));
   }
 }
