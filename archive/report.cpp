@@ -5,6 +5,7 @@
 #include "archive/journals.h"
 #include "archive/run/exitStatus.h"
 #include "base/Console.h"
+#include "base/text.h"
 
 #include <algorithm>
 #include <array>
@@ -148,16 +149,17 @@ void writeText(const std::vector<JournalIndex>& journals)
       out << "  " << nameOf(outcome) << ": " << totals.outcomes.at(static_cast<std::size_t>(outcome)) << '\n';
   out << "Annotation lines (read = written + lost):\n";
   for (const auto& [kind, tally] : totals.annotations)
-    out << "  " << kind << ": " << tally.read << " = " << tally.written << " + " << tally.read - tally.written << '\n';
+    out << "  " << base::printable(kind) << ": " << tally.read << " = " << tally.written << " + "
+        << tally.read - tally.written << '\n';
   out << "Reasons:\n";
   for (const auto& [code, count] : totals.reasons)
     out << "  " << code << ": " << count << '\n';
   out << "Outputs: " << totals.outputs << ", " << totals.bytes << " bytes\n";
   const auto row = [&out](const Record& record)
   {
-    out << nameOf(record.outcome) << ' ' << readable(record.input) << ": " << codesOf(record) << '\n';
+    out << nameOf(record.outcome) << ' ' << base::printable(readable(record.input)) << ": " << codesOf(record) << '\n';
     for (const std::string& message : record.messages)
-      out << "    " << message << '\n';
+      out << "    " << base::printable(message) << '\n';
   };
   forEachInOrder(journals, 2, row); // all but what is as it should be
 }
