@@ -116,7 +116,7 @@ class Archive:
 
     def reference(self, path, *options):
         """What annomend makes of the file: status, lines, outputs by name. Once for each file and content."""
-        key = path, pathlib.Path(os.fsencode(path).decode(errors="surrogateescape")).read_bytes()
+        key = path, options, pathlib.Path(os.fsencode(path).decode(errors="surrogateescape")).read_bytes()
         if key not in self.references:
             out = self.folder / "reference" / f"{len(self.references)}-{os.urandom(4).hex()}"
             out.mkdir(parents=True)
@@ -125,14 +125,14 @@ class Archive:
             self.references[key] = done.returncode, done.stderr.decode(errors="backslashreplace").splitlines(), made
         return self.references[key]
 
-    def verify(self, out, inputs, kept=()):
+    def verify(self, out, inputs, kept=(), options=()):
         """Each input has one record, and each record and output is what annomend makes of it; `check` finds nothing.
         Inputs in `kept` are looked at for their sums alone."""
         found = records(out)
         expect(found.keys() == set(inputs), f"records {sorted(found.keys() ^ set(inputs))[:3]} too many or missing")
         compared = [path for path in inputs if path not in kept]
         with concurrent.futures.ThreadPoolExecutor(2) as pool:
-            references = dict(zip(compared, pool.map(self.reference, compared)))
+            references = dict(zip(compared, pool.map(lambda path: self.reference(path, *options), compared)))
         for path, record in found.items():
             check_sums(record)
             if path in references:
@@ -176,7 +176,7 @@ def check_record(out, record, status, lines, made):
 
 
 def snapshot(out):
-    """Inode and time of each output that a record holds."""
+    """Inode and time of each output that a record holds; an interrupted record may hold more than there is."""
     files = {output["file"] for record in records(out).values() for output in record["outputs"]}
-    looks = {name: os.lstat(out / name) for name in files}
+    looks = {name: os.lstat(out / name) for name in files if (out / name).exists()}
     return {name: (look.st_ino, look.st_mtime_ns) for name, look in looks.items()}
