@@ -12,9 +12,11 @@
 #include "db/DBException.h"
 #include "dicom/dictionary.h"
 
+#include <array>
 #include <functional>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <unistd.h>
@@ -33,6 +35,13 @@ int tell(int status, const std::string& reason)
 {
   base::report("annomend-archive: ", reason);
   return status;
+}
+
+/// What stopped the run before its inputs ended it goes to standard error too, which holds every failure.
+int conclude(const RunResult& result, const std::array<std::uint64_t, kOutcomes>& outcomes)
+{
+  const int status = statusOf(result, outcomes);
+  return result.stop.reason.empty() ? status : tell(status, result.stop.reason);
 }
 
 /// Whether the database is there; a worker has a connection of its own, since none survives a fork.
@@ -63,7 +72,7 @@ int runDry(const ConvertRequest& request)
   const std::vector<std::string> none(request.workers);
   const RunResult result = lead(request, ledger, source, none, [] {});
   consoleError() << summaryOf(result, request, nullptr);
-  return statusOf(result, result.totals.outcomes);
+  return conclude(result, result.totals.outcomes);
 }
 
 int runWhole(ConvertRequest& request)
@@ -79,7 +88,7 @@ int runWhole(ConvertRequest& request)
   const RunResult result = lead(request, placement, source, workFolders, [&journal] { journal.leaveLock(); });
   store.removeWorkFolders(header.name());
   consoleOut() << summaryOf(result, request, &journal.committed()) << std::flush;
-  return statusOf(result, journal.committed().outcomes());
+  return conclude(result, journal.committed().outcomes());
 }
 
 } // namespace
@@ -104,6 +113,10 @@ int convertArchive(ConvertRequest request)
     return tell(exitStatus::kUsage, failure.what());
   }
   catch (const JournalError& failure)
+  {
+    return tell(exitStatus::kTryAgain, failure.what());
+  }
+  catch (const std::system_error& failure) // no process or pipe can be had
   {
     return tell(exitStatus::kTryAgain, failure.what());
   }

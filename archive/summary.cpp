@@ -54,7 +54,7 @@ void putAdvice(std::ostream& text, const RunResult& result, const ConvertRequest
   if (result.stop.status != 0)
   {
     text << "Stopped" << (result.stop.reason.empty() ? " by a signal" : ": " + result.stop.reason) << ".\n"
-         << "Run the same command again to go on.\n";
+         << (result.stop.status == exitStatus::kUsage ? "" : "Run the same command again to go on.\n");
     return;
   }
   text << "See: annomend-archive report " << request.out << '\n';

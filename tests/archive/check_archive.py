@@ -87,7 +87,7 @@ def finish(process, status, timeout=40):
 
 @scenario("sqlite", "mysql")
 def same_bytes_and_sums(archive, folder, chance):
-    inputs = archive.tree(folder / "in", 700)
+    inputs = archive.tree(folder / "in", 2500)
     inputs += [put(folder / "in/samples" / name, content) for name, content in archive.samples.items()]
     inputs += [put(folder / "in/odd" / name.replace("/", "_"), content) for name, content in odd_states(1).items()]
     archive.convert(folder / "out", folder / "in", status=1)
@@ -161,7 +161,7 @@ def names_from_lists(archive, folder, chance):
     looping = f"{folder}/loop/../x"
     done = archive.run("convert", "-o", folder / "odd", "--files-from", "-", input=f"{long}\n{looping}\n{inputs[0]}")
     expect(done[0] == 1 and inputs[0] in records(folder / "odd"), f"odd names: {done[0]} {done[1]}{done[2][-300:]}")
-    status, said, _ = archive.run("convert", "-o", folder / "un", "--files-from", folder / "l")
+    status, _, said = archive.run("convert", "-o", folder / "un", "--files-from", folder / "l")
     expect(status == 2 and "NUL" in said, f"NULs without --null: {status} {said[:200]}")
     for arguments in ([], ["--files-from", folder / "none"], ["--null", folder], ["--shard", "3/2", folder],
                       ["--retry", "--redo", folder], ["--inventory", put(folder / "bad", b"{}\n")]):
@@ -449,9 +449,17 @@ def workers_that_stop_between_jobs(archive, folder, chance):
 
 
 @scenario()
-def memory_for_nothing(archive, folder, chance):
+def workers_that_cannot_begin(archive, folder, chance):
     archive.tree(folder / "in", 3)
     finish(archive.start(folder / "out", "--memory", "1", folder / "in"), 75, 20)
+    process = archive.start(folder / "killed", "-j2", "--files-from", "-", stdin=subprocess.PIPE)
+    for _ in range(2000):
+        for pid in children(process)[1:]:
+            send(pid, signal.SIGKILL)
+        if process.poll() is not None:
+            break
+        time.sleep(0.005)
+    finish(process, 75)
 
 
 def changed(archive, inputs, chance):
