@@ -125,8 +125,7 @@ void InputConverter::handle(const Job& job)
 
 bool InputConverter::isForeign(const std::string& studyUid, const Job& job) const
 {
-  return job.origin != fromSource::kChosen &&
-         !isOfShard(studyUid.empty() ? job.path : studyUid, options.shard, options.shards);
+  return job.origin != fromSource::kChosen && !isOfShard(studyUid, job.path, options.shard, options.shards);
 }
 
 void InputConverter::convert(const Job& job, const FileVersion& version)

@@ -1,8 +1,8 @@
 // Outputs on their way from a conversion to a working folder.
 #include "archive/run/OutputWriter.h"
 
+#include "archive/inputs/shard.h"
 #include "archive/journal/sha256.h"
-#include "archive/run/OutputStore.h"
 #include "base/Fd.h"
 #include "base/files.h"
 #include "base/text.h"

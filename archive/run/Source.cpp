@@ -71,8 +71,7 @@ void readInventory(const SourceOptions& options, const Teller& run)
   for (std::string line; lines.next(line);)
   {
     const InventoryEntry entry = entryFrom(line);
-    const std::string& key = entry.study.empty() ? entry.input : entry.study;
-    if (!isOfShard(key, options.studies.shard, options.studies.shards))
+    if (!isOfShard(entry.study, entry.input, options.studies.shard, options.studies.shards))
       continue;
     if (entry.hasPluginState)
       run.tell(fromSource::kChosen, entry.input);

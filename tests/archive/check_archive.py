@@ -87,7 +87,7 @@ def finish(process, status, timeout=40):
 
 @scenario("sqlite", "mysql")
 def same_bytes_and_sums(archive, folder, chance):
-    inputs = archive.tree(folder / "in", 2500)
+    inputs = archive.tree(folder / "in", 1500)
     inputs += [put(folder / "in/samples" / name, content) for name, content in archive.samples.items()]
     inputs += [put(folder / "in/odd" / name.replace("/", "_"), content) for name, content in odd_states(1).items()]
     archive.convert(folder / "out", folder / "in", status=1)
@@ -470,8 +470,8 @@ def changed(archive, inputs, chance):
 
 @scenario("sqlite", "mysql")
 def kills(archive, folder, chance):
+    inputs = archive.tree(folder / "in", 150)
     begin = time.monotonic()
-    inputs = archive.tree(folder / "in", 100)
     archive.convert(folder / "timed", folder / "in", status=3)
     seconds = time.monotonic() - begin
     hits = 0
@@ -486,7 +486,7 @@ def kills(archive, folder, chance):
                         if not os.path.exists(path) or record["size"] == os.stat(path).st_size and
                         int(record["mtime"][-10:-1] or 0) == os.stat(path).st_mtime_ns % 10**9}
             process = archive.start(out, folder / "in")
-            time.sleep(chance.uniform(0, seconds))
+            time.sleep(chance.uniform(0, 0.8 * seconds))
             shape += f" {victim}"
             if victim == "run":
                 process.kill()
