@@ -2,6 +2,7 @@
 #include "archive/run/InputConverter.h"
 
 #include "archive/inputs/shard.h"
+#include "archive/journal/textJson.h"
 #include "archive/run/Source.h"
 #include "archive/run/clock.h"
 #include "base/Console.h"
@@ -55,7 +56,11 @@ void takeAccount(const impsconverter::Account& account, Record& record)
   record.study = account.studyUid;
   record.instance = account.sopInstanceUid;
   for (const auto& [kind, tally] : account.annotations())
-    record.annotations[kind] = {tally.read, tally.written};
+  {
+    Tally& shown = record.annotations[readable(kind)]; // several kinds may be shown as one
+    shown.read += tally.read;
+    shown.written += tally.written;
+  }
   for (const auto& [loss, lines] : account.losses())
   {
     const bool isError = loss.first == impsconverter::loss::kConversionError;

@@ -3,6 +3,7 @@ import concurrent.futures
 import json
 import os
 import pathlib
+import re
 import subprocess
 import sys
 
@@ -25,6 +26,11 @@ def expect(holds, what):
         raise AssertionError(what)
 
 
+def shown(text):
+    """As a journal shows it: a byte that is no UTF-8 is \\xNN."""
+    return re.sub("[\udc80-\udcff]", lambda byte: f"\\x{ord(byte[0]) - 0xDC00:02X}", os.fsdecode(text))
+
+
 def odd_states(number):
     """States that end in every way, by name; `number` makes their UIDs their own."""
     uid, study = f"{ROOT}7.{number}", STUDY.decode()
@@ -40,7 +46,8 @@ def odd_states(number):
         "no figure": file(state(uid=uid + "5", study=study, plugin_state="label")),
         "empty state": file(state(uid=uid + "6", study=study, plugin_state="")),
         "odd lines": file(state(uid=uid + "7", study=study, plugin_state="label" +
-                                figure(known, f"{RULER}\nsmile_x 1\nwave 2\n\xff\x1b_x 3\n{RULER}"))),
+                                figure(known, f"{RULER}\nsmile_x 1\nwave 2\n\xff\x1b_x 3\n\\xFF\x1b_x 3\n{RULER}"))),
+        "odd image": file(state(uid=uid + "0", study=study, plugin_state=f"label{figure(chr(255) + chr(39), RULER)}")),
         "unknown study": file(state(uid=uid + "8", study=UNKNOWN_STUDY.decode())),
         **{f"study {study!r:.9}": file(state(uid=f"{uid}9{index}", study=study))
            for index, study in enumerate(["../../x", "1" * 70, ".", "..", "/etc", "1.2/3"])},
@@ -122,7 +129,7 @@ class Archive:
             out.mkdir(parents=True)
             done = subprocess.run(["annomend", *options, "-f", path, "-o", f"{out}/"], env=self.env, capture_output=True)
             made = {name.name: name.read_bytes() for name in out.iterdir()}
-            self.references[key] = done.returncode, done.stderr.decode(errors="backslashreplace").splitlines(), made
+            self.references[key] = done.returncode, shown(done.stderr).splitlines(), made
         return self.references[key]
 
     def verify(self, out, inputs, kept=(), options=()):
