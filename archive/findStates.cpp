@@ -69,7 +69,8 @@ class Survey
 public:
   explicit Survey(const std::optional<std::string>& file) : inventory(file) {}
 
-  void look(const std::string& path);
+  /// A path that a walk found may be a link that leads nowhere, and is none of its problems.
+  void look(const std::string& path, bool found);
   void pass() { ++seen; }
   void problem(const std::string& line)
   {
@@ -90,14 +91,14 @@ private:
   std::map<std::string, std::uint64_t> years; ///< states to convert, by the year of the study date
 };
 
-void Survey::look(const std::string& path)
+void Survey::look(const std::string& path, bool found)
 {
   ++seen;
   FileLook look(path);
   const bool mayBeState = look.kind() == FileLook::Kind::file && look.mayBeState().value_or(false);
   if (mayBeState)
     survey(path, look.version());
-  else if (!look.reason().empty())
+  else if (!look.reason().empty() && !(found && look.kind() == FileLook::Kind::missing))
     problem(path + " cannot be read: " + look.reason());
 }
 
@@ -149,9 +150,9 @@ int findStates(const std::vector<std::string>& paths, const std::optional<std::s
     return exitStatus::kFailed;
   }
   Survey survey(file);
-  const WalkSink found{[&](const std::string& path) { survey.look(path); }, [&] { survey.pass(); },
+  const WalkSink found{[&](const std::string& path) { survey.look(path, true); }, [&] { survey.pass(); },
                        [&](const std::string& line) { survey.problem(line); }};
-  walkPaths(paths, "", found, [&](const std::string& path) { survey.look(path); });
+  walkPaths(paths, "", found, [&](const std::string& path) { survey.look(path, false); });
   return survey.finish(file ? consoleOut() : consoleError());
 }
 
