@@ -145,9 +145,8 @@ void Placement::interrupt(Record previous)
   previous.annotations.clear();
   previous.reasons = {{"interrupted", "", 0}};
   previous.messages.clear();
-  commit();
   journal.add(previous);
-  journal.commit();
+  commit();
 }
 
 void Placement::place(const std::vector<Step>& steps, Record& record)
