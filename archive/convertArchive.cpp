@@ -12,6 +12,7 @@
 #include "db/DBException.h"
 #include "dicom/dictionary.h"
 
+#include <array>
 #include <functional>
 #include <memory>
 #include <string>
@@ -34,6 +35,13 @@ int tell(int status, const std::string& reason)
 {
   base::report("annomend-archive: ", reason);
   return status;
+}
+
+/// What stopped the run before its inputs ended it goes to standard error too, which holds every failure.
+int conclude(const RunResult& result, const std::array<std::uint64_t, kOutcomes>& outcomes)
+{
+  const int status = statusOf(result, outcomes);
+  return result.stop.reason.empty() ? status : tell(status, result.stop.reason);
 }
 
 /// Whether the database is there; a worker has a connection of its own, since none survives a fork.
@@ -66,7 +74,7 @@ int runDry(const ConvertRequest& request)
   const std::vector<std::string> none(request.workers);
   const RunResult result = lead(request, ledger, source, none, [] {});
   consoleError() << summaryOf(result, request, nullptr);
-  return statusOf(result, result.totals.outcomes);
+  return conclude(result, result.totals.outcomes);
 }
 
 int runWhole(ConvertRequest& request)
@@ -82,7 +90,7 @@ int runWhole(ConvertRequest& request)
   const RunResult result = lead(request, placement, source, workFolders, [&journal] { journal.leaveLock(); });
   store.removeWorkFolders(header.name());
   consoleOut() << summaryOf(result, request, &journal.committed()) << std::flush;
-  return statusOf(result, journal.committed().outcomes());
+  return conclude(result, journal.committed().outcomes());
 }
 
 } // namespace

@@ -159,7 +159,7 @@ void writeText(const std::vector<JournalIndex>& journals)
   {
     out << nameOf(record.outcome) << ' ' << base::printable(readable(record.input)) << ": " << codesOf(record) << '\n';
     for (const std::string& message : record.messages)
-      out << "    " << message << '\n';
+      out << "    " << base::printable(message) << '\n';
   };
   forEachInOrder(journals, 2, row); // all but what is as it should be
 }

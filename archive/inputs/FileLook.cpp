@@ -34,7 +34,7 @@ FileLook::FileLook(const std::string& path) : fd(open(path.c_str(), O_RDONLY | O
 
 void FileLook::fail(const std::string& path, int error)
 {
-  const bool isMissing = error == ENOENT || error == ENOTDIR;
+  const bool isMissing = error == ENOENT || error == ENOTDIR || error == ELOOP;
   const bool isSocket = error == ENXIO; // or a device that is not there
   found = isMissing ? Kind::missing : isSocket ? Kind::other : Kind::unreadable;
   trouble = isSocket ? "" : base::FileError(error).what();

@@ -17,8 +17,8 @@ public:
   enum class Kind
   {
     file,
-    other, ///< nothing that could be one
-    missing,
+    other,   ///< nothing that could be one
+    missing, ///< also where links lead to no file
     unreadable
   };
 

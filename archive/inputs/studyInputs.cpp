@@ -74,7 +74,7 @@ void StudySearch::searchListed(const std::string& file)
 
 void StudySearch::makeSure(const std::string& study)
 {
-  if (!selection.touchObjectCache || !isOfShard(study, selection.shard, selection.shards))
+  if (!selection.touchObjectCache || !isOfShard(study, "", selection.shard, selection.shards))
     return;
   db.connect(); // a database that cannot be opened is no failure of the study
   try
@@ -89,7 +89,7 @@ void StudySearch::makeSure(const std::string& study)
 
 void StudySearch::search(const std::string& study)
 {
-  if (!isOfShard(study, selection.shard, selection.shards))
+  if (!isOfShard(study, "", selection.shard, selection.shards))
     return;
   const std::string folder = folderOf(study);
   for (const db::SqlRow& row : db.query("SELECT FNAME FROM " + from + " AND STUDYUID=? ORDER BY FNAME", study))

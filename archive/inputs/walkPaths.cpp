@@ -14,41 +14,47 @@ namespace tarn::archive
 namespace
 {
 
-/// The path of the folder that holds `path`; empty for the root.
-std::string parentOf(const std::string& path)
-{
-  return path == "/" ? "" : path.substr(0, std::max<std::size_t>(path.rfind('/'), 1));
-}
-
-/// Whether a walk that gets to the parent of `path` reads it and goes on to `path`.
-bool isWalked(const std::string& parent, const std::string& path)
+bool isFolder(const std::string& path)
 {
   struct stat status = {};
-  return access(parent.c_str(), R_OK | X_OK) == 0 && lstat(path.c_str(), &status) == 0 && !S_ISLNK(status.st_mode);
+  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-/// Whether the walk of another one of `paths` finds `path`.
-bool isCovered(std::string path, const std::set<std::string>& paths)
+bool isLink(const std::string& path)
 {
-  for (std::string parent = parentOf(path); !parent.empty() && isWalked(parent, path); parent = parentOf(path))
+  struct stat status = {};
+  return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
+bool exists(const std::string& path)
+{
+  struct stat status = {};
+  return stat(path.c_str(), &status) == 0;
+}
+
+/// Whether the walk of one of `folders` meets what `path` names: it follows no link to a folder, and needs to read the
+/// folders on its way.
+bool isBelow(const std::string& path, const std::set<std::string>& folders)
+{
+  std::string part = exists(path) ? path : "/";
+  while (part != "/" && !(isLink(part) && isFolder(part)))
   {
-    if (paths.count(parent) > 0)
+    part.erase(std::max<std::size_t>(part.rfind('/'), 1));
+    if (access(part.c_str(), R_OK | X_OK) != 0)
+      return false;
+    if (folders.count(part) > 0)
       return true;
-    path = parent;
   }
   return false;
 }
 
-/// The paths, absolute, each once, without those that the walk of another one finds.
-std::vector<std::string> separatePaths(const std::vector<std::string>& paths)
+/// The paths, absolute, each once.
+std::set<std::string> absolutePaths(const std::vector<std::string>& paths)
 {
-  std::set<std::string> all;
+  std::set<std::string> absolute;
   for (const std::string& path : paths)
-    all.insert(absolutePath(path));
-  std::vector<std::string> separate;
-  std::copy_if(all.begin(), all.end(), std::back_inserter(separate),
-               [&all](const std::string& path) { return !isCovered(path, all); });
-  return separate;
+    absolute.insert(absolutePath(path));
+  return absolute;
 }
 
 } // namespace
@@ -59,14 +65,18 @@ void walkPaths(const std::vector<std::string>& paths, const std::string& leaveOu
   FolderWalk walk(found);
   if (!leaveOut.empty())
     walk.leaveOut(leaveOut);
-  for (const std::string& path : separatePaths(paths))
-  {
-    struct stat status = {};
-    if (stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
+  const std::set<std::string> all = absolutePaths(paths);
+  std::set<std::string> folders;
+  std::copy_if(all.begin(), all.end(), std::inserter(folders, folders.end()), isFolder);
+  for (const std::string& path : all)
+    if (isBelow(path, folders))
+      continue;
+    else if (path == leaveOut)
+      found.problem(path + " is the output folder, which is not walked");
+    else if (folders.count(path) > 0)
       walk.walk(path);
     else
       named(path);
-  }
 }
 
 std::string absolutePath(const std::string& path)
@@ -74,7 +84,11 @@ std::string absolutePath(const std::string& path)
   namespace fs = std::filesystem;
   const fs::path whole = fs::absolute(path);
   const bool climbs = std::find(whole.begin(), whole.end(), fs::path("..")) != whole.end();
-  std::string normal = (climbs ? fs::weakly_canonical(whole) : whole.lexically_normal()).string();
+  std::error_code failure;
+  const fs::path resolved = climbs ? fs::weakly_canonical(whole, failure) : whole.lexically_normal();
+  if (failure)
+    return whole;
+  std::string normal = resolved;
   while (normal.size() > 1 && normal.back() == '/')
     normal.pop_back();
   return normal;

@@ -14,7 +14,8 @@ namespace tarn::archive
 void walkPaths(const std::vector<std::string>& paths, const std::string& leaveOut, const WalkSink& found,
                const std::function<void(const std::string& path)>& named);
 
-/// `path` from the root, without "." and doubled slashes; ".." is resolved as the system does.
+/// `path` from the root, without "." and doubled slashes; ".." is resolved as the system does. What the system does not
+/// resolve stays as it is written.
 std::string absolutePath(const std::string& path);
 
 } // namespace tarn::archive

@@ -105,8 +105,8 @@ std::optional<std::string> Journal::holderOf(const std::string& output, Role rol
   const Places& places = batchOutputs.at(static_cast<std::size_t>(role));
   if (const auto pending = places.find(output); pending != places.end())
     return batch[pending->second].input;
-  const std::optional<std::string> holder = index.holderOf(output, role);
-  return holder && batchInputs.count(*holder) == 0 ? holder : std::nullopt; // its new record has no such output
+  const auto hasNoNewer = [this](const std::string& input) { return batchInputs.count(input) == 0; };
+  return index.holderOf(output, role, hasNoNewer);
 }
 
 void Journal::add(const Record& record)

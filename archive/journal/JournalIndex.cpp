@@ -46,16 +46,18 @@ JournalIndex::JournalIndex(const std::string& path) : file(path), fd(openedForRe
   load();
 }
 
-/// A line that is no record ends the journal, where what follows it can be what a power cut left of a batch.
+/// A line that is no record ends the journal, where it can be what a power cut left of the last batch: blocks that were
+/// never written read as NULs. Anything else is damage, of which no record may become a victim.
 void JournalIndex::load()
 {
   const std::uint64_t all = base::RegularFile(file).size;
   JournalReader reader(file);
   bytes = reader.end();
+  std::string line;
   try
   {
     RecordKeysReader keys;
-    for (std::string line; reader.next(line); bytes = reader.end())
+    for (; reader.next(line); bytes = reader.end())
       note(keys.read(line), reader.offset());
   }
   catch (const JournalError&)
@@ -64,7 +66,7 @@ void JournalIndex::load()
   }
   catch (const std::exception& failure)
   {
-    if (all - bytes > kLongestTornTail)
+    if (line.find('\0') == std::string::npos || all - bytes > kLongestTornTail)
       throw JournalError(base::joined(file, " is damaged at byte ", bytes, ": ", failure.what()));
   }
 }
@@ -84,7 +86,8 @@ void JournalIndex::note(const RecordKeys& keys, std::uint64_t offset)
   for (const auto& [file, role] : keys.outputs)
     outputs.at(static_cast<std::size_t>(role))
         .put(file, offset,
-             [&, &name = file, as = role](std::uint64_t place) { return holds(recordFrom(lineAt(place)), name, as); });
+             [&, &name = file, as = role](std::uint64_t place)
+             { return isOf(place, keys.input) && holds(recordFrom(lineAt(place)), name, as); });
 }
 
 void JournalIndex::count(const RecordKeys& keys, int step)
@@ -130,14 +133,14 @@ std::optional<Record> JournalIndex::read(const std::string& input) const
   return offset == OffsetIndex::kNone ? std::nullopt : std::make_optional(recordFrom(lineAt(offset)));
 }
 
-std::optional<std::string> JournalIndex::holderOf(const std::string& output, Role role) const
+std::optional<std::string> JournalIndex::holderOf(const std::string& output, Role role, const Counts& counts) const
 {
   std::string holder;
   const auto isHeld = [&](std::uint64_t offset)
   {
     const Record record = recordFrom(lineAt(offset));
     holder = record.input;
-    return holds(record, output, role) && inputs.holds(holder, offset);
+    return holds(record, output, role) && inputs.holds(holder, offset) && (!counts || counts(holder));
   };
   const std::uint64_t found = outputs.at(static_cast<std::size_t>(role)).find(output, isHeld);
   return found == OffsetIndex::kNone ? std::nullopt : std::make_optional(holder);

@@ -28,8 +28,10 @@ public:
   std::optional<Record> read(const std::string& input) const;
   /// Where that record begins; OffsetIndex::kNone when there is none.
   std::uint64_t offsetOf(const std::string& input) const;
-  /// An input whose last record has the output `file`, in the role given; nothing when no record has.
-  std::optional<std::string> holderOf(const std::string& file, Role role) const;
+  /// Which inputs count for a question.
+  using Counts = std::function<bool(const std::string& input)>;
+  /// An input, of those that count, whose last record has the output `file`, in the role given; nothing when none has.
+  std::optional<std::string> holderOf(const std::string& file, Role role, const Counts& counts = {}) const;
   /// Calls `visit` with the last record of each input, in the order of the journal. Throws JournalError.
   void forEach(const std::function<void(const Record& record)>& visit) const;
 

@@ -77,6 +77,7 @@ void Crew::fill(const std::function<void()>& prepare)
   for (unsigned seat = 0; seat < size(); ++seat)
     if (!workers[seat])
     {
+      states[seat].job = 0;
       states[seat].since = 0;
       workers[seat] = std::make_unique<Worker>(states[seat], memory, closeOthers,
                                                [&, seat](WorkerSide& side) { main(side, seat); });
@@ -132,7 +133,8 @@ WorkerEnd Crew::end(unsigned seat)
   WorkerEnd end;
   tellCause(end, gone->wait(), gone->wasKilled());
   const std::uint64_t current = states[seat].job;
-  gone->drop(current - 1);
+  if (current > 0)
+    gone->drop(current - 1);
   end.hadJob = states[seat].since != 0 && gone->job(current);
   end.jobs = gone->takeJobs();
   return end;
@@ -146,10 +148,10 @@ void Crew::askToStop()
 
 void Crew::killLate(std::int64_t nanoseconds)
 {
-  const std::int64_t now = steadyNow();
-  for (unsigned seat = 0; seat < size(); ++seat)
-    if (const std::int64_t since = states[seat].since; workers[seat] && since != 0 && now - since > nanoseconds)
-      workers[seat]->kill();
+  const std::int64_t oldest = steadyNow() - nanoseconds;
+  for (const auto& worker : workers)
+    if (worker && worker->isStuckSince(oldest))
+      worker->kill();
 }
 
 std::uint64_t Crew::sum(std::atomic<std::uint64_t> WorkerState::*counter) const

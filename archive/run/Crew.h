@@ -63,7 +63,7 @@ public:
 
   /// Has the workers end after the jobs that they are at.
   void askToStop();
-  /// Kills workers that have been at one job for longer.
+  /// Kills workers that have been at one job for longer, or have left what they were sent for so long.
   void killLate(std::int64_t nanoseconds);
 
   /// Sums over all workers, also those that have gone.

@@ -2,6 +2,8 @@
 #include "archive/run/InputConverter.h"
 
 #include "archive/inputs/shard.h"
+#include "archive/journal/textJson.h"
+#include "archive/run/Source.h"
 #include "archive/run/clock.h"
 #include "archive/run/packing.h"
 #include "base/Console.h"
@@ -55,7 +57,11 @@ void takeAccount(const impsconverter::Account& account, Record& record)
   record.study = account.studyUid;
   record.instance = account.sopInstanceUid;
   for (const auto& [kind, tally] : account.annotations())
-    record.annotations[kind] = {tally.read, tally.written};
+  {
+    Tally& shown = record.annotations[readable(kind)]; // several kinds may be shown as one
+    shown.read += tally.read;
+    shown.written += tally.written;
+  }
   for (const auto& [loss, lines] : account.losses())
   {
     const bool isError = loss.first == impsconverter::loss::kConversionError;
@@ -109,32 +115,33 @@ void InputConverter::work()
 void InputConverter::handle(const Job& job)
 {
   FileLook look(job.path);
-  if (look.kind() == FileLook::Kind::other || (look.kind() == FileLook::Kind::missing && !job.listed))
+  if (look.kind() == FileLook::Kind::other ||
+      (look.kind() == FileLook::Kind::missing && job.origin == fromSource::kFound))
     return static_cast<void>(++run.state.passed); // a walk's file may be gone since
   if (ledger.isDone(job.path, look.version()))
     return static_cast<void>(++run.state.known);
   const bool mayBeState = look.kind() == FileLook::Kind::file && look.mayBeState().value_or(false);
   if (look.kind() != FileLook::Kind::file)
-    tellUnread(job.path, look);
+    tellUnread(job, look);
   else if (mayBeState)
-    convert(job.path, look.version());
+    convert(job, look.version());
   else
     ++run.state.passed;
 }
 
-bool InputConverter::isForeign(const std::string& studyUid, const std::string& path)
+bool InputConverter::isForeign(const std::string& studyUid, const Job& job) const
 {
-  return !isOfShard(studyUid.empty() ? path : studyUid, options.shard, options.shards);
+  return job.origin != fromSource::kChosen && !isOfShard(studyUid, job.path, options.shard, options.shards);
 }
 
-void InputConverter::convert(const std::string& path, const FileVersion& version)
+void InputConverter::convert(const Job& job, const FileVersion& version)
 {
   std::ostringstream dump; // nothing is written there
   std::ostringstream messages;
   const ConsoleScope kept(dump, messages);
-  impsconverter::PSConverter converter(db, path, outputs);
+  impsconverter::PSConverter converter(db, job.path, outputs);
   const bool isLoaded = converter.load();
-  if (isForeign(converter.account().studyUid, path))
+  if (isForeign(converter.account().studyUid, job))
     return static_cast<void>(++run.state.foreign);
   outputs.begin(converter.account().studyUid);
   const impsconverter::Outcome result =
@@ -145,7 +152,7 @@ void InputConverter::convert(const std::string& path, const FileVersion& version
   record.outcome = outcomeOf(result, converter.account());
   if (record.outcome == Outcome::failed)
     requireDatabase();
-  record.input = path;
+  record.input = job.path;
   record.size = version.size;
   record.mtime = version.mtime;
   record.messages = linesOf(messages.str());
@@ -159,12 +166,12 @@ void InputConverter::requireDatabase()
   db.requireUsable(options.touchObjectCache);
 }
 
-void InputConverter::tellUnread(const std::string& path, const FileLook& look)
+void InputConverter::tellUnread(const Job& job, const FileLook& look)
 {
-  if (isForeign("", path))
+  if (isForeign("", job))
     return static_cast<void>(++run.state.foreign);
   Record record;
-  record.input = path;
+  record.input = job.path;
   record.size = look.version().size;
   record.mtime = look.version().mtime;
   record.outcome = Outcome::refused;

@@ -35,11 +35,11 @@ public:
 private:
   /// Throws DBException and StoreError where nobody can go on.
   void handle(const Job& job);
-  void convert(const std::string& path, const FileVersion& version);
-  void tellUnread(const std::string& path, const FileLook& look);
+  void convert(const Job& job, const FileVersion& version);
+  void tellUnread(const Job& job, const FileLook& look);
   void tell(Record record);
   void requireDatabase();
-  bool isForeign(const std::string& studyUid, const std::string& path);
+  bool isForeign(const std::string& studyUid, const Job& job) const;
 
   ConvertOptions options;
   const Ledger& ledger;

@@ -20,7 +20,6 @@ namespace
 
 constexpr mode_t kFolderMode = 0750;
 constexpr std::size_t kMostOpenStudies = 64;
-constexpr std::size_t kLongestUid = 64;
 
 std::string systemReason()
 {
@@ -80,13 +79,6 @@ bool endsTheRun(int error)
 {
   return error == ENOSPC || error == EDQUOT || error == EROFS || error == EIO || error == ESTALE || error == ENOTCONN ||
          error == EMFILE || error == ENFILE;
-}
-
-std::string folderOfStudy(const std::string& studyUid)
-{
-  const bool isUid = !studyUid.empty() && studyUid.size() <= kLongestUid && studyUid.front() != '.' &&
-                     studyUid.find_first_not_of("0123456789.") == std::string::npos;
-  return isUid ? studyUid : "other";
 }
 
 OutputStore::OutputStore(std::string folder) : root(std::move(folder))

@@ -45,7 +45,4 @@ private:
   std::unordered_map<std::string, base::Fd> studies; ///< those used last
 };
 
-/// The folder of the outputs of a study: its UID (PS3.5 9.1), or "other" where that is none.
-std::string folderOfStudy(const std::string& studyUid);
-
 } // namespace tarn::archive

@@ -1,11 +1,10 @@
 // Outputs on their way from a conversion to a working folder.
 #include "archive/run/OutputWriter.h"
 
+#include "archive/inputs/shard.h"
 #include "archive/journal/sha256.h"
-#include "archive/run/OutputStore.h"
 #include "base/Fd.h"
 #include "base/files.h"
-#include "base/report.h"
 #include "base/text.h"
 #include "dicom/saveFile.h"
 #include "dicom/values.h"
@@ -64,8 +63,9 @@ bool OutputWriter::take(impsconverter::ValidPresentationState& state, const imps
   };
   const bool isWhole =
       impsconverter::isGood(dicom::encode(*file, append), "Presentation State file " + name + " could not be saved: ");
-  if (!isWhole || !write(name))
+  if (!isWhole)
     return false;
+  write();
   Output output;
   output.file = studyFolder + "/" + name;
   output.instance = textIn(*file->getDataset(), DCM_SOPInstanceUID);
@@ -77,20 +77,17 @@ bool OutputWriter::take(impsconverter::ValidPresentationState& state, const imps
   return true;
 }
 
-bool OutputWriter::write(const std::string& name) const
+/// The folder is the run's own, and what keeps one file from it keeps the others too.
+void OutputWriter::write() const
 {
   if (folder.empty())
-    return true;
+    return;
   const std::string path = folder + "/" + std::to_string(number);
   base::Fd fd(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, kMode));
   if (fd && base::writeAll(fd, bytes) && fd.close())
-    return true;
+    return;
   const int error = errno;
-  const std::string reason = base::FileError(error).what();
-  if (endsTheRun(error))
-    throw StoreError(base::joined(path, " cannot be written: ", reason), error);
-  base::report("Presentation State file ", name, " could not be saved: ", reason);
-  return false;
+  throw StoreError(base::joined(path, " cannot be written: ", base::FileError(error).what()), error);
 }
 
 } // namespace tarn::archive

@@ -28,7 +28,7 @@ public:
                           const impsconverter::Account::Lines& lines) override;
 
 private:
-  bool write(const std::string& name) const;
+  void write() const;
 
   std::string folder;
   Finished finished;

@@ -58,11 +58,16 @@ void carryOver(const Record& previous, Record& record)
 bool Placement::isDone(const std::string& input, const FileVersion& version) const
 {
   const std::optional<Known> known = journal.find(input, version);
-  if (!known || known->thisRun)
+  if (!known || isOfThisRun(input, *known))
     return known.has_value();
   if (!known->sameVersion || again == Again::all)
     return false;
   return again == Again::changed || known->outcome == Outcome::converted || known->outcome == Outcome::nothing;
+}
+
+bool Placement::isOfThisRun(const std::string& input, const Known& known) const
+{
+  return known.thisRun && heirs.count(input) == 0;
 }
 
 /// The record of another input that owns the output, or would if this input did not.
@@ -93,8 +98,8 @@ std::vector<Placement::Step> Placement::plan(Record& record, const std::vector<s
     }
     output.duplicate = taken && !taken->duplicate;
     const Output* const before = previous ? outputOf(*previous, output.file) : nullptr;
-    const bool stays = taken || (before && isSame(*before, output) && again != Again::all);
-    if (stays && store.holds(output.file, output.bytes))
+    const bool isThere = taken || (before && isSame(*before, output));
+    if (isThere && again != Again::all && store.holds(output.file, output.bytes))
       unlink(workFiles.at(i).c_str());
     else
       steps.push_back({kept.size(), workFiles.at(i)});
@@ -125,6 +130,8 @@ void Placement::passOn(const Record& formerOwner, const std::string& file)
     return;
   for (Output& output : heir->outputs)
     output.duplicate = output.duplicate && output.file != file;
+  if (!journal.find(heir->input, {})->thisRun)
+    heirs.insert(heir->input);
   journal.add(*heir);
 }
 
@@ -137,9 +144,8 @@ void Placement::interrupt(Record previous)
   previous.annotations.clear();
   previous.reasons = {{"interrupted", "", 0}};
   previous.messages.clear();
-  commit();
   journal.add(previous);
-  journal.commit();
+  commit();
 }
 
 void Placement::place(const std::vector<Step>& steps, Record& record)
@@ -161,12 +167,13 @@ void Placement::place(const std::vector<Step>& steps, Record& record)
 
 std::optional<Outcome> Placement::accept(Record record, const std::vector<std::string>& workFiles)
 {
-  if (const auto known = journal.find(record.input, {}); known && known->thisRun)
+  if (const auto known = journal.find(record.input, {}); known && isOfThisRun(record.input, *known))
   {
     for (const std::string& file : workFiles)
       unlink(file.c_str());
     return std::nullopt;
   }
+  heirs.erase(record.input);
   const std::optional<Record> previous = journal.read(record.input);
   const std::vector<Step> steps = plan(record, workFiles, previous);
   if (previous && keepsEarlier(record, *previous))

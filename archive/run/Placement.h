@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 namespace tarn::archive
@@ -59,10 +60,12 @@ private:
   void place(const std::vector<Step>& steps, Record& record);
   void interrupt(Record previous);
   void passOn(const Record& formerOwner, const std::string& file);
+  bool isOfThisRun(const std::string& input, const Known& known) const;
 
   Journal& journal;
   OutputStore& store;
   Again again;
+  std::unordered_set<std::string> heirs; ///< inputs whose record of this run does not come from their conversion
 };
 
 } // namespace tarn::archive

@@ -29,6 +29,7 @@ constexpr std::int64_t kSecond = 1'000'000'000; ///< nanoseconds
 constexpr std::size_t kBatch = 1024;            ///< records that are committed together at most
 constexpr std::int64_t kLongestBatch = kSecond; ///< how long a record waits to be committed
 constexpr std::size_t kQueue = 256;             ///< jobs that are taken from the source before workers take them
+constexpr unsigned kMostStillborn = 8;          ///< for each seat
 constexpr unsigned kAttempts = 2;               ///< of an input whose worker is killed from outside
 
 Reason reasonOf(const WorkerEnd& gone)
@@ -139,7 +140,8 @@ void Run::handleSource(const Frame& frame)
   {
   case fromSource::kFound:
   case fromSource::kListed:
-    queue.push_back({0, frame.type == fromSource::kListed, frame.text});
+  case fromSource::kChosen:
+    queue.push_back({0, frame.type, frame.text});
     break;
   case fromSource::kRecord:
     if (Record record = unpackedRecord(frame.text); ledger.isDone(record.input, {record.size, record.mtime}))
@@ -189,6 +191,7 @@ void Run::handle(unsigned seat, const Frame& frame)
     handleRecord(seat, unpackedRecord(frame.text));
     break;
   case fromWorker::kDone:
+    stillborn = 0;
     crew.drop(seat, std::stoull(frame.text));
     break;
   default:
@@ -244,8 +247,17 @@ void Run::handleEnd(unsigned seat)
     blame(seat, gone);
     gone.jobs.erase(gone.jobs.begin());
   }
+  countStillborn(gone);
   finished[seat].clear();
   queue.insert(queue.begin(), std::make_move_iterator(gone.jobs.begin()), std::make_move_iterator(gone.jobs.end()));
+}
+
+/// Workers that cannot even begin, for want of memory or a library, would be started for ever.
+void Run::countStillborn(const WorkerEnd& gone)
+{
+  stillborn = gone.hadJob ? 0 : stillborn + 1;
+  if (stillborn > kMostStillborn * crew.size())
+    stopFor(exitStatus::kTryAgain, "the workers end before they begin: " + gone.detail);
 }
 
 /// What kills a worker from outside need not come of its input: that is tried once more.

@@ -56,6 +56,7 @@ private:
   void handle(unsigned seat, const Frame& frame);
   void handleRecord(unsigned seat, Record record);
   void handleEnd(unsigned seat);
+  void countStillborn(const WorkerEnd& gone);
   bool isToBlame(const WorkerEnd& gone, const Job& job);
   void blame(unsigned seat, const WorkerEnd& gone);
   void handleSignal();
@@ -77,6 +78,7 @@ private:
   std::vector<Outputs> finished; ///< by seat: outputs of the job that it does
   base::Fd signals;
   std::unordered_map<std::string, unsigned> attempts; ///< of inputs whose worker was killed from outside
+  unsigned stillborn = 0;                             ///< workers in a row that ended before they had done anything
   std::int64_t lastCommit = 0;
   bool hurried = false; ///< asked twice to stop
   RunTotals counted;

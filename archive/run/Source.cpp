@@ -13,6 +13,7 @@
 #include "db/DBException.h"
 
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <stdexcept>
 #include <system_error>
@@ -56,7 +57,11 @@ void readNames(const std::string& file, bool nulTerminated, const Teller& run)
   NameList names(file, nulTerminated ? '\0' : '\n');
   run.tell(fromSource::kExpected, std::to_string(names.count()));
   for (std::string name; names.next(name);)
-    if (!name.empty())
+    if (name.find('\0') != std::string::npos)
+      throw std::runtime_error(file + " holds names that end with a NUL: --null is missing");
+    else if (name.size() >= PATH_MAX)
+      run.tell(fromSource::kProblem, base::joined("a name of ", name.size(), " bytes is none of a file"));
+    else if (!name.empty())
       run.tell(fromSource::kListed, absolutePath(name));
 }
 
@@ -79,11 +84,10 @@ void readInventory(const SourceOptions& options, const Teller& run)
   for (std::string line; lines.next(line);)
   {
     const InventoryEntry entry = entryIn(line, *options.inventory);
-    const std::string& key = entry.study.empty() ? entry.input : entry.study;
-    if (!isOfShard(key, options.studies.shard, options.studies.shards))
+    if (!isOfShard(entry.study, entry.input, options.studies.shard, options.studies.shards))
       continue;
     if (entry.hasPluginState)
-      run.tell(fromSource::kListed, entry.input);
+      run.tell(fromSource::kChosen, entry.input);
     else
       run.tell(fromSource::kRecord, packed(recordOf(entry)));
   }
@@ -97,7 +101,7 @@ void produce(const SourceOptions& options, const Teller& run)
   if (options.inventory)
     readInventory(options, run);
   if (options.studies.all || options.studies.listFile)
-    findStudyInputs(options.studies, {[&](const std::string& path) { run.tell(fromSource::kListed, path); },
+    findStudyInputs(options.studies, {[&](const std::string& path) { run.tell(fromSource::kChosen, path); },
                                       [&](const std::string& line) { run.tell(fromSource::kProblem, line); }});
 }
 

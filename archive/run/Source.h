@@ -30,6 +30,7 @@ namespace fromSource
 {
 constexpr char kFound = 'n';    ///< a path that a walk found
 constexpr char kListed = 'l';   ///< a path that was named
+constexpr char kChosen = 'c';   ///< a path that was named, of this shard whatever is found there
 constexpr char kRecord = 'r';   ///< a packed record, of an input that need not be opened
 constexpr char kOther = 'o';    ///< how many things were met that are no files
 constexpr char kExpected = 'x'; ///< how many names a list has

@@ -2,9 +2,11 @@
 #include "archive/run/Worker.h"
 
 #include "archive/run/childProcess.h"
+#include "archive/run/clock.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
@@ -12,6 +14,7 @@
 #include <system_error>
 #include <utility>
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,13 +26,23 @@ namespace
 
 std::string encodedJob(const Job& job)
 {
-  return std::to_string(job.number) + (job.listed ? " 1 " : " 0 ") + job.path;
+  return std::to_string(job.number) + " " + job.origin + job.path;
 }
 
 Job decodedJob(const std::string& text)
 {
   const std::size_t blank = text.find(' ');
-  return {std::stoull(text.substr(0, blank)), text.at(blank + 1) == '1', text.substr(blank + 3)};
+  return {std::stoull(text.substr(0, blank)), text.at(blank + 1), text.substr(blank + 2)};
+}
+
+/// What of a pipe is filled with paths: pages are not always filled, and each path has a header.
+constexpr std::size_t kShare = 4;
+
+/// Bytes that the pipe holds. Users with many pipes get small ones.
+std::size_t capacityOf(const base::Fd& pipe)
+{
+  const int bytes = fcntl(pipe.get(), F_GETPIPE_SZ);
+  return bytes > 0 ? static_cast<std::size_t>(bytes) : PIPE_BUF;
 }
 
 /// Bounds the address space to what the process has now and `bytes` more.
@@ -81,13 +94,10 @@ Worker::Worker(WorkerState& state, std::uint64_t memory, const std::function<voi
     toWorker.writeEnd = base::Fd();
     fromWorker.readEnd = base::Fd();
     WorkerSide side(std::move(toWorker.readEnd), std::move(fromWorker.writeEnd), state);
+    std::set_new_handler([] { _exit(kOutOfMemory); }); // also where the toolkit would report it as a bad file
     try
     {
       main(side);
-    }
-    catch (const std::bad_alloc&)
-    {
-      _exit(kOutOfMemory);
     }
     catch (...)
     {
@@ -96,6 +106,7 @@ Worker::Worker(WorkerState& state, std::uint64_t memory, const std::function<voi
     _exit(EXIT_SUCCESS);
   }
   jobs = std::move(toWorker.writeEnd);
+  mostSent = capacityOf(jobs) / kShare;
   results = FrameReader(std::move(fromWorker.readEnd));
 }
 
@@ -107,8 +118,22 @@ Worker::~Worker()
   static_cast<void>(wait());
 }
 
+bool Worker::receive()
+{
+  heard = steadyNow();
+  return results.receive();
+}
+
+bool Worker::isStuckSince(std::int64_t time) const
+{
+  const std::int64_t since = state.since;
+  return since != 0 ? since < time : !waiting.empty() && heard < time;
+}
+
 void Worker::send(Job job)
 {
+  if (waiting.empty())
+    heard = steadyNow();
   job.number = ++lastNumber;
   sentBytes += job.path.size();
   static_cast<void>(writeFrame(jobs, 'j', encodedJob(job))); // one that has died is noticed by its other pipe

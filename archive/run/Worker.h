@@ -18,7 +18,7 @@ namespace tarn::archive
 struct Job
 {
   std::uint64_t number = 0; ///< ascending for each worker, given by Worker::send()
-  bool listed = false;      ///< it was named, not found by a walk
+  char origin = '\0';       ///< as the source told of it: fromSource::kFound, kListed or kChosen
   std::string path;
 };
 
@@ -85,17 +85,23 @@ public:
 
   const base::Fd& fd() const { return results.fd(); }
   /// Takes in what it has said; false once it has ended.
-  [[nodiscard]] bool receive() { return results.receive(); }
+  [[nodiscard]] bool receive();
   std::optional<Frame> next() { return results.next(); }
 
-  /// Whether so many bytes more can be sent without waiting.
-  bool takes(std::size_t bytes) const { return sentBytes + bytes <= kMostSent && waiting.size() < kMostJobs; }
+  /// Whether a job with a path of so many bytes can be sent without waiting. A worker that has nothing to do reads what
+  /// it is sent, however long.
+  bool takes(std::size_t bytes) const
+  {
+    return waiting.empty() || (sentBytes + bytes <= mostSent && waiting.size() < kMostJobs);
+  }
   void send(Job job);
   /// No more jobs are sent.
   void finish() { jobs = base::Fd(); }
   /// Jobs up to `number` are done.
   void drop(std::uint64_t number);
   std::size_t jobsWaiting() const { return waiting.size(); }
+  /// Whether it is at one job, or has begun none of those that it was sent, since before `time` of the steady clock.
+  bool isStuckSince(std::int64_t time) const;
   /// The job of that number, where it is not done.
   const Job* job(std::uint64_t number) const;
   /// Takes the jobs that are not done.
@@ -111,14 +117,15 @@ public:
 
 private:
   static constexpr std::size_t kMostJobs = 128;
-  static constexpr std::size_t kMostSent = 48 * 1024; ///< bytes; less than any pipe holds
 
   pid_t pid = -1;
   base::Fd jobs;
   FrameReader results;
   std::vector<Job> waiting; ///< sent and not done, in order
   std::uint64_t lastNumber = 0;
-  std::size_t sentBytes = 0;
+  std::size_t sentBytes = 0; ///< of paths
+  std::int64_t heard = 0;    ///< when it said something, or got work after it had none
+  std::size_t mostSent = 0;  ///< less than the pipe holds
   bool killed = false;
 };
 
