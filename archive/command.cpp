@@ -111,9 +111,13 @@ private:
     parser.add_option("-o", request.out, "The output folder")->type_name("OUT");
     parser.add_flag_callback(
         "-N", [this] { request.options.touchObjectCache = false; }, "Do not touch the object cache");
-    parser.add_option("--form", request.form, "What is written: plain")
+    parser.add_option("--form", request.form, "What is written: plain or conformant")
         ->type_name("FORM")
-        ->check(CLI::IsMember({"plain"}));
+        ->check(CLI::IsMember({"plain", "conformant"}));
+    parser
+        .add_option("--images", request.options.imagesFolder,
+                    "Where images are looked for besides the data repository, for their size")
+        ->type_name("DIR");
     parser.add_flag("--dry-run", request.dryRun, "Write no file; records go to standard output");
     CLI::Option* retry = parser.add_flag_callback(
         "--retry", [this] { request.again = Again::failed; }, "Again what was not converted");
@@ -220,6 +224,7 @@ private:
       throw CLI::RequiredError("-o");
     if (!request.out.empty())
       source.leaveOut = request.out = absolutePath(request.out);
+    request.options.conformant = request.form == "conformant";
     source.studies.shard = request.options.shard;
     source.studies.shards = request.options.shards;
     source.studies.touchObjectCache = request.options.touchObjectCache;

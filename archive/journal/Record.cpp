@@ -46,6 +46,8 @@ Json jsonOf(const Record& record)
   Json& outputs = json["outputs"] = Json::array();
   for (const Output& output : record.outputs)
     outputs.push_back(jsonOf(output));
+  if (!record.rules.empty())
+    json["rules"] = record.rules;
   Json& messages = json["messages"] = Json::array();
   for (const std::string& message : record.messages)
     messages.push_back(readable(message));
@@ -88,6 +90,8 @@ Record recordOf(const Json& json)
                               reason.at("count").get<std::uint64_t>()});
   for (const Json& output : json.at("outputs"))
     record.outputs.push_back(outputOf(output));
+  if (json.contains("rules"))
+    record.rules = json.at("rules").get<std::map<std::string, std::uint64_t>>();
   record.messages = json.at("messages").get<std::vector<std::string>>();
   record.milliseconds = json.at("ms").get<double>();
   return record;

@@ -82,7 +82,8 @@ struct Record
   std::map<std::string, Tally> annotations; ///< by kind: the first word of a line without "_x"
   std::vector<Reason> reasons;
   std::vector<Output> outputs;
-  std::vector<std::string> messages; ///< as the converter would print them
+  std::map<std::string, std::uint64_t> rules; ///< remedies of the conformant form, with their number
+  std::vector<std::string> messages;          ///< as the converter would print them
   double milliseconds = 0.0;
 };
 

@@ -24,6 +24,7 @@ namespace
 {
 
 constexpr unsigned kJobsAMessage = 32;
+constexpr char kGraphicDropped[] = "graphic-dropped"; ///< the remedy of coordinates that are not finite
 
 std::vector<std::string> linesOf(const std::string& text)
 {
@@ -71,12 +72,26 @@ void takeAccount(const impsconverter::Account& account, Record& record)
   }
 }
 
+/// What the conformant form did. A graphic that nobody can draw is dropped, and with it some of a line.
+void takeForm(const OutputWriter& outputs, Record& record)
+{
+  record.rules = outputs.remedies();
+  if (record.outcome == Outcome::partly && outputs.taken() == 0 && outputs.refused() > 0)
+    record.outcome = Outcome::refused;
+  if (const auto dropped = record.rules.find(kGraphicDropped); dropped != record.rules.end())
+  {
+    record.reasons.push_back({kGraphicDropped, std::to_string(dropped->second), 0});
+    record.outcome = record.outcome == Outcome::converted ? Outcome::partly : record.outcome;
+  }
+}
+
 } // namespace
 
 InputConverter::InputConverter(const ConvertOptions& options, const Ledger& ledger, WorkerSide& run,
                                std::string workFolder)
   : options(options), ledger(ledger), run(run),
-    outputs(std::move(workFolder), [&run](std::uint64_t number, const Output& output)
+    outputs(std::move(workFolder), options.conformant ? &form : nullptr,
+            [&run](std::uint64_t number, const Output& output)
             { run.tell(fromWorker::kOutput, std::to_string(number) + "\n" + packed(output)); })
 {
 }
@@ -152,6 +167,7 @@ void InputConverter::convert(const Job& job, const FileVersion& version)
   record.outcome = outcomeOf(result, converter.account());
   if (record.outcome == Outcome::failed)
     requireDatabase();
+  takeForm(outputs, record);
   record.input = job.path;
   record.size = version.size;
   record.mtime = version.mtime;

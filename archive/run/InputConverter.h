@@ -19,6 +19,8 @@ struct ConvertOptions
   bool touchObjectCache = true;
   unsigned shard = 1; ///< only inputs of this share are converted
   unsigned shards = 1;
+  bool conformant = false;  ///< the form of the outputs
+  std::string imagesFolder; ///< where images are looked for besides the data repository; empty for none
 };
 
 /// What a worker does with the files that it is given: passes over what is no presentation state, leaves what is done
@@ -44,8 +46,9 @@ private:
   ConvertOptions options;
   const Ledger& ledger;
   WorkerSide& run;
-  OutputWriter outputs;
   db::DBConnectorSql db{db::Missing::refuse};
+  ConformantForm form{db, options.imagesFolder};
+  OutputWriter outputs;
   std::int64_t begun = 0; ///< of the job, nanoseconds
 };
 

@@ -48,13 +48,24 @@ void describeImage(DcmDataset& dataset, Output& output)
 void OutputWriter::begin(const std::string& studyUid)
 {
   studyFolder = folderOfStudy(studyUid);
+  takenCount = 0;
+  refusedCount = 0;
+  applied.clear();
 }
 
 /// The message is that of a presentation state that cannot be saved.
-bool OutputWriter::take(impsconverter::ValidPresentationState& state, const impsconverter::Account::Lines& lines)
+bool OutputWriter::take(impsconverter::ValidPresentationState& state, const impsconverter::OutputContext& context,
+                        impsconverter::OutputRefusal& refusal)
 {
   const std::string& name = state.outputName();
   const std::unique_ptr<DcmFileFormat> file = state.releaseFile();
+  if (form)
+    form->apply(*file->getDataset(), context.image, applied, refusal);
+  if (!refusal.code.empty())
+  {
+    ++refusedCount;
+    return true;
+  }
   bytes.clear();
   const auto append = [this](const char* block, std::size_t length)
   {
@@ -72,7 +83,8 @@ bool OutputWriter::take(impsconverter::ValidPresentationState& state, const imps
   describeImage(*file->getDataset(), output);
   output.bytes = bytes.size();
   output.sha256 = sha256Hex(bytes);
-  output.annotations = lines;
+  output.annotations = context.lines;
+  ++takenCount;
   finished(number++, output);
   return true;
 }

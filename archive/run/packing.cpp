@@ -34,7 +34,7 @@ template <class Archive>
 void serialize(Archive& archive, Record& record)
 {
   archive(record.input, record.size, record.mtime, record.study, record.instance, record.outcome, record.annotations,
-          record.reasons, record.outputs, record.messages, record.milliseconds);
+          record.reasons, record.outputs, record.rules, record.messages, record.milliseconds);
 }
 
 namespace
