@@ -4,6 +4,7 @@
 #include "archive/inputs/FileLook.h"
 #include "archive/inputs/walkPaths.h"
 #include "archive/run/exitStatus.h"
+#include "base/Console.h"
 #include "base/report.h"
 #include "conformance/Rule.h"
 #include "conformance/conform.h"
@@ -75,6 +76,16 @@ int StateCheck::finish(bool notesFail) const
 }
 
 } // namespace
+
+int listRules()
+{
+  consoleOut() << "| code | level | PS3.3 | rule | remedy |\n|---|---|---|---|---|\n";
+  for (const conformance::Rule& rule : conformance::rules())
+    consoleOut() << "| `" << rule.code << "` | " << (rule.level == conformance::Level::note ? "note" : "error") << " | "
+                 << rule.clause << " | " << rule.what << " | "
+                 << (rule.remedy ? base::joined('`', rule.remedy, '`') : "") << " |\n";
+  return exitStatus::kDone;
+}
 
 int checkStates(const std::vector<std::string>& paths, FindingForm form, bool notesFail)
 {

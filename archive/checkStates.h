@@ -13,4 +13,7 @@ namespace tarn::archive
 /// no presentation state or cannot be loaded.
 int checkStates(const std::vector<std::string>& paths, FindingForm form, bool notesFail);
 
+/// Writes the table of the rules to consoleOut(), as it stands in docs/conformance.md. Returns the exit status.
+int listRules();
+
 } // namespace tarn::archive

@@ -170,6 +170,7 @@ private:
     parser.add_option("PATH", request.source.paths, "Files, and folders that are walked")->type_name("");
     parser.add_option("--journal", request.out, "The output folder of conversions, held against its journals")
         ->type_name("OUT");
+    parser.add_flag("--rules", wantsRules, "Print the table of the rules");
     parser.add_flag("--notes-fail", notesFail, "Exit status 1 for notes too");
     parser.add_option("--format", findingForm, "text or json")
         ->option_text("FORMAT")
@@ -205,8 +206,10 @@ private:
 
   int check() const
   {
+    if (wantsRules)
+      return listRules();
     if (request.source.paths.empty() && request.out.empty())
-      throw CLI::RequiredError("PATH or --journal");
+      throw CLI::RequiredError("PATH, --journal or --rules");
     const int journals =
         request.out.empty() ? exitStatus::kDone : checkJournals(absolutePath(request.out), findingForm);
     const int states =
@@ -236,6 +239,7 @@ private:
   std::optional<std::string> file;
   FindingForm findingForm = FindingForm::text;
   bool notesFail = false;
+  bool wantsRules = false;
   ReportForm reportForm = ReportForm::text;
   std::function<int()> command; ///< the one that is chosen
 };
