@@ -63,8 +63,8 @@ void StateCheck::check(const std::string& path)
   if (const OFCondition loaded = dicom::loadFile(file, path); loaded.bad())
     return findings.write({path, "not-loaded", loaded.text()});
   for (const conformance::Finding& finding : conformance::check(*file.getDataset(), nullptr))
-    findings.write({path, finding.rule->code, finding.text, finding.rule->level == conformance::Level::note,
-                    finding.rule->clause, finding.at});
+    findings.write(
+        {path, finding.code, finding.text, finding.level == conformance::Level::note, finding.clause, finding.at});
 }
 
 int StateCheck::finish(bool notesFail) const

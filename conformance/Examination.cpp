@@ -8,12 +8,13 @@ namespace tarn::conformance
 
 void Examination::find(const Placed& where, const std::string& text, Remedy remedy)
 {
-  found.emplace_back(Finding{current, where.at, text}, std::move(remedy));
+  found.emplace_back(Finding{current->code, current->clause, current->level, where.at, text}, std::move(remedy));
 }
 
 void Examination::find(const Placed& where, const DcmTagKey& tag, const std::string& text, Remedy remedy)
 {
-  found.emplace_back(Finding{current, placeOf(where, tag), text}, std::move(remedy));
+  found.emplace_back(Finding{current->code, current->clause, current->level, placeOf(where, tag), text},
+                     std::move(remedy));
 }
 
 std::vector<Finding> Examination::examine(const Rule& rule)

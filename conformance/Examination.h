@@ -15,6 +15,8 @@
 namespace tarn::conformance
 {
 
+struct Rule;
+
 /// A presentation state while one rule is held against it.
 class Examination
 {

@@ -11,12 +11,12 @@ enum class Level
   note   ///< allowed, but readers are known to stumble over it
 };
 
-struct Rule;
-
 /// A place in a presentation state where a rule is broken.
 struct Finding
 {
-  const Rule* rule;
+  const char* code;   ///< of the rule, stable for ever
+  const char* clause; ///< of PS3.3, unless it says otherwise
+  Level level;
   std::string
       at; ///< the path in the data set: "GraphicAnnotationSequence[0].TextObjectSequence[3]"; empty for its root
   std::string text; ///< what is wrong there

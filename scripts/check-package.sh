@@ -10,7 +10,7 @@ cmake --install "$1" --prefix "$work/prefix" >/dev/null
 "$1/bin/annomend-samples" "$work/archive"
 export TARN_DB_URL=sqlite::memory: TARN_LOG=none
 
-expected=$'text: 1 of 1, 2 objects, messages: File CT.1.2.826.0.1.7770001.2.11.1.20.1.6 was not found in the database - checking referenced series sequence'
+expected=$'text: 1 of 1, 1 frame number removed, 2 objects, messages: File CT.1.2.826.0.1.7770001.2.11.1.20.1.6 was not found in the database - checking referenced series sequence'
 check() {
   local said
   said=$("$1" "$work/archive/states/image-elsewhere.dcm")

@@ -1,7 +1,6 @@
 // The conformant form of an output, and what is known of its image.
 #include "archive/run/ConformantForm.h"
 
-#include "conformance/Rule.h"
 #include "conformance/conform.h"
 #include "images/ObjectInfo.h"
 
@@ -43,7 +42,7 @@ void ConformantForm::apply(DcmDataset& dataset, const impsconverter::ObjectInfo&
   for (const auto& [code, count] : result.remedies)
     remedies[code] += count;
   if (!result.left.empty())
-    refusal = {result.left.front().rule->code, image.objectName};
+    refusal = {result.left.front().code, image.objectName};
 }
 
 } // namespace tarn::archive

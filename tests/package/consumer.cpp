@@ -2,6 +2,7 @@
 #include <Account.h>
 #include <annomend.h>
 #include <Console.h>
+#include <conform.h>
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>
@@ -24,6 +25,7 @@ int main(int argc, char** argv)
   const bool good = impsconverter::convertPSObject(*db, &file, results, false, account);
   for (const auto& [kind, lines] : account.annotations())
     std::cout << kind << ": " << lines.written << " of " << lines.read << ", ";
-  std::cout << results.size() << " objects, messages: " << messages.str();
+  const auto mended = tarn::conformance::makeConformant(*results.front()->getDataset(), nullptr);
+  std::cout << mended.remedies.at("frame-number-removed") << " frame number removed, " << results.size() << " objects, messages: " << messages.str();
   return good ? 0 : 1; // the results go with the process
 }
