@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every check: the tests under the sanitizers, the sample archive judged by
 # independent readers, system calls that fail, the same bytes from both compilers, runs and servers that are killed, a
-# minute of fuzzing for each target, formatting and lint.
+# cluster and an archive, a minute of fuzzing for each target, formatting and lint.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -40,6 +40,10 @@ scripts/check-determinism.sh build/release
 
 step "Killed runs and servers"
 /usr/bin/python3 tests/killed/check_killed.py build/release
+
+step "A cluster, and an archive that takes what is sent"
+/usr/bin/python3 tests/slurm/check_slurm.py build/release
+/usr/bin/python3 tests/lastmile/check_orthanc.py build/release
 
 step "Fuzzing"
 scripts/fuzz.sh "${FUZZ_SECONDS:-60}"
