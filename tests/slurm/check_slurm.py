@@ -71,7 +71,8 @@ class Check:
                             "SLURM_CONF": f"{folder}/slurm.conf"}
         self.states = sorted((folder / "archive/states").glob("*/*"))
         self.ask("annomend-archive", "find", folder / "archive/states", "-o", self.inventory)
-        self.inventory.write_text("".join(sorted(self.inventory.read_text().splitlines(keepends=True))))
+        for shard in range(1, SHARDS + 1):
+            (folder / f"inventory.{shard}").write_text("".join(sorted(self.inventory.open())))
 
     def ask(self, *command, **variables):
         return subprocess.run(command, env={**self.environment, **variables}, stdout=subprocess.PIPE,
@@ -104,7 +105,7 @@ class Check:
     def submit(self, array, **variables):
         return self.ask("sbatch", "--parsable", f"--array={array}", "--cpus-per-task=2",
                         f"--output={self.folder}/task-%a", ROOT / "packaging/slurm/annomend-archive.sbatch", self.out,
-                        "--inventory", self.inventory, **variables).strip()
+                        "--inventory", f"{self.inventory}.%a", **variables).strip()
 
     def tasks(self, job, field):
         """A field of each task that has begun, by the task's number."""
