@@ -3,8 +3,8 @@
 
 Makes an archive of so many copies of the sample study in each FOLDER (on the file systems to be compared), and prints
 what was measured there: conversion by one and two workers, with and without the import of the studies, a second run
-that finds everything done, a walk over files that are no states; bytes of journal and outputs; and for a journal of 10,000
-and one of 1,000,000 records, memory and time of a run that only reads it.
+that finds everything done, walks; bytes of journal and outputs; and for a journal of 10,000 and one of 1,000,000
+records, memory and time of a run that only reads it.
 """
 import json
 import os
@@ -62,6 +62,7 @@ class Bench:
         self.rate("checked", self.count, self.run("check", "--journal", self.out)[0])
 
     def walks(self):
+        self.rate("found (find)", self.count, self.run("find", self.states, "-o", "/dev/null")[0])
         others = self.folder / "others"
         others.mkdir()
         image = next(self.archive.glob("images/*/*")).read_bytes()

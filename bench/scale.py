@@ -2,10 +2,10 @@
 """Archives of millions of states on many shards, simulated: scale.py JOURNAL STATE_MS IMPORT_MS [STATES...]
 
 Replays the times in the records of a journal, stretched to a mean of STATE_MS, over archives of so many states, 10^7
-and 10^9 when none are given. A study has a lognormal number of states, rounded up, with the median and sigma below;
-it falls to a shard by its hash, and its import takes IMPORT_MS once. Prints for each number of shards, of a worker each,
-the mean and the slowest shard, the speed-up over one, the part of the slowest shard's time that its largest study takes, and what
-all shards together ask of the database and of the file server.
+and 10^9 when none are given. A study has a lognormal number of states, rounded up, with the median and sigma below; it
+falls to a shard by its hash, and its import takes IMPORT_MS once. Prints for each number of shards, of a worker each,
+the mean and the slowest shard, the speed-up over one, the part of the slowest shard's time that its largest study
+takes, and what all shards together ask of the database and of the file server.
 """
 import json
 import sys
@@ -57,6 +57,7 @@ def simulate(states, measured, importing):
 
 def show(states, loads, largest, what, total, count):
     whole = loads[1][0]
+    statements = STATEMENTS * total + IMPORT_STATEMENTS * count
     print(f"{states:,} states, {what}")
     print("| shards | mean shard | slowest shard | speed-up | its largest study | statements/s | metadata/s |")
     print("|---|---|---|---|---|---|---|")
@@ -64,8 +65,8 @@ def show(states, loads, largest, what, total, count):
         slowest = int(loads[shards].argmax())
         wall = loads[shards][slowest]
         share = largest[shards][slowest] / wall
-        print(f"| {shards:,} | {duration(whole / shards)} | {duration(wall)} | {whole / wall:,.0f} | {100 * share:.1f} % "
-              f"| {(STATEMENTS * total + IMPORT_STATEMENTS * count) / wall:,.0f} | {METADATA * total / wall:,.0f} |")
+        print(f"| {shards:,} | {duration(whole / shards)} | {duration(wall)} | {whole / wall:,.0f} "
+              f"| {100 * share:.1f} % | {statements / wall:,.0f} | {METADATA * total / wall:,.0f} |")
 
 
 def duration(seconds):
