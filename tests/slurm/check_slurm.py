@@ -18,7 +18,7 @@ import tempfile
 ROOT = pathlib.Path(__file__).parents[2]
 sys.path.append(str(ROOT / "tests"))
 from checking import conclude, sample_archive
-from cluster import Cluster, Skipped, wait_for
+from cluster import Cluster, Skipped, require_daemons, wait_for
 
 SHARDS, STUDIES = 6, 36
 KILLED, CANCELLED, ASKED = 1, 2, SHARDS  # the task whose SLURM_JOB_ID is the array's is the last
@@ -109,6 +109,7 @@ def lock_study(file, study):
 
 
 def main():
+    require_daemons()
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     with tempfile.TemporaryDirectory() as name:
         check = Check(pathlib.Path(name))

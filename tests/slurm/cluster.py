@@ -45,13 +45,17 @@ def wait_for(what, holds, error=AssertionError):
         time.sleep(0.1)
 
 
+def require_daemons():
+    if missing := [daemon for daemon in ("munged", "slurmctld", "slurmd") if not shutil.which(daemon)]:
+        raise Skipped(f"not installed: {', '.join(missing)}")
+    if os.geteuid() != 0:
+        raise Skipped("the daemons of Slurm need root")
+
+
 class Cluster:
     """Its files are in `folder`, and its jobs have the environment."""
 
     def __init__(self, folder, environment, cpus):
-        missing = [daemon for daemon in ("munged", "slurmctld", "slurmd") if not shutil.which(daemon)]
-        if os.geteuid() != 0 or missing:
-            raise Skipped(f"{', '.join(missing)} not installed" if missing else "the daemons of Slurm need root")
         self.folder, self.environment = folder, {**environment, "SLURM_CONF": f"{folder}/slurm.conf"}
         (folder / "munge.key").touch(mode=0o600)
         (folder / "munge.key").write_bytes(os.urandom(1024))
