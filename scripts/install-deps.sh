@@ -11,6 +11,8 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev mariadb-server mariadb-client procps openssl
   # system calls that fail, runs that are killed, leaks
   strace valgrind
+  # a cluster of one node, and an archive that takes what is sent
+  slurm-wlm munge orthanc
   # independent readers of what the converter writes; Debian's modules belong to /usr/bin/python3, which the scripts name
   # because another python3 in the PATH does not find them
   dicom3tools python3 python3-pydicom python3-numpy

@@ -15,12 +15,14 @@ use_sample_archive() {
   export TARN_LOG="file:$archive/archive.log"
 }
 
-# make_sample_archive ARCHIVE: images, states, database, object meta file, in an empty folder.
+# make_sample_archive ARCHIVE [STUDIES]: images, states, database, object meta files, in an empty folder; with a number,
+# of so many studies (samples/many_studies.py).
 make_sample_archive() {
   local archive=$1
   rm -rf "$archive"
   mkdir -p "$archive/meta" "$archive/tempmeta"
   annomend-samples "$archive"
+  [[ -z ${2:-} ]] || /usr/bin/python3 samples/many_studies.py "$archive" "$2"
   tarnctl init
   tarnctl add-study "$archive"/images/*
 }

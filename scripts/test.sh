@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every check: the tests under the sanitizers, the sample archive judged by
 # independent readers, system calls that fail, the same bytes from both compilers, runs and servers that are killed,
-# archives that are converted and interrupted, a minute of fuzzing for each target, formatting and lint.
+# archives that are converted and interrupted, a cluster, an archive that takes what is sent, a minute of fuzzing for
+# each target, formatting and lint.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -44,6 +45,10 @@ step "Killed runs and servers"
 step "Archives, converted, interrupted and attacked"
 /usr/bin/python3 tests/archive/check_archive.py build/release
 /usr/bin/python3 tests/archive/check_archive.py build/release --mysql
+
+step "A cluster, and an archive that takes what is sent"
+/usr/bin/python3 tests/slurm/check_slurm.py build/release
+/usr/bin/python3 tests/lastmile/check_orthanc.py build/release
 
 step "Fuzzing"
 scripts/fuzz.sh "${FUZZ_SECONDS:-60}"

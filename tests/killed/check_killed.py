@@ -19,7 +19,7 @@ import time
 
 TESTS = pathlib.Path(__file__).parents[1]
 sys.path.append(str(TESTS))
-from checking import rows_of_copy
+from checking import rows_of_copy, sample_archive
 
 KILLS, SERVER_KILLS, ROWS = 150, 20, 2000
 CHANGING_CALLS = ("write,pwrite64,sendto,fsync,fdatasync,ftruncate,rename,unlink,mkdir,rmdir,flock,fcntl,fchmod,"
@@ -96,11 +96,7 @@ class Archive:
         self.out.mkdir()
         self.trace = folder / "calls"
         self.database = make_database(folder)
-        script = ('source scripts/sample-archive.sh; use_sample_archive "$1" "$2"; export TARN_DB_URL="$3";'
-                  'make_sample_archive "$2" >/dev/null 2>&1; env -0')
-        environment = subprocess.check_output(
-            ["bash", "-ec", script, "bash", build, folder / "archive", self.database.url], text=True)
-        self.env = dict(item.split("=", 1) for item in environment.split("\0") if item)
+        self.env = sample_archive(build, folder / "archive", database=self.database.url)
         self.states = sorted((folder / "archive/states").iterdir())
         self.meta, = (folder / "archive/meta").iterdir()
         self.legacy = folder / "archive/images" / self.meta.name
