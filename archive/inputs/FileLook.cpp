@@ -23,13 +23,11 @@ constexpr char kStateClass[] = "1.2.840.10008.5.1.4.1.1.11.1"; ///< Grayscale So
 FileLook::FileLook(const std::string& path) : fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC))
 {
   struct stat status = {};
-  if (!fd && errno == ENXIO)
-    found = Kind::other; // a socket, or a device that is not there
-  else if (!fd)
+  if (!fd && errno != ENXIO)
     fail(errno == ENOENT || errno == ENOTDIR || errno == ELOOP ? Kind::missing : Kind::unreadable, errno);
-  else if (fstat(fd.get(), &status) != 0)
+  else if (fd && fstat(fd.get(), &status) != 0)
     fail(Kind::unreadable, errno);
-  else if (!S_ISREG(status.st_mode))
+  else if (!fd || !S_ISREG(status.st_mode)) // no socket can be opened, and no device that is not there
     found = Kind::other;
   else
     seen = versionOf(status);
