@@ -76,6 +76,7 @@ TEST(TextInJson, ShowsBytesThatAreNoUtf8)
       {"\xed\xa0\x80", "\\xED\\xA0\\x80"},          // a surrogate
       {"\xf4\x90\x80\x80", "\\xF4\\x90\\x80\\x80"}, // beyond U+10FFFF
       {"\xf0\x9f\x98!", "\\xF0\\x9F\\x98!"},
+      {"\xf5\x80\x80\x80", "\\xF5\\x80\\x80\\x80"}, // no such lead byte
       {"\x80\xe2\x82", "\\x80\\xE2\\x82"},
   };
   for (const auto& [bytes, shown] : rows)

@@ -73,6 +73,7 @@ def same_bytes_and_sums(archive, folder, chance):
     inputs = archive.tree(folder / "in", 1500) + put_all(folder / "in/samples", archive.samples) + odd
     found = archive.convert(out, folder / "in", status=1, inputs=inputs)
     expect(outcomes(found).keys() == {"converted", "partly", "nothing", "refused", "failed"}, outcomes(found))
+    expect(all(map(is_current, found.values())), "sizes or times are not those of the inputs")
     unknown = codes(found[str(folder / "in/odd/odd lines")])
     expect(sorted(unknown) == ["kind-unknown"] * 3 + ["line-unknown"], unknown)
     before = (out / "journal/1-of-1.jsonl").read_bytes()
