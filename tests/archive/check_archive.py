@@ -131,7 +131,7 @@ def names_from_lists(archive, folder, chance):
     expect(inputs[0] in found and len(found) == 2, f"odd names: {found.keys()}")
     for arguments, why in (([], "PATH"), (["--files-from", folder / "none"], "none cannot be read"),
                            (["--null", folder], "--null"), (["--shard", "3/2", folder], "--shard"),
-                           (["--retry", "--redo", folder], "--redo"), (["--inventory", bad], "input"),
+                           (["--retry", "--redo", folder], "--redo"), (["--inventory", bad], "inventory"),
                            (["--files-from", listed], "--null is missing")):
         archive.refuses(2, why, "convert", "-o", folder / "usage", *arguments)
 
