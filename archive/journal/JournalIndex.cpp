@@ -73,7 +73,7 @@ void JournalIndex::load()
   catch (const std::exception& failure)
   {
     if (line.find('\0') == std::string::npos || all - bytes > kLongestTornTail)
-      throw JournalError(base::joined(file, " is damaged at byte ", bytes, ": ", failure.what()));
+      throw JournalMisfit(base::joined(file, " is damaged at byte ", bytes, ": ", failure.what()));
   }
 }
 
