@@ -61,10 +61,7 @@ RunResult lead(const ConvertRequest& request, Ledger& ledger, Source& source,
               InputConverter(request.options, ledger, run, workFolders.at(seat)).work();
             });
   Progress progress(formOf(request));
-  RunResult result = Run(crew, ledger, progress, request.timeout).go(source, workFolders);
-  if (!result.stop.reason.empty())
-    progress.line("annomend-archive: " + result.stop.reason);
-  return result;
+  return Run(crew, ledger, progress, request.timeout).go(source, workFolders);
 }
 
 int runDry(const ConvertRequest& request)

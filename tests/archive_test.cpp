@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <set>
+#include <vector>
 
 using namespace tarn::archive;
 using namespace std::string_literals;
@@ -57,10 +58,10 @@ TEST(FirstBytes, TellTheClassOrNothing)
       {"empty", "", {}},
   };
   for (const auto& [name, bytes, sopClass] : starts)
-    EXPECT_EQ(tarn::dicom::sopClassIn(bytes), sopClass) << name;
-  for (const auto& start : starts) // under the sanitizers: nothing is read past the end
-    for (std::size_t length = 0; length < start.bytes.size(); ++length)
-      tarn::dicom::sopClassIn(std::string_view(std::make_unique<std::string>(start.bytes, 0, length)->c_str(), length));
+  {
+    const std::vector<char> whole(bytes.begin(), bytes.end()); // which the sanitizers guard at its very end
+    EXPECT_EQ(tarn::dicom::sopClassIn({whole.data(), whole.size()}), sopClass) << name;
+  }
 }
 
 TEST(TextInJson, ShowsBytesThatAreNoUtf8)
@@ -68,17 +69,14 @@ TEST(TextInJson, ShowsBytesThatAreNoUtf8)
   const std::pair<std::string, std::string> rows[] = {
       {"plain \xc3\xa4 \xe2\x82\xac \xf0\x9f\x98\x80 \xf4\x8f\xbf\xbf",
        "plain \xc3\xa4 \xe2\x82\xac \xf0\x9f\x98\x80 \xf4\x8f\xbf\xbf"},
-      {"\xff"
-       "a",
-       "\\xFFa"},
+      {"\xff!", "\\xFF!"},
       {"\xc3", "\\xC3"},
       {"\xc0\xaf", "\\xC0\\xAF"},                   // overlong
       {"\xe0\x9f\xbf", "\\xE0\\x9F\\xBF"},          // overlong
       {"\xed\xa0\x80", "\\xED\\xA0\\x80"},          // a surrogate
       {"\xf4\x90\x80\x80", "\\xF4\\x90\\x80\\x80"}, // beyond U+10FFFF
-      {"\xf0\x9f\x98"
-       "x",
-       "\\xF0\\x9F\\x98x"},
+      {"\xf0\x9f\x98!", "\\xF0\\x9F\\x98!"},
+      {"\xf5\x80\x80\x80", "\\xF5\\x80\\x80\\x80"}, // no such lead byte
       {"\x80\xe2\x82", "\\x80\\xE2\\x82"},
   };
   for (const auto& [bytes, shown] : rows)
@@ -118,7 +116,7 @@ TEST(RecordLine, HoldsAllOfIt)
   record.messages = {"one"};
   record.milliseconds = 0.125;
   EXPECT_EQ(toJson(record), line);
-  EXPECT_EQ(toJson(recordFrom(line)), replaced(line, "CT.\\x80", "CT.\\x80"));
+  EXPECT_EQ(toJson(recordFrom(line)), line);
   EXPECT_EQ(recordFrom(line).input, record.input);
   EXPECT_ANY_THROW(recordFrom(replaced(line, "partly", "done")));
   const std::string entry = R"({"input":"/b","size":1,"mtime":"","study":"1","instance":"2","private":true})";
@@ -140,18 +138,18 @@ struct JournalFile
   Journal open() const { return Journal(folder.path(), {}); }
 };
 
-/// Why the journal of `header` cannot be opened.
+/// Why the journal of `header` cannot be opened; empty where it can.
 std::string refusalOf(const TempDir& folder, const JournalHeader& header)
 {
   try
   {
-    Journal(folder.path(), header);
-    return "";
+    const Journal opened(folder.path(), header);
   }
   catch (const JournalError& refusal)
   {
     return refusal.what();
   }
+  return "";
 }
 
 TEST(JournalOfEarlierRuns, LosesNoMoreThanItsTornEnd)
@@ -221,7 +219,7 @@ TEST(JournalIndex, KnowsAllWhoHaveAnOutput)
   for (const char* input : {"/a", "/b", "/c", "/d"})
   {
     Record record = recordOf(input);
-    record.outputs = {{"1/PR.1", "", "", "", "", 1, "", {}, inputs.size() > 0}};
+    record.outputs = {{"1/PR.1", "", "", "", "", 1, "", {}, !inputs.empty()}};
     journal.add(record);
     inputs.insert(input);
   }

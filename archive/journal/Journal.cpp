@@ -49,7 +49,7 @@ base::Fd openedForAppending(const std::string& folder, const JournalHeader& head
   if (!fd || fstat(fd.get(), &status) != 0)
     throw cannot(file, "opened");
   if (!S_ISREG(status.st_mode) || status.st_uid != geteuid())
-    throw JournalError(file + " cannot be opened: it is no regular file of this account");
+    throw JournalMisfit(file + " cannot be opened: it is no regular file of this account");
   if (flock(fd.get(), LOCK_EX | LOCK_NB) == 0)
     return fd;
   if (errno == EWOULDBLOCK)

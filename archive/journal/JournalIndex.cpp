@@ -31,6 +31,12 @@ std::string beginningOf(const std::string& input)
   return text + "\"size\":"; // and not "input_hex", of another input that looks the same
 }
 
+/// The name of the link from the place of an output to that before.
+std::string linkName(const std::string& output, Role role, std::uint64_t offset)
+{
+  return base::joined(static_cast<int>(role), " ", output, " ", offset);
+}
+
 base::Fd openedForReading(const std::string& path)
 {
   base::Fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -67,7 +73,7 @@ void JournalIndex::load()
   catch (const std::exception& failure)
   {
     if (line.find('\0') == std::string::npos || all - bytes > kLongestTornTail)
-      throw JournalError(base::joined(file, " is damaged at byte ", bytes, ": ", failure.what()));
+      throw JournalMisfit(base::joined(file, " is damaged at byte ", bytes, ": ", failure.what()));
   }
 }
 
@@ -84,10 +90,18 @@ void JournalIndex::note(const RecordKeys& keys, std::uint64_t offset)
   count(keys, +1);
   inputs.put(keys.input, offset, [&](std::uint64_t place) { return isOf(place, keys.input); });
   for (const auto& [file, role] : keys.outputs)
-    outputs.at(static_cast<std::size_t>(role))
-        .put(file, offset,
-             [&, &name = file, as = role](std::uint64_t place)
-             { return isOf(place, keys.input) && holds(recordFrom(lineAt(place)), name, as); });
+    noteOutput(file, role, offset);
+}
+
+/// The places that have the output form a chain, the newest first: copies of a state may be many.
+void JournalIndex::noteOutput(const std::string& output, Role role, std::uint64_t offset)
+{
+  OffsetIndex& newest = outputs.at(static_cast<std::size_t>(role));
+  const auto isHeld = [&](std::uint64_t place) { return holds(recordFrom(lineAt(place)), output, role); };
+  const std::uint64_t before = newest.find(output, isHeld);
+  newest.put(output, offset, [before](std::uint64_t place) { return place == before; });
+  if (before != OffsetIndex::kNone)
+    older.put(linkName(output, role, offset), before, [](std::uint64_t) { return false; });
 }
 
 void JournalIndex::count(const RecordKeys& keys, int step)
@@ -135,15 +149,16 @@ std::optional<Record> JournalIndex::read(const std::string& input) const
 
 std::optional<std::string> JournalIndex::holderOf(const std::string& output, Role role, const Counts& counts) const
 {
-  std::string holder;
-  const auto isHeld = [&](std::uint64_t offset)
+  const auto isHeld = [&](std::uint64_t place) { return holds(recordFrom(lineAt(place)), output, role); };
+  std::uint64_t place = outputs.at(static_cast<std::size_t>(role)).find(output, isHeld);
+  while (place != OffsetIndex::kNone)
   {
-    const Record record = recordFrom(lineAt(offset));
-    holder = record.input;
-    return holds(record, output, role) && inputs.holds(holder, offset) && (!counts || counts(holder));
-  };
-  const std::uint64_t found = outputs.at(static_cast<std::size_t>(role)).find(output, isHeld);
-  return found == OffsetIndex::kNone ? std::nullopt : std::make_optional(holder);
+    const std::string holder = recordFrom(lineAt(place)).input;
+    if (inputs.holds(holder, place) && (!counts || counts(holder)))
+      return holder;
+    place = older.find(linkName(output, role, place), isHeld);
+  }
+  return std::nullopt;
 }
 
 void JournalIndex::forEach(const std::function<void(const Record& record)>& visit) const

@@ -48,6 +48,7 @@ public:
 private:
   void load();
   void note(const RecordKeys& keys, std::uint64_t offset);
+  void noteOutput(const std::string& output, Role role, std::uint64_t offset);
   void count(const RecordKeys& keys, int step);
   std::string lineAt(std::uint64_t offset) const;
   bool isOf(std::uint64_t offset, const std::string& input) const;
@@ -56,7 +57,8 @@ private:
   base::Fd fd; ///< for look-ups
   std::uint64_t bytes = 0;
   OffsetIndex inputs;
-  std::array<OffsetIndex, kRoles> outputs; ///< by role
+  std::array<OffsetIndex, kRoles> outputs; ///< by role: the newest place of each
+  OffsetIndex older;                       ///< for each such place and output the one before
   std::array<std::uint64_t, kOutcomes> outcomeCounts{};
   std::map<std::string, std::uint64_t> reasonCounts;
 };

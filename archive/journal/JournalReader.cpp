@@ -62,7 +62,7 @@ std::optional<JournalHeader> JournalReader::headerOf(const std::string& path)
     return std::nullopt;
   std::optional<JournalHeader> found = headerFrom(line);
   if (!found)
-    throw JournalError(path + " does not begin with the header of a journal");
+    throw JournalMisfit(path + " does not begin with the header of a journal");
   return found;
 }
 
