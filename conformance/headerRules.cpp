@@ -6,7 +6,6 @@
 #include "privateblock/PBItem.h"
 
 #include <algorithm>
-#include <cctype>
 #include <set>
 
 namespace tarn::conformance
@@ -21,7 +20,7 @@ struct Attribute
   bool isTypeTwo; ///< PS3.3 asks for it, with a value or without
 };
 
-// PS3.3 tables C.7-1, C.7-3, C.7-5a, C.7-8, C.11.10-1 and 10-12. Type 1 attributes have rules of their own.
+// PS3.3 tables C.7-1, C.7-3, C.7-5a, C.7-8, C.11.10-1 and 10-12. Those of type 1 have rules of their own.
 const Attribute kAttributes[] = {
     {DCM_PatientName, EVR_PN, true},
     {DCM_PatientID, EVR_LO, true},
@@ -36,19 +35,10 @@ const Attribute kAttributes[] = {
     {DCM_Manufacturer, EVR_LO, true},
     {DCM_ContentDescription, EVR_LO, true},
     {DCM_ContentCreatorName, EVR_PN, true},
-    {DCM_SOPClassUID, EVR_UI, false},
-    {DCM_SOPInstanceUID, EVR_UI, false},
-    {DCM_StudyInstanceUID, EVR_UI, false},
-    {DCM_SeriesInstanceUID, EVR_UI, false},
-    {DCM_Modality, EVR_CS, false},
     {DCM_SeriesDate, EVR_DA, false},
     {DCM_SeriesTime, EVR_TM, false},
     {DCM_BodyPartExamined, EVR_CS, false},
     {DCM_Laterality, EVR_CS, false},
-    {DCM_InstanceNumber, EVR_IS, false},
-    {DCM_ContentLabel, EVR_CS, false},
-    {DCM_PresentationCreationDate, EVR_DA, false},
-    {DCM_PresentationCreationTime, EVR_TM, false},
 };
 
 /// Whether a value has the form that PS3.5 6.2 gives the VR; what texts may hold is the character set's matter.
@@ -86,6 +76,23 @@ std::string codeOf(std::string text)
     else if (!((letter >= 'A' && letter <= 'Z') || (letter >= '0' && letter <= '9') || letter == ' '))
       letter = '_';
   return base::trimmed(text);
+}
+
+/// The first letters of a text, at most as many as LO has (PS3.5 6.2); UTF-8 has a letter in several bytes.
+std::string cut(const std::string& text, bool isUtf8)
+{
+  constexpr int kMostLetters = 64;
+  int letters = 0;
+  for (std::size_t i = 0; i < text.size(); ++i)
+    if (const bool begins = !isUtf8 || (static_cast<unsigned char>(text[i]) & 0xC0U) != 0x80U;
+        begins && ++letters > kMostLetters)
+      return base::trimmed(text.substr(0, i));
+  return text;
+}
+
+bool isPlain(const std::string& text)
+{
+  return std::all_of(text.begin(), text.end(), [](char letter) { return letter >= ' ' && letter <= '~'; });
 }
 
 /// Parts of the body that have no left and right (PS3.16 annex L), as far as dictionaries of readers agree.
@@ -214,24 +221,6 @@ void examineTypeTwo(Examination& state)
                  puttingText(state.root(), attribute.tag, attribute.vr, ""));
 }
 
-/// Values that are no text cannot be put under another VR.
-void examineHeaderVrs(Examination& state)
-{
-  for (const Attribute& attribute : kAttributes)
-  {
-    DcmElement* element = nullptr;
-    if (state.root().item.findAndGetElement(attribute.tag, element).bad() || element->ident() == attribute.vr)
-      continue;
-    const bool isText = dynamic_cast<DcmByteString*>(element) || element->ident() == EVR_UN ||
-                        element->ident() == EVR_OB || element->getLengthField() == 0;
-    state.find(
-        state.root(), attribute.tag,
-        base::joined("its VR is ", DcmVR(element->ident()).getVRName(), ", not ", DcmVR(attribute.vr).getVRName()),
-        isText ? puttingText(state.root(), attribute.tag, attribute.vr, textOf(state.root(), attribute.tag))
-               : Examination::Remedy());
-  }
-}
-
 /// What a patient or a study is called is not corrected.
 void examineHeaderValues(Examination& state)
 {
@@ -241,6 +230,18 @@ void examineHeaderValues(Examination& state)
   if (const std::string sex = textOf(state.root(), DCM_PatientSex);
       !sex.empty() && sex != "M" && sex != "F" && sex != "O")
     state.find(state.root(), DCM_PatientSex, "it is none of M, F and O");
+}
+
+/// Letters that ISO 2022 or a Chinese set spreads over several bytes are not counted.
+void examineDescriptions(Examination& state)
+{
+  const Placed root = state.root();
+  const std::string set = textOf(root, DCM_SpecificCharacterSet);
+  const bool isSpread = set.find("2022") != std::string::npos || base::startsWith(set, "GB");
+  for (const DcmTagKey& tag : {DCM_StudyDescription, DCM_SeriesDescription})
+    if (const std::string text = textOf(root, tag), shorter = cut(text, set == "ISO_IR 192");
+        shorter != text && !(isSpread && !isPlain(text)))
+      state.find(root, tag, "it is longer than 64 letters", puttingText(root, tag, EVR_LO, shorter));
 }
 
 void examineLaterality(Examination& state)

@@ -8,6 +8,8 @@ namespace tarn::conformance
 {
 
 void examineClass(Examination& state);
+void examineVrs(Examination& state);
+void examinePixels(Examination& state);
 void examineUids(Examination& state);
 void examineModality(Examination& state);
 void examineContentLabelMissing(Examination& state);
@@ -15,7 +17,7 @@ void examineContentLabel(Examination& state);
 void examineInstanceNumber(Examination& state);
 void examineCreationDate(Examination& state);
 void examineTypeTwo(Examination& state);
-void examineHeaderVrs(Examination& state);
+void examineDescriptions(Examination& state);
 void examineHeaderValues(Examination& state);
 void examineLaterality(Examination& state);
 void examinePatientName(Examination& state);

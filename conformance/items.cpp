@@ -201,7 +201,8 @@ void removeItems(const Placed& where, const DcmTagKey& sequence, const std::vect
 
 bool isStrictUid(const std::string& text)
 {
-  if (!dicom::isUid(text) || text.back() == '.')
+  const bool hasRoot = text.size() > 1 && text[0] <= '2' && text[1] == '.';
+  if (!dicom::isUid(text) || !hasRoot || text.back() == '.')
     return false;
   for (std::size_t i = 0; i < text.size(); ++i)
     if (i == 0 || text[i - 1] == '.')

@@ -50,7 +50,8 @@ DcmItem& appendItem(const Placed& where, const DcmTagKey& sequence);
 /// Takes items out of a sequence, and the sequence with the last of them.
 void removeItems(const Placed& where, const DcmTagKey& sequence, const std::vector<Placed>& items);
 
-/// Whether the text is a UID as PS3.5 9.1 has it: no component is empty or begins with a needless 0.
+/// Whether the text is a UID as PS3.5 9.1 has it: the first of its components is 0, 1 or 2, and none is empty
+/// or begins with a needless 0.
 bool isStrictUid(const std::string& text);
 /// Whether the value is a whole number in the range.
 bool isWhole(std::optional<double> value, double least, double most);
