@@ -9,6 +9,7 @@ namespace tarn::conformance
 {
 
 void examineShutterShape(Examination& state);
+void examineShutterParts(Examination& state);
 void examineShutterGeometry(Examination& state);
 void examineShutterValue(Examination& state);
 void examineShutterOverlay(Examination& state);

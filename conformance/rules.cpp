@@ -139,6 +139,8 @@ const std::vector<Rule>& rules()
       // What lies over the image.
       {"shutter-shape-unfit", nullptr, "C.7.6.11, C.7.6.15", kError,
        "A shutter is BITMAP, or RECTANGULAR, CIRCULAR and POLYGONAL, each once.", examineShutterShape},
+      {"shutter-part-needless", "shutter-part-removed", "C.7.6.11, C.7.6.15", kError,
+       "Edges, circle, corners and overlay of a shutter stand with their shape alone.", examineShutterParts},
       {"shutter-geometry-unfit", nullptr, "C.7.6.11", kError,
        "A shutter has the edges, circle or corners of its shape.", examineShutterGeometry},
       {"shutter-value-missing", "shutter-value-supplied", "C.11.12", kError,

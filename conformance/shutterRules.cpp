@@ -28,6 +28,21 @@ void requireEdges(Examination& state, const DcmTagKey& low, const DcmTagKey& hig
 
 } // namespace
 
+/// Edges, circle, corners and bitmap stand with their shape alone.
+void examineShutterParts(Examination& state)
+{
+  const std::pair<const char*, DcmTagKey> kParts[] = {
+      {"RECTANGULAR", DCM_ShutterLeftVerticalEdge},     {"RECTANGULAR", DCM_ShutterRightVerticalEdge},
+      {"RECTANGULAR", DCM_ShutterUpperHorizontalEdge},  {"RECTANGULAR", DCM_ShutterLowerHorizontalEdge},
+      {"CIRCULAR", DCM_CenterOfCircularShutter},        {"CIRCULAR", DCM_RadiusOfCircularShutter},
+      {"POLYGONAL", DCM_VerticesOfThePolygonalShutter}, {kBitmap, DCM_ShutterOverlayGroup}};
+  const Placed root = state.root();
+  const std::vector<std::string> shapes = textsOf(root, DCM_ShutterShape);
+  for (const auto& [shape, part] : kParts)
+    if (!shapes.empty() && has(root, part) && !contains(shapes, shape))
+      state.find(root, part, std::string("the shutter is not ") + shape, removing(root, part));
+}
+
 void examineShutterShape(Examination& state)
 {
   const Placed root = state.root();

@@ -84,7 +84,7 @@ void addArea(DcmItem& state, const std::string& uid, const std::string& frames)
 void addTable(DcmItem& item, const DcmTagKey& sequence, Uint16 entries)
 {
   DcmItem& table = samples::appendItem(item, sequence);
-  const std::vector<Uint16> values(entries, 7), descriptor{entries, 0, 16};
+  const std::vector<Uint16> values(entries, 0xFFFF), descriptor{entries, 0, 16};
   table.putAndInsertUint16Array(DcmTag(DCM_LUTDescriptor, EVR_US), descriptor.data(), 3);
   table.putAndInsertUint16Array(DcmTag(DCM_LUTData, EVR_OW), values.data(), entries);
 }
