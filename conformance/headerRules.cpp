@@ -41,7 +41,7 @@ const Attribute kAttributes[] = {
     {DCM_Laterality, EVR_CS, false},
 };
 
-/// Whether a value has the form that PS3.5 6.2 gives the VR; what texts may hold is the character set's matter.
+/// Whether a value has the form that PS3.5 6.2 gives the VR; which letters a text has is the character set's matter.
 bool fits(const std::string& value, DcmEVR vr)
 {
   switch (vr)
@@ -88,6 +88,13 @@ std::string cut(const std::string& text, bool isUtf8)
         begins && ++letters > kMostLetters)
       return base::trimmed(text.substr(0, i));
   return text;
+}
+
+/// Whether the character set has letters of several bytes, among which may be a backslash (PS3.5 6.1.2).
+bool spreadsLetters(const Placed& root)
+{
+  const std::string set = textOf(root, DCM_SpecificCharacterSet);
+  return set.find("2022") != std::string::npos || base::startsWith(set, "GB");
 }
 
 bool isPlain(const std::string& text)
@@ -224,22 +231,24 @@ void examineTypeTwo(Examination& state)
 /// What a patient or a study is called is not corrected.
 void examineHeaderValues(Examination& state)
 {
+  const Placed root = state.root();
+  const bool isSpread = spreadsLetters(root);
   for (const Attribute& attribute : kAttributes)
-    if (const std::string value = textOf(state.root(), attribute.tag); !value.empty() && !fits(value, attribute.vr))
-      state.find(state.root(), attribute.tag, "the value is none of its VR");
-  if (const std::string sex = textOf(state.root(), DCM_PatientSex);
-      !sex.empty() && sex != "M" && sex != "F" && sex != "O")
-    state.find(state.root(), DCM_PatientSex, "it is none of M, F and O");
+    if (const std::string value = textOf(root, attribute.tag); !value.empty() && !fits(value, attribute.vr))
+      state.find(root, attribute.tag, "the value is none of its VR");
+    else if (!isSpread && value.find('\\') != std::string::npos)
+      state.find(root, attribute.tag, "there are several values");
+  if (const std::string sex = textOf(root, DCM_PatientSex); !sex.empty() && sex != "M" && sex != "F" && sex != "O")
+    state.find(root, DCM_PatientSex, "it is none of M, F and O");
 }
 
-/// Letters that ISO 2022 or a Chinese set spreads over several bytes are not counted.
+/// Letters that are spread over several bytes are not counted.
 void examineDescriptions(Examination& state)
 {
   const Placed root = state.root();
-  const std::string set = textOf(root, DCM_SpecificCharacterSet);
-  const bool isSpread = set.find("2022") != std::string::npos || base::startsWith(set, "GB");
+  const bool isSpread = spreadsLetters(root), isUtf8 = textOf(root, DCM_SpecificCharacterSet) == "ISO_IR 192";
   for (const DcmTagKey& tag : {DCM_StudyDescription, DCM_SeriesDescription})
-    if (const std::string text = textOf(root, tag), shorter = cut(text, set == "ISO_IR 192");
+    if (const std::string text = textOf(root, tag), shorter = cut(text, isUtf8);
         shorter != text && !(isSpread && !isPlain(text)))
       state.find(root, tag, "it is longer than 64 letters", puttingText(root, tag, EVR_LO, shorter));
 }

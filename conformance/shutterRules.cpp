@@ -22,7 +22,7 @@ bool contains(const std::vector<std::string>& texts, const char* text)
 void requireEdges(Examination& state, const DcmTagKey& low, const DcmTagKey& high)
 {
   const auto first = numberOf(state.root(), low), last = numberOf(state.root(), high);
-  if (!first || !last || *first >= *last)
+  if (!isWhole(first, -kMost, kMost) || !isWhole(last, -kMost, kMost) || *first >= *last)
     state.find(state.root(), high, "the edge does not lie behind the one opposite, or one of them is missing");
 }
 

@@ -57,10 +57,11 @@ void examineWindowMissing(Examination& state)
   for (const Placed& item : items)
     if (!isWindow(item) && !hasValue(item, DCM_VOILUTSequence))
       empty.push_back(item);
-  if (has(root, DCM_SoftcopyVOILUTSequence) && (items.empty() || !empty.empty()))
-    state.find(items.empty() ? Placed{root.item, placeOf(root, DCM_SoftcopyVOILUTSequence)} : empty.front(),
-               "there is neither a window nor a table",
-               [root, empty] { removeItems(root, DCM_SoftcopyVOILUTSequence, empty); });
+  const char* const text = "there is neither a window nor a table";
+  if (!empty.empty())
+    state.find(empty.front(), text, [root, empty] { removeItems(root, DCM_SoftcopyVOILUTSequence, empty); });
+  else if (items.empty() && has(root, DCM_SoftcopyVOILUTSequence))
+    state.find(root, DCM_SoftcopyVOILUTSequence, text, removing(root, DCM_SoftcopyVOILUTSequence));
 }
 
 /// Of several windows for one image the first stays: a converted state has its own there.

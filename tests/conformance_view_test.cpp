@@ -75,6 +75,7 @@ const Fault kFaults[] = {
     {"no date anywhere", "creation-date-missing", "-PresentationCreationDate;StudyDate=;SeriesDate=", "stays"},
     {"no patient's identity", "type-2-missing", "-PatientID", "PatientID="},
     {"a date that is none", "header-value-unfit", "StudyDate=20201340"},
+    {"two patients", "header-value-unfit", "PatientID=1\\2"},
     {"an unknown sex", "header-value-unfit", "PatientSex=X"},
     {"a number as text",
      "vr-unfit",
