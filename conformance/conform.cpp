@@ -3,6 +3,8 @@
 
 #include "conformance/Rule.h"
 
+#include <algorithm>
+
 namespace tarn::conformance
 {
 namespace
@@ -10,6 +12,14 @@ namespace
 
 /// A remedy may break a rule that was held before; more rounds than this mean that two rules contradict each other.
 constexpr int kMostRounds = 4;
+
+std::vector<Finding> errorsIn(std::vector<Finding> findings)
+{
+  findings.erase(std::remove_if(findings.begin(), findings.end(),
+                                [](const Finding& finding) { return finding.rule->level == Level::note; }),
+                 findings.end());
+  return findings;
+}
 
 } // namespace
 
@@ -33,13 +43,15 @@ Conformed makeConformant(DcmDataset& dataset, ImageSizes* sizes)
     mended = 0;
     result.left.clear();
     for (const Rule& rule : rules())
-      if (rule.level == Level::error)
+      if (rule.level == Level::error || rule.remedy)
         if (const std::size_t count = state.mend(rule, result.left); count > 0)
         {
           result.remedies[rule.remedy] += count;
           mended += count;
         }
   }
+  // What the last round mended may have broken something else.
+  result.left = errorsIn(mended > 0 ? check(dataset, sizes) : std::move(result.left));
   return result;
 }
 

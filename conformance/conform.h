@@ -25,7 +25,8 @@ struct Conformed
   std::vector<Finding> left;                     ///< errors that have no remedy: the object is not conformant
 };
 
-/// Mends a presentation state until no rule of the level `error` is broken, or none that is has a remedy.
+/// Mends a presentation state until no rule of the level `error` is broken, or none that is has a remedy. What is noted
+/// and has a remedy is mended too.
 Conformed makeConformant(DcmDataset& dataset, ImageSizes* sizes);
 
 } // namespace tarn::conformance

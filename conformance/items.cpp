@@ -3,10 +3,14 @@
 
 #include "base/text.h"
 #include "dicom/contents.h"
+#include "dicom/uid.h"
 #include "dicom/values.h"
 
 #include <charconv>
-#include <cstdlib>
+#include <cmath>
+#include <memory>
+#include <stdexcept>
+#include <unordered_set>
 
 namespace tarn::conformance
 {
@@ -21,13 +25,13 @@ std::string nameOf(const DcmTagKey& tag)
   return name == DcmTag_ERROR_TagName ? tag.toString().c_str() : name;
 }
 
-/// PS3.5 6.2: DS and IS, which may be padded with blanks.
+/// PS3.5 6.2: DS and IS, without the blanks that pad them. Neither knows infinity.
 std::optional<double> numberIn(const std::string& text)
 {
   double number = 0;
   const char* start = text.data() + (base::startsWith(text, "+") ? 1 : 0);
   const auto [end, failure] = std::from_chars(start, text.data() + text.size(), number);
-  if (text.empty() || failure != std::errc() || end != text.data() + text.size())
+  if (text.empty() || failure != std::errc() || end != text.data() + text.size() || !std::isfinite(number))
     return std::nullopt;
   return number;
 }
@@ -155,6 +159,61 @@ void putText(const Placed& where, const DcmTagKey& tag, DcmEVR vr, const std::st
 void remove(const Placed& where, const DcmTagKey& tag)
 {
   where.item.findAndDeleteElement(tag);
+}
+
+std::function<void()> puttingText(const Placed& where, const DcmTagKey& tag, DcmEVR vr, const std::string& text)
+{
+  return [where, tag, vr, text] { putText(where, tag, vr, text); };
+}
+
+std::function<void()> removing(const Placed& where, const DcmTagKey& tag)
+{
+  return [where, tag] { remove(where, tag); };
+}
+
+DcmItem& appendItem(const Placed& where, const DcmTagKey& sequence)
+{
+  if (!dynamic_cast<DcmSequenceOfItems*>(elementOf(where, sequence)))
+    remove(where, sequence);
+  constexpr long kAfterTheLast = -2;
+  DcmItem* item = nullptr;
+  if (const OFCondition made = where.item.findOrCreateSequenceItem(DcmTag(sequence, EVR_SQ), item, kAfterTheLast);
+      made.bad())
+    throw std::runtime_error(placeOf(where, sequence) + ": " + made.text());
+  return *item;
+}
+
+/// The sequence goes round once, from its front to its end: the toolkit finds an item elsewhere by counting.
+void removeItems(const Placed& where, const DcmTagKey& sequence, const std::vector<Placed>& items)
+{
+  auto* const found = dynamic_cast<DcmSequenceOfItems*>(elementOf(where, sequence));
+  if (!found)
+    return;
+  std::unordered_set<const DcmItem*> dropped;
+  for (const Placed& item : items)
+    dropped.insert(&item.item);
+  for (unsigned long left = found->card(); left > 0; --left)
+    if (std::unique_ptr<DcmItem> item(found->remove(0UL)); dropped.count(item.get()) == 0)
+      static_cast<void>(dicom::insertOwned(*found, std::move(item)));
+  if (found->card() == 0)
+    remove(where, sequence);
+}
+
+bool isStrictUid(const std::string& text)
+{
+  const bool hasRoot = text.size() > 1 && text[0] <= '2' && text[1] == '.';
+  if (!dicom::isUid(text) || !hasRoot || text.back() == '.')
+    return false;
+  for (std::size_t i = 0; i < text.size(); ++i)
+    if (i == 0 || text[i - 1] == '.')
+      if (text[i] == '.' || (text[i] == '0' && i + 1 < text.size() && text[i + 1] != '.'))
+        return false;
+  return true;
+}
+
+bool isWhole(std::optional<double> value, double least, double most)
+{
+  return value && *value >= least && *value <= most && *value == std::floor(*value);
 }
 
 } // namespace tarn::conformance

@@ -3,6 +3,7 @@
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -41,5 +42,18 @@ std::optional<double> numberOf(const Placed& where, const DcmTagKey& tag);
 /// Puts a text in place of what is there. The VR is said here: the toolkit's dictionary is not asked.
 void putText(const Placed& where, const DcmTagKey& tag, DcmEVR vr, const std::string& text);
 void remove(const Placed& where, const DcmTagKey& tag);
+/// The same, put off.
+std::function<void()> puttingText(const Placed& where, const DcmTagKey& tag, DcmEVR vr, const std::string& text);
+std::function<void()> removing(const Placed& where, const DcmTagKey& tag);
+/// A new item at the end of a sequence, which is made where there is none.
+DcmItem& appendItem(const Placed& where, const DcmTagKey& sequence);
+/// Takes items out of a sequence, and the sequence with the last of them.
+void removeItems(const Placed& where, const DcmTagKey& sequence, const std::vector<Placed>& items);
+
+/// Whether the text is a UID as PS3.5 9.1 has it: the first of its components is 0, 1 or 2, and none is empty
+/// or begins with a needless 0.
+bool isStrictUid(const std::string& text);
+/// Whether the value is a whole number in the range.
+bool isWhole(std::optional<double> value, double least, double most);
 
 } // namespace tarn::conformance

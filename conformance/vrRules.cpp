@@ -1,0 +1,106 @@
+// The VR of what is in the data dictionary, and what no presentation state has.
+#include "conformance/headerRules.h"
+
+#include "base/text.h"
+#include "dicom/contents.h"
+#include "dicom/values.h"
+
+#include <algorithm>
+#include <initializer_list>
+#include <memory>
+
+namespace tarn::conformance
+{
+namespace
+{
+
+bool isOneOf(DcmEVR vr, std::initializer_list<DcmEVR> allowed)
+{
+  return std::find(allowed.begin(), allowed.end(), vr) != allowed.end();
+}
+
+/// Whether an element may have the VR where the dictionary has `asked`, which may stand for several.
+bool mayBe(DcmEVR vr, DcmEVR asked)
+{
+  switch (asked)
+  {
+  case EVR_xs:
+    return isOneOf(vr, {EVR_xs, EVR_US, EVR_SS});
+  case EVR_lt:
+    return isOneOf(vr, {EVR_lt, EVR_US, EVR_SS, EVR_OW});
+  case EVR_ox:
+  case EVR_px:
+    return isOneOf(vr, {EVR_ox, EVR_px, EVR_OB, EVR_OW});
+  default:
+    return vr == asked || DcmVR(asked).getValidEVR() == vr;
+  }
+}
+
+bool isNumeric(DcmEVR vr)
+{
+  return isOneOf(vr, {EVR_US, EVR_SS, EVR_UL, EVR_SL, EVR_FL, EVR_FD});
+}
+
+/// The element of the VR with the same value; null where there is none.
+std::unique_ptr<DcmElement> under(DcmEVR vr, DcmElement& element)
+{
+  const bool isRaw = isOneOf(element.ident(), {EVR_UN, EVR_OB});
+  const bool isText = DcmVR(vr).isaString() != OFFalse;
+  DcmElement* made = nullptr;
+  if (!element.isLeaf() || !(isText || (isNumeric(vr) && !isRaw)) ||
+      DcmItem::newDicomElementWithVR(made, DcmTag(element.getTag(), DcmVR(vr))).bad())
+    return nullptr;
+  std::unique_ptr<DcmElement> owner(made);
+  std::string bytes;
+  OFString text;
+  if (isRaw ? dicom::readBytes(element, bytes).bad() : element.getOFStringArray(text).bad())
+    return nullptr;
+  if (!isRaw)
+    bytes = text.c_str();
+  const bool isPut = owner->putString(base::trimmed(bytes.substr(0, bytes.find('\0'))).c_str()).good();
+  return isPut ? std::move(owner) : nullptr;
+}
+
+/// UN may stand for any VR (PS3.5 6.2.2), and does so where a length does not fit; a text is made readable.
+void examineElement(Examination& state, const Placed& where, DcmElement& element)
+{
+  const DcmTagKey tag = element.getTag();
+  const DcmEVR vr = element.ident(), asked = DcmTag(tag).getEVR();
+  if (tag.isPrivate() || isOneOf(asked, {EVR_UN, EVR_UNKNOWN}) || mayBe(vr, asked) ||
+      (vr == EVR_UN && !DcmVR(asked).isaString()))
+    return;
+  const DcmEVR mended = DcmVR(asked).getValidEVR();
+  Examination::Remedy remedy;
+  if (under(mended, element))
+    remedy = [where, &element, mended] { where.item.insert(under(mended, element).release(), true); };
+  state.find(where, tag, base::joined("the VR is ", DcmVR(vr).getVRName(), ", not ", DcmVR(asked).getVRName()),
+             std::move(remedy));
+}
+
+void examineElements(Examination& state, const Placed& where)
+{
+  for (DcmObject* object : dicom::contentsOf(where.item))
+    if (auto* const element = dynamic_cast<DcmElement*>(object))
+    {
+      examineElement(state, where, *element);
+      if (!element->isLeaf())
+        for (const Placed& item : itemsOf(where, element->getTag()))
+          examineElements(state, item);
+    }
+}
+
+} // namespace
+
+void examineVrs(Examination& state)
+{
+  examineElements(state, state.root());
+}
+
+void examinePixels(Examination& state)
+{
+  for (const DcmTagKey& tag : {DCM_PixelData, DCM_FloatPixelData, DCM_DoubleFloatPixelData})
+    if (has(state.root(), tag))
+      state.find(state.root(), tag, "a presentation state has no pixels", removing(state.root(), tag));
+}
+
+} // namespace tarn::conformance
