@@ -16,11 +16,17 @@ bool isNumber(std::optional<double> number, double least, double most)
   return number && std::isfinite(*number) && *number >= least && *number <= most;
 }
 
-bool areNumbers(const Placed& item, const DcmTagKey& tag, std::size_t count, double least, double most)
+bool isColor(const Placed& item, const DcmTagKey& tag)
 {
   const auto numbers = numbersOf(item, tag);
-  return numbers && numbers->size() == count &&
-         std::all_of(numbers->begin(), numbers->end(), [=](double number) { return isNumber(number, least, most); });
+  return numbers && numbers->size() == 3 &&
+         std::all_of(numbers->begin(), numbers->end(), [](double number) { return isNumber(number, 0, kMostOfColor); });
+}
+
+bool isPoint(const Placed& item, const DcmTagKey& tag)
+{
+  const auto numbers = numbersOf(item, tag);
+  return numbers && numbers->size() == 2;
 }
 
 bool isOneOf(const std::string& text, const std::vector<const char*>& terms)
@@ -47,9 +53,9 @@ bool fits(const Placed& item, const Attribute& attribute)
   case Form::whole:
     return isNumber(number(), -HUGE_VAL, HUGE_VAL) && *number() == std::floor(*number());
   case Form::point:
-    return areNumbers(item, tag, 2, -HUGE_VAL, HUGE_VAL);
+    return isPoint(item, tag);
   case Form::color:
-    return areNumbers(item, tag, 3, 0, kMostOfColor);
+    return isColor(item, tag);
   }
   return true;
 }

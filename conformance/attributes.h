@@ -16,7 +16,7 @@ enum class Form
   positive, ///< finite, above 0
   fraction, ///< from 0 to 1
   whole,    ///< a number without a fraction
-  point,    ///< two numbers
+  point,    ///< two numbers; that they are finite is a rule of its own
   color     ///< three 16 bit numbers: CIELab (PS3.3 C.10.7.1.1)
 };
 

@@ -53,7 +53,7 @@ bool isControl(char byte)
   return (byte >= 0 && byte < ' ') || byte == kDelete;
 }
 
-/// The text without control characters that are not allowed; a tab becomes a blank. A NUL at the end is padding.
+/// The text without control characters that are not allowed; a tab becomes a blank.
 std::string withoutControls(const std::string& text, const std::string& allowed)
 {
   std::string kept;

@@ -141,7 +141,7 @@ void examinePointCounts(Examination& state)
     {
       const std::size_t values = coordinatesOf(graphic, DCM_GraphicData).size();
       const std::size_t points = values / 2;
-      if (values == 0 || values % 2 != 0 || points > UINT16_MAX ||
+      if (values == 0 || values % 2 != 0 || points > kMostPoints ||
           numberOf(graphic, DCM_NumberOfGraphicPoints) == static_cast<double>(points))
         continue;
       state.find(graphic, DCM_NumberOfGraphicPoints, "Graphic Data has " + std::to_string(points) + " points",

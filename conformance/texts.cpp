@@ -200,7 +200,10 @@ void visitTexts(const Placed& item, const std::string& inherited, const std::fun
     else if (auto* const element = dynamic_cast<DcmElement*>(object); element && isText(element->ident()))
     {
       Text text{item, *element, terms, ""};
-      if (dicom::readBytes(*element, text.bytes).good() && !text.bytes.empty())
+      static_cast<void>(dicom::readBytes(*element, text.bytes));
+      // The toolkit puts NUL in the place of blanks at the end when it reads a value, and blanks again into a file.
+      text.bytes.resize(text.bytes.find_last_not_of('\0') + 1);
+      if (!text.bytes.empty())
         visit(text);
     }
 }
