@@ -4,7 +4,6 @@
 #include "dicom/contents.h"
 #include "dicom/values.h"
 
-
 #include <algorithm>
 #include <cmath>
 #include <cstring>

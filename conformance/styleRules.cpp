@@ -81,8 +81,7 @@ const std::array<Style, 3>& styles()
   return kStyles;
 }
 
-const std::array<DcmTagKey, 3> kStyled{DCM_GraphicObjectSequence, DCM_TextObjectSequence,
-                                           DCM_CompoundGraphicSequence};
+const std::array<DcmTagKey, 3> kStyled{DCM_GraphicObjectSequence, DCM_TextObjectSequence, DCM_CompoundGraphicSequence};
 
 /// Completes a line style as viewers draw it that know nothing of the attributes: one pixel, no shadow.
 void complete(const Placed& style)

@@ -59,8 +59,8 @@ Edit addForeignAnnotations()
       paths.push_back(item + "." + element);
   };
   const std::string annotation = "GraphicAnnotationSequence[1]";
-  in("GraphicLayerSequence[1]", {"GraphicLayer=LAYER 2", "GraphicLayerOrder=5",
-                                 "GraphicLayerRecommendedDisplayCIELabValue=65535\\32896\\32896"});
+  in("GraphicLayerSequence[1]",
+     {"GraphicLayer=LAYER 2", "GraphicLayerOrder=5", "GraphicLayerRecommendedDisplayCIELabValue=65535\\32896\\32896"});
   in("GraphicGroupSequence[0]", {"GraphicGroupID=7", "GraphicGroupLabel=Lesion"});
   in(annotation, {"GraphicLayer=LAYER 2"});
   in(annotation + ".TextObjectSequence[0]",
@@ -90,8 +90,8 @@ Edit addForeignAnnotations()
      {"PatternOnColorCIELabValue=1\\2\\3", "PatternOnOpacity=1", "PatternOffOpacity=0", "FillMode=SOLID"});
   in(annotation + ".GraphicObjectSequence[2].LineStyleSequence[0]",
      {"PatternOnColorCIELabValue=1\\2\\3", "PatternOnOpacity=1", "LineThickness=2", "LineDashingStyle=DASHED",
-      "LinePattern=255", "ShadowStyle=NORMAL", "ShadowOffsetX=1", "ShadowOffsetY=1",
-      "ShadowColorCIELabValue=0\\0\\0", "ShadowOpacity=0.5"});
+      "LinePattern=255", "ShadowStyle=NORMAL", "ShadowOffsetX=1", "ShadowOffsetY=1", "ShadowColorCIELabValue=0\\0\\0",
+      "ShadowOpacity=0.5"});
   in(annotation + ".CompoundGraphicSequence[0]",
      {"CompoundGraphicInstanceID=3", "CompoundGraphicUnits=PIXEL", "GraphicDimensions=2", "NumberOfGraphicPoints=2",
       "GraphicData=1\\1\\9\\1", "CompoundGraphicType=AXIS", "MajorTicksSequence[0].TickPosition=0",
