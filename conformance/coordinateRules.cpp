@@ -32,6 +32,14 @@ const std::array<Coordinates, 6>& allCoordinates()
   return kCoordinates;
 }
 
+bool isOutside(const std::vector<Float32>& values, Float32 columns, Float32 rows)
+{
+  for (std::size_t i = 0; i < values.size(); ++i)
+    if (values[i] < 0 || values[i] > (i % 2 == 0 ? columns : rows))
+      return true;
+  return false;
+}
+
 /// Finds coordinates in `units` that are not in the range from 0 to (columns, rows).
 void examineRange(Examination& state, const char* units, Float32 columns, Float32 rows, const char* text)
 {
@@ -41,12 +49,8 @@ void examineRange(Examination& state, const char* units, Float32 columns, Float3
       if (textOf(object, kind.units) != units)
         continue;
       const std::vector<Float32> values = coordinatesOf(object, kind.tag);
-      for (std::size_t i = 0; i < values.size(); ++i)
-        if (values[i] < 0 || values[i] > (i % 2 == 0 ? columns : rows))
-        {
-          state.find(object, kind.tag, text);
-          break;
-        }
+      if (areFinite(values) && isOutside(values, columns, rows))
+        state.find(object, kind.tag, text);
     }
 }
 

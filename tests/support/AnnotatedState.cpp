@@ -1,7 +1,10 @@
-#include "tests/support/edits.h"
+#include "tests/support/AnnotatedState.h"
 
 #include "dicom/contents.h"
+#include "samples/SampleImage.h"
+#include "samples/SampleState.h"
 #include "samples/dicomFile.h"
+#include "samples/study.h"
 
 #include <dcmtk/dcmdata/dcpath.h>
 
@@ -98,4 +101,21 @@ Edit addForeignAnnotations()
       "MajorTicksSequence[0].TickLabel=0 mm", "MajorTicksSequence[1].TickPosition=1",
       "MajorTicksSequence[1].TickLabel=8 mm", "TickAlignment=TOP", "TickLabelAlignment=BOTTOM", "ShowTickLabel=Y"});
   return set(paths);
+}
+
+DcmDataset AnnotatedState::sound()
+{
+  static std::unique_ptr<DcmDataset> made;
+  if (made)
+    return *made;
+  for (const samples::SampleImage& image : samples::sampleImages())
+    execute(("INSERT INTO objects VALUES ('" + std::string(samples::kStudyUid) + "', '" + image.name() + "', '" +
+             image.sopClassUid() + "', '" + image.sopInstanceUid() + "', '" + image.seriesUid() + "', 256, 256, 1)")
+                .c_str());
+  DcmFileFormat input(samples::makeState(samples::sampleStates().front()).get());
+  EXPECT_TRUE(convert(input).good);
+  made = std::make_unique<DcmDataset>(*output(outputNames().at(0))->getDataset());
+  addForeignAnnotations()(*made);
+  EXPECT_TRUE(tarn::conformance::makeConformant(*made, this).left.empty());
+  return *made;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <dcmtk/config/osconfig.h>
-#include <dcmtk/dcmdata/dctk.h>
+#include "conformance/conform.h"
+#include "tests/support/StateFixture.h"
 
 #include <functional>
 #include <string>
@@ -19,3 +19,13 @@ Edit putFloats(const std::string& path, const std::vector<Float32>& values, DcmE
 /// Adds what the viewer never draws, without a fault: a second annotation item in a layer of its own with a text in
 /// DISPLAY units, one at an anchor, each type of graphic, styles, a compound graphic (an axis) and a group.
 Edit addForeignAnnotations();
+
+/// States that the rules of the conformant form are held against, which know all images as 512 x 512.
+class AnnotatedState : public StateFixture, protected tarn::conformance::ImageSizes
+{
+protected:
+  /// A sample output of every kind of annotation, and foreign annotations, in the conformant form. It is made once.
+  DcmDataset sound();
+
+  std::optional<tarn::conformance::ImageSize> find(const std::string&) override { return {{512, 512, 1}}; }
+};
