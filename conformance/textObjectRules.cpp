@@ -49,7 +49,7 @@ void examineEmptyTexts(Examination& state)
 {
   const auto dropped = Replacements::make();
   for (const Placed& text : objectsOf(state, DCM_TextObjectSequence))
-    if (textOf(text, DCM_UnformattedTextValue).empty())
+    if (textOf(text, DCM_UnformattedTextValue).find_first_not_of(" \r\n") == std::string::npos)
       state.find(text, DCM_UnformattedTextValue, "there is no text", dropped->drop(text));
 }
 

@@ -5,7 +5,6 @@
 #include "tests/support/AnnotatedState.h"
 
 #include <limits>
-#include <numeric>
 #include <set>
 
 using namespace tarn::conformance;
@@ -148,7 +147,8 @@ std::vector<Fault> otherFaults()
   const auto outline = [](std::size_t points)
   {
     std::vector<Float32> values(2 * points);
-    std::iota(values.begin(), values.end(), 0.0F); // no piece is closed
+    for (std::size_t i = 0; i < values.size(); ++i)
+      values[i] = static_cast<Float32>(i) / 256.0F; // in the image, and no piece is closed
     return values;
   };
   const std::string utf8 = "text-outside-character-set";
@@ -165,6 +165,7 @@ std::vector<Fault> otherFaults()
       {"FormFeedInText", control, {"control-characters-removed"}, text("a\fb")},
       {"LineBreakInName", control, {"control-characters-removed"}, set({"StudyDescription=a\nb"})},
       {"BlankText", "text-empty", {"text-dropped"}, text("  ")},
+      {"LineBreakForText", "text-empty", {"text-dropped"}, text("\r\n ")},
       {"LongText", "text-object-too-long", {"text-split"}, text(std::string(1025, 'x'))},
       {"NoAnchorButABox", "text-place-not-finite", {"text-place-removed"}, putFloats(box + "AnchorPoint", {1, kNone})},
       {"NoBoxButAnAnchor",
