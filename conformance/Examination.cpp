@@ -8,7 +8,7 @@ namespace tarn::conformance
 
 void Examination::find(const Placed& where, const std::string& text, Remedy remedy)
 {
-  found.emplace_back(Finding{current->code, current->clause, current->level, where.at, text}, std::move(remedy));
+  found.emplace_back(Finding{current->code, current->clause, current->level, placeOf(where), text}, std::move(remedy));
 }
 
 void Examination::find(const Placed& where, const DcmTagKey& tag, const std::string& text, Remedy remedy)

@@ -16,7 +16,7 @@ constexpr int kMostRounds = 4;
 std::vector<Finding> errorsIn(std::vector<Finding> findings)
 {
   findings.erase(std::remove_if(findings.begin(), findings.end(),
-                                [](const Finding& finding) { return finding.rule->level == Level::note; }),
+                                [](const Finding& finding) { return finding.level == Level::note; }),
                  findings.end());
   return findings;
 }

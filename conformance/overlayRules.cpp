@@ -39,24 +39,6 @@ std::string faultOfPlane(const Placed& root, Uint16 group)
   return "";
 }
 
-/// The highest order of a layer; layers are drawn in ascending order.
-double highestOrder(const std::vector<Placed>& layers)
-{
-  double highest = 0;
-  for (const Placed& layer : layers)
-    highest = std::max(highest, numberOf(layer, DCM_GraphicLayerOrder).value_or(0));
-  return highest;
-}
-
-void declareLayer(const Placed& root, const std::string& name)
-{
-  const double order = highestOrder(itemsOf(root, DCM_GraphicLayerSequence));
-  const Placed layer{appendItem(root, DCM_GraphicLayerSequence), ""};
-  putText(layer, DCM_GraphicLayer, EVR_CS, name);
-  constexpr double kMost = std::numeric_limits<Sint32>::max();
-  putText(layer, DCM_GraphicLayerOrder, EVR_IS, base::joined(static_cast<Sint32>(std::min(order + 1, kMost))));
-}
-
 } // namespace
 
 std::vector<Uint16> overlayGroups(const Placed& root)
@@ -82,19 +64,6 @@ void examineOverlays(Examination& state)
     if (hasPlane(root, group))
       if (const std::string fault = faultOfPlane(root, group); !fault.empty())
         state.find(root, overlayTag(DCM_OverlayData, group), fault);
-}
-
-void examineOverlayLayers(Examination& state)
-{
-  const Placed root = state.root();
-  std::set<std::string> declared;
-  for (const Placed& layer : itemsOf(root, DCM_GraphicLayerSequence))
-    declared.insert(textOf(layer, DCM_GraphicLayer));
-  for (const Uint16 group : overlayGroups(root))
-    if (const DcmTagKey tag = overlayTag(DCM_OverlayActivationLayer, group); has(root, tag))
-      if (const std::string layer = textOf(root, tag); !layer.empty() && declared.insert(layer).second)
-        state.find(root, tag, "the layer '" + layer + "' is not declared",
-                   [root, layer] { declareLayer(root, layer); });
 }
 
 } // namespace tarn::conformance

@@ -15,6 +15,5 @@ void examineShutterValue(Examination& state);
 void examineShutterOverlay(Examination& state);
 void examineMask(Examination& state);
 void examineOverlays(Examination& state);
-void examineOverlayLayers(Examination& state);
 
 } // namespace tarn::conformance

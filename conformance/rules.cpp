@@ -2,10 +2,16 @@
 #include "conformance/Rule.h"
 
 #include "conformance/areaRules.h"
+#include "conformance/characterSetRules.h"
+#include "conformance/compoundRules.h"
+#include "conformance/graphicRules.h"
 #include "conformance/greyRules.h"
 #include "conformance/headerRules.h"
+#include "conformance/layerRules.h"
 #include "conformance/planeRules.h"
 #include "conformance/referenceRules.h"
+#include "conformance/styleRules.h"
+#include "conformance/textObjectRules.h"
 
 namespace tarn::conformance
 {
@@ -14,6 +20,29 @@ const std::vector<Rule>& rules()
 {
   constexpr Level kError = Level::error, kNote = Level::note;
   static const std::vector<Rule> kRules{
+      // Texts of the whole data set. They are decoded before anything rewrites them.
+      {"character-set-unknown", "texts-made-utf8", "C.12.1.1.2", kError,
+       "The terms of Specific Character Set are defined ones that may stand together; one that is not is replaced "
+       "where "
+       "all texts are ASCII or UTF-8.",
+       examineCharacterSets},
+      {"text-outside-character-set", "texts-made-utf8", "C.12.1.1.2", kError,
+       "Every text is one of the declared character set; where one is not, all become ISO_IR 192.",
+       examineTextCharacters},
+      {"text-looks-like-utf8", nullptr, "C.12.1.1.2", kNote,
+       "A text of a character set of single bytes is not UTF-8 at the same time: readers show two characters for one.",
+       examineTextsLikeUtf8},
+      {"control-character", "control-characters-removed", "C.10.5, PS3.5 6.1.3", kError,
+       "Texts have no control characters but those that their VR allows, text objects line breaks alone; a tab becomes "
+       "a "
+       "blank.",
+       examineControlCharacters},
+      {"text-too-long", nullptr, "PS3.5 6.2", kError,
+       "A text of the presentation state itself has no more characters than its VR allows.", examineTextLengths},
+      {"other-text-too-long", nullptr, "PS3.5 6.2", kNote,
+       "A text of the patient, the study or the equipment has no more characters than its VR allows.",
+       examineOtherTextLengths},
+
       // What it is, whose, and when it was made.
       {"class-unfit", nullptr, "A.33.1", kError,
        "The SOP class is Grayscale Softcopy Presentation State Storage, and none whose UID only begins so.",
@@ -151,8 +180,103 @@ const std::vector<Rule>& rules()
        "A mask is one, has an operation and its frames, and is viewed as SUB.", examineMask},
       {"overlay-unfit", nullptr, "C.9.2", kError,
        "An overlay has rows, columns, type and origin, one bit a pixel, and data for all of them.", examineOverlays},
-      {"overlay-layer-undeclared", "overlay-layer-declared", "C.11.7, C.10.7", kError,
-       "The layer that an overlay is drawn in is declared.", examineOverlayLayers},
+
+      // Text objects (C.10.5).
+      {"text-empty", "text-dropped", "C.10.5", kError, "A text object has a text.", examineEmptyTexts},
+      {"text-object-too-long", "text-split", "PS3.5 6.2", kError,
+       "A text object has at most 1,024 characters; a longer text becomes several, below each other.",
+       examineLongTexts},
+      {"text-place-missing", nullptr, "C.10.5", kError, "A text object has a bounding box or an anchor point.",
+       examineTextPlaces},
+      {"text-attribute-invalid", nullptr, "C.10.5", kError,
+       "The corners, units and justification of a box, and the point, units and visibility of an anchor, stand "
+       "together "
+       "and are valid.",
+       examineTextAttributes},
+      {"text-box-turned", nullptr, "C.10.5.1.1", kNote,
+       "The top left corner of a bounding box is above and left of the other where the image is not turned.",
+       examineTextBoxOrder},
+
+      // Coordinates of graphics, texts and compound graphics (C.10.5).
+      {"text-place-not-finite", "text-place-removed", "C.10.5", kError,
+       "Coordinates of a text are finite; a box or an anchor that is not goes where the text has the other.",
+       examineTextPlacesFinite},
+      {"coordinate-not-finite", "graphic-dropped", "C.10.5", kError,
+       "Coordinates are finite; an object that cannot be drawn is dropped.", examineCoordinatesFinite},
+      {"display-coordinate-outside", nullptr, "C.10.5", kError, "Coordinates in DISPLAY units are from 0 to 1.",
+       examineDisplayCoordinates},
+      {"matrix-units-unfit", nullptr, "C.10.5", kError, "MATRIX units stand with tiled images alone.",
+       examineMatrixUnits},
+      {"coordinate-outside-image", nullptr, "C.10.5", kNote, "Coordinates in PIXEL units lie in the image.",
+       examineCoordinatesInImage},
+
+      // Graphic objects (C.10.5).
+      {"graphic-attribute-invalid", nullptr, "C.10.5", kError,
+       "The units, the type and the identifiers of a graphic are there, and valid.", examineGraphicAttributes},
+      {"graphic-dimensions-invalid", "graphic-dimensions-added", "C.10.5", kError,
+       "A graphic has two dimensions; where it does not say so, it is added.", examineGraphicDimensions},
+      {"graphic-data-vr", "graphic-data-retyped", "PS3.6 6", kError, "Graphic Data has the VR FL.",
+       examineGraphicDataVr},
+      {"outline-too-long", "outline-split", "PS3.5 7.1.2", kError,
+       "An outline has at most 8,191 points; a longer one becomes several, each from the last point of the one before.",
+       examineLongOutlines},
+      {"graphic-data-unfit", nullptr, "C.10.5.1.2", kError,
+       "Graphic Data has pairs of coordinates, as many as the type has points.", examineGraphicData},
+      {"point-count-differs", "point-count-corrected", "C.10.5", kError,
+       "Number of Graphic Points is the number of points in Graphic Data.", examinePointCounts},
+      {"outline-of-one-point", "outline-made-point", "C.10.5.1.2", kError,
+       "An outline has two points or more; one of a single point becomes a point.", examineSinglePointOutlines},
+      {"closed-graphic-unfilled", "graphic-filled-added", "C.10.5", kError, "A closed shape says whether it is filled.",
+       examineClosedGraphics},
+      {"open-graphic-filled", "graphic-filled-removed", "C.10.5", kError,
+       "A shape that is not closed does not say whether it is filled.", examineOpenGraphics},
+      {"ellipse-axes-exchanged", "ellipse-axes-ordered", "C.10.5.1.2", kError,
+       "The longer axis of an ellipse is the first.", examineEllipseAxes},
+      {"ellipse-axes-askew", nullptr, "C.10.5.1.2", kNote,
+       "The axes of an ellipse are perpendicular, but for a degree or a pixel.", examineEllipseAngles},
+
+      // Styles (C.10.5).
+      {"line-style-incomplete", "line-style-completed", "C.10.5.1.3.13", kError,
+       "A line style has a thickness and a shadow; where they are missing, one pixel and no shadow.",
+       examineIncompleteLineStyles},
+      {"style-invalid", nullptr, "C.10.5", kError,
+       "The styles of lines, areas and texts have their attributes, with valid values.", examineStyles},
+
+      // Compound graphics and groups (C.10.5.1.3, C.10.14).
+      {"compound-attribute-invalid", nullptr, "C.10.5.1.3", kError,
+       "A compound graphic has the attributes of its type, with valid values.", examineCompoundAttributes},
+      {"compound-data-unfit", nullptr, "C.10.5.1.3", kError,
+       "The Graphic Data of a compound graphic has pairs of coordinates, as many as its type has points.",
+       examineCompoundData},
+      {"compound-type-private", nullptr, "C.10.5.1.3", kNote, "The type of a compound graphic is a defined term.",
+       examineCompoundTypes},
+      {"compound-id-repeated", nullptr, "C.10.5.1.3.1", kError,
+       "A compound graphic has an identifier, which no other of its annotation item has.", examineCompoundIds},
+      {"compound-not-rendered", nullptr, "C.10.5.1.3.1", kError,
+       "A graphic or text with its identifier stands for a compound graphic.", examineCompoundRenderings},
+      {"graphic-group-invalid", nullptr, "C.10.14", kError,
+       "A graphic group has a label, and an identifier that no other has.", examineGraphicGroups},
+      {"graphic-group-unknown", nullptr, "C.10.5", kError, "The group that an object belongs to is there.",
+       examineGraphicGroupIds},
+
+      // Annotation items and layers (C.10.5, C.10.7). What lost its last object goes.
+      {"annotation-sequence-empty", "empty-sequence-removed", "C.10.5, C.10.7", kError,
+       "A sequence of annotations, objects, layers or groups has an item.", examineEmptySequences},
+      {"annotation-empty", "annotation-dropped", "C.10.5", kError,
+       "An annotation item has texts or graphics; an empty one goes, and its layer where nothing else is drawn there.",
+       examineEmptyAnnotations},
+      {"annotation-layer-missing", nullptr, "C.10.5", kError, "An annotation item names its layer.",
+       examineAnnotationLayers},
+      {"layer-name-invalid", nullptr, "C.10.7", kError, "The name of a layer is a code string that no other layer has.",
+       examineLayerNames},
+      {"layer-order-invalid", "layer-order-added", "C.10.7", kError,
+       "A layer has an order, a whole number; one without it comes after the others.", examineLayerOrders},
+      {"layer-undeclared", "layer-declared", "C.10.7", kError,
+       "A layer that annotations, overlays or curves are drawn in is declared; one that is not comes after the others.",
+       examineDeclaredLayers},
+      {"layer-color-invalid", nullptr, "C.10.7", kError,
+       "The gray value that a layer recommends is one number, the color three.", examineLayerColors},
+
   };
   return kRules;
 }

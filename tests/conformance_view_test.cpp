@@ -186,7 +186,7 @@ std::set<std::string> codesOf(const std::vector<Finding>& findings)
 {
   std::set<std::string> codes;
   for (const Finding& finding : findings)
-    codes.insert(finding.rule->code);
+    codes.insert(finding.code);
   return codes;
 }
 
@@ -213,7 +213,7 @@ TEST(ConformanceView, FindsNothingInASoundState)
     const auto state = viewState();
     edit(*state, steps);
     for (const Finding& finding : check(*state, &sizes))
-      ADD_FAILURE() << finding.rule->code << " at " << finding.at << ": " << finding.text;
+      ADD_FAILURE() << finding.code << " at " << finding.at << ": " << finding.text;
     EXPECT_TRUE(makeConformant(*state, &sizes).remedies.empty());
   }
 }
