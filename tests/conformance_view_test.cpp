@@ -179,7 +179,7 @@ const Fault kFaults[] = {
     {"a mask of nothing", "mask-unfit", "+item MaskSubtractionSequence"},
     {"an overlay without data", "overlay-unfit", "-OverlayData"},
     {"an overlay longer than its data", "overlay-unfit", "OverlayRows=400"},
-    {"an undeclared layer of an overlay", "overlay-layer-undeclared", "OverlayActivationLayer=OTHER"},
+    {"an undeclared layer of an overlay", "layer-undeclared", "OverlayActivationLayer=OTHER"},
 };
 
 std::set<std::string> codesOf(const std::vector<Finding>& findings)
