@@ -130,7 +130,8 @@ def drawn(path):
     letters, points = "", []
     for item in data.get("GraphicAnnotationSequence", []):
         for text in item.get("TextObjectSequence", []):
-            letters += decoded(text.get_item("UnformattedTextValue").value, declared)
+            raw = text.get_item("UnformattedTextValue").value or b""  # an empty one is no bytes
+            letters += decoded(raw, declared)
         for graphic in item.get("GraphicObjectSequence", []):
             raw = graphic.get_item("GraphicData").value
             order = "<" if data.is_little_endian else ">"
