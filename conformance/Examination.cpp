@@ -8,7 +8,7 @@ namespace tarn::conformance
 
 void Examination::find(const Placed& where, const std::string& text, Remedy remedy)
 {
-  found.emplace_back(Finding{current, where.at, text}, std::move(remedy));
+  found.emplace_back(Finding{current, placeOf(where), text}, std::move(remedy));
 }
 
 void Examination::find(const Placed& where, const DcmTagKey& tag, const std::string& text, Remedy remedy)

@@ -25,7 +25,7 @@ public:
   Examination(DcmDataset& dataset, ImageSizes* sizes) : dataset(dataset), sizes(sizes) {}
 
   /// The data set as an item without a place.
-  Placed root() { return {dataset, ""}; }
+  Placed root() { return {dataset}; }
   /// The size of an image; nothing where it is not known.
   std::optional<ImageSize> sizeOf(const std::string& sopInstanceUid)
   {

@@ -6,7 +6,7 @@
 #include "dicom/values.h"
 
 #include <charconv>
-#include <cstdlib>
+#include <stdexcept>
 
 namespace tarn::conformance
 {
@@ -71,26 +71,52 @@ std::optional<double> valueAt(DcmElement& element, unsigned long i)
   }
 }
 
+/// The toolkit's own search makes a stack of what it passes. Elements of a damaged file may stand in any order.
 DcmElement* elementOf(const Placed& where, const DcmTagKey& tag)
 {
-  DcmElement* element = nullptr;
-  return where.item.findAndGetElement(tag, element).good() ? element : nullptr;
+  DcmObject* object = where.item.nextInContainer(nullptr);
+  while (object && object->getTag() != tag)
+    object = where.item.nextInContainer(object);
+  return dynamic_cast<DcmElement*>(object);
 }
 
 } // namespace
 
+std::string placeOf(const Placed& where)
+{
+  std::vector<std::string> steps;
+  std::size_t index = where.index;
+  for (const SequencePlace* place = where.sequence.get(); place; place = place->holder.get())
+  {
+    steps.push_back(base::joined(nameOf(place->tag), "[", index, "]"));
+    index = place->index;
+  }
+  std::string path;
+  for (auto step = steps.rbegin(); step != steps.rend(); ++step)
+    path += (path.empty() ? "" : ".") + *step;
+  return path;
+}
+
 std::string placeOf(const Placed& where, const DcmTagKey& tag)
 {
-  return where.at.empty() ? nameOf(tag) : where.at + "." + nameOf(tag);
+  const std::string path = placeOf(where);
+  return path.empty() ? nameOf(tag) : path + "." + nameOf(tag);
+}
+
+std::vector<Placed> itemsOf(const Placed& where, DcmSequenceOfItems& sequence)
+{
+  const auto place =
+      std::make_shared<const SequencePlace>(SequencePlace{sequence.getTag(), where.sequence, where.index});
+  std::vector<Placed> items;
+  for (DcmItem* item : dicom::itemsOf(sequence))
+    items.push_back({*item, place, items.size()});
+  return items;
 }
 
 std::vector<Placed> itemsOf(const Placed& where, const DcmTagKey& sequence)
 {
-  std::vector<Placed> items;
-  if (auto* const found = dynamic_cast<DcmSequenceOfItems*>(elementOf(where, sequence)))
-    for (DcmItem* item : dicom::itemsOf(*found))
-      items.push_back({*item, base::joined(placeOf(where, sequence), "[", items.size(), "]")});
-  return items;
+  auto* const found = dynamic_cast<DcmSequenceOfItems*>(elementOf(where, sequence));
+  return found ? itemsOf(where, *found) : std::vector<Placed>();
 }
 
 bool has(const Placed& where, const DcmTagKey& tag)
@@ -152,9 +178,31 @@ void putText(const Placed& where, const DcmTagKey& tag, DcmEVR vr, const std::st
   where.item.putAndInsertString(DcmTag(tag, vr), text.c_str());
 }
 
+void putCoordinates(const Placed& where, const DcmTagKey& tag, const std::vector<Float32>& values)
+{
+  where.item.putAndInsertFloat32Array(DcmTag(tag, EVR_FL), values.data(), values.size());
+}
+
+void putNumber(const Placed& where, const DcmTagKey& tag, Uint16 value)
+{
+  where.item.putAndInsertUint16(DcmTag(tag, EVR_US), value);
+}
+
 void remove(const Placed& where, const DcmTagKey& tag)
 {
   where.item.findAndDeleteElement(tag);
+}
+
+DcmItem& appendItem(const Placed& where, const DcmTagKey& sequence)
+{
+  if (!dynamic_cast<DcmSequenceOfItems*>(elementOf(where, sequence)))
+    remove(where, sequence);
+  constexpr long kAfterTheLast = -2;
+  DcmItem* item = nullptr;
+  if (const OFCondition made = where.item.findOrCreateSequenceItem(DcmTag(sequence, EVR_SQ), item, kAfterTheLast);
+      made.bad())
+    throw std::runtime_error(placeOf(where, sequence) + ": " + made.text());
+  return *item;
 }
 
 } // namespace tarn::conformance

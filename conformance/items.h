@@ -3,6 +3,7 @@
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -10,18 +11,30 @@
 namespace tarn::conformance
 {
 
-/// An item and its place in the data set; `at` is empty for the data set itself.
+/// Where a sequence stands: its tag, and the place of the item that holds it.
+struct SequencePlace
+{
+  DcmTagKey tag;
+  std::shared_ptr<const SequencePlace> holder;
+  std::size_t index;
+};
+
+/// An item and its place in the data set, which is spelled out only where something is found.
 struct Placed
 {
   DcmItem& item;
-  std::string at;
+  std::shared_ptr<const SequencePlace> sequence = {}; ///< null for the data set itself
+  std::size_t index = 0;                              ///< of the item in the sequence
 };
 
+/// The path of the item, empty for the data set itself.
+std::string placeOf(const Placed& where);
 /// The path of an element of the item: "DisplayedAreaSelectionSequence[0].PresentationSizeMode".
 std::string placeOf(const Placed& where, const DcmTagKey& tag);
 
 /// The items of a sequence; none where there is no such sequence, or something else has its tag.
 std::vector<Placed> itemsOf(const Placed& where, const DcmTagKey& sequence);
+std::vector<Placed> itemsOf(const Placed& where, DcmSequenceOfItems& sequence);
 
 /// Whether the item has the element, with a value or not.
 bool has(const Placed& where, const DcmTagKey& tag);
@@ -40,6 +53,11 @@ std::optional<double> numberOf(const Placed& where, const DcmTagKey& tag);
 
 /// Puts a text in place of what is there. The VR is said here: the toolkit's dictionary is not asked.
 void putText(const Placed& where, const DcmTagKey& tag, DcmEVR vr, const std::string& text);
+/// The same for coordinates (FL) and for a number (US).
+void putCoordinates(const Placed& where, const DcmTagKey& tag, const std::vector<Float32>& values);
+void putNumber(const Placed& where, const DcmTagKey& tag, Uint16 value);
 void remove(const Placed& where, const DcmTagKey& tag);
+/// A new item at the end of a sequence, which is made where there is none.
+DcmItem& appendItem(const Placed& where, const DcmTagKey& sequence);
 
 } // namespace tarn::conformance
