@@ -75,10 +75,13 @@ std::optional<double> valueAt(DcmElement& element, unsigned long i)
   }
 }
 
+/// The toolkit's own search makes a stack of what it passes. Elements of a damaged file may stand in any order.
 DcmElement* elementOf(const Placed& where, const DcmTagKey& tag)
 {
-  DcmElement* element = nullptr;
-  return where.item.findAndGetElement(tag, element).good() ? element : nullptr;
+  DcmObject* object = where.item.nextInContainer(nullptr);
+  while (object && object->getTag() != tag)
+    object = where.item.nextInContainer(object);
+  return dynamic_cast<DcmElement*>(object);
 }
 
 } // namespace

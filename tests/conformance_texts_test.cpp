@@ -142,3 +142,14 @@ TEST_F(ConformanceTexts, ALayerGoesWithItsLastObjectAndStaysWhereItNeverHadOne)
   EXPECT_EQ(describe(dataset, {DCM_GraphicLayerSequence}).find("LOST"), std::string::npos);
   EXPECT_NE(describe(dataset, {DCM_GraphicLayerSequence}).find("BARE"), std::string::npos);
 }
+
+TEST_F(ConformanceTexts, WhatTheToolkitCannotDecodeIsLeftAsItIs)
+{
+  DcmDataset dataset = sound();
+  set({"SpecificCharacterSet=\\ISO 2022 IR 87", "PatientName=Yamada^Tarou=\x1B$B;3ED\x1B(B^\x1B$BB@O:\x1B(B"})(dataset);
+  const std::string before = samples::encodeFile(dataset, EXS_LittleEndianExplicit);
+  const Conformed made = makeConformant(dataset, this);
+  EXPECT_TRUE(made.remedies.empty());
+  EXPECT_TRUE(made.left.empty());
+  EXPECT_EQ(samples::encodeFile(dataset, EXS_LittleEndianExplicit), before);
+}
