@@ -107,25 +107,37 @@ bool isUnpaired(const std::string& bodyPart)
 {
   static const std::set<std::string> kUnpaired{"ABDOMEN",
                                                "ABDOMENPELVIS",
+                                               "AORTA",
+                                               "BACK",
                                                "BLADDER",
                                                "BRAIN",
+                                               "CEREBELLUM",
+                                               "CERVIX",
                                                "CHEST",
                                                "CHESTABDOMEN",
                                                "CHESTABDPELVIS",
+                                               "CIRCLEOFWILLIS",
                                                "COCCYX",
                                                "COLON",
+                                               "CORONARYARTERY",
                                                "CSPINE",
                                                "CTSPINE",
                                                "DUODENUM",
                                                "ESOPHAGUS",
+                                               "FACE",
+                                               "GALLBLADDER",
                                                "HEAD",
                                                "HEADNECK",
                                                "HEART",
                                                "ILEUM",
+                                               "ILIUM",
+                                               "JAW",
                                                "JEJUNUM",
+                                               "LARYNX",
                                                "LIVER",
                                                "LSPINE",
                                                "LSSPINE",
+                                               "MAXILLA",
                                                "MEDIASTINUM",
                                                "MOUTH",
                                                "NECK",
@@ -135,21 +147,28 @@ bool isUnpaired(const std::string& bodyPart)
                                                "NOSE",
                                                "PANCREAS",
                                                "PELVIS",
+                                               "PENIS",
                                                "PHARYNX",
                                                "PROSTATE",
                                                "RECTUM",
-                                               "SELLA",
+                                               "SCALP",
                                                "SKULL",
                                                "SPINE",
                                                "SPLEEN",
                                                "SSPINE",
                                                "STERNUM",
                                                "STOMACH",
+                                               "THYMUS",
+                                               "THYROID",
                                                "TLSPINE",
+                                               "TONGUE",
                                                "TRACHEA",
                                                "TSPINE",
+                                               "URETER",
+                                               "URETHRA",
                                                "UTERUS",
                                                "VAGINA",
+                                               "VULVA",
                                                "WHOLEBODY"};
   return kUnpaired.count(bodyPart) > 0;
 }
@@ -259,6 +278,15 @@ void examineLaterality(Examination& state)
   if (!has(root, DCM_Laterality) && !has(root, DCM_ImageLaterality) && !isUnpaired(textOf(root, DCM_BodyPartExamined)))
     state.find(root, DCM_Laterality, "the body part may be one of a pair",
                puttingText(root, DCM_Laterality, EVR_CS, ""));
+}
+
+void examineLateralityNeedless(Examination& state)
+{
+  const Placed root = state.root();
+  if (has(root, DCM_Laterality) && textOf(root, DCM_Laterality).empty() &&
+      isUnpaired(textOf(root, DCM_BodyPartExamined)))
+    state.find(root, DCM_Laterality, "it is empty, and the body part is none of a pair",
+               removing(root, DCM_Laterality));
 }
 
 void examinePatientName(Examination& state)

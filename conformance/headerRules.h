@@ -20,6 +20,7 @@ void examineTypeTwo(Examination& state);
 void examineDescriptions(Examination& state);
 void examineHeaderValues(Examination& state);
 void examineLaterality(Examination& state);
+void examineLateralityNeedless(Examination& state);
 void examinePatientName(Examination& state);
 void examinePrivateCreator(Examination& state);
 

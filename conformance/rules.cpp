@@ -73,6 +73,8 @@ const std::vector<Rule>& rules()
        "The descriptions of study and series have at most 64 letters.", examineDescriptions},
       {"laterality-missing", "laterality-supplied", "C.7.3.1", kNote,
        "Laterality is there, even empty, unless the body part is known to have no left and right.", examineLaterality},
+      {"laterality-needless", "laterality-removed", "C.7.3.1", kNote,
+       "An empty laterality does not stand with a body part that has no left and right.", examineLateralityNeedless},
       {"patient-name-empty", nullptr, "C.7.1.1", kNote, "The patient has a name.", examinePatientName},
       {"private-block-empty", "private-creator-removed", "PS3.5 7.8.1", kNote,
        "The converter's private block is not reserved when nothing is left in it.", examinePrivateCreator},
