@@ -84,7 +84,7 @@ const Fault kFaults[] = {
      {"area-corners-unturned", "transformation-unfit"}},
     {"a text as a number", "vr-unfit", "window.WindowWidth:FD=400", "WindowWidth=400"},
     {"pixels", "pixel-data-present", "FloatPixelData=1", "-FloatPixelData"},
-    {"a long description", "description-too-long", "StudyDescription=" + kLong + "5"},
+    {"a long description", "description-too-long", "StudyDescription=" + kLong + "5", "", {"other-text-too-long"}},
     {"a hand without a side", "laterality-missing", "-Laterality", "Laterality="},
     {"no side of a chest", "laterality-needless", "Laterality=;BodyPartExamined=CHEST", "-Laterality"},
     {"no name", "patient-name-empty", "PatientName="},
