@@ -20,7 +20,8 @@ void FindingWriter::write(const FileFinding& finding)
     return;
   }
   const std::string at = finding.at.empty() ? "" : finding.at + ": ";
-  const std::string clause = finding.clause.empty() ? "" : " (PS3.3 " + finding.clause + ")";
+  const char* const part = base::startsWith(finding.clause, "PS") ? "" : "PS3.3 ";
+  const std::string clause = finding.clause.empty() ? "" : " (" + (part + finding.clause) + ")";
   const char* const note = finding.isNote ? "note: " : "";
   consoleOut() << base::printable(base::joined(finding.file, ": ", finding.code, ": ", note, at, finding.text, clause))
                << '\n';

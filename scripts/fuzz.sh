@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-declare -A longest=([plugin_state]=16384 [private_block]=4096 [object_meta]=4096 [converter]=16384) # bytes
+declare -A longest=([plugin_state]=16384 [private_block]=4096 [object_meta]=4096 [converter]=16384 [conformance]=16384) # bytes
 targets=("${@:2}")
 [[ ${#targets[@]} -gt 0 ]] || targets=("${!longest[@]}")
 
@@ -20,7 +20,7 @@ export TMPDIR=$scratch ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrac
 fuzz() {
   local seconds=$1 target=$2 max_len=$3 log=build/fuzz/$2.log options=() kept=() folder
   [[ -f fuzz/$target.dict ]] && options+=("-dict=fuzz/$target.dict")
-  for folder in fuzz/corpus/$target build/fuzz/fuzz/seeds/$target; do
+  for folder in fuzz/corpus/$target build/fuzz/fuzz/seeds/"${target/conformance/converter}"; do
     [[ -d $folder ]] && kept+=("$folder")
   done
   mkdir -p "build/fuzz/corpus/$target" "build/fuzz/findings/$target"
