@@ -125,6 +125,11 @@ def any_tree(archive, folder, chance):
     for name, text in {"text": b"notes\n" * 900, "empty": b"", "zeros": bytes(5000)}.items():
         put(root / name, text)
     os.mkfifo(root / "fifo")
+    os.mkfifo(folder / "list")
+    reader = os.open(folder / "list", os.O_RDONLY | os.O_NONBLOCK)
+    status, _, said = archive.run("find", root / "0", "-o", folder / "list")
+    expect(status == 0 and os.read(reader, 9) == b'{"input":', f"an inventory into a FIFO: {status} {said}")
+    expect(archive.run("find", root / "0", "-o", folder)[0] == 2, "an inventory in place of a folder")
     socket.socket(socket.AF_UNIX).bind(str(root / "socket"))
     for link, target in {"loop": "loop", "up": "..", "dangling": "nowhere", "file link": outside,
                          "folder link": folder / "outside", "named link": folder / "named"}.items():
@@ -184,7 +189,7 @@ def resumed(archive, folder, chance):
     expect(len(found[whole]["outputs"]) == 1, "outputs of the earlier version stay")
     after = snapshot(out)
     expect(all(before[name] == after[name] for name in after if ".20.2" not in name), "others were touched")
-    expect(archive.convert(out, folder / "in", "--retry", status=3) == found or True, "")
+    archive.convert(out, folder / "in", "--retry", status=3)
     expect(snapshot(out) == after, "--retry touched what was converted")
     victim = out / found[whole]["outputs"][0]["file"]
     victim.write_bytes(bytes(victim.stat().st_size))
@@ -194,8 +199,12 @@ def resumed(archive, folder, chance):
     expect(status == 1 and sorted(line.split(": ")[1] for line in said.splitlines()) ==
            ["output-changed", "output-missing", "output-unknown"], said)
     os.unlink(stranger)
+    before = snapshot(out)
     archive.convert(out, folder / "in", "--redo", status=3)
     archive.verify(out, [*inputs, whole])
+    after = snapshot(out)
+    expect([name for name in before if before[name] != after[name]] == [str(victim.relative_to(out))],
+           "--redo touched outputs that were as they should be")
     os.unlink(whole)
     archive.convert(out, "--files-from", "-", input=whole, status=1)
     expect(records(out)[whole]["outputs"], "a missing input's outputs are gone")
@@ -340,6 +349,11 @@ def two_runs_and_no_database(archive, folder, chance):
     archive.env["TARN_DB_URL"] = f"sqlite:{folder}/none.db" if "sqlite" in url else url.replace("/s", "/none")
     archive.convert(folder / "out", folder / "in", status=75)
     archive.env["TARN_DB_URL"] = url
+    for table in "OBJECTTBL", "QXOBJCACHETBL":
+        name, archive.env[table] = archive.env[table], "no_such_table"
+        archive.convert(folder / "no table", folder / "in", status=75)
+        archive.env[table] = name
+    expect(not (folder / "no table").exists(), "a run without a table began")
 
 
 @scenario()
@@ -363,6 +377,8 @@ def studies_of_the_table(archive, folder, chance):
         listed = "\n".join(study.decode() for study in STUDIES)
         archive.convert(folder / "named", "--studies-from", "-", input=listed, status=1)
         expect(records(folder / "named").keys() == {*inputs, gone}, "not the states of the studies")
+        status, _, said = archive.run("convert", "-N", "-o", folder / "unknown", "--studies-from", "-", input="1.2.3")
+        expect(status == 1 and "1.2.3 is not in the object table" in said, f"an unknown study: {status} {said}")
         for out, arguments in ("all", [["--all-studies"]]), ("sharded", [["--all-studies", "--shard", f"{i}/3"] for i in (1, 2, 3)]):
             for each in arguments:
                 archive.run("convert", "-o", folder / out, *each)
@@ -451,7 +467,12 @@ def workers_that_stop_between_jobs(archive, folder, chance):
 @scenario()
 def workers_that_cannot_begin(archive, folder, chance):
     archive.tree(folder / "in", 3)
-    finish(archive.start(folder / "out", "--memory", "1", folder / "in"), 75, 20)
+    stopped = ["--memory", "1", folder / "in"]
+    finish(archive.start(folder / "out", *stopped), 75, 20)
+    with open("/dev/full", "w") as full:
+        ended = subprocess.run(["annomend-archive", "convert", "-o", folder / "out", *stopped], env=archive.env,
+                               stdout=full, stderr=subprocess.DEVNULL)
+    expect(ended.returncode == 75, f"status {ended.returncode} where the summary cannot be written")
     process = archive.start(folder / "killed", "-j2", "--files-from", "-", stdin=subprocess.PIPE)
     for _ in range(2000):
         for pid in children(process)[1:]:
@@ -486,7 +507,7 @@ def kills(archive, folder, chance):
                         if not os.path.exists(path) or record["size"] == os.stat(path).st_size and
                         int(record["mtime"][-10:-1] or 0) == os.stat(path).st_mtime_ns % 10**9}
             process = archive.start(out, folder / "in")
-            time.sleep(chance.uniform(0, 0.8 * seconds))
+            time.sleep(chance.uniform(0, 0.4 * seconds))  # runs that go on are shorter
             shape += f" {victim}"
             if victim == "run":
                 process.kill()
