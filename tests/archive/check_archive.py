@@ -1,4 +1,4 @@
-"""check_archive.py BUILD [--mysql] [SEED]: annomend-archive over made archives, whole, interrupted and attacked.
+"""check_archive.py BUILD [--mysql] [SEED] [SCENARIO...]: annomend-archive over made archives, whole, interrupted and attacked.
 
 Each scenario prints a line. A skipped one says why, and is no success. With --mysql the database is a MariaDB server of
 its own, and the scenarios are those that a database has a part in.
@@ -168,6 +168,11 @@ def names_from_lists(archive, folder, chance):
     expect(done[0] == 1 and inputs[0] in records(folder / "odd"), f"odd names: {done[0]} {done[1]}{done[2][-300:]}")
     status, _, said = archive.run("convert", "-o", folder / "un", "--files-from", folder / "l")
     expect(status == 2 and "NUL" in said, f"NULs without --null: {status} {said[:200]}")
+    later = put(folder / "later.dcm", odd_states(2)["nothing"])
+    archive.run("find", later, "-o", folder / "before")
+    put(folder / "later.dcm", archive.samples["several-images.dcm"])
+    found = archive.convert(folder / "since", "--inventory", folder / "before")
+    expect(found[later]["outcome"] == "converted", "a state that changed after the survey has nothing to convert")
     for arguments in ([], ["--files-from", folder / "none"], ["--null", folder], ["--shard", "3/2", folder],
                       ["--retry", "--redo", folder], ["--inventory", put(folder / "bad", b"{}\n")]):
         status, _, said = archive.run("convert", "-o", folder / "usage", *arguments)
