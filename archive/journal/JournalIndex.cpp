@@ -5,6 +5,7 @@
 #include "base/files.h"
 #include "base/text.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <string_view>
 #include <utility>
@@ -56,9 +57,8 @@ void JournalIndex::load()
   std::string line;
   try
   {
-    RecordKeysReader keys;
     for (; reader.next(line); bytes = reader.end())
-      note(keys.read(line), reader.offset());
+      note(keysReader.read(line), reader.offset());
   }
   catch (const JournalError&)
   {
@@ -79,15 +79,22 @@ void JournalIndex::append(const Record& record, std::uint64_t length)
 
 void JournalIndex::note(const RecordKeys& keys, std::uint64_t offset)
 {
-  if (const std::optional<Record> before = read(keys.input))
-    count(keysOf(*before), -1);
+  const std::uint64_t before = offsetOf(keys.input);
+  RecordKeys former;
+  if (before != OffsetIndex::kNone)
+  {
+    std::string line = lineAt(before);
+    former = keysReader.read(line);
+    count(former, -1);
+  }
   count(keys, +1);
-  inputs.put(keys.input, offset, [&](std::uint64_t place) { return isOf(place, keys.input); });
-  for (const auto& [file, role] : keys.outputs)
-    outputs.at(static_cast<std::size_t>(role))
-        .put(file, offset,
-             [&, &name = file, as = role](std::uint64_t place)
-             { return isOf(place, keys.input) && holds(recordFrom(lineAt(place)), name, as); });
+  inputs.put(keys.input, offset, [before](std::uint64_t place) { return place == before; });
+  for (const auto& output : keys.outputs)
+  {
+    const bool hadIt = std::find(former.outputs.begin(), former.outputs.end(), output) != former.outputs.end();
+    outputs.at(static_cast<std::size_t>(output.second))
+        .put(output.first, offset, [&](std::uint64_t place) { return hadIt && place == before; });
+  }
 }
 
 void JournalIndex::count(const RecordKeys& keys, int step)

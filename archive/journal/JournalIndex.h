@@ -55,6 +55,7 @@ private:
   std::string file;
   base::Fd fd; ///< for look-ups
   std::uint64_t bytes = 0;
+  RecordKeysReader keysReader;
   OffsetIndex inputs;
   std::array<OffsetIndex, kRoles> outputs; ///< by role
   std::array<std::uint64_t, kOutcomes> outcomeCounts{};
