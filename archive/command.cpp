@@ -23,6 +23,8 @@ namespace tarn::archive
 namespace
 {
 
+constexpr std::uint64_t kMostMemory = std::uint64_t{1} << 50U; ///< bytes a worker
+
 constexpr char kEnvironment[] = R"(
 The environment names the database (TARN_DB_URL), the repositories and the log, as for annomend(1).
 Exit status of convert: 0 all converted, or nothing to convert; 3 some in part; 1 some refused, failed, crashed or timed
@@ -157,7 +159,8 @@ private:
     parser
         .add_option("--memory", request.memory, "What a worker may take, as 512M or 4G (4G when missing); 0: no bound")
         ->type_name("SIZE")
-        ->transform(CLI::AsSizeValue(false));
+        ->transform(CLI::AsSizeValue(false))
+        ->check(CLI::Range(std::uint64_t{0}, kMostMemory)); // which a negative number is beyond
     parser
         .add_option_function<std::string>(
             "--progress", [this](const std::string& text) { takeProgress(text); }, "auto, bar, lines or none")
@@ -252,7 +255,8 @@ int runArchive(int argc, char** argv)
   if (consoleOut().flush())
     return status;
   base::report("Standard output cannot be written");
-  return exitStatus::kFailed;
+  const bool endedWell = status == exitStatus::kDone || status == exitStatus::kPartly;
+  return endedWell ? exitStatus::kFailed : status; // a run that was stopped is to be run again all the same
 }
 
 } // namespace tarn::archive

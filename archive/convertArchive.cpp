@@ -44,10 +44,16 @@ int conclude(const RunResult& result, const std::array<std::uint64_t, kOutcomes>
   return result.stop.reason.empty() ? status : tell(status, result.stop.reason);
 }
 
-/// Whether the database is there; a worker has a connection of its own, since none survives a fork.
-void requireDatabase()
+/// Whether the database is there with its tables: without them every input would fail. A worker has a connection of its
+/// own, since none survives a fork.
+void requireDatabase(bool touchObjectCache)
 {
-  db::DBConnectorSql(db::Missing::refuse).connect();
+  db::DBConnectorSql connector(db::Missing::refuse);
+  const auto requireTable = [&connector](const char* table)
+  { connector.query("SELECT 1 FROM " + connector.tables().name(table) + " LIMIT 1"); };
+  requireTable(db::kObjectTable);
+  if (touchObjectCache)
+    requireTable(db::kObjCacheTable);
 }
 
 /// The workers and the loop over them. `leave` is what a worker does first, to leave what is the run's alone.
@@ -100,7 +106,7 @@ int convertArchive(ConvertRequest request)
     if (!dicom::setUpDictionary(error))
       return tell(exitStatus::kFailed, error);
     dicom::completeDictionary(); // once, for all workers
-    requireDatabase();
+    requireDatabase(request.options.touchObjectCache);
     return request.dryRun ? runDry(request) : runWhole(request);
   }
   catch (const db::DBException& failure)

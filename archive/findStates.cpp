@@ -18,6 +18,9 @@
 #include <map>
 #include <memory>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 namespace tarn::archive
 {
 namespace
@@ -25,14 +28,24 @@ namespace
 
 constexpr std::size_t kBlock = std::size_t{1} << 20U;
 
-/// The file of an inventory, or standard output.
+/// A device, a FIFO or a folder: no file may take its place.
+bool isNoFile(const std::string& path)
+{
+  struct stat status = {};
+  return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+}
+
+/// The file of an inventory, which appears as a whole; or a device or a FIFO, or standard output.
 class InventoryWriter
 {
 public:
-  explicit InventoryWriter(const std::optional<std::string>& file)
-    : part(file ? std::make_unique<base::PartFile>(*file) : nullptr), name(file.value_or("standard output"))
+  explicit InventoryWriter(const std::optional<std::string>& file) : name(file.value_or("standard output"))
   {
-    require(!part || part->good());
+    if (file && isNoFile(name))
+      device = base::Fd(open(name.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
+    else if (file)
+      part = std::make_unique<base::PartFile>(name);
+    require(!file || device || (part && part->good()));
   }
 
   void write(const InventoryEntry& entry)
@@ -50,8 +63,14 @@ public:
 private:
   void flush()
   {
-    require(part ? part->write(block.data(), block.size()) : static_cast<bool>(consoleOut() << block));
+    require(put());
     block.clear();
+  }
+  bool put() const
+  {
+    if (part)
+      return part->write(block.data(), block.size());
+    return device ? base::writeAll(device, block) : static_cast<bool>(consoleOut() << block);
   }
   void require(bool good) const
   {
@@ -59,8 +78,9 @@ private:
       throw base::FileError(name + " cannot be written: " + base::FileError(errno).what(), errno);
   }
 
-  std::unique_ptr<base::PartFile> part;
   std::string name;
+  std::unique_ptr<base::PartFile> part;
+  base::Fd device;
   std::string block;
 };
 

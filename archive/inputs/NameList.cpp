@@ -21,10 +21,15 @@ constexpr std::size_t kBlock = 65536;
 } // namespace
 
 NameList::NameList(const std::string& file, char terminator)
-  : fd(file == "-" ? dup(STDIN_FILENO) : open(file.c_str(), O_RDONLY | O_CLOEXEC)), terminator(terminator)
+  : file(file), fd(file == "-" ? dup(STDIN_FILENO) : open(file.c_str(), O_RDONLY | O_CLOEXEC)), terminator(terminator)
 {
   if (!fd)
-    throw base::FileError(file + " cannot be read: " + base::FileError(errno).what(), errno);
+    fail();
+}
+
+void NameList::fail() const
+{
+  throw base::FileError(file + " cannot be read: " + base::FileError(errno).what(), errno);
 }
 
 std::uint64_t NameList::count() const
@@ -51,7 +56,7 @@ bool NameList::next(std::string& name)
     block.resize(held + kBlock);
     const ssize_t got = read(fd.get(), block.data() + held, kBlock);
     if (got < 0 && errno != EINTR)
-      throw base::FileError(errno);
+      fail();
     block.resize(held + (got > 0 ? static_cast<std::size_t>(got) : 0));
     if (got == 0)
     {

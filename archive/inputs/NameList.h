@@ -22,6 +22,9 @@ public:
   std::uint64_t count() const;
 
 private:
+  [[noreturn]] void fail() const;
+
+  std::string file;
   base::Fd fd;
   char terminator;
   std::string block;

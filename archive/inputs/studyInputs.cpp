@@ -39,6 +39,7 @@ private:
   void search(const std::string& study);
   std::string folderOf(const std::string& study);
   void makeSure(const std::string& study);
+  void tellIfUnknown(const std::string& study);
 
   const StudySelection& selection;
   const StudySink& sink;
@@ -67,6 +68,7 @@ void StudySearch::searchListed(const std::string& file)
     {
       makeSure(study);
       search(study);
+      tellIfUnknown(study);
     }
     else if (!study.empty())
       sink.problem("'" + study + "' is no study UID");
@@ -85,6 +87,15 @@ void StudySearch::makeSure(const std::string& study)
   {
     sink.problem(base::joined("Checking/re-mapping object cache failed for study ", study, ": ", failure.what()));
   }
+}
+
+/// A study without presentation states has other objects: one without any object is not in this archive.
+void StudySearch::tellIfUnknown(const std::string& study)
+{
+  const std::string objects = db.tables().name(db::kObjectTable);
+  if (isOfShard(study, "", selection.shard, selection.shards) &&
+      db.query("SELECT 1 FROM " + objects + " WHERE STUDYUID=? LIMIT 1", study).empty())
+    sink.problem("study " + study + " is not in the object table");
 }
 
 void StudySearch::search(const std::string& study)

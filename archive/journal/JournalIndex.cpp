@@ -5,6 +5,7 @@
 #include "base/files.h"
 #include "base/text.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <string_view>
 #include <utility>
@@ -62,9 +63,8 @@ void JournalIndex::load()
   std::string line;
   try
   {
-    RecordKeysReader keys;
     for (; reader.next(line); bytes = reader.end())
-      note(keys.read(line), reader.offset());
+      note(keysReader.read(line), reader.offset());
   }
   catch (const JournalError&)
   {
@@ -85,19 +85,30 @@ void JournalIndex::append(const Record& record, std::uint64_t length)
 
 void JournalIndex::note(const RecordKeys& keys, std::uint64_t offset)
 {
-  if (const std::optional<Record> before = read(keys.input))
-    count(keysOf(*before), -1);
+  const std::uint64_t before = offsetOf(keys.input);
+  RecordKeys former;
+  if (before != OffsetIndex::kNone)
+  {
+    std::string line = lineAt(before);
+    former = keysReader.read(line);
+    count(former, -1);
+  }
   count(keys, +1);
-  inputs.put(keys.input, offset, [&](std::uint64_t place) { return isOf(place, keys.input); });
-  for (const auto& [file, role] : keys.outputs)
-    noteOutput(file, role, offset);
+  inputs.put(keys.input, offset, [before](std::uint64_t place) { return place == before; });
+  for (const auto& output : keys.outputs)
+  {
+    const bool hadIt = std::find(former.outputs.begin(), former.outputs.end(), output) != former.outputs.end();
+    noteOutput(output.first, output.second, offset, hadIt ? before : OffsetIndex::kNone);
+  }
 }
 
-/// The places that have the output form a chain, the newest first: copies of a state may be many.
-void JournalIndex::noteOutput(const std::string& output, Role role, std::uint64_t offset)
+/// The places that have the output form a chain, the newest first: copies of a state may be many. The record at `known`
+/// is one of them.
+void JournalIndex::noteOutput(const std::string& output, Role role, std::uint64_t offset, std::uint64_t known)
 {
   OffsetIndex& newest = outputs.at(static_cast<std::size_t>(role));
-  const auto isHeld = [&](std::uint64_t place) { return holds(recordFrom(lineAt(place)), output, role); };
+  const auto isHeld = [&](std::uint64_t place)
+  { return place == known || holds(recordFrom(lineAt(place)), output, role); };
   const std::uint64_t before = newest.find(output, isHeld);
   newest.put(output, offset, [before](std::uint64_t place) { return place == before; });
   if (before != OffsetIndex::kNone)

@@ -48,7 +48,7 @@ public:
 private:
   void load();
   void note(const RecordKeys& keys, std::uint64_t offset);
-  void noteOutput(const std::string& output, Role role, std::uint64_t offset);
+  void noteOutput(const std::string& output, Role role, std::uint64_t offset, std::uint64_t known);
   void count(const RecordKeys& keys, int step);
   std::string lineAt(std::uint64_t offset) const;
   bool isOf(std::uint64_t offset, const std::string& input) const;
@@ -56,6 +56,7 @@ private:
   std::string file;
   base::Fd fd; ///< for look-ups
   std::uint64_t bytes = 0;
+  RecordKeysReader keysReader;
   OffsetIndex inputs;
   std::array<OffsetIndex, kRoles> outputs; ///< by role: the newest place of each
   OffsetIndex older;                       ///< for each such place and output the one before

@@ -19,8 +19,8 @@ public:
   using std::runtime_error::runtime_error;
 };
 
-/// A journal that another run uses, that belongs to runs with other options or to another account, or that is damaged: to
-/// run again does not help.
+/// A journal that another run uses, that belongs to runs with other options or to another account, or that is damaged:
+/// to run again does not help.
 class JournalMisfit : public JournalError
 {
 public:

@@ -40,6 +40,7 @@ struct RecordKeysReader::Parser
 };
 
 RecordKeysReader::RecordKeysReader() : parser(std::make_unique<Parser>()) {}
+RecordKeysReader::RecordKeysReader(RecordKeysReader&& other) noexcept = default;
 RecordKeysReader::~RecordKeysReader() = default;
 
 RecordKeys RecordKeysReader::read(std::string& line)

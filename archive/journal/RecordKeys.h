@@ -26,6 +26,7 @@ class RecordKeysReader
 {
 public:
   RecordKeysReader();
+  RecordKeysReader(RecordKeysReader&& other) noexcept;
   ~RecordKeysReader();
 
   /// Throws std::exception where the line is no record. `line` stays the same, but may move.

@@ -1,6 +1,7 @@
 // Where outputs go, so that nothing shows under its name before it is whole.
 #include "archive/run/OutputStore.h"
 
+#include "archive/journal/sha256.h"
 #include "base/files.h"
 #include "base/text.h"
 
@@ -61,6 +62,15 @@ bool isInput(int folder, const std::string& name, const std::string& input)
     if (look(input.c_str(), &file) == 0 && file.st_dev == present.st_dev && file.st_ino == present.st_ino)
       return true;
   return false;
+}
+
+/// The SHA-256 of the file's first bytes; empty where it does not have so many.
+std::string digestAt(int folder, const std::string& name, std::uint64_t length)
+{
+  const base::Fd fd(openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  std::string bytes(length, '\0');
+  const bool isWhole = fd && base::readUpTo(fd, bytes.data(), length) == static_cast<std::ptrdiff_t>(length);
+  return isWhole ? sha256Hex(bytes) : std::string();
 }
 
 std::string studyOf(const std::string& file)
@@ -145,13 +155,16 @@ std::string OutputStore::place(const std::string& work, const std::string& file,
   return systemReason();
 }
 
-bool OutputStore::holds(const std::string& file, std::uint64_t bytes)
+bool OutputStore::holds(const Output& output, bool digest)
 {
   std::string problem;
   struct stat status = {};
-  const int folder = studyFolder(studyOf(file), false, problem);
-  return folder >= 0 && fstatat(folder, nameOf(file).c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-         S_ISREG(status.st_mode) && status.st_uid == geteuid() && static_cast<std::uint64_t>(status.st_size) == bytes;
+  const int folder = studyFolder(studyOf(output.file), false, problem);
+  const std::string name = nameOf(output.file);
+  if (folder < 0 || fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(status.st_mode) ||
+      status.st_uid != geteuid() || static_cast<std::uint64_t>(status.st_size) != output.bytes)
+    return false;
+  return !digest || digestAt(folder, name, output.bytes) == output.sha256;
 }
 
 void OutputStore::remove(const std::string& file)

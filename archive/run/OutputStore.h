@@ -1,9 +1,9 @@
 #pragma once
 
+#include "archive/journal/Record.h"
 #include "archive/run/StoreError.h"
 #include "base/Fd.h"
 
-#include <cstdint>
 #include <string>
 #include <unordered_map>
 
@@ -29,8 +29,8 @@ public:
   /// Gives the file `work` the name `file` (STUDYUID/PR.UID), over whatever has that name but `input` itself. Returns
   /// why the name cannot be had, empty on success. Throws StoreError.
   std::string place(const std::string& work, const std::string& file, const std::string& input);
-  /// Whether a regular file of that size and of this account has the name.
-  bool holds(const std::string& file, std::uint64_t bytes);
+  /// Whether a regular file of this account has the output's name and size; with `digest`, its bytes too.
+  bool holds(const Output& output, bool digest);
   /// Removes an output; one that is not there is removed already.
   void remove(const std::string& file);
 

@@ -99,7 +99,7 @@ std::vector<Placement::Step> Placement::plan(Record& record, const std::vector<s
     output.duplicate = taken && !taken->duplicate;
     const Output* const before = previous ? outputOf(*previous, output.file) : nullptr;
     const bool isThere = taken || (before && isSame(*before, output));
-    if (isThere && again != Again::all && store.holds(output.file, output.bytes))
+    if (isThere && store.holds(output, again == Again::all))
       unlink(workFiles.at(i).c_str());
     else
       steps.push_back({kept.size(), workFiles.at(i)});

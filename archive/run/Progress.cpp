@@ -89,8 +89,12 @@ void Progress::show(const RunTotals& totals)
   last = now;
   if (form == Form::lines)
     return base::report(describe(totals, now));
-  const std::string text = (totals.expected > 0 ? barOf(totals.seen(), totals.expected) : "") + describe(totals, now);
-  consoleError() << '\r' << text.substr(0, terminalWidth() - 1) << "\033[K" << std::flush;
+  const std::size_t room = terminalWidth() - 1;
+  std::string text = describe(totals, now);
+  if (const std::string bar = barOf(totals.seen(), totals.expected);
+      totals.expected > 0 && bar.size() + text.size() <= room) // the numbers say more
+    text = bar + text;
+  consoleError() << '\r' << text.substr(0, room) << "\033[K" << std::flush;
   drawn = true;
 }
 

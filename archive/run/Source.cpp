@@ -6,6 +6,7 @@
 #include "archive/inputs/shard.h"
 #include "archive/inputs/walkPaths.h"
 #include "archive/journal/Record.h"
+#include "archive/journal/fileVersion.h"
 #include "archive/journal/inventory.h"
 #include "archive/run/childProcess.h"
 #include "archive/run/packing.h"
@@ -77,6 +78,15 @@ InventoryEntry entryIn(const std::string& line, const std::string& file)
   }
 }
 
+/// Whether there is nothing to convert. What became of the file since the survey may have something.
+bool isNothing(const InventoryEntry& entry)
+{
+  if (entry.hasPluginState)
+    return false;
+  const FileVersion now = versionOf(entry.input);
+  return now.size == entry.size && now.mtime == entry.mtime;
+}
+
 void readInventory(const SourceOptions& options, const Teller& run)
 {
   NameList lines(*options.inventory, '\n');
@@ -86,10 +96,10 @@ void readInventory(const SourceOptions& options, const Teller& run)
     const InventoryEntry entry = entryIn(line, *options.inventory);
     if (!isOfShard(entry.study, entry.input, options.studies.shard, options.studies.shards))
       continue;
-    if (entry.hasPluginState)
-      run.tell(fromSource::kChosen, entry.input);
-    else
+    if (isNothing(entry))
       run.tell(fromSource::kRecord, packed(recordOf(entry)));
+    else
+      run.tell(fromSource::kChosen, entry.input);
   }
 }
 

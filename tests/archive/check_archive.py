@@ -101,6 +101,11 @@ def any_tree(archive, folder, chance):
     put_all(root, {"text": b"notes\n" * 900, "empty": b"", "zeros": bytes(5000)})
     shutil.copy(next((archive.folder / "archive/images").rglob("CT.*")), root / "image")
     os.mkfifo(root / "fifo")
+    os.mkfifo(folder / "list")
+    reader = os.open(folder / "list", os.O_RDONLY | os.O_NONBLOCK)
+    status, _, said = archive.run("find", root / "0", "-o", folder / "list")
+    expect(status == 0 and os.read(reader, 9) == b'{"input":', f"an inventory into a FIFO: {status} {said}")
+    expect(archive.run("find", root / "0", "-o", folder)[0] == 2, "an inventory in place of a folder")
     socket.socket(socket.AF_UNIX).bind(str(root / "socket"))
     for link, target in {"loop": "loop", "up": "..", "dangling": "nowhere", "file link": folder / "beside/x.dcm",
                          "folder link": folder / "beside", "named link": folder / "named"}.items():
