@@ -42,7 +42,7 @@ std::optional<Corners> cornersOf(const Placed& area)
   const auto bottomRight = cornerOf(area, DCM_DisplayedAreaBottomRightHandCorner);
   if (!topLeft || !bottomRight)
     return std::nullopt;
-  for (const std::size_t axis : {0, 1})
+  for (const std::size_t axis : {0U, 1U})
     if ((*bottomRight)[axis] == 0 || ((*topLeft)[axis] == 1 && (*bottomRight)[axis] < 1))
       return std::nullopt;
   return Corners{*topLeft, *bottomRight};
@@ -98,7 +98,7 @@ Turned turnedBy(const Placed& root)
 Corners inOrder(Corners corners, const Turned& turned)
 {
   const std::array<bool, 2> atLast{turned.atLastColumn, turned.atLastRow};
-  for (const std::size_t axis : {0, 1})
+  for (const std::size_t axis : {0U, 1U})
     if ((corners.topLeft[axis] > corners.bottomRight[axis]) != atLast[axis] &&
         corners.topLeft[axis] != corners.bottomRight[axis])
       std::swap(corners.topLeft[axis], corners.bottomRight[axis]);
