@@ -22,6 +22,9 @@ cmake --build --preset release -- --quiet
 step "Sample archive, judged by other readers"
 scripts/check-outputs.sh build/release
 
+step "The conformant form, judged by other readers"
+/usr/bin/python3 tests/conformant/check_conformant.py build/release 40
+
 step "Hostile files"
 /usr/bin/python3 tests/corpus/check_hostile.py build/release
 /usr/bin/python3 tests/corpus/check_hostile.py build/asan
