@@ -31,6 +31,7 @@ def main():
         folder = pathlib.Path(name)
         names = make_archive(build, folder, count)
         compare_loops(folder, names, rounds)
+        check(folder, names)
         pass_over(folder, 200000)
         go_on(folder, names)
 
@@ -77,6 +78,7 @@ def compare_loops(folder, names, rounds):
     ways = {"one process, plain loop": (names, ("convert_loop", out)),
             "annomend-archive -j1": (names, archive_command(out, 1)),
             "annomend-archive -j2": (names, archive_command(out, 2)),
+            "-j1 --form conformant": (names, (*archive_command(out, 1), "--form", "conformant")),
             "xargs -P2 annomend": (names[:1000], ("xargs", "-P2", "-n1", "annomend", "-o", f"{out}/", "-f"))}
     rates = {way: [] for way in ways}
     for _ in range(rounds):
@@ -84,9 +86,19 @@ def compare_loops(folder, names, rounds):
             rates[way].append(rate(some, out, command))
     for way, values in rates.items():
         print(f"{way:26} {statistics.median(values):8.0f} files/s")
-    loop, one, two, xargs = (rates[way] for way in ways)
-    for text, above, below in (("-j1 / loop", one, loop), ("-j2 / -j1", two, one), ("-j2 / xargs -P2", two, xargs)):
+    loop, one, two, conformant, xargs = (rates[way] for way in ways)
+    for text, above, below in (("-j1 / loop", one, loop), ("-j2 / -j1", two, one), ("-j2 / xargs -P2", two, xargs),
+                               ("conformant / plain", conformant, one)):
         print(f"{text:26} {statistics.median(a / b for a, b in zip(above, below)):8.2f}")
+
+
+def check(folder, names):
+    """The rules of conformance over the outputs of all states, in one process."""
+    run(*archive_command(folder / "checked", 2), input="\n".join(names).encode())
+    count = sum(1 for _ in (folder / "checked").rglob("PR.*"))
+    start = time.monotonic()
+    run("annomend-archive", "check", folder / "checked")
+    print(f"{'check':26} {count / (time.monotonic() - start):8.0f} files/s")
 
 
 def pass_over(folder, count):
