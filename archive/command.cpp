@@ -175,19 +175,28 @@ private:
         ->type_name("OUT");
     parser.add_flag("--rules", wantsRules, "Print the table of the rules");
     parser.add_flag("--notes-fail", notesFail, "Exit status 1 for notes too");
-    parser.add_option("--format", findingForm, "text or json")
-        ->option_text("FORMAT")
-        ->transform(CLI::CheckedTransformer(
-            std::map<std::string, FindingForm>{{"text", FindingForm::text}, {"json", FindingForm::json}}));
+    addFormat(parser, findingForm, {{"text", FindingForm::text}, {"json", FindingForm::json}});
   }
 
   void addReport(CLI::App& parser)
   {
     parser.add_option("OUT", request.out, "The output folder of conversions")->type_name("")->required();
-    parser.add_option("--format", reportForm, "text, json or csv")
-        ->option_text("FORMAT")
-        ->transform(CLI::CheckedTransformer(std::map<std::string, ReportForm>{
-            {"text", ReportForm::text}, {"json", ReportForm::json}, {"csv", ReportForm::csv}}));
+    addFormat(parser, reportForm, {{"text", ReportForm::text}, {"json", ReportForm::json}, {"csv", ReportForm::csv}});
+  }
+
+  /// The option `--format`, which takes one of the names.
+  template <class Form>
+  static void addFormat(CLI::App& parser, Form& form, const std::map<std::string, Form>& forms)
+  {
+    std::vector<std::string> names;
+    for (const auto& [name, value] : forms)
+      names.push_back(name);
+    parser
+        .add_option_function<std::string>(
+            "--format", [&form, forms](const std::string& name) { form = forms.at(name); },
+            "What is written (text when missing)")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember(names));
   }
 
   void takeShard(const std::string& text)

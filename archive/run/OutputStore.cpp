@@ -88,7 +88,7 @@ std::string nameOf(const std::string& file)
 bool endsTheRun(int error)
 {
   return error == ENOSPC || error == EDQUOT || error == EROFS || error == EIO || error == ESTALE || error == ENOTCONN ||
-         error == EMFILE || error == ENFILE;
+         error == EMFILE || error == ENFILE || error == EXDEV; // the journal's folder is a mount of its own
 }
 
 OutputStore::OutputStore(std::string folder) : root(std::move(folder))
@@ -108,6 +108,9 @@ std::string OutputStore::makeWorkFolder(const std::string& name, unsigned worker
   const std::string all = journalFolder() + "/" + name + ".work";
   std::string own = all + "/" + std::to_string(worker);
   makeFolder(all);
+  std::string problem;
+  if (!ownFolder(AT_FDCWD, all, problem))
+    throw StoreError(base::joined(all, " cannot be used: ", problem), EACCES);
   std::error_code ignored; // what cannot be removed cannot be made either
   std::filesystem::remove_all(own, ignored);
   if (mkdir(own.c_str(), kFolderMode) != 0)
