@@ -35,6 +35,7 @@ std::size_t Examination::mend(const Rule& rule, std::vector<Finding>& left)
   found.clear();
   rule.examine(*this);
   std::size_t mended = 0;
+  cache.suspend();
   for (auto place = found.rbegin(); place != found.rend(); ++place)
     if (place->second)
     {
@@ -43,6 +44,7 @@ std::size_t Examination::mend(const Rule& rule, std::vector<Finding>& left)
     }
     else
       left.push_back(std::move(place->first));
+  cache.resume(mended > 0);
   return mended;
 }
 

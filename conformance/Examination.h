@@ -2,6 +2,7 @@
 
 #include "conformance/Finding.h"
 #include "conformance/ImageSizes.h"
+#include "conformance/ItemCache.h"
 #include "conformance/items.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -27,7 +28,7 @@ public:
   Examination(DcmDataset& dataset, ImageSizes* sizes) : dataset(dataset), sizes(sizes) {}
 
   /// The data set as an item without a place.
-  Placed root() { return {dataset}; }
+  Placed root() { return {dataset, nullptr, 0, &cache}; }
   /// The size of an image; nothing where it is not known.
   std::optional<ImageSize> sizeOf(const std::string& sopInstanceUid)
   {
@@ -47,6 +48,7 @@ private:
   DcmDataset& dataset;
   ImageSizes* sizes;
   const Rule* current = nullptr;
+  ItemCache cache;
   std::vector<std::pair<Finding, Remedy>> found;
 };
 

@@ -30,8 +30,8 @@ private:
 void visitItems(const Placed& item, const std::function<void(const Placed&)>& visit)
 {
   visit(item);
-  for (DcmObject* object : dicom::contentsOf(item.item))
-    if (auto* const sequence = dynamic_cast<DcmSequenceOfItems*>(object))
+  for (DcmElement* element : elementsOf(item))
+    if (auto* const sequence = sequenceIn(element))
       for (const Placed& nested : itemsOf(item, *sequence))
         visitItems(nested, visit);
 }

@@ -33,25 +33,33 @@ std::vector<Finding> check(DcmDataset& dataset, ImageSizes* sizes)
   return findings;
 }
 
+/// A round holds the rules against what those before them mended. What a rule mends can break those before it alone, so
+/// the next round ends with the last rule that mended something.
 Conformed makeConformant(DcmDataset& dataset, ImageSizes* sizes)
 {
   Examination state(dataset, sizes);
   Conformed result;
-  std::size_t mended = 1;
-  for (int round = 0; round < kMostRounds && mended > 0; ++round)
+  std::vector<std::vector<Finding>> left(rules().size());
+  std::size_t end = rules().size();
+  for (int round = 0; round < kMostRounds && end > 0; ++round)
   {
-    mended = 0;
-    result.left.clear();
-    for (const Rule& rule : rules())
-      if (rule.level == Level::error || rule.remedy)
-        if (const std::size_t count = state.mend(rule, result.left); count > 0)
+    std::size_t mended = 0; // rules up to the last one that mended something
+    for (std::size_t i = 0; i < end; ++i)
+      if (const Rule& rule = rules()[i]; rule.level == Level::error || rule.remedy)
+      {
+        left[i].clear();
+        if (const std::size_t count = state.mend(rule, left[i]); count > 0)
         {
           result.remedies[rule.remedy] += count;
-          mended += count;
+          mended = i + 1;
         }
+      }
+    end = mended;
   }
+  for (std::vector<Finding>& findings : left)
+    result.left.insert(result.left.end(), findings.begin(), findings.end());
   // What the last round mended may have broken something else.
-  result.left = errorsIn(mended > 0 ? check(dataset, sizes) : std::move(result.left));
+  result.left = errorsIn(end > 0 ? check(dataset, sizes) : std::move(result.left));
   return result;
 }
 

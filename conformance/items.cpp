@@ -1,6 +1,7 @@
 // Values of presentation states of any maker, whatever VR they have.
 #include "conformance/items.h"
 
+#include "conformance/ItemCache.h"
 #include "base/text.h"
 #include "dicom/contents.h"
 #include "dicom/uid.h"
@@ -75,13 +76,9 @@ std::optional<double> valueAt(DcmElement& element, unsigned long i)
   }
 }
 
-/// The toolkit's own search makes a stack of what it passes. Elements of a damaged file may stand in any order.
 DcmElement* elementOf(const Placed& where, const DcmTagKey& tag)
 {
-  DcmObject* object = where.item.nextInContainer(nullptr);
-  while (object && object->getTag() != tag)
-    object = where.item.nextInContainer(object);
-  return dynamic_cast<DcmElement*>(object);
+  return where.cache ? where.cache->find(where.item, tag) : ItemCache().find(where.item, tag);
 }
 
 } // namespace
@@ -113,14 +110,19 @@ std::vector<Placed> itemsOf(const Placed& where, DcmSequenceOfItems& sequence)
       std::make_shared<const SequencePlace>(SequencePlace{sequence.getTag(), where.sequence, where.index});
   std::vector<Placed> items;
   for (DcmItem* item : dicom::itemsOf(sequence))
-    items.push_back({*item, place, items.size()});
+    items.push_back({*item, place, items.size(), where.cache});
   return items;
 }
 
 std::vector<Placed> itemsOf(const Placed& where, const DcmTagKey& sequence)
 {
-  auto* const found = dynamic_cast<DcmSequenceOfItems*>(elementOf(where, sequence));
+  auto* const found = sequenceIn(elementOf(where, sequence));
   return found ? itemsOf(where, *found) : std::vector<Placed>();
+}
+
+std::vector<DcmElement*> elementsOf(const Placed& where)
+{
+  return where.cache ? where.cache->elementsOf(where.item) : ItemCache().elementsOf(where.item);
 }
 
 bool has(const Placed& where, const DcmTagKey& tag)
@@ -131,16 +133,18 @@ bool has(const Placed& where, const DcmTagKey& tag)
 bool hasValue(const Placed& where, const DcmTagKey& tag)
 {
   DcmElement* const element = elementOf(where, tag);
-  if (auto* const sequence = dynamic_cast<DcmSequenceOfItems*>(element))
+  if (auto* const sequence = sequenceIn(element))
     return sequence->card() > 0;
   return element && element->getLengthField() > 0;
 }
 
 std::string textOf(const Placed& where, const DcmTagKey& tag)
 {
+  DcmElement* const element = elementOf(where, tag);
   std::string text;
-  static_cast<void>(dicom::readText(where.item, tag, text));
-  return text;
+  if (!element || dicom::readBytes(*element, text).bad())
+    return "";
+  return base::trimmed(text.substr(0, text.find('\0')));
 }
 
 std::vector<std::string> textsOf(const Placed& where, const DcmTagKey& tag)

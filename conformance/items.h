@@ -12,6 +12,8 @@
 namespace tarn::conformance
 {
 
+class ItemCache;
+
 /// Where a sequence stands: its tag, and the place of the item that holds it.
 struct SequencePlace
 {
@@ -26,6 +28,7 @@ struct Placed
   DcmItem& item;
   std::shared_ptr<const SequencePlace> sequence = {}; ///< null for the data set itself
   std::size_t index = 0;                              ///< of the item in the sequence
+  ItemCache* cache = nullptr;                         ///< of the examination; null for an item that a remedy made
 };
 
 /// The path of the item, empty for the data set itself.
@@ -36,6 +39,15 @@ std::string placeOf(const Placed& where, const DcmTagKey& tag);
 /// The items of a sequence; none where there is no such sequence, or something else has its tag.
 std::vector<Placed> itemsOf(const Placed& where, const DcmTagKey& sequence);
 std::vector<Placed> itemsOf(const Placed& where, DcmSequenceOfItems& sequence);
+
+/// The element as a sequence; null where it is none, or is null. It costs less than to ask for the type of every leaf.
+inline DcmSequenceOfItems* sequenceIn(DcmElement* element)
+{
+  return element && !element->isLeaf() ? dynamic_cast<DcmSequenceOfItems*>(element) : nullptr;
+}
+
+/// The elements of the item, in their order.
+std::vector<DcmElement*> elementsOf(const Placed& where);
 
 /// Whether the item has the element, with a value or not.
 bool has(const Placed& where, const DcmTagKey& tag);

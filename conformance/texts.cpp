@@ -193,11 +193,11 @@ const char* Text::delimiters() const
 void visitTexts(const Placed& item, const std::string& inherited, const std::function<void(const Text&)>& visit)
 {
   const std::string terms = has(item, DCM_SpecificCharacterSet) ? textOf(item, DCM_SpecificCharacterSet) : inherited;
-  for (DcmObject* object : dicom::contentsOf(item.item))
-    if (auto* const sequence = dynamic_cast<DcmSequenceOfItems*>(object))
+  for (DcmElement* element : elementsOf(item))
+    if (auto* const sequence = sequenceIn(element))
       for (const Placed& nested : itemsOf(item, *sequence))
         visitTexts(nested, terms, visit);
-    else if (auto* const element = dynamic_cast<DcmElement*>(object); element && isText(element->ident()))
+    else if (isText(element->ident()))
     {
       Text text{item, *element, terms, ""};
       static_cast<void>(dicom::readBytes(*element, text.bytes));

@@ -79,14 +79,13 @@ void examineElement(Examination& state, const Placed& where, DcmElement& element
 
 void examineElements(Examination& state, const Placed& where)
 {
-  for (DcmObject* object : dicom::contentsOf(where.item))
-    if (auto* const element = dynamic_cast<DcmElement*>(object))
-    {
-      examineElement(state, where, *element);
-      if (!element->isLeaf())
-        for (const Placed& item : itemsOf(where, element->getTag()))
-          examineElements(state, item);
-    }
+  for (DcmElement* element : elementsOf(where))
+  {
+    examineElement(state, where, *element);
+    if (auto* const sequence = sequenceIn(element))
+      for (const Placed& item : itemsOf(where, *sequence))
+        examineElements(state, item);
+  }
 }
 
 } // namespace

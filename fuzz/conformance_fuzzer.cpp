@@ -25,13 +25,14 @@ public:
 
 bool hasErrors(const std::vector<Finding>& findings)
 {
-  return std::any_of(findings.begin(), findings.end(), [](const Finding& finding)
-                     { return finding.level == tarn::conformance::Level::error; });
+  return std::any_of(findings.begin(), findings.end(),
+                     [](const Finding& finding) { return finding.level == tarn::conformance::Level::error; });
 }
 
 } // namespace
 
-/// Holds the rules against an object of any bytes, and mends it: what has nothing left is conformant, and stays as it is.
+/// Holds the rules against an object of any bytes, and mends it: what has nothing left is conformant, and stays as it
+/// is.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t length)
 {
   const fuzzing::MemoryFile input(bytes, length);

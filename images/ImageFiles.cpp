@@ -28,7 +28,8 @@ constexpr std::size_t kMostRemembered = 4096;
 std::optional<ImageHeader> headerIn(const std::string& folder, const std::string& objectName, const std::string& uid)
 {
   for (const std::string& name : {objectName, uid, uid + ".dcm"})
-    if (std::optional<ImageHeader> header = readImageHeader(folder + "/" + name); header && header->sopInstanceUid == uid)
+    if (std::optional<ImageHeader> header = readImageHeader(folder + "/" + name);
+        header && header->sopInstanceUid == uid)
       return header;
   return std::nullopt;
 }

@@ -24,8 +24,8 @@ struct ImageHeader
 std::optional<ImageHeader> readImageHeader(const std::string& path);
 
 /// The files of images: in the study's folder of the data repository, then in a folder of their own. A file is known by
-/// its name, `CT.UID`, `UID` or `UID.dcm`; in the other folder and below it also by the UID inside, for which each of its
-/// files is read once.
+/// its name, `CT.UID`, `UID` or `UID.dcm`; in the other folder and below it also by the UID inside, for which each of
+/// its files is read once.
 class ImageFiles
 {
 public:

@@ -26,6 +26,7 @@ int main(int argc, char** argv)
   for (const auto& [kind, lines] : account.annotations())
     std::cout << kind << ": " << lines.written << " of " << lines.read << ", ";
   const auto mended = tarn::conformance::makeConformant(*results.front()->getDataset(), nullptr);
-  std::cout << mended.remedies.at("frame-number-removed") << " frame number removed, " << results.size() << " objects, messages: " << messages.str();
+  std::cout << mended.remedies.at("frame-number-removed") << " frame number removed, " << results.size()
+            << " objects, messages: " << messages.str();
   return good ? 0 : 1; // the results go with the process
 }
