@@ -109,12 +109,12 @@ std::optional<std::string> Journal::holderOf(const std::string& output, Role rol
   return index.holderOf(output, role, hasNoNewer);
 }
 
-void Journal::add(const Record& record)
+void Journal::add(Record record)
 {
   batchInputs[record.input] = batch.size();
   for (const Output& output : record.outputs)
     batchOutputs.at(static_cast<std::size_t>(roleOf(output)))[output.file] = batch.size();
-  batch.push_back(record);
+  batch.push_back(std::move(record));
 }
 
 void Journal::commit()

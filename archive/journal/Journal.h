@@ -42,7 +42,7 @@ public:
   /// An input whose last record has the output `file`, in the role given; nothing when no record has.
   std::optional<std::string> holderOf(const std::string& file, Role role) const;
 
-  void add(const Record& record);
+  void add(Record record);
   std::size_t pending() const { return batch.size(); }
   /// Appends the batch and returns when it is on the disk. Throws JournalError; nothing of the batch counts then, and
   /// no further batch is taken.

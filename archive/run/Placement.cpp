@@ -2,6 +2,7 @@
 #include "archive/run/Placement.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <unistd.h>
 
@@ -86,7 +87,7 @@ std::vector<Placement::Step> Placement::plan(Record& record, const std::vector<s
   std::vector<Output> kept;
   for (std::size_t i = 0; i < record.outputs.size(); ++i)
   {
-    Output output = record.outputs[i];
+    Output output = std::move(record.outputs[i]);
     const std::optional<Record> other = otherHolder(record, output.file);
     const Output* const taken = other ? outputOf(*other, output.file) : nullptr;
     if (taken && !isSame(*taken, output))
@@ -132,7 +133,7 @@ void Placement::passOn(const Record& formerOwner, const std::string& file)
     output.duplicate = output.duplicate && output.file != file;
   if (!journal.find(heir->input, {})->thisRun)
     heirs.insert(heir->input);
-  journal.add(*heir);
+  journal.add(std::move(*heir));
 }
 
 /// A record that is never taken for done, since no file has its version. It keeps the outputs under the input's name.
@@ -144,7 +145,7 @@ void Placement::interrupt(Record previous)
   previous.annotations.clear();
   previous.reasons = {{"interrupted", "", 0}};
   previous.messages.clear();
-  journal.add(previous);
+  journal.add(std::move(previous));
   commit();
 }
 
@@ -186,8 +187,9 @@ std::optional<Outcome> Placement::accept(Record record, const std::vector<std::s
     store.remove(file);
   for (const std::string& file : files.inherited)
     passOn(record, file);
-  journal.add(record);
-  return record.outcome;
+  const Outcome outcome = record.outcome;
+  journal.add(std::move(record));
+  return outcome;
 }
 
 void Placement::commit()
