@@ -14,6 +14,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <charconv>
 #include <functional>
 #include <thread>
@@ -188,9 +189,8 @@ private:
   template <class Form>
   static void addFormat(CLI::App& parser, Form& form, const std::map<std::string, Form>& forms)
   {
-    std::vector<std::string> names;
-    for (const auto& [name, value] : forms)
-      names.push_back(name);
+    std::vector<std::string> names(forms.size());
+    std::transform(forms.begin(), forms.end(), names.begin(), [](const auto& entry) { return entry.first; });
     parser
         .add_option_function<std::string>(
             "--format", [&form, forms](const std::string& name) { form = forms.at(name); },

@@ -225,6 +225,7 @@ void print(const char* name, const std::vector<Times>& rounds, double Times::*pa
 /// To run in a process of its own, since it changes the dictionary. The first round fills the caches.
 int measure(const Mix& mix, const std::vector<std::string>& inputs, const std::string& url, int rounds)
 {
+  // cppcheck-suppress unreadVariable ; what it sets lasts as long as it does
   const ScopedEnvironment database("TARN_DB_URL", url);
   FilesBench bench(mix, inputs);
   std::vector<Times> times;
