@@ -28,7 +28,7 @@ constexpr std::size_t kMostRemembered = 4096;
 std::optional<ImageHeader> headerIn(const std::string& folder, const std::string& objectName, const std::string& uid)
 {
   for (const std::string& name : {objectName, uid, uid + ".dcm"})
-    if (std::optional<ImageHeader> header = readImageHeader(folder + "/" + name);
+    if (std::optional<ImageHeader> header = readImageHeader(fs::path(folder) / name);
         header && header->sopInstanceUid == uid)
       return header;
   return std::nullopt;
