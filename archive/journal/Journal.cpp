@@ -100,20 +100,22 @@ std::optional<Known> Journal::find(const std::string& input, const FileVersion& 
   return Known{record->outcome, record->size == now.size && record->mtime == now.mtime, thisRun};
 }
 
-std::optional<std::string> Journal::holderOf(const std::string& output, Role role) const
+std::optional<std::string> Journal::holderOf(const std::string& output, Role role, const std::string& except) const
 {
-  const Places& places = batchOutputs.at(static_cast<std::size_t>(role));
+  const auto& places = batchOutputs.at(static_cast<std::size_t>(role));
   if (const auto pending = places.find(output); pending != places.end())
-    return batch[pending->second].input;
-  const auto hasNoNewer = [this](const std::string& input) { return batchInputs.count(input) == 0; };
-  return index.holderOf(output, role, hasNoNewer);
+    for (auto place = pending->second.rbegin(); place != pending->second.rend(); ++place)
+      if (const std::string& input = batch[*place].input; input != except && batchInputs.at(input) == *place)
+        return input;
+  const auto counts = [&](const std::string& input) { return input != except && batchInputs.count(input) == 0; };
+  return index.holderOf(output, role, counts);
 }
 
 void Journal::add(Record record)
 {
   batchInputs[record.input] = batch.size();
   for (const Output& output : record.outputs)
-    batchOutputs.at(static_cast<std::size_t>(roleOf(output)))[output.file] = batch.size();
+    batchOutputs.at(static_cast<std::size_t>(roleOf(output)))[output.file].push_back(batch.size());
   batch.push_back(std::move(record));
 }
 

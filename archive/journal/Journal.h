@@ -39,8 +39,8 @@ public:
   std::optional<Known> find(const std::string& input, const FileVersion& now) const;
   /// The whole record.
   std::optional<Record> read(const std::string& input) const;
-  /// An input whose last record has the output `file`, in the role given; nothing when no record has.
-  std::optional<std::string> holderOf(const std::string& file, Role role) const;
+  /// An input other than `except` whose last record has the output `file`, in the role given; nothing when none has.
+  std::optional<std::string> holderOf(const std::string& file, Role role, const std::string& except = {}) const;
 
   void add(Record record);
   std::size_t pending() const { return batch.size(); }
@@ -59,9 +59,9 @@ private:
   std::uint64_t runStart; ///< size when it was opened
   bool broken = false;    ///< a batch could not be written
   std::vector<Record> batch;
-  using Places = std::unordered_map<std::string, std::size_t>; ///< in `batch`, by name
-  Places batchInputs;
-  std::array<Places, kRoles> batchOutputs; ///< by role
+  std::unordered_map<std::string, std::size_t> batchInputs; ///< place of the last record in `batch`, by name
+  /// Places of the records that have an output, by role and name.
+  std::array<std::unordered_map<std::string, std::vector<std::size_t>>, kRoles> batchOutputs;
 };
 
 } // namespace tarn::archive

@@ -74,10 +74,10 @@ bool Placement::isOfThisRun(const std::string& input, const Known& known) const
 /// The record of another input that owns the output, or would if this input did not.
 std::optional<Record> Placement::otherHolder(const Record& record, const std::string& file) const
 {
-  std::optional<std::string> holder = journal.holderOf(file, Role::owner);
-  if (!holder || *holder == record.input)
-    holder = journal.holderOf(file, Role::duplicate);
-  return holder && *holder != record.input ? journal.read(*holder) : std::nullopt;
+  std::optional<std::string> holder = journal.holderOf(file, Role::owner, record.input);
+  if (!holder)
+    holder = journal.holderOf(file, Role::duplicate, record.input);
+  return holder ? journal.read(*holder) : std::nullopt;
 }
 
 std::vector<Placement::Step> Placement::plan(Record& record, const std::vector<std::string>& workFiles,
