@@ -402,10 +402,14 @@ def kills(archive, folder, chance):
 
 @scenario("mysql")
 def the_server_is_killed(archive, folder, chance):
-    out, inputs, hits = folder / "out", archive.tree(folder / "in", 250), 0
+    out, inputs, hits = folder / "out", archive.tree(folder / "in", 600), 0
+    archive.convert(out, folder / "in", status=3, inputs=inputs)
+    begun = time.monotonic()
+    archive.convert(out, "--redo", folder / "in", status=3)
+    seconds = time.monotonic() - begun
     for number in range(6):
         process = archive.start(out, "--redo", folder / "in")
-        time.sleep(chance.uniform(0.05, 0.3))
+        time.sleep(chance.uniform(0.1, 0.6) * seconds)
         archive.server.kill()
         process.communicate(timeout=40)
         expect(process.returncode in (75, 3), f"status {process.returncode}")
