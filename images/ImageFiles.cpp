@@ -43,6 +43,7 @@ std::optional<ImageHeader> readImageHeader(const std::string& path)
     return std::nullopt;
   DcmFileFormat file;
   ImageHeader header;
+  header.path = path;
   if (dicom::loadFile(file, path, dicom::LongValues::inFile).bad() ||
       dicom::readUid(*file.getDataset(), DCM_SOPInstanceUID, header.sopInstanceUid).bad())
     return std::nullopt;

@@ -14,6 +14,7 @@ namespace tarn::images
 /// What an image's own header says of its size (PS3.3 C.7.6.3 and C.7.6.6).
 struct ImageHeader
 {
+  std::string path; ///< of the file
   std::string sopInstanceUid;
   std::uint32_t columns = 0; ///< pixels; 0 where it does not say
   std::uint32_t rows = 0;
