@@ -1,7 +1,7 @@
 // Findings of the checks, as lines (docs/formats.md, "Check").
 #include "archive/FindingWriter.h"
 
-#include "archive/journal/textJson.h"
+#include "archive/journal/JsonLine.h"
 #include "base/Console.h"
 #include "base/text.h"
 
@@ -13,10 +13,14 @@ void FindingWriter::write(const FileFinding& finding)
   ++(finding.isNote ? noteCount : errorCount);
   if (form == FindingForm::json)
   {
-    const Json json{
-        {"file", readable(finding.file)}, {"code", finding.code}, {"level", finding.isNote ? "note" : "error"},
-        {"clause", finding.clause},       {"at", finding.at},     {"text", readable(finding.text)}};
-    consoleOut() << json.dump() << '\n';
+    JsonLine line;
+    line.put("file", finding.file);
+    line.put("code", finding.code);
+    line.put("level", finding.isNote ? "note" : "error");
+    line.put("clause", finding.clause);
+    line.put("at", finding.at);
+    line.put("text", finding.text);
+    consoleOut() << line.finish() << '\n';
     return;
   }
   const std::string at = finding.at.empty() ? "" : finding.at + ": ";

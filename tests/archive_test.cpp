@@ -81,10 +81,11 @@ TEST(TextInJson, ShowsBytesThatAreNoUtf8)
   };
   for (const auto& [bytes, shown] : rows)
   {
-    Json json;
-    putInput(json, bytes);
+    JsonLine line;
+    putInput(line, bytes);
+    const Json json = Json::parse(line.finish());
     EXPECT_EQ(json.at("input"), shown);
-    EXPECT_EQ(inputOf(Json::parse(json.dump())), bytes) << shown;
+    EXPECT_EQ(inputOf(json), bytes) << shown;
     EXPECT_EQ(json.contains("input_hex"), bytes != shown);
   }
 }

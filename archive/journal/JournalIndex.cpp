@@ -25,11 +25,9 @@ constexpr std::uint64_t kLongestTornTail = std::uint64_t{64} << 20U;
 /// How a record of `input` begins: with every field of its name.
 std::string beginningOf(const std::string& input)
 {
-  Json json = Json::object();
-  putInput(json, input);
-  std::string text = json.dump();
-  text.back() = ',';
-  return text + "\"size\":"; // and not "input_hex", of another input that looks the same
+  JsonLine line;
+  putInput(line, input);
+  return base::joined(line.begun(), ",\"size\":"); // and not "input_hex", of another input that looks the same
 }
 
 /// The name of the link from the place of an output to that before.

@@ -1,6 +1,7 @@
 // Records as lines of JSON (docs/formats.md, "Journal").
 #include "archive/journal/Record.h"
 
+#include "archive/journal/JsonLine.h"
 #include "archive/journal/textJson.h"
 
 #include <algorithm>
@@ -15,44 +16,72 @@ namespace
 constexpr std::array<const char*, kOutcomes> kNames{"converted", "partly",  "nothing", "refused",
                                                     "failed",    "crashed", "timeout"};
 
-Json jsonOf(const Output& output)
+void putCounts(JsonLine& line, const std::map<std::string, std::uint64_t>& counts)
 {
-  Json json{{"file", readable(output.file)},   {"instance", readable(output.instance)},
-            {"image", readable(output.image)}, {"class", readable(output.imageClass)},
-            {"frame", readable(output.frame)}, {"bytes", output.bytes},
-            {"sha256", output.sha256}};
-  if (!output.annotations.empty())
-    json["annotations"] = output.annotations;
-  if (output.duplicate)
-    json["duplicate"] = true;
-  return json;
+  for (const auto& [name, count] : counts)
+    line.put(name, count);
 }
 
-Json jsonOf(const Record& record)
+void put(JsonLine& line, const Output& output)
 {
-  Json json = Json::object();
-  putInput(json, record.input);
-  json["size"] = record.size;
-  json["mtime"] = record.mtime;
-  json["study"] = readable(record.study);
-  json["instance"] = readable(record.instance);
-  json["outcome"] = nameOf(record.outcome);
-  Json& annotations = json["annotations"] = Json::object();
-  for (const auto& [kind, tally] : record.annotations)
-    annotations[readable(kind)] = Json{{"read", tally.read}, {"written", tally.written}};
-  Json& reasons = json["reasons"] = Json::array();
-  for (const Reason& reason : record.reasons)
-    reasons.push_back({{"code", reason.code}, {"detail", readable(reason.detail)}, {"count", reason.count}});
-  Json& outputs = json["outputs"] = Json::array();
-  for (const Output& output : record.outputs)
-    outputs.push_back(jsonOf(output));
+  line.put("file", output.file);
+  line.put("instance", output.instance);
+  line.put("image", output.image);
+  line.put("class", output.imageClass);
+  line.put("frame", output.frame);
+  line.put("bytes", output.bytes);
+  line.put("sha256", output.sha256);
+  if (!output.annotations.empty())
+    line.putObject("annotations", [&] { putCounts(line, output.annotations); });
+  if (output.duplicate)
+    line.put("duplicate", true);
+}
+
+void put(JsonLine& line, const Reason& reason)
+{
+  line.put("code", reason.code);
+  line.put("detail", reason.detail);
+  line.put("count", reason.count);
+}
+
+template <class Part>
+void addEach(JsonLine& line, const std::vector<Part>& parts)
+{
+  for (const Part& part : parts)
+    line.addObject([&] { put(line, part); });
+}
+
+void putTallies(JsonLine& line, const std::map<std::string, Tally>& tallies)
+{
+  for (const auto& [kind, tally] : tallies)
+    line.putObject(kind,
+                   [&line, &tally = tally]
+                   {
+                     line.put("read", tally.read);
+                     line.put("written", tally.written);
+                   });
+}
+
+void put(JsonLine& line, const Record& record)
+{
+  putInput(line, record.input);
+  line.put("size", record.size);
+  line.put("mtime", record.mtime);
+  line.put("study", record.study);
+  line.put("instance", record.instance);
+  line.put("outcome", nameOf(record.outcome));
+  line.putObject("annotations", [&] { putTallies(line, record.annotations); });
+  line.putArray("reasons", [&] { addEach(line, record.reasons); });
+  line.putArray("outputs", [&] { addEach(line, record.outputs); });
   if (!record.rules.empty())
-    json["rules"] = record.rules;
-  Json& messages = json["messages"] = Json::array();
-  for (const std::string& message : record.messages)
-    messages.push_back(readable(message));
-  json["ms"] = record.milliseconds;
-  return json;
+    line.putObject("rules", [&] { putCounts(line, record.rules); });
+  line.putArray("messages",
+                [&]
+                {
+                  for (const std::string& message : record.messages)
+                    line.add(message);
+                });
+  line.put("ms", record.milliseconds);
 }
 
 Output outputOf(const Json& json)
@@ -127,7 +156,9 @@ bool holds(const Record& record, const std::string& file, Role role)
 
 std::string toJson(const Record& record)
 {
-  return jsonOf(record).dump();
+  JsonLine line;
+  put(line, record);
+  return line.finish();
 }
 
 Record recordFrom(const std::string& line)

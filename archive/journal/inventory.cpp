@@ -8,14 +8,14 @@ namespace tarn::archive
 
 std::string toJson(const InventoryEntry& entry)
 {
-  Json json = Json::object();
-  putInput(json, entry.input);
-  json["size"] = entry.size;
-  json["mtime"] = entry.mtime;
-  json["study"] = readable(entry.study);
-  json["instance"] = readable(entry.instance);
-  json["private"] = entry.hasPluginState;
-  return json.dump();
+  JsonLine line;
+  putInput(line, entry.input);
+  line.put("size", entry.size);
+  line.put("mtime", entry.mtime);
+  line.put("study", entry.study);
+  line.put("instance", entry.instance);
+  line.put("private", entry.hasPluginState);
+  return line.finish();
 }
 
 InventoryEntry entryFrom(const std::string& line)

@@ -72,12 +72,12 @@ std::string readable(std::string_view bytes)
   return text;
 }
 
-void putInput(Json& json, const std::string& path)
+void putInput(JsonLine& line, const std::string& path)
 {
   const std::string shown = readable(path);
-  json["input"] = shown;
+  line.put("input", shown);
   if (shown != path)
-    json["input_hex"] = inHex(path);
+    line.put("input_hex", inHex(path));
 }
 
 std::string inputOf(const Json& json)

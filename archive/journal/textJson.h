@@ -1,5 +1,7 @@
 #pragma once
 
+#include "archive/journal/JsonLine.h"
+
 #include <nlohmann/json.hpp>
 
 #include <string>
@@ -15,7 +17,7 @@ using Json = nlohmann::ordered_json;
 std::string readable(std::string_view bytes);
 
 /// Puts a path as "input", readable, and where that is not the path itself also as "input_hex".
-void putInput(Json& json, const std::string& path);
+void putInput(JsonLine& line, const std::string& path);
 /// The bytes that digits in pairs stand for.
 std::string fromHex(std::string_view digits);
 /// The path that putInput() put. Throws std::runtime_error where there is none.
