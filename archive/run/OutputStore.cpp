@@ -149,9 +149,13 @@ std::string OutputStore::place(const std::string& work, const std::string& file,
   const int folder = studyFolder(studyOf(file), true, problem);
   if (folder < 0)
     return problem;
-  if (isInput(folder, nameOf(file), input))
+  const std::string name = nameOf(file);
+  if (renameat2(AT_FDCWD, work.c_str(), folder, name.c_str(), RENAME_NOREPLACE) == 0)
+    return {};
+  // The name is taken, or the file system knows no such renaming.
+  if (isInput(folder, name, input))
     return "it would replace the input file";
-  if (renameat(AT_FDCWD, work.c_str(), folder, nameOf(file).c_str()) == 0)
+  if (renameat(AT_FDCWD, work.c_str(), folder, name.c_str()) == 0)
     return {};
   if (endsTheRun(errno))
     throw storeError(root + "/" + file, "cannot be written");
