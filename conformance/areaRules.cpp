@@ -73,7 +73,7 @@ void examineAreasTwice(Examination& state)
     return;
   const Placed& first = again.back();
   const char* const text = "another area holds for the same image";
-  if (Manifest(state).only())
+  if (state.manifest().only())
     state.find(first, text,
                [root = state.root(), again] { removeItems(root, DCM_DisplayedAreaSelectionSequence, again); });
   else
@@ -86,7 +86,7 @@ void examineAreaCoverage(Examination& state)
   const std::vector<Placed> areas = areasOf(state);
   for (const Placed& area : areas)
     claims.add(referencesOf(area));
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   for (const Reference& image : manifest.images())
     if (!areas.empty() && !claims.covers(image.uid))
       state.find(image.where, "no area holds for the image");
@@ -150,7 +150,7 @@ void examineTrueSize(Examination& state)
 
 void examinePixelOrigin(Examination& state)
 {
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   const bool isSlide =
       std::any_of(manifest.images().begin(), manifest.images().end(),
                   [](const Reference& image) { return image.sopClass == UID_VLWholeSlideMicroscopyImageStorage; });

@@ -94,7 +94,7 @@ const std::vector<Attribute>& tickAttributes()
 
 std::vector<Placed> compoundsOf(Examination& state)
 {
-  return objectsOf(state, DCM_CompoundGraphicSequence);
+  return state.objects(DCM_CompoundGraphicSequence);
 }
 
 /// The numbers that the items of some sequences have in one attribute.
@@ -196,7 +196,7 @@ void examineGraphicGroupIds(Examination& state)
 {
   const std::set<double> groups = numbersIn(state.root(), {DCM_GraphicGroupSequence}, DCM_GraphicGroupID);
   for (const DcmTagKey& sequence : {DCM_GraphicObjectSequence, DCM_TextObjectSequence, DCM_CompoundGraphicSequence})
-    for (const Placed& object : objectsOf(state, sequence))
+    for (const Placed& object : state.objects(sequence))
       if (const auto id = numberOf(object, DCM_GraphicGroupID); id && !std::isnan(*id) && groups.count(*id) == 0)
         state.find(object, DCM_GraphicGroupID, "there is no such group");
 }

@@ -17,7 +17,7 @@ constexpr std::size_t kMostPoints = 8191;
 
 std::vector<Placed> graphicsOf(Examination& state)
 {
-  return objectsOf(state, DCM_GraphicObjectSequence);
+  return state.objects(DCM_GraphicObjectSequence);
 }
 
 bool isOutline(const std::string& type)
@@ -62,7 +62,7 @@ Replacements::Items splitOutline(const Placed& graphic)
   {
     const std::size_t end = std::min(start + kMost, data.size());
     pieces.push_back(std::make_unique<DcmItem>(graphic.item));
-    const Placed piece{*pieces.back()};
+    const Placed piece = graphic.contents.state.apart(*pieces.back());
     using Distance = std::vector<Float32>::difference_type;
     putCoordinates(piece, DCM_GraphicData,
                    {data.begin() + static_cast<Distance>(start), data.begin() + static_cast<Distance>(end)});
@@ -93,10 +93,10 @@ double lengthOf(const std::vector<Float32>& ends, std::size_t from)
 void examineGraphicDataVr(Examination& state)
 {
   for (const DcmTagKey& sequence : {DCM_GraphicObjectSequence, DCM_CompoundGraphicSequence})
-    for (const Placed& graphic : objectsOf(state, sequence))
+    for (const Placed& graphic : state.objects(sequence))
     {
-      DcmElement* element = nullptr;
-      if (graphic.item.findAndGetElement(DCM_GraphicData, element).bad() || element->ident() == EVR_FL)
+      DcmElement* const element = elementOf(graphic, DCM_GraphicData);
+      if (!element || element->ident() == EVR_FL)
         continue;
       std::vector<Float32> data = coordinatesOf(graphic, DCM_GraphicData);
       if (data.size() > 2 * kMostPoints) // examineLongOutlines
@@ -111,7 +111,7 @@ void examineGraphicDataVr(Examination& state)
 void examineGraphicDimensions(Examination& state)
 {
   for (const DcmTagKey& sequence : {DCM_GraphicObjectSequence, DCM_CompoundGraphicSequence})
-    for (const Placed& graphic : objectsOf(state, sequence))
+    for (const Placed& graphic : state.objects(sequence))
       if (!hasValue(graphic, DCM_GraphicDimensions))
         state.find(graphic, DCM_GraphicDimensions, "it is missing",
                    [graphic] { putNumber(graphic, DCM_GraphicDimensions, 2); });
@@ -137,7 +137,7 @@ void examineLongOutlines(Examination& state)
 void examinePointCounts(Examination& state)
 {
   for (const DcmTagKey& sequence : {DCM_GraphicObjectSequence, DCM_CompoundGraphicSequence})
-    for (const Placed& graphic : objectsOf(state, sequence))
+    for (const Placed& graphic : state.objects(sequence))
     {
       const std::size_t values = coordinatesOf(graphic, DCM_GraphicData).size();
       const std::size_t points = values / 2;

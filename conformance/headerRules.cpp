@@ -300,8 +300,8 @@ void examinePrivateCreator(Examination& state)
   const Placed root = state.root();
   std::set<unsigned> filled; // blocks with an element
   std::vector<DcmTagKey> creators;
-  for (const DcmObject* element : dicom::contentsOf(root.item))
-    if (const DcmTagKey tag = element->getTag(); tag.getGroup() != PBItem::kGroup)
+  for (const Contents::Entry& entry : elementsOf(root))
+    if (const DcmTagKey tag = entry.element->getTag(); tag.getGroup() != PBItem::kGroup)
       continue;
     else if (tag.getElement() > 0xFF)
       filled.insert(tag.getElement() >> 8U);

@@ -44,9 +44,9 @@ std::vector<std::pair<DcmTagKey, std::string>> activatedLayers(const Placed& roo
   constexpr Uint16 kCurves = 0x5000;
   constexpr Uint16 kOverlays = 0x6000;
   std::vector<std::pair<DcmTagKey, std::string>> layers;
-  for (const DcmObject* object : dicom::contentsOf(root.item))
+  for (const Contents::Entry& entry : elementsOf(root))
   {
-    const DcmTagKey tag = object->getTag();
+    const DcmTagKey tag = entry.element->getTag();
     const Uint16 family = tag.getGroup() & kRepeats;
     if (tag.getElement() == kActivation && tag.getGroup() % 2 == 0 && (family == kCurves || family == kOverlays))
       if (const std::string layer = textOf(root, tag); !layer.empty())
@@ -90,7 +90,7 @@ private:
 
 void declareLayer(const Placed& root, const std::string& name, const std::string& order)
 {
-  const Placed layer{appendItem(root, DCM_GraphicLayerSequence)};
+  const Placed layer = appendItem(root, DCM_GraphicLayerSequence);
   putText(layer, DCM_GraphicLayer, EVR_CS, name);
   putText(layer, DCM_GraphicLayerOrder, EVR_IS, order);
 }

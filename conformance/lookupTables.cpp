@@ -37,8 +37,8 @@ std::string faultOfTable(const Placed& where, const DcmTagKey& sequence, Stage s
     return "the descriptor's number of bits is not one that entries may have";
   if (stage == Stage::presentation && (*descriptor)[1] != 0)
     return "the first value that is looked up is not 0";
-  DcmElement* data = nullptr;
-  if (tables.front().item.findAndGetElement(DCM_LUTData, data).bad() || !data->isLeaf())
+  DcmElement* const data = elementOf(tables.front(), DCM_LUTData);
+  if (!data || !data->isLeaf())
     return "there are no entries";
   if (!fits(data->getLengthField(), entries, bits))
     return "there are not as many entries as the descriptor says";

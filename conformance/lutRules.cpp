@@ -63,7 +63,7 @@ void examineModalityTable(Examination& state)
 void examineWindowOnStoredValues(Examination& state)
 {
   const Placed root = state.root();
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   const bool isAllCt =
       !manifest.images().empty() && std::all_of(manifest.images().begin(), manifest.images().end(),
                                                 [](const Reference& image) { return isCt(image.sopClass); });

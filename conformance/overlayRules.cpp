@@ -32,9 +32,9 @@ std::string faultOfPlane(const Placed& root, Uint16 group)
   if (number(DCM_OverlayBitsAllocated) != 1 || number(DCM_OverlayBitPosition) != 0)
     return "it has not one bit for each pixel";
   const double frames = number(DCM_NumberOfFramesInOverlay).value_or(1);
-  DcmElement* data = nullptr;
-  if (root.item.findAndGetElement(overlayTag(DCM_OverlayData, group), data).bad() || !data->isLeaf() ||
-      !isWhole(frames, 1, kMostFrames) || data->getLengthField() * 8.0 < *rows * *columns * frames)
+  DcmElement* const data = elementOf(root, overlayTag(DCM_OverlayData, group));
+  if (!data || !data->isLeaf() || !isWhole(frames, 1, kMostFrames) ||
+      data->getLengthField() * 8.0 < *rows * *columns * frames)
     return "its data are missing, or shorter than rows and columns say";
   return "";
 }
@@ -44,8 +44,8 @@ std::string faultOfPlane(const Placed& root, Uint16 group)
 std::vector<Uint16> overlayGroups(const Placed& root)
 {
   std::set<Uint16> groups;
-  for (const DcmObject* element : dicom::contentsOf(root.item))
-    if (const Uint16 group = element->getGTag(); group >= kFirstGroup && group <= kLastGroup && group % 2 == 0)
+  for (const Contents::Entry& entry : elementsOf(root))
+    if (const Uint16 group = entry.element->getGTag(); group >= kFirstGroup && group <= kLastGroup && group % 2 == 0)
       groups.insert(group);
   return {groups.begin(), groups.end()};
 }

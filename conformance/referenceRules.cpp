@@ -109,7 +109,7 @@ void examineImagesTwice(Examination& state)
 /// Frames of an image of one frame are not numbered; of others the numbers count from 1.
 void examineFrameNumbers(Examination& state)
 {
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   for (const Reference& image : manifest.images())
     examineFrameNumber(state, image.where);
   forEachItem(state,
@@ -122,7 +122,7 @@ void examineFrameNumbers(Examination& state)
 
 void examineItemsElsewhere(Examination& state)
 {
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   if (manifest.images().empty())
     return;
   for (const DcmTagKey& sequence : kChoosing)
@@ -140,7 +140,7 @@ void examineItemsElsewhere(Examination& state)
 
 void examineReferencesElsewhere(Examination& state)
 {
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   if (manifest.images().empty())
     return;
   forEachItem(state,
@@ -160,7 +160,7 @@ void examineReferencesElsewhere(Examination& state)
 /// What holds for every image and frame of the state names none of them.
 void examineNeedlessReferences(Examination& state)
 {
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   const Reference* const only = manifest.only();
   const auto isWholeState = [only](const Reference& image)
   { return only && image.uid == only->uid && (image.frames.empty() || image.frames == only->frames); };
@@ -178,7 +178,7 @@ void examineNeedlessReferences(Examination& state)
 
 void examineItemReferenceUids(Examination& state)
 {
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   forEachItem(state,
               [&](const Placed& item)
               {

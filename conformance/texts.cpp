@@ -103,6 +103,18 @@ bool isText(DcmEVR vr)
   return std::find(kTexts.begin(), kTexts.end(), vr) != kTexts.end();
 }
 
+void collect(const Placed& item, const std::string& inherited, std::vector<Text>& texts)
+{
+  const std::string& terms = has(item, DCM_SpecificCharacterSet) ? textOf(item, DCM_SpecificCharacterSet) : inherited;
+  for (Contents::Entry& entry : elementsOf(item))
+    if (entry.sequence)
+      for (const Placed& nested : itemsOf(item, entry))
+        collect(nested, terms, texts);
+    else if (isText(entry.vr))
+      if (const std::string& bytes = item.contents.bytesOf(entry); !bytes.empty())
+        texts.push_back({item, *entry.element, terms, bytes, isPlain(bytes)});
+}
+
 } // namespace
 
 CharacterSet::CharacterSet(const std::string& terms)
@@ -190,48 +202,41 @@ const char* Text::delimiters() const
   }
 }
 
-void visitTexts(const Placed& item, const std::string& inherited, const std::function<void(const Text&)>& visit)
+std::vector<Text> textsIn(const Placed& item)
 {
-  const std::string terms = has(item, DCM_SpecificCharacterSet) ? textOf(item, DCM_SpecificCharacterSet) : inherited;
-  for (DcmElement* element : elementsOf(item))
-    if (auto* const sequence = sequenceIn(element))
-      for (const Placed& nested : itemsOf(item, *sequence))
-        visitTexts(nested, terms, visit);
-    else if (isText(element->ident()))
-    {
-      Text text{item, *element, terms, ""};
-      static_cast<void>(dicom::readBytes(*element, text.bytes));
-      // The toolkit puts NUL in the place of blanks at the end when it reads a value, and blanks again into a file.
-      text.bytes.resize(text.bytes.find_last_not_of('\0') + 1);
-      if (!text.bytes.empty())
-        visit(text);
-    }
+  static const std::string kNone;
+  return textsIn(item, kNone);
 }
 
-std::optional<Utf8Texts> utf8TextsOf(const Placed& root)
+std::vector<Text> textsIn(const Placed& item, const std::string& terms)
+{
+  std::vector<Text> texts;
+  collect(item, terms, texts);
+  return texts;
+}
+
+std::optional<Utf8Texts> utf8TextsOf(const std::vector<Text>& texts)
 {
   std::map<std::string, CharacterSet> sets;
-  Utf8Texts texts;
-  bool areAll = true;
-  visitTexts(root, "",
-             [&](const Text& text)
-             {
-               if (isPlain(text.bytes))
-                 return;
-               const CharacterSet& set = sets.try_emplace(text.terms, text.terms).first->second;
-               if (auto utf8 = inUtf8(text, set); !utf8)
-                 areAll = false;
-               else if (*utf8 != text.bytes)
-                 texts.changed.emplace_back(&text.element, std::move(*utf8));
-             });
-  return areAll ? std::make_optional(std::move(texts)) : std::nullopt;
+  Utf8Texts utf8;
+  for (const Text& text : texts)
+    if (!text.isPlain)
+    {
+      auto converted = inUtf8(text, sets.try_emplace(text.terms, text.terms).first->second);
+      if (!converted)
+        return std::nullopt;
+      if (*converted != text.bytes)
+        utf8.changed.emplace_back(text, std::move(*converted));
+    }
+  return utf8;
 }
 
 void Utf8Texts::putInto(const Placed& root) const
 {
-  for (const auto& [element, text] : changed)
-    element->putString(text.data(), static_cast<Uint32>(text.size()));
+  for (const auto& [text, utf8] : changed)
+    putBytes(text.where, text.element, utf8);
   root.item.findAndDeleteElement(DCM_SpecificCharacterSet, OFTrue, OFTrue);
+  root.contents.state.changeEverywhere(DCM_SpecificCharacterSet);
   putText(root, DCM_SpecificCharacterSet, EVR_CS, "ISO_IR 192");
 }
 

@@ -72,19 +72,22 @@ void examineElement(Examination& state, const Placed& where, DcmElement& element
   const DcmEVR mended = DcmVR(asked).getValidEVR();
   Examination::Remedy remedy;
   if (under(mended, element))
-    remedy = [where, &element, mended] { where.item.insert(under(mended, element).release(), true); };
+    remedy = [where, &element, tag, mended]
+    {
+      where.item.insert(under(mended, element).release(), true);
+      where.contents.change(tag);
+    };
   state.find(where, tag, base::joined("the VR is ", DcmVR(vr).getVRName(), ", not ", DcmVR(asked).getVRName()),
              std::move(remedy));
 }
 
 void examineElements(Examination& state, const Placed& where)
 {
-  for (DcmElement* element : elementsOf(where))
+  for (Contents::Entry& entry : elementsOf(where))
   {
-    examineElement(state, where, *element);
-    if (auto* const sequence = sequenceIn(element))
-      for (const Placed& item : itemsOf(where, *sequence))
-        examineElements(state, item);
+    examineElement(state, where, *entry.element);
+    for (const Placed& item : itemsOf(where, entry))
+      examineElements(state, item);
   }
 }
 

@@ -22,8 +22,8 @@ bool isWindow(const Placed& item)
 
 bool hasSeveral(const Placed& item, const DcmTagKey& tag)
 {
-  DcmElement* element = nullptr;
-  return item.item.findAndGetElement(tag, element).good() && element->getVM() > 1;
+  DcmElement* const element = elementOf(item, tag);
+  return element && element->getVM() > 1;
 }
 
 /// Puts the first of several values in place of all.
@@ -75,7 +75,7 @@ void examineWindowsTwice(Examination& state)
   if (again.empty())
     return;
   const char* const text = "another window or table holds for the same image";
-  if (Manifest(state).only())
+  if (state.manifest().only())
     state.find(again.front(), text,
                [root = state.root(), again] { removeItems(root, DCM_SoftcopyVOILUTSequence, again); });
   else

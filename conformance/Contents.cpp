@@ -1,0 +1,180 @@
+// What the items of a presentation state hold, read once.
+#include "conformance/Contents.h"
+
+#include "base/text.h"
+#include "dicom/contents.h"
+#include "dicom/values.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace tarn::conformance
+{
+namespace
+{
+
+const std::string kNoText;
+const std::vector<Float32> kNoCoordinates;
+
+/// It costs less than to ask for the type of every leaf.
+DcmSequenceOfItems* sequenceIn(DcmElement& element)
+{
+  return element.isLeaf() ? nullptr : dynamic_cast<DcmSequenceOfItems*>(&element);
+}
+
+} // namespace
+
+std::string nameOf(const DcmTagKey& tag)
+{
+  DcmTag named(tag);
+  const std::string name = named.getTagName();
+  return name == DcmTag_ERROR_TagName ? tag.toString().c_str() : name;
+}
+
+Placed StateContents::root()
+{
+  if (items.empty())
+    items.emplace_back(*this, dataset);
+  return {dataset, items.front()};
+}
+
+Placed StateContents::apart(DcmItem& item)
+{
+  return {item, items.emplace_back(*this, item)};
+}
+
+void StateContents::changeEverywhere(const DcmTagKey& tag)
+{
+  for (Contents& contents : items)
+    contents.change(tag);
+}
+
+void StateContents::takeNote()
+{
+  asked.clear();
+  changed.clear();
+}
+
+/// What was known of elements that have not been changed since is kept: they stand in the same order as before.
+void Contents::read()
+{
+  const std::vector<Entry> before = std::move(entries);
+  entries.clear();
+  tags.clear();
+  entries.reserve(item.card());
+  tags.reserve(item.card());
+  auto known = before.begin();
+  for (DcmObject* object = item.nextInContainer(nullptr); object; object = item.nextInContainer(object))
+  {
+    auto* const element = static_cast<DcmElement*>(object); // NOLINT(*-static-cast-downcast): an item has nothing else
+    const DcmTagKey& tag = element->getTag();
+    const bool isKnown = !changed.has(tag);
+    while (isKnown && known != before.end() && known->element != element)
+      ++known;
+    if (isKnown && known != before.end())
+      entries.push_back(*known++);
+    else
+      entries.push_back({element, sequenceIn(*element), element->ident()});
+    tags.push_back(numberOf(tag));
+  }
+  changed.clear();
+  isRead = true;
+}
+
+std::vector<Contents::Entry>& Contents::elements()
+{
+  if (!isRead)
+    read();
+  state.asked.addAll();
+  return entries;
+}
+
+Contents::Entry* Contents::find(const DcmTagKey& tag)
+{
+  if (!isRead)
+    read();
+  state.asked.add(tag);
+  const auto place = std::find(tags.begin(), tags.end(), numberOf(tag));
+  return place == tags.end() ? nullptr : &entries[static_cast<std::size_t>(place - tags.begin())];
+}
+
+/// The toolkit puts NUL in the place of blanks at the end when it reads a value, and blanks again into a file.
+const std::string& Contents::bytesOf(Entry& entry)
+{
+  if (entry.bytes)
+    return *entry.bytes;
+  std::string bytes;
+  entry.bytes = &kNoText;
+  static_cast<void>(dicom::readBytes(*entry.element, bytes));
+  bytes.resize(bytes.find_last_not_of('\0') + 1);
+  if (!bytes.empty())
+    entry.bytes = &state.texts.emplace_back(std::move(bytes));
+  return *entry.bytes;
+}
+
+const std::string& Contents::textOf(Entry& entry)
+{
+  if (entry.text)
+    return *entry.text;
+  std::string text;
+  entry.text = &kNoText;
+  if (dicom::readBytes(*entry.element, text).good() && !text.empty())
+    entry.text = &state.texts.emplace_back(base::trimmed(std::string_view(text).substr(0, text.find('\0'))));
+  return *entry.text;
+}
+
+const std::vector<Float32>& Contents::coordinatesOf(Entry& entry)
+{
+  if (entry.coordinates)
+    return *entry.coordinates;
+  entry.coordinates = &kNoCoordinates;
+  std::string bytes;
+  if ((entry.vr != EVR_FL && entry.vr != EVR_UN && entry.vr != EVR_OF) ||
+      dicom::readBytes(*entry.element, bytes).bad() || bytes.size() % sizeof(Float32) != 0)
+    return kNoCoordinates;
+  swapIfNecessary(gLocalByteOrder, EBO_LittleEndian, bytes.data(), static_cast<Uint32>(bytes.size()), sizeof(Float32));
+  std::vector<Float32>& values = state.coordinates.emplace_back(bytes.size() / sizeof(Float32));
+  std::memcpy(values.data(), bytes.data(), bytes.size());
+  entry.coordinates = &values;
+  return values;
+}
+
+const std::vector<Placed>& Contents::itemsOf(Entry& entry)
+{
+  if (entry.items)
+    return *entry.items;
+  std::vector<Placed>& list = state.lists.emplace_back();
+  entry.items = &list;
+  if (!entry.sequence)
+    return list;
+  list.reserve(entry.sequence->card());
+  for (DcmItem* nested : dicom::itemsOf(*entry.sequence))
+    list.push_back({*nested, state.items.emplace_back(state, *nested, *this, entry.element->getTag(), list.size())});
+  return list;
+}
+
+void Contents::change(const DcmTagKey& tag)
+{
+  isRead = false;
+  changed.add(tag);
+  state.changed.add(tag);
+}
+
+void Contents::changePlace()
+{
+  if (holder)
+    holder->change(sequence);
+}
+
+std::string Contents::place() const
+{
+  std::vector<std::string> steps;
+  for (const Contents* nested = this; nested->holder; nested = nested->holder)
+    steps.push_back(nameOf(nested->sequence) + "[" + std::to_string(nested->index) + "]");
+  std::string path;
+  for (auto step = steps.rbegin(); step != steps.rend(); ++step)
+    path += (path.empty() ? "" : ".") + *step;
+  return path;
+}
+
+} // namespace tarn::conformance

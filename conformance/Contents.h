@@ -1,0 +1,117 @@
+#pragma once
+
+#include "conformance/TagSet.h"
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/dcmdata/dctk.h>
+
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace tarn::conformance
+{
+
+class Contents;
+
+/// The keyword (PS3.6), or "(gggg,eeee)" for a tag that has none.
+std::string nameOf(const DcmTagKey& tag);
+
+/// An item of a presentation state, and what is known of it.
+struct Placed
+{
+  DcmItem& item;
+  Contents& contents;
+};
+
+/// What all items of a presentation state hold, each value read when it is first asked for: a hundred rules ask for the
+/// same ones, and the toolkit's lists are slow to search. It takes note of what is asked for and of what is changed.
+/// Whatever it returns stays as it is until it goes itself.
+class StateContents
+{
+public:
+  explicit StateContents(DcmDataset& dataset) : dataset(dataset) {}
+
+  /// The data set, an item without a place.
+  Placed root();
+  /// An item that is not, or not yet, in the data set.
+  Placed apart(DcmItem& item);
+
+  /// Says that an element went from all items.
+  void changeEverywhere(const DcmTagKey& tag);
+
+  /// Begins to take note anew.
+  void takeNote();
+  /// What has been asked for, and what has been changed since.
+  TagSet asked;
+  TagSet changed;
+
+private:
+  friend class Contents;
+
+  DcmDataset& dataset;
+  std::deque<Contents> items; ///< the data set first
+  std::deque<std::string> texts;
+  std::deque<std::vector<Float32>> coordinates;
+  std::deque<std::vector<Placed>> lists;
+};
+
+/// What one item holds.
+class Contents
+{
+public:
+  struct Entry
+  {
+    DcmElement* element;
+    DcmSequenceOfItems* sequence; ///< null for another element
+    DcmEVR vr;
+    // Null until they are asked for.
+    const std::string* bytes = nullptr;
+    const std::string* text = nullptr;
+    const std::vector<Float32>* coordinates = nullptr;
+    const std::vector<Placed>* items = nullptr;
+  };
+
+  Contents(StateContents& state, DcmItem& item) : state(state), item(item) {}
+  Contents(StateContents& state, DcmItem& item, Contents& holder, const DcmTagKey& sequence, std::size_t index)
+    : state(state), item(item), holder(&holder), sequence(sequence), index(index)
+  {
+  }
+
+  /// Null where the item has no such element.
+  Entry* find(const DcmTagKey& tag);
+  /// All elements, in their order.
+  std::vector<Entry>& elements();
+
+  /// The value as it stands in a file, without NULs at its end.
+  const std::string& bytesOf(Entry& entry);
+  /// The value up to the first NUL, without blanks at its ends.
+  const std::string& textOf(Entry& entry);
+  /// The values of the VR FL, or those whose bytes are those of that VR: UN and OF.
+  const std::vector<Float32>& coordinatesOf(Entry& entry);
+  const std::vector<Placed>& itemsOf(Entry& entry);
+
+  /// To be called by all that changes the item: the element was put, removed, or given another value.
+  void change(const DcmTagKey& tag);
+  /// The same for what changes the sequence that holds the item.
+  void changePlace();
+
+  /// "GraphicAnnotationSequence[0].TextObjectSequence[3]"; empty for the data set itself.
+  std::string place() const;
+
+  StateContents& state;
+
+private:
+  void read();
+
+  DcmItem& item;
+  Contents* holder = nullptr; ///< null for the data set itself, and for an item apart
+  DcmTagKey sequence;         ///< that holds the item
+  std::size_t index = 0;
+  bool isRead = false;
+  TagSet changed; ///< since the item was read
+  std::vector<Uint32> tags;
+  std::vector<Entry> entries;
+};
+
+} // namespace tarn::conformance
