@@ -132,8 +132,16 @@ CharacterSet::CharacterSet(const std::string& terms)
     singleByte = singleByte && !contains(kMultiByte, after("ISO 2022 IR ", values[i]));
   }
   // The toolkit knows a single term without code extensions alone, and would warn of an unknown one.
-  const std::string single = extended && values.size() == 1 ? "ISO_IR " + after("ISO 2022 IR ", terms) : terms;
-  decodable = known && converter.selectCharacterSet(single == "ISO_IR 6" ? "" : single.c_str()).good();
+  selected = extended && values.size() == 1 ? "ISO_IR " + after("ISO 2022 IR ", terms) : terms;
+  if (selected == "ISO_IR 6")
+    selected.clear();
+}
+
+bool CharacterSet::isDecodable() const
+{
+  if (!decodable)
+    decodable = known && converter.selectCharacterSet(selected.c_str()).good();
+  return *decodable;
 }
 
 std::optional<std::string> CharacterSet::decode(const std::string& bytes, const char* delimiters) const
@@ -143,7 +151,7 @@ std::optional<std::string> CharacterSet::decode(const std::string& bytes, const 
   const auto isControl = [](char byte) { return isC1(static_cast<unsigned char>(byte)); };
   const bool hasControls = singleByte || extended;
   OFString decoded;
-  if (!decodable || (hasControls && std::any_of(bytes.begin(), bytes.end(), isControl)) ||
+  if (!isDecodable() || (hasControls && std::any_of(bytes.begin(), bytes.end(), isControl)) ||
       converter.convertString(bytes.data(), bytes.size(), decoded, delimiters).bad())
     return std::nullopt;
   std::string text(decoded.data(), decoded.size());

@@ -23,7 +23,7 @@ public:
   /// Whether all terms are defined ones, and may stand together.
   bool isKnown() const { return known; }
   /// Whether the toolkit can decode the set: without ISO 2022 IR 87 and 159 where iconv does not know them.
-  bool isDecodable() const { return decodable; }
+  bool isDecodable() const;
   bool hasCodeExtensions() const { return extended; }
   /// Whether each character is one byte, or, with `utf8`, the bytes of UTF-8: such a text can be cut.
   bool isSingleByte() const { return singleByte; }
@@ -38,7 +38,8 @@ private:
   bool extended = false;
   bool singleByte = true;
   bool utf8 = false;
-  bool decodable = false;
+  std::string selected; ///< of the toolkit, when something is to be decoded
+  mutable std::optional<bool> decodable;
   mutable DcmSpecificCharacterSet converter;
 };
 

@@ -65,8 +65,10 @@ std::unique_ptr<DcmElement> under(DcmEVR vr, DcmElement& element)
 void examineElement(Examination& state, const Placed& where, DcmElement& element)
 {
   const DcmTagKey tag = element.getTag();
-  const DcmEVR vr = element.ident(), asked = DcmTag(tag).getEVR();
-  if (tag.isPrivate() || isOneOf(asked, {EVR_UN, EVR_UNKNOWN}) || mayBe(vr, asked) ||
+  if (tag.isPrivate())
+    return;
+  const DcmEVR vr = element.ident(), asked = state.vrOf(tag);
+  if (isOneOf(asked, {EVR_UN, EVR_UNKNOWN}) || mayBe(vr, asked) ||
       (vr == EVR_UN && !DcmVR(asked).isaString()))
     return;
   const DcmEVR mended = DcmVR(asked).getValidEVR();
