@@ -2,11 +2,11 @@
 #include "conformance/Contents.h"
 
 #include "base/text.h"
+#include "conformance/values.h"
 #include "dicom/contents.h"
 #include "dicom/values.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace tarn::conformance
 {
@@ -14,7 +14,6 @@ namespace
 {
 
 const std::string kNoText;
-const std::vector<Float32> kNoCoordinates;
 
 /// It costs less than to ask for the type of every leaf.
 DcmSequenceOfItems* sequenceIn(DcmElement& element)
@@ -123,20 +122,19 @@ const std::string& Contents::textOf(Entry& entry)
   return *entry.text;
 }
 
+const std::optional<std::vector<double>>& Contents::numbersOf(Entry& entry)
+{
+  const bool isText = entry.vr == EVR_DS || entry.vr == EVR_IS;
+  if (!entry.numbers)
+    entry.numbers = &state.numbers.emplace_back(numbersIn(*entry.element, isText ? textOf(entry) : kNoText));
+  return *entry.numbers;
+}
+
 const std::vector<Float32>& Contents::coordinatesOf(Entry& entry)
 {
-  if (entry.coordinates)
-    return *entry.coordinates;
-  entry.coordinates = &kNoCoordinates;
-  std::string bytes;
-  if ((entry.vr != EVR_FL && entry.vr != EVR_UN && entry.vr != EVR_OF) ||
-      dicom::readBytes(*entry.element, bytes).bad() || bytes.size() % sizeof(Float32) != 0)
-    return kNoCoordinates;
-  swapIfNecessary(gLocalByteOrder, EBO_LittleEndian, bytes.data(), static_cast<Uint32>(bytes.size()), sizeof(Float32));
-  std::vector<Float32>& values = state.coordinates.emplace_back(bytes.size() / sizeof(Float32));
-  std::memcpy(values.data(), bytes.data(), bytes.size());
-  entry.coordinates = &values;
-  return values;
+  if (!entry.coordinates)
+    entry.coordinates = &state.coordinates.emplace_back(coordinatesIn(*entry.element));
+  return *entry.coordinates;
 }
 
 const std::vector<Placed>& Contents::itemsOf(Entry& entry)

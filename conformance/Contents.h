@@ -6,6 +6,7 @@
 #include <dcmtk/dcmdata/dctk.h>
 
 #include <deque>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,7 @@ private:
   DcmDataset& dataset;
   std::deque<Contents> items; ///< the data set first
   std::deque<std::string> texts;
+  std::deque<std::optional<std::vector<double>>> numbers;
   std::deque<std::vector<Float32>> coordinates;
   std::deque<std::vector<Placed>> lists;
 };
@@ -68,6 +70,7 @@ public:
     // Null until they are asked for.
     const std::string* bytes = nullptr;
     const std::string* text = nullptr;
+    const std::optional<std::vector<double>>* numbers = nullptr;
     const std::vector<Float32>* coordinates = nullptr;
     const std::vector<Placed>* items = nullptr;
   };
@@ -87,7 +90,8 @@ public:
   const std::string& bytesOf(Entry& entry);
   /// The value up to the first NUL, without blanks at its ends.
   const std::string& textOf(Entry& entry);
-  /// The values of the VR FL, or those whose bytes are those of that VR: UN and OF.
+  // As those of values.h.
+  const std::optional<std::vector<double>>& numbersOf(Entry& entry);
   const std::vector<Float32>& coordinatesOf(Entry& entry);
   const std::vector<Placed>& itemsOf(Entry& entry);
 

@@ -27,7 +27,7 @@ struct Corners
 
 std::optional<Corner> cornerOf(const Placed& area, const DcmTagKey& tag)
 {
-  const auto numbers = numbersOf(area, tag);
+  const auto& numbers = numbersOf(area, tag);
   if (!numbers || numbers->size() != 2 || !isWhole(numbers->front(), kLeast, kMost) ||
       !isWhole(numbers->back(), kLeast, kMost))
     return std::nullopt;

@@ -33,7 +33,7 @@ constexpr std::array<CompoundType, 10> kTypes{{{"MULTILINE", 0},
 template <class... Types>
 bool isAnyOf(const Placed& compound, const Types*... types)
 {
-  const std::string type = textOf(compound, DCM_CompoundGraphicType);
+  const std::string& type = textOf(compound, DCM_CompoundGraphicType);
   return ((type == types) || ...);
 }
 
@@ -92,7 +92,7 @@ const std::vector<Attribute>& tickAttributes()
   return kAttributes;
 }
 
-std::vector<Placed> compoundsOf(Examination& state)
+const std::vector<Placed>& compoundsOf(Examination& state)
 {
   return state.objects(DCM_CompoundGraphicSequence);
 }
@@ -165,7 +165,7 @@ void examineCompoundRenderings(Examination& state)
 {
   for (const Placed& annotation : annotationsOf(state))
   {
-    const std::vector<Placed> compounds = itemsOf(annotation, DCM_CompoundGraphicSequence);
+    const std::vector<Placed>& compounds = itemsOf(annotation, DCM_CompoundGraphicSequence);
     if (compounds.empty())
       continue;
     const std::set<double> rendered =

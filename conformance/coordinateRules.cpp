@@ -48,7 +48,7 @@ void examineRange(Examination& state, const char* units, Float32 columns, Float3
     {
       if (textOf(object, kind.units) != units)
         continue;
-      const std::vector<Float32> values = coordinatesOf(object, kind.tag);
+      const std::vector<Float32>& values = coordinatesOf(object, kind.tag);
       if (areFinite(values) && isOutside(values, columns, rows))
         state.find(object, kind.tag, text);
     }

@@ -15,7 +15,7 @@ namespace
 // Graphic Data of more points has no place in a value of the VR FL in explicit VR (PS3.5 7.1.2).
 constexpr std::size_t kMostPoints = 8191;
 
-std::vector<Placed> graphicsOf(Examination& state)
+const std::vector<Placed>& graphicsOf(Examination& state)
 {
   return state.objects(DCM_GraphicObjectSequence);
 }
@@ -54,7 +54,7 @@ const std::vector<Attribute>& graphicAttributes()
 
 Replacements::Items splitOutline(const Placed& graphic)
 {
-  const std::vector<Float32> data = coordinatesOf(graphic, DCM_GraphicData);
+  const std::vector<Float32>& data = coordinatesOf(graphic, DCM_GraphicData);
   remove(graphic, DCM_GraphicData); // it would be copied with each piece
   Replacements::Items pieces;
   constexpr std::size_t kMost = 2 * kMostPoints;
@@ -168,7 +168,7 @@ void examineGraphicData(Examination& state)
   for (const Placed& graphic : graphicsOf(state))
   {
     const std::size_t values = coordinatesOf(graphic, DCM_GraphicData).size();
-    const std::string type = textOf(graphic, DCM_GraphicType);
+    const std::string& type = textOf(graphic, DCM_GraphicType);
     const std::size_t points = pointsOf(type);
     if (values == 0)
       state.find(graphic, DCM_GraphicData, "there are no coordinates");
@@ -182,7 +182,7 @@ void examineGraphicData(Examination& state)
 void examineClosedGraphics(Examination& state)
 {
   for (const Placed& graphic : graphicsOf(state))
-    if (const std::string filled = textOf(graphic, DCM_GraphicFilled);
+    if (const std::string& filled = textOf(graphic, DCM_GraphicFilled);
         filled != "Y" && filled != "N" && isClosed(graphic))
       state.find(graphic, DCM_GraphicFilled, "it does not say whether the closed shape is filled",
                  [graphic] { putText(graphic, DCM_GraphicFilled, EVR_CS, "N"); });

@@ -61,7 +61,7 @@ bool fits(const std::string& value, DcmEVR vr)
 
 bool isSound(const Placed& root, const DcmTagKey& tag, DcmEVR vr)
 {
-  const std::string value = textOf(root, tag);
+  const std::string& value = textOf(root, tag);
   return !value.empty() && fits(value, vr);
 }
 
@@ -93,7 +93,7 @@ std::string cut(const std::string& text, bool isUtf8)
 /// Whether the character set has letters of several bytes, among which may be a backslash (PS3.5 6.1.2).
 bool spreadsLetters(const Placed& root)
 {
-  const std::string set = textOf(root, DCM_SpecificCharacterSet);
+  const std::string& set = textOf(root, DCM_SpecificCharacterSet);
   return set.find("2022") != std::string::npos || base::startsWith(set, "GB");
 }
 
@@ -177,7 +177,7 @@ bool isUnpaired(const std::string& bodyPart)
 
 void examineClass(Examination& state)
 {
-  if (const std::string uid = textOf(state.root(), DCM_SOPClassUID);
+  if (const std::string& uid = textOf(state.root(), DCM_SOPClassUID);
       uid != UID_GrayscaleSoftcopyPresentationStateStorage)
     state.find(state.root(), DCM_SOPClassUID, "'" + uid + "' is another class");
 }
@@ -185,13 +185,13 @@ void examineClass(Examination& state)
 void examineUids(Examination& state)
 {
   for (const DcmTagKey& tag : {DCM_SOPInstanceUID, DCM_StudyInstanceUID, DCM_SeriesInstanceUID})
-    if (const std::string uid = textOf(state.root(), tag); !isStrictUid(uid))
+    if (const std::string& uid = textOf(state.root(), tag); !isStrictUid(uid))
       state.find(state.root(), tag, uid.empty() ? "the UID is missing" : "'" + uid + "' is no UID");
 }
 
 void examineModality(Examination& state)
 {
-  if (const std::string modality = textOf(state.root(), DCM_Modality); modality != "PR")
+  if (const std::string& modality = textOf(state.root(), DCM_Modality); modality != "PR")
     state.find(state.root(), DCM_Modality, "'" + modality + "' is not PR",
                puttingText(state.root(), DCM_Modality, EVR_CS, "PR"));
 }
@@ -206,7 +206,7 @@ void examineContentLabelMissing(Examination& state)
 void examineContentLabel(Examination& state)
 {
   const Placed root = state.root();
-  if (const std::string label = textOf(root, DCM_ContentLabel); !fits(label, EVR_CS))
+  if (const std::string& label = textOf(root, DCM_ContentLabel); !fits(label, EVR_CS))
     state.find(root, DCM_ContentLabel, "it is no code string",
                puttingText(root, DCM_ContentLabel, EVR_CS, codeOf(label)));
 }
@@ -253,11 +253,11 @@ void examineHeaderValues(Examination& state)
   const Placed root = state.root();
   const bool isSpread = spreadsLetters(root);
   for (const Attribute& attribute : kAttributes)
-    if (const std::string value = textOf(root, attribute.tag); !value.empty() && !fits(value, attribute.vr))
+    if (const std::string& value = textOf(root, attribute.tag); !value.empty() && !fits(value, attribute.vr))
       state.find(root, attribute.tag, "the value is none of its VR");
     else if (!isSpread && value.find('\\') != std::string::npos)
       state.find(root, attribute.tag, "there are several values");
-  if (const std::string sex = textOf(root, DCM_PatientSex); !sex.empty() && sex != "M" && sex != "F" && sex != "O")
+  if (const std::string& sex = textOf(root, DCM_PatientSex); !sex.empty() && sex != "M" && sex != "F" && sex != "O")
     state.find(root, DCM_PatientSex, "it is none of M, F and O");
 }
 
@@ -267,7 +267,7 @@ void examineDescriptions(Examination& state)
   const Placed root = state.root();
   const bool isSpread = spreadsLetters(root), isUtf8 = textOf(root, DCM_SpecificCharacterSet) == "ISO_IR 192";
   for (const DcmTagKey& tag : {DCM_StudyDescription, DCM_SeriesDescription})
-    if (const std::string text = textOf(root, tag), shorter = cut(text, isUtf8);
+    if (const std::string& text = textOf(root, tag), shorter = cut(text, isUtf8);
         shorter != text && !(isSpread && !isPlain(text)))
       state.find(root, tag, "it is longer than 64 letters", puttingText(root, tag, EVR_LO, shorter));
 }

@@ -1,12 +1,11 @@
 // Values of presentation states of any maker, whatever VR they have.
 #include "conformance/items.h"
 
-#include "base/text.h"
+#include "conformance/values.h"
 #include "dicom/contents.h"
 #include "dicom/uid.h"
 #include "dicom/values.h"
 
-#include <charconv>
 #include <cmath>
 #include <memory>
 #include <stdexcept>
@@ -14,66 +13,6 @@
 
 namespace tarn::conformance
 {
-namespace
-{
-
-/// PS3.5 6.2: DS and IS, without the blanks that pad them. Neither knows infinity.
-std::optional<double> numberIn(const std::string& text)
-{
-  double number = 0;
-  const char* start = text.data() + (base::startsWith(text, "+") ? 1 : 0);
-  const auto [end, failure] = std::from_chars(start, text.data() + text.size(), number);
-  if (text.empty() || failure != std::errc() || end != text.data() + text.size() || !std::isfinite(number))
-    return std::nullopt;
-  return number;
-}
-
-std::optional<double> valueAt(DcmElement& element, unsigned long i)
-{
-  switch (element.ident())
-  {
-  case EVR_FL:
-  {
-    Float32 value = 0;
-    return element.getFloat32(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
-  }
-  case EVR_FD:
-  {
-    Float64 value = 0;
-    return element.getFloat64(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
-  }
-  case EVR_SL:
-  {
-    Sint32 value = 0;
-    return element.getSint32(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
-  }
-  case EVR_SS:
-  {
-    Sint16 value = 0;
-    return element.getSint16(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
-  }
-  case EVR_UL:
-  {
-    Uint32 value = 0;
-    return element.getUint32(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
-  }
-  case EVR_US:
-  {
-    Uint16 value = 0;
-    return element.getUint16(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
-  }
-  default:
-    return std::nullopt;
-  }
-}
-
-bool isText(DcmEVR vr)
-{
-  return vr == EVR_DS || vr == EVR_IS;
-}
-
-} // namespace
-
 std::string placeOf(const Placed& where)
 {
   return where.contents.place();
@@ -135,40 +74,19 @@ const std::vector<Float32>& coordinatesOf(const Placed& where, const DcmTagKey& 
 
 std::vector<std::string> textsOf(const Placed& where, const DcmTagKey& tag)
 {
-  std::vector<std::string> texts;
-  base::split3<std::vector<std::string>, '\\'>(textOf(where, tag), texts);
-  for (std::string& text : texts)
-    text = base::trimmed(text);
-  return texts;
+  return valuesIn(textOf(where, tag));
 }
 
-std::optional<std::vector<double>> numbersOf(const Placed& where, const DcmTagKey& tag)
+const std::optional<std::vector<double>>& numbersOf(const Placed& where, const DcmTagKey& tag)
 {
-  DcmElement* const element = elementOf(where, tag);
-  if (!element || element->getLengthField() == 0)
-    return std::nullopt;
-  std::vector<double> numbers;
-  const bool areTexts = isText(element->ident());
-  const std::vector<std::string> texts = areTexts ? textsOf(where, tag) : std::vector<std::string>();
-  const unsigned long count = areTexts ? texts.size() : element->getVM();
-  for (unsigned long i = 0; i < count; ++i)
-  {
-    const std::optional<double> number = areTexts ? numberIn(texts[i]) : valueAt(*element, i);
-    if (!number)
-      return std::nullopt;
-    numbers.push_back(*number);
-  }
-  return numbers.empty() ? std::nullopt : std::make_optional(std::move(numbers));
+  static const std::optional<std::vector<double>> kNone;
+  Contents::Entry* const entry = where.contents.find(tag);
+  return entry ? where.contents.numbersOf(*entry) : kNone;
 }
 
 std::optional<double> numberOf(const Placed& where, const DcmTagKey& tag)
 {
-  DcmElement* const element = elementOf(where, tag);
-  if (!element || element->getLengthField() == 0)
-    return std::nullopt;
-  if (!isText(element->ident()))
-    return element->getVM() == 1 ? valueAt(*element, 0) : std::nullopt;
-  const auto numbers = numbersOf(where, tag);
+  const auto& numbers = numbersOf(where, tag);
   return numbers && numbers->size() == 1 ? std::make_optional(numbers->front()) : std::nullopt;
 }
 
@@ -203,7 +121,8 @@ void putBytes(const Placed& where, DcmElement& element, const std::string& bytes
 
 void remove(const Placed& where, const DcmTagKey& tag)
 {
-  where.item.findAndDeleteElement(tag);
+  if (const Contents::Entry* const entry = where.contents.find(tag))
+    delete where.item.remove(entry->element);
   where.contents.change(tag);
 }
 

@@ -34,7 +34,7 @@ const std::string& textOf(const Placed& where, const DcmTagKey& tag);
 std::vector<std::string> textsOf(const Placed& where, const DcmTagKey& tag);
 /// The values of an element as numbers, of a binary VR or of DS and IS; nothing where there are none, or one is no
 /// number. FL and FD may be infinite or no numbers.
-std::optional<std::vector<double>> numbersOf(const Placed& where, const DcmTagKey& tag);
+const std::optional<std::vector<double>>& numbersOf(const Placed& where, const DcmTagKey& tag);
 /// The one value of an element as a number.
 std::optional<double> numberOf(const Placed& where, const DcmTagKey& tag);
 /// The values of an element of the VR FL, or of one whose bytes are those of that VR: UN and OF. None where there is

@@ -19,7 +19,7 @@ namespace
 
 constexpr std::size_t kLongestCode = 16; // PS3.5 6.2, CS
 
-std::vector<Placed> layersOf(const Placed& root)
+const std::vector<Placed>& layersOf(const Placed& root)
 {
   return itemsOf(root, DCM_GraphicLayerSequence);
 }
@@ -49,7 +49,7 @@ std::vector<std::pair<DcmTagKey, std::string>> activatedLayers(const Placed& roo
     const DcmTagKey tag = entry.element->getTag();
     const Uint16 family = tag.getGroup() & kRepeats;
     if (tag.getElement() == kActivation && tag.getGroup() % 2 == 0 && (family == kCurves || family == kOverlays))
-      if (const std::string layer = textOf(root, tag); !layer.empty())
+      if (const std::string& layer = textOf(root, tag); !layer.empty())
         layers.emplace_back(tag, layer);
   }
   return layers;
@@ -117,9 +117,9 @@ void examineEmptyAnnotations(Examination& state)
   std::map<std::string, std::size_t> uses = usesOfLayers(state);
   std::map<std::string, std::vector<Examination::Remedy>> unused;
   const auto dropped = Replacements::make();
-  const std::vector<Placed> annotations = annotationsOf(state);
+  const std::vector<Placed>& annotations = annotationsOf(state);
   for (const Placed& annotation : annotations)
-    if (const std::string name = textOf(annotation, DCM_GraphicLayer);
+    if (const std::string& name = textOf(annotation, DCM_GraphicLayer);
         isEmptyAnnotation(annotation) && --uses[name] == 0)
       unused[name];
   for (const Placed& layer : layersOf(state.root()))
@@ -170,7 +170,7 @@ void examineLayerNames(Examination& state)
 {
   std::set<std::string> seen;
   for (const Placed& layer : layersOf(state.root()))
-    if (const std::string name = textOf(layer, DCM_GraphicLayer); name.empty() || !isCode(name))
+    if (const std::string& name = textOf(layer, DCM_GraphicLayer); name.empty() || !isCode(name))
       state.find(layer, DCM_GraphicLayer, "'" + name + "' is no name of a layer");
     else if (!seen.insert(name).second)
       state.find(layer, DCM_GraphicLayer, "another layer has the name too");

@@ -26,10 +26,10 @@ bool fits(double bytes, double entries, double bits)
 
 std::string faultOfTable(const Placed& where, const DcmTagKey& sequence, Stage stage)
 {
-  const std::vector<Placed> tables = itemsOf(where, sequence);
+  const std::vector<Placed>& tables = itemsOf(where, sequence);
   if (tables.size() != 1)
     return "the sequence does not have one item";
-  const auto descriptor = numbersOf(tables.front(), DCM_LUTDescriptor);
+  const auto& descriptor = numbersOf(tables.front(), DCM_LUTDescriptor);
   if (!descriptor || descriptor->size() != 3)
     return "the descriptor does not have three numbers";
   const double entries = entriesOf((*descriptor)[0]), bits = (*descriptor)[2];

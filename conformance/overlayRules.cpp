@@ -23,10 +23,10 @@ std::string faultOfPlane(const Placed& root, Uint16 group)
   const auto rows = number(DCM_OverlayRows), columns = number(DCM_OverlayColumns);
   if (!isWhole(rows, 1, kMost) || !isWhole(columns, 1, kMost))
     return "the overlay has no rows or columns";
-  const std::string type = textOf(root, overlayTag(DCM_OverlayType, group));
+  const std::string& type = textOf(root, overlayTag(DCM_OverlayType, group));
   if (type != "G" && type != "R")
     return "its type is neither G nor R";
-  const auto origin = numbersOf(root, overlayTag(DCM_OverlayOrigin, group));
+  const auto& origin = numbersOf(root, overlayTag(DCM_OverlayOrigin, group));
   if (!origin || origin->size() != 2)
     return "its origin is not a row and a column";
   if (number(DCM_OverlayBitsAllocated) != 1 || number(DCM_OverlayBitPosition) != 0)

@@ -27,7 +27,7 @@ void forEachItem(Examination& state, Visit visit)
 
 void requireUid(Examination& state, const Placed& where, const DcmTagKey& tag)
 {
-  if (const std::string uid = textOf(where, tag); !isStrictUid(uid))
+  if (const std::string& uid = textOf(where, tag); !isStrictUid(uid))
     state.find(where, tag, uid.empty() ? "the UID is missing" : "'" + uid + "' is no UID");
 }
 
@@ -37,7 +37,7 @@ void examineFrameNumber(Examination& state, const Placed& image)
     return;
   const auto size = state.sizeOf(textOf(image, DCM_ReferencedSOPInstanceUID));
   const double most = size && size->frames > 0 ? size->frames : HUGE_VAL;
-  const auto numbers = numbersOf(image, DCM_ReferencedFrameNumber);
+  const auto& numbers = numbersOf(image, DCM_ReferencedFrameNumber);
   const bool fits = numbers && std::all_of(numbers->begin(), numbers->end(),
                                            [most](double number) { return isWhole(number, 1, most); });
   const auto drop = [image] { remove(image, DCM_ReferencedFrameNumber); };
@@ -64,7 +64,7 @@ bool staysWithoutReference(const Manifest& manifest, const DcmTagKey& sequence)
 
 void examineReferences(Examination& state)
 {
-  const std::vector<Placed> series = itemsOf(state.root(), DCM_ReferencedSeriesSequence);
+  const std::vector<Placed>& series = itemsOf(state.root(), DCM_ReferencedSeriesSequence);
   if (series.empty())
     state.find(state.root(), DCM_ReferencedSeriesSequence, "no series is referred to");
   for (const Placed& one : series)

@@ -126,7 +126,7 @@ void examineStyles(Examination& state)
     for (const Placed& object : state.objects(sequence))
       for (const Style& style : styles())
       {
-        const std::vector<Placed> items = itemsOf(object, style.sequence);
+        const std::vector<Placed>& items = itemsOf(object, style.sequence);
         if (items.size() > 1)
           state.find(object, style.sequence, "it has more than one item");
         for (const Placed& item : items)

@@ -75,8 +75,8 @@ void examineTextBoxOrder(Examination& state)
     return;
   for (const Placed& text : state.objects(DCM_TextObjectSequence))
   {
-    const std::vector<Float32> first = coordinatesOf(text, DCM_BoundingBoxTopLeftHandCorner);
-    const std::vector<Float32> last = coordinatesOf(text, DCM_BoundingBoxBottomRightHandCorner);
+    const std::vector<Float32>& first = coordinatesOf(text, DCM_BoundingBoxTopLeftHandCorner);
+    const std::vector<Float32>& last = coordinatesOf(text, DCM_BoundingBoxBottomRightHandCorner);
     if (first.size() == 2 && last.size() == 2 && areFinite(first) && areFinite(last) &&
         (first[0] > last[0] || first[1] > last[1]))
       state.find(text, DCM_BoundingBoxTopLeftHandCorner, "it lies right of the other corner, or below it");

@@ -68,8 +68,7 @@ void examineElement(Examination& state, const Placed& where, DcmElement& element
   if (tag.isPrivate())
     return;
   const DcmEVR vr = element.ident(), asked = state.vrOf(tag);
-  if (isOneOf(asked, {EVR_UN, EVR_UNKNOWN}) || mayBe(vr, asked) ||
-      (vr == EVR_UN && !DcmVR(asked).isaString()))
+  if (isOneOf(asked, {EVR_UN, EVR_UNKNOWN}) || mayBe(vr, asked) || (vr == EVR_UN && !DcmVR(asked).isaString()))
     return;
   const DcmEVR mended = DcmVR(asked).getValidEVR();
   Examination::Remedy remedy;
