@@ -34,14 +34,6 @@ void Examination::forgetChanged(Kept<Value>& kept)
     kept.value.reset();
 }
 
-DcmEVR Examination::vrOf(const DcmTagKey& tag)
-{
-  KnownVr& known = knownVrs[TagSet::placeOf(tag)];
-  if (known.tag != numberOf(tag))
-    known = {numberOf(tag), DcmTag(tag).getEVR()};
-  return known.vr;
-}
-
 const Manifest& Examination::manifest()
 {
   return keep(keptManifest, [this] { return Manifest(root()); });

@@ -8,7 +8,6 @@
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>
 
-#include <array>
 #include <functional>
 #include <map>
 #include <memory>
@@ -40,9 +39,6 @@ public:
   {
     return sizes ? sizes->find(sopInstanceUid) : std::nullopt;
   }
-
-  /// The VR that the data dictionary gives an attribute, which is slow to search.
-  DcmEVR vrOf(const DcmTagKey& tag);
 
   // What several rules look at, collected once.
 
@@ -82,18 +78,11 @@ private:
   void add(const Placed& where, const DcmTagKey* tag, const std::string& text, Remedy remedy);
   void hold(const Rule& rule);
 
-  struct KnownVr
-  {
-    Uint32 tag = 0xFFFFFFFF; ///< no attribute
-    DcmEVR vr = EVR_UNKNOWN;
-  };
-
   StateContents contents;
   ImageSizes* sizes;
   const Rule* current = nullptr;
   bool mends = false;
   std::vector<std::pair<Finding, Remedy>> found;
-  std::array<KnownVr, TagSet::kPlaces> knownVrs; ///< one for each place
   Kept<Manifest> keptManifest;
   Kept<std::vector<Text>> keptTexts;
   std::map<Uint32, Kept<std::vector<Placed>>> keptObjects; ///< by the tag of their sequence

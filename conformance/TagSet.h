@@ -18,14 +18,6 @@ inline Uint32 numberOf(const DcmTagKey& tag)
 class TagSet
 {
 public:
-  static constexpr std::size_t kPlaces = 256; // the rules ask for some hundred attributes
-
-  static std::size_t placeOf(const DcmTagKey& tag)
-  {
-    constexpr Uint32 kSpread = 2654435761U; // 2^32 by the golden ratio
-    return numberOf(tag) * kSpread >> 24U;
-  }
-
   void add(const DcmTagKey& tag) { bits.set(placeOf(tag)); }
   void add(const TagSet& others) { bits |= others.bits; }
   void addAll() { bits.set(); }
@@ -35,6 +27,14 @@ public:
   bool isEmpty() const { return bits.none(); }
 
 private:
+  static constexpr std::size_t kPlaces = 256; // the rules ask for some hundred attributes
+
+  static std::size_t placeOf(const DcmTagKey& tag)
+  {
+    constexpr Uint32 kSpread = 2654435761U; // 2^32 by the golden ratio
+    return numberOf(tag) * kSpread >> 24U;
+  }
+
   std::bitset<kPlaces> bits;
 };
 

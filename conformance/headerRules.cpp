@@ -2,6 +2,7 @@
 #include "conformance/headerRules.h"
 
 #include "base/text.h"
+#include "conformance/values.h"
 #include "dicom/contents.h"
 #include "privateblock/PBItem.h"
 
@@ -40,24 +41,6 @@ const Attribute kAttributes[] = {
     {DCM_BodyPartExamined, EVR_CS, false},
     {DCM_Laterality, EVR_CS, false},
 };
-
-/// Whether a value has the form that PS3.5 6.2 gives the VR; which letters a text has is the character set's matter.
-bool fits(const std::string& value, DcmEVR vr)
-{
-  switch (vr)
-  {
-  case EVR_DA:
-    return DcmDate::checkStringValue(value.c_str(), "1").good();
-  case EVR_TM:
-    return DcmTime::checkStringValue(value.c_str(), "1").good();
-  case EVR_CS:
-    return DcmCodeString::checkStringValue(value.c_str(), "1").good();
-  case EVR_IS:
-    return DcmIntegerString::checkStringValue(value.c_str(), "1").good();
-  default:
-    return true;
-  }
-}
 
 bool isSound(const Placed& root, const DcmTagKey& tag, DcmEVR vr)
 {

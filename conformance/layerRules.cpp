@@ -3,6 +3,7 @@
 
 #include "conformance/annotations.h"
 #include "conformance/attributes.h"
+#include "conformance/values.h"
 
 #include "dicom/contents.h"
 
@@ -17,17 +18,9 @@ namespace tarn::conformance
 namespace
 {
 
-constexpr std::size_t kLongestCode = 16; // PS3.5 6.2, CS
-
 const std::vector<Placed>& layersOf(const Placed& root)
 {
   return itemsOf(root, DCM_GraphicLayerSequence);
-}
-
-bool isCode(const std::string& name)
-{
-  constexpr char kAllowed[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 _";
-  return name.size() <= kLongestCode && name.find_first_not_of(kAllowed) == std::string::npos;
 }
 
 bool isEmptyAnnotation(const Placed& annotation)

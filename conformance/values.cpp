@@ -4,6 +4,7 @@
 #include "base/text.h"
 #include "dicom/values.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -63,6 +64,35 @@ std::optional<double> valueAt(DcmElement& element, unsigned long i)
   }
 }
 
+bool areDigits(const std::string& text, std::size_t start, std::size_t count)
+{
+  return std::all_of(text.begin() + static_cast<std::ptrdiff_t>(start),
+                     text.begin() + static_cast<std::ptrdiff_t>(start + count),
+                     [](char letter) { return letter >= '0' && letter <= '9'; });
+}
+
+/// Whether a value is what most are of its VR; the toolkit, which knows all forms, takes its time.
+bool isOrdinary(const std::string& value, DcmEVR vr)
+{
+  constexpr std::size_t kShortNumber = 9;
+  const auto isPart = [&value](std::size_t start, const char* least, const char* most)
+  { return value.compare(start, 2, least) >= 0 && value.compare(start, 2, most) <= 0; };
+  switch (vr)
+  {
+  case EVR_DA:
+    return value.size() == 8 && areDigits(value, 0, 8) && isPart(4, "01", "12") && isPart(6, "01", "28");
+  case EVR_TM:
+    return value.size() == 6 && areDigits(value, 0, 6) && isPart(0, "00", "23") && isPart(2, "00", "59") &&
+           isPart(4, "00", "59");
+  case EVR_CS:
+    return isCode(value);
+  case EVR_IS:
+    return !value.empty() && value.size() <= kShortNumber && areDigits(value, 0, value.size());
+  default:
+    return false;
+  }
+}
+
 } // namespace
 
 std::vector<std::string> valuesIn(const std::string& text)
@@ -104,6 +134,32 @@ std::vector<Float32> coordinatesIn(DcmElement& element)
   values.resize(bytes.size() / sizeof(Float32));
   std::memcpy(values.data(), bytes.data(), bytes.size());
   return values;
+}
+
+bool isCode(const std::string& text)
+{
+  constexpr std::size_t kMostLetters = 16;
+  constexpr char kAllowed[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 _";
+  return text.size() <= kMostLetters && text.find_first_not_of(kAllowed) == std::string::npos;
+}
+
+bool fits(const std::string& value, DcmEVR vr)
+{
+  if (isOrdinary(value, vr))
+    return true;
+  switch (vr)
+  {
+  case EVR_DA:
+    return DcmDate::checkStringValue(value.c_str(), "1").good();
+  case EVR_TM:
+    return DcmTime::checkStringValue(value.c_str(), "1").good();
+  case EVR_CS:
+    return DcmCodeString::checkStringValue(value.c_str(), "1").good();
+  case EVR_IS:
+    return DcmIntegerString::checkStringValue(value.c_str(), "1").good();
+  default:
+    return true;
+  }
 }
 
 } // namespace tarn::conformance

@@ -20,4 +20,9 @@ std::optional<std::vector<double>> numbersIn(DcmElement& element, const std::str
 /// length that does not fit.
 std::vector<Float32> coordinatesIn(DcmElement& element);
 
+/// Whether a text is a code string (PS3.5 6.2, CS); an empty one is.
+bool isCode(const std::string& text);
+/// Whether a value has the form that PS3.5 6.2 gives the VR; which letters a text has is the character set's matter.
+bool fits(const std::string& value, DcmEVR vr);
+
 } // namespace tarn::conformance
