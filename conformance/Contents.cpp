@@ -45,7 +45,7 @@ Placed StateContents::apart(DcmItem& item)
 void StateContents::changeEverywhere(const DcmTagKey& tag)
 {
   for (Contents& contents : items)
-    contents.change(tag);
+    contents.changeByRemoval(tag);
 }
 
 void StateContents::takeNote()
@@ -80,11 +80,11 @@ void Contents::read()
   isRead = true;
 }
 
-std::vector<Contents::Entry>& Contents::elements()
+std::vector<Contents::Entry>& Contents::eachElement()
 {
   if (!isRead)
     read();
-  state.asked.addAll();
+  state.asked.addAnyPut();
   return entries;
 }
 
@@ -152,6 +152,12 @@ const std::vector<Placed>& Contents::itemsOf(Entry& entry)
 }
 
 void Contents::change(const DcmTagKey& tag)
+{
+  state.changed.addAnyPut();
+  changeByRemoval(tag);
+}
+
+void Contents::changeByRemoval(const DcmTagKey& tag)
 {
   isRead = false;
   changed.add(tag);

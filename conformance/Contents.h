@@ -83,8 +83,8 @@ public:
 
   /// Null where the item has no such element.
   Entry* find(const DcmTagKey& tag);
-  /// All elements, in their order.
-  std::vector<Entry>& elements();
+  /// All elements, in their order. What is found must not depend on one that is not there.
+  std::vector<Entry>& eachElement();
 
   /// The value as it stands in a file, without NULs at its end.
   const std::string& bytesOf(Entry& entry);
@@ -95,8 +95,9 @@ public:
   const std::vector<Float32>& coordinatesOf(Entry& entry);
   const std::vector<Placed>& itemsOf(Entry& entry);
 
-  /// To be called by all that changes the item: the element was put, removed, or given another value.
+  /// To be called by all that changes the item: the element was put, or given another value; or it was removed.
   void change(const DcmTagKey& tag);
+  void changeByRemoval(const DcmTagKey& tag);
   /// The same for what changes the sequence that holds the item.
   void changePlace();
 

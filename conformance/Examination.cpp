@@ -111,7 +111,7 @@ std::size_t Examination::mend(const Rule& rule, std::vector<Finding>& left)
   if (contents.changed.isEmpty())
     return mended;
   forgetChanged(keptManifest);
-  forgetChanged(keptTexts);
+  keptTexts.value.reset(); // one may have gone
   for (auto& [sequence, objects] : keptObjects)
     forgetChanged(objects);
   return mended;

@@ -44,7 +44,7 @@ public:
 
   /// The images that the state refers to.
   const Manifest& manifest();
-  /// The texts of the data set and of all items in it.
+  /// The texts of the data set and of all items in it, each of which a rule judges by itself.
   const std::vector<Text>& texts();
   /// The items of a sequence of all annotation items: Graphic Objects, Text Objects or Compound Graphics.
   const std::vector<Placed>& objects(const DcmTagKey& sequence);

@@ -19,6 +19,8 @@ class TagSet
 {
 public:
   void add(const DcmTagKey& tag) { bits.set(placeOf(tag)); }
+  /// Whatever attribute an element is of: asked for by who looks at each by itself, changed where one was put.
+  void addAnyPut() { bits.set(placeOf(kAnyPut)); }
   void add(const TagSet& others) { bits |= others.bits; }
   void addAll() { bits.set(); }
   void clear() { bits.reset(); }
@@ -28,6 +30,8 @@ public:
 
 private:
   static constexpr std::size_t kPlaces = 256; // the rules ask for some hundred attributes
+
+  static inline const DcmTagKey kAnyPut{0xFFFF, 0xFFFF};
 
   static std::size_t placeOf(const DcmTagKey& tag)
   {

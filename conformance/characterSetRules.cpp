@@ -30,7 +30,7 @@ private:
 void visitItems(const Placed& item, const std::function<void(const Placed&)>& visit)
 {
   visit(item);
-  for (Contents::Entry& entry : elementsOf(item))
+  for (Contents::Entry& entry : eachElementOf(item))
     for (const Placed& nested : itemsOf(item, entry))
       visitItems(nested, visit);
 }

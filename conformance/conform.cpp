@@ -32,12 +32,15 @@ std::vector<Step> stepsOf(const std::vector<Rule>& rules)
   return steps;
 }
 
-/// What a rule finds depends on what it asks for alone: it is due again where that was changed, and where it mended.
+/// What a rule finds depends on what it asks for alone: it is due again where that was changed, and where it mended or
+/// could not mend.
 void mend(Examination& state, Step& step, std::vector<Step>& steps, Conformed& result)
 {
   step.left.clear();
   const std::size_t count = state.mend(step.rule, step.left);
   step.asked = state.asked();
+  if (!step.left.empty())
+    step.asked.addAll(); // what is wrong may go with something else
   step.isDue = count > 0;
   if (count == 0)
     return;

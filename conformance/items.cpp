@@ -32,7 +32,13 @@ DcmElement* elementOf(const Placed& where, const DcmTagKey& tag)
 
 std::vector<Contents::Entry>& elementsOf(const Placed& where)
 {
-  return where.contents.elements();
+  where.contents.state.asked.addAll();
+  return where.contents.eachElement();
+}
+
+std::vector<Contents::Entry>& eachElementOf(const Placed& where)
+{
+  return where.contents.eachElement();
 }
 
 const std::vector<Placed>& itemsOf(const Placed& where, Contents::Entry& entry)
@@ -123,7 +129,7 @@ void remove(const Placed& where, const DcmTagKey& tag)
 {
   if (const Contents::Entry* const entry = where.contents.find(tag))
     delete where.item.remove(entry->element);
-  where.contents.change(tag);
+  where.contents.changeByRemoval(tag);
 }
 
 std::function<void()> puttingText(const Placed& where, const DcmTagKey& tag, DcmEVR vr, const std::string& text)

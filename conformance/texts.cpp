@@ -106,7 +106,7 @@ bool isText(DcmEVR vr)
 void collect(const Placed& item, const std::string& inherited, std::vector<Text>& texts)
 {
   const std::string& terms = has(item, DCM_SpecificCharacterSet) ? textOf(item, DCM_SpecificCharacterSet) : inherited;
-  for (Contents::Entry& entry : elementsOf(item))
+  for (Contents::Entry& entry : eachElementOf(item))
     if (entry.sequence)
       for (const Placed& nested : itemsOf(item, entry))
         collect(nested, terms, texts);

@@ -117,7 +117,7 @@ void examineElement(Examination& state, const Placed& where, DcmElement& element
 
 void examineElements(Examination& state, const Placed& where, DictionaryVrs& dictionary)
 {
-  for (Contents::Entry& entry : elementsOf(where))
+  for (Contents::Entry& entry : eachElementOf(where))
   {
     examineElement(state, where, *entry.element, dictionary);
     for (const Placed& item : itemsOf(where, entry))
