@@ -60,6 +60,7 @@ void Contents::read()
   const std::vector<Entry> before = std::move(entries);
   entries.clear();
   tags.clear();
+  present.clear();
   entries.reserve(item.card());
   tags.reserve(item.card());
   auto known = before.begin();
@@ -75,6 +76,7 @@ void Contents::read()
     else
       entries.push_back({element, sequenceIn(*element), element->ident()});
     tags.push_back(numberOf(tag));
+    present.add(tag);
   }
   changed.clear();
   isRead = true;
@@ -93,6 +95,8 @@ Contents::Entry* Contents::find(const DcmTagKey& tag)
   if (!isRead)
     read();
   state.asked.add(tag);
+  if (!present.has(tag))
+    return nullptr;
   const auto place = std::find(tags.begin(), tags.end(), numberOf(tag));
   return place == tags.end() ? nullptr : &entries[static_cast<std::size_t>(place - tags.begin())];
 }
@@ -117,8 +121,11 @@ const std::string& Contents::textOf(Entry& entry)
     return *entry.text;
   std::string text;
   entry.text = &kNoText;
-  if (dicom::readBytes(*entry.element, text).good() && !text.empty())
-    entry.text = &state.texts.emplace_back(base::trimmed(std::string_view(text).substr(0, text.find('\0'))));
+  static_cast<void>(dicom::readBytes(*entry.element, text));
+  text.resize(std::min(text.find('\0'), text.size()));
+  text.resize(text.find_last_not_of(' ') + 1);
+  if (!text.empty())
+    entry.text = &state.texts.emplace_back(text, text.find_first_not_of(' '));
   return *entry.text;
 }
 

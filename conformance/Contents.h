@@ -115,6 +115,7 @@ private:
   std::size_t index = 0;
   bool isRead = false;
   TagSet changed; ///< since the item was read
+  TagSet present;
   std::vector<Uint32> tags;
   std::vector<Entry> entries;
 };

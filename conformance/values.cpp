@@ -108,10 +108,11 @@ std::optional<std::vector<double>> numbersIn(DcmElement& element, const std::str
 {
   if (element.getLengthField() == 0)
     return std::nullopt;
-  std::vector<double> numbers;
   const bool isText = element.ident() == EVR_DS || element.ident() == EVR_IS;
   const std::vector<std::string> texts = isText ? valuesIn(text) : std::vector<std::string>();
   const unsigned long count = isText ? texts.size() : element.getVM();
+  std::vector<double> numbers;
+  numbers.reserve(count);
   for (unsigned long i = 0; i < count; ++i)
   {
     const std::optional<double> number = isText ? numberIn(texts[i]) : valueAt(element, i);
