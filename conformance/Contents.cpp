@@ -54,15 +54,30 @@ void StateContents::takeNote()
   changed.clear();
 }
 
+Contents::Contents(StateContents& state, DcmItem& item)
+  : state(state), item(item), tags(&state.memory), entries(&state.memory)
+{
+}
+
+Contents::Contents(StateContents& state, DcmItem& item, Contents& holder, const DcmTagKey& sequence, std::size_t index)
+  : state(state), item(item), holder(&holder), sequence(sequence), index(index), tags(&state.memory),
+    entries(&state.memory)
+{
+}
+
 /// What was known of elements that have not been changed since is kept: they stand in the same order as before.
 void Contents::read()
 {
-  const std::vector<Entry> before = std::move(entries);
+  std::vector<Entry>& before = state.before;
+  before.assign(entries.begin(), entries.end());
   entries.clear();
   tags.clear();
   present.clear();
-  entries.reserve(item.card());
-  tags.reserve(item.card());
+  if (entries.capacity() == 0)
+  {
+    entries.reserve(item.card());
+    tags.reserve(item.card());
+  }
   auto known = before.begin();
   for (DcmObject* object = item.nextInContainer(nullptr); object; object = item.nextInContainer(object))
   {
@@ -82,7 +97,7 @@ void Contents::read()
   isRead = true;
 }
 
-std::vector<Contents::Entry>& Contents::eachElement()
+std::pmr::vector<Contents::Entry>& Contents::eachElement()
 {
   if (!isRead)
     read();

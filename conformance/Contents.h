@@ -5,7 +5,10 @@
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>
 
+#include <array>
+#include <cstddef>
 #include <deque>
+#include <memory_resource>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,6 +17,7 @@ namespace tarn::conformance
 {
 
 class Contents;
+class StateContents;
 
 /// The keyword (PS3.6), or "(gggg,eeee)" for a tag that has none.
 std::string nameOf(const DcmTagKey& tag);
@@ -23,39 +27,6 @@ struct Placed
 {
   DcmItem& item;
   Contents& contents;
-};
-
-/// What all items of a presentation state hold, each value read when it is first asked for: a hundred rules ask for the
-/// same ones, and the toolkit's lists are slow to search. It takes note of what is asked for and of what is changed.
-/// Whatever it returns stays as it is until it goes itself.
-class StateContents
-{
-public:
-  explicit StateContents(DcmDataset& dataset) : dataset(dataset) {}
-
-  /// The data set, an item without a place.
-  Placed root();
-  /// An item that is not, or not yet, in the data set.
-  Placed apart(DcmItem& item);
-
-  /// Says that an element went from all items.
-  void changeEverywhere(const DcmTagKey& tag);
-
-  /// Begins to take note anew.
-  void takeNote();
-  /// What has been asked for, and what has been changed since.
-  TagSet asked;
-  TagSet changed;
-
-private:
-  friend class Contents;
-
-  DcmDataset& dataset;
-  std::deque<Contents> items; ///< the data set first
-  std::deque<std::string> texts;
-  std::deque<std::optional<std::vector<double>>> numbers;
-  std::deque<std::vector<Float32>> coordinates;
-  std::deque<std::vector<Placed>> lists;
 };
 
 /// What one item holds.
@@ -75,16 +46,13 @@ public:
     const std::vector<Placed>* items = nullptr;
   };
 
-  Contents(StateContents& state, DcmItem& item) : state(state), item(item) {}
-  Contents(StateContents& state, DcmItem& item, Contents& holder, const DcmTagKey& sequence, std::size_t index)
-    : state(state), item(item), holder(&holder), sequence(sequence), index(index)
-  {
-  }
+  Contents(StateContents& state, DcmItem& item);
+  Contents(StateContents& state, DcmItem& item, Contents& holder, const DcmTagKey& sequence, std::size_t index);
 
   /// Null where the item has no such element.
   Entry* find(const DcmTagKey& tag);
   /// All elements, in their order. What is found must not depend on one that is not there.
-  std::vector<Entry>& eachElement();
+  std::pmr::vector<Entry>& eachElement();
 
   /// The value as it stands in a file, without NULs at its end.
   const std::string& bytesOf(Entry& entry);
@@ -116,8 +84,46 @@ private:
   bool isRead = false;
   TagSet changed; ///< since the item was read
   TagSet present;
-  std::vector<Uint32> tags;
-  std::vector<Entry> entries;
+  std::pmr::vector<Uint32> tags;
+  std::pmr::vector<Entry> entries;
+};
+
+/// What all items of a presentation state hold, each value read when it is first asked for: a hundred rules ask for the
+/// same ones, and the toolkit's lists are slow to search. It takes note of what is asked for and of what is changed.
+/// Whatever it returns stays as it is until it goes itself.
+class StateContents
+{
+public:
+  explicit StateContents(DcmDataset& dataset) : dataset(dataset) {}
+
+  /// The data set, an item without a place.
+  Placed root();
+  /// An item that is not, or not yet, in the data set.
+  Placed apart(DcmItem& item);
+
+  /// Says that an element went from all items.
+  void changeEverywhere(const DcmTagKey& tag);
+
+  /// Begins to take note anew.
+  void takeNote();
+  /// What has been asked for, and what has been changed since.
+  TagSet asked;
+  TagSet changed;
+
+private:
+  friend class Contents;
+
+  static constexpr std::size_t kOrdinary = 24576; // bytes that most states need
+
+  DcmDataset& dataset;
+  std::array<std::byte, kOrdinary> ordinary;
+  std::pmr::monotonic_buffer_resource memory{ordinary.data(), ordinary.size()};
+  std::pmr::deque<Contents> items{&memory}; ///< the data set first
+  std::pmr::deque<std::string> texts{&memory};
+  std::pmr::deque<std::optional<std::vector<double>>> numbers{&memory};
+  std::pmr::deque<std::vector<Float32>> coordinates{&memory};
+  std::pmr::deque<std::vector<Placed>> lists{&memory};
+  std::vector<Contents::Entry> before; ///< for an item that is read again
 };
 
 } // namespace tarn::conformance

@@ -30,13 +30,13 @@ DcmElement* elementOf(const Placed& where, const DcmTagKey& tag)
   return entry ? entry->element : nullptr;
 }
 
-std::vector<Contents::Entry>& elementsOf(const Placed& where)
+std::pmr::vector<Contents::Entry>& elementsOf(const Placed& where)
 {
   where.contents.state.asked.addAll();
   return where.contents.eachElement();
 }
 
-std::vector<Contents::Entry>& eachElementOf(const Placed& where)
+std::pmr::vector<Contents::Entry>& eachElementOf(const Placed& where)
 {
   return where.contents.eachElement();
 }

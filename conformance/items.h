@@ -18,9 +18,9 @@ std::string placeOf(const Placed& where, const DcmTagKey& tag);
 /// The element; null where the item has none.
 DcmElement* elementOf(const Placed& where, const DcmTagKey& tag);
 /// All elements of the item, in their order.
-std::vector<Contents::Entry>& elementsOf(const Placed& where);
+std::pmr::vector<Contents::Entry>& elementsOf(const Placed& where);
 /// The same for a rule that judges each element, or each text, by itself: it need not look again when one has gone.
-std::vector<Contents::Entry>& eachElementOf(const Placed& where);
+std::pmr::vector<Contents::Entry>& eachElementOf(const Placed& where);
 /// The items of a sequence; none where there is no such sequence, or something else has its tag.
 const std::vector<Placed>& itemsOf(const Placed& where, const DcmTagKey& sequence);
 const std::vector<Placed>& itemsOf(const Placed& where, Contents::Entry& entry);
