@@ -161,12 +161,13 @@ const std::vector<Float32>& Contents::coordinatesOf(Entry& entry)
 
 const std::vector<Placed>& Contents::itemsOf(Entry& entry)
 {
+  static const std::vector<Placed> kNone;
+  if (!entry.sequence)
+    return kNone;
   if (entry.items)
     return *entry.items;
   std::vector<Placed>& list = state.lists.emplace_back();
   entry.items = &list;
-  if (!entry.sequence)
-    return list;
   list.reserve(entry.sequence->card());
   for (DcmItem* nested : dicom::itemsOf(*entry.sequence))
     list.push_back({*nested, state.items.emplace_back(state, *nested, *this, entry.element->getTag(), list.size())});

@@ -50,7 +50,7 @@ const std::vector<Placed>& itemsOf(const Placed& where, const DcmTagKey& sequenc
 {
   static const std::vector<Placed> kNone;
   Contents::Entry* const entry = where.contents.find(sequence);
-  return entry && entry->sequence ? where.contents.itemsOf(*entry) : kNone;
+  return entry ? where.contents.itemsOf(*entry) : kNone;
 }
 
 bool has(const Placed& where, const DcmTagKey& tag)
