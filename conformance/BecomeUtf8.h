@@ -12,18 +12,18 @@ namespace tarn::conformance
 class BecomeUtf8
 {
 public:
-  explicit BecomeUtf8(const Placed& root) : root(root) {}
+  explicit BecomeUtf8(Examination& state) : state(state) {}
 
   /// None where a text cannot be decoded.
   Examination::Remedy remedy()
   {
     if (!isPlanned)
-      if (auto texts = utf8TextsOf(root))
+      if (auto texts = utf8TextsOf(state.texts()))
         plan = std::make_shared<std::optional<Utf8Texts>>(std::move(texts));
     isPlanned = true;
     if (!plan)
       return {};
-    return [plan = plan, root = root]
+    return [plan = plan, root = state.root()]
     {
       if (*plan)
         (*plan)->putInto(root);
@@ -32,7 +32,7 @@ public:
   }
 
 private:
-  Placed root;
+  Examination& state;
   bool isPlanned = false;
   std::shared_ptr<std::optional<Utf8Texts>> plan;
 };

@@ -12,35 +12,9 @@
 namespace tarn::conformance
 {
 
-std::vector<Placed> annotationsOf(Examination& state)
+const std::vector<Placed>& annotationsOf(Examination& state)
 {
   return itemsOf(state.root(), DCM_GraphicAnnotationSequence);
-}
-
-std::vector<Placed> objectsOf(Examination& state, const DcmTagKey& sequence)
-{
-  std::vector<Placed> objects;
-  for (const Placed& annotation : annotationsOf(state))
-    for (const Placed& object : itemsOf(annotation, sequence))
-      objects.push_back(object);
-  return objects;
-}
-
-std::vector<Float32> coordinatesOf(const Placed& where, const DcmTagKey& tag)
-{
-  DcmElement* element = nullptr;
-  std::vector<Float32> values;
-  if (where.item.findAndGetElement(tag, element).bad())
-    return values;
-  const DcmEVR vr = element->ident();
-  std::string bytes;
-  if ((vr != EVR_FL && vr != EVR_UN && vr != EVR_OF) || dicom::readBytes(*element, bytes).bad() ||
-      bytes.size() % sizeof(Float32) != 0)
-    return values;
-  swapIfNecessary(gLocalByteOrder, EBO_LittleEndian, bytes.data(), static_cast<Uint32>(bytes.size()), sizeof(Float32));
-  values.resize(bytes.size() / sizeof(Float32));
-  std::memcpy(values.data(), bytes.data(), bytes.size());
-  return values;
 }
 
 bool areFinite(const std::vector<Float32>& values)
@@ -50,12 +24,12 @@ bool areFinite(const std::vector<Float32>& values)
 
 bool isClosed(const Placed& graphic)
 {
-  const std::string type = textOf(graphic, DCM_GraphicType);
+  const std::string& type = textOf(graphic, DCM_GraphicType);
   if (type == "CIRCLE" || type == "ELLIPSE")
     return true;
   if (type != "POLYLINE" && type != "INTERPOLATED")
     return false;
-  const std::vector<Float32> data = coordinatesOf(graphic, DCM_GraphicData);
+  const std::vector<Float32>& data = coordinatesOf(graphic, DCM_GraphicData);
   const std::size_t count = data.size();
   return count >= 4 && data[0] == data[count - 2] && data[1] == data[count - 1];
 }
@@ -63,9 +37,9 @@ bool isClosed(const Placed& graphic)
 Examination::Remedy Replacements::remedy(const Placed& object, std::function<Items()> become)
 {
   ++promised;
-  return [self = shared_from_this(), item = &object.item, become = std::move(become)]
+  return [self = shared_from_this(), object, become = std::move(become)]
   {
-    self->replacements[item] = become();
+    self->replacements[&object.item] = {&object.contents, become()};
     if (--self->promised == 0)
       self->apply();
   };
@@ -79,7 +53,7 @@ Examination::Remedy Replacements::drop(const Placed& object)
 void Replacements::apply()
 {
   std::unordered_set<DcmSequenceOfItems*> sequences;
-  for (const auto& [item, items] : replacements)
+  for (const auto& [item, replacement] : replacements)
     if (auto* const sequence = dynamic_cast<DcmSequenceOfItems*>(const_cast<DcmItem*>(item)->getParent()))
       sequences.insert(sequence);
   for (DcmSequenceOfItems* sequence : sequences)
@@ -90,9 +64,11 @@ void Replacements::apply()
       if (replaced == replacements.end())
         static_cast<void>(dicom::insertOwned(*sequence, std::move(item)));
       else
-        for (std::unique_ptr<DcmItem>& piece : replaced->second)
+        for (std::unique_ptr<DcmItem>& piece : replaced->second.items)
           static_cast<void>(dicom::insertOwned(*sequence, std::move(piece)));
     }
+  for (const auto& [item, replacement] : replacements)
+    replacement.contents->changePlace();
 }
 
 } // namespace tarn::conformance

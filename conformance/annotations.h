@@ -10,13 +10,7 @@
 namespace tarn::conformance
 {
 
-std::vector<Placed> annotationsOf(Examination& state);
-/// The items of a sequence of all annotation items: Graphic Objects, Text Objects or Compound Graphics.
-std::vector<Placed> objectsOf(Examination& state, const DcmTagKey& sequence);
-
-/// The values of an element of the VR FL, or of one whose bytes are those of that VR: UN and OF. None where there is
-/// none, or it has another VR or a length that does not fit.
-std::vector<Float32> coordinatesOf(const Placed& where, const DcmTagKey& tag);
+const std::vector<Placed>& annotationsOf(Examination& state);
 bool areFinite(const std::vector<Float32>& values);
 
 /// Whether the outline of a graphic object encloses an area: PS3.3 C.10.5, Graphic Filled.
@@ -36,10 +30,16 @@ public:
   Examination::Remedy drop(const Placed& object);
 
 private:
+  struct Replacement
+  {
+    Contents* contents; ///< of the item that goes
+    Items items;        ///< in its place
+  };
+
   void apply();
 
   std::size_t promised = 0; ///< remedies that have not run
-  std::unordered_map<const DcmItem*, Items> replacements;
+  std::unordered_map<const DcmItem*, Replacement> replacements;
 };
 
 } // namespace tarn::conformance

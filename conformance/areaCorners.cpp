@@ -27,7 +27,7 @@ struct Corners
 
 std::optional<Corner> cornerOf(const Placed& area, const DcmTagKey& tag)
 {
-  const auto numbers = numbersOf(area, tag);
+  const auto& numbers = numbersOf(area, tag);
   if (!numbers || numbers->size() != 2 || !isWhole(numbers->front(), kLeast, kMost) ||
       !isWhole(numbers->back(), kLeast, kMost))
     return std::nullopt;
@@ -122,7 +122,7 @@ void examineAreaMissing(Examination& state)
 /// The size that is looked up holds before that of an area of the input, which is the nearest before.
 void examineAreaCorners(Examination& state)
 {
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   std::optional<Corners> before;
   for (const Placed& area : itemsOf(state.root(), DCM_DisplayedAreaSelectionSequence))
   {
@@ -161,7 +161,7 @@ void examineCornerZero(Examination& state)
 
 void examineAreaSizes(Examination& state)
 {
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   for (const Placed& area : itemsOf(state.root(), DCM_DisplayedAreaSelectionSequence))
   {
     std::set<std::array<std::uint32_t, 2>> sizes;

@@ -14,7 +14,7 @@ namespace
 
 constexpr char kFit[] = "SCALE TO FIT", kTrueSize[] = "TRUE SIZE", kMagnify[] = "MAGNIFY";
 
-std::vector<Placed> areasOf(Examination& state)
+const std::vector<Placed>& areasOf(Examination& state)
 {
   return itemsOf(state.root(), DCM_DisplayedAreaSelectionSequence);
 }
@@ -22,12 +22,12 @@ std::vector<Placed> areasOf(Examination& state)
 /// Whether the element holds `count` numbers above 0.
 bool isPositive(const Placed& area, const DcmTagKey& tag, std::size_t count)
 {
-  const auto numbers = numbersOf(area, tag);
+  const auto& numbers = numbersOf(area, tag);
   return numbers && numbers->size() == count &&
          std::all_of(numbers->begin(), numbers->end(), [](double n) { return std::isfinite(n) && n > 0; });
 }
 
-std::string modeOf(const Placed& area)
+const std::string& modeOf(const Placed& area)
 {
   return textOf(area, DCM_PresentationSizeMode);
 }
@@ -56,7 +56,7 @@ void examineTransformation(Examination& state)
       hasValue(root, DCM_ImageRotation) &&
       (!rotation || std::find(kRotations.begin(), kRotations.end(), *rotation) == kRotations.end()))
     state.find(root, DCM_ImageRotation, "the rotation is none of 0, 90, 180 and 270");
-  if (const std::string flip = textOf(root, DCM_ImageHorizontalFlip);
+  if (const std::string& flip = textOf(root, DCM_ImageHorizontalFlip);
       hasValue(root, DCM_ImageHorizontalFlip) && flip != "Y" && flip != "N")
     state.find(root, DCM_ImageHorizontalFlip, "'" + flip + "' is neither Y nor N");
 }
@@ -73,7 +73,7 @@ void examineAreasTwice(Examination& state)
     return;
   const Placed& first = again.back();
   const char* const text = "another area holds for the same image";
-  if (Manifest(state).only())
+  if (state.manifest().only())
     state.find(first, text,
                [root = state.root(), again] { removeItems(root, DCM_DisplayedAreaSelectionSequence, again); });
   else
@@ -83,10 +83,10 @@ void examineAreasTwice(Examination& state)
 void examineAreaCoverage(Examination& state)
 {
   Claims claims;
-  const std::vector<Placed> areas = areasOf(state);
+  const std::vector<Placed>& areas = areasOf(state);
   for (const Placed& area : areas)
     claims.add(referencesOf(area));
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   for (const Reference& image : manifest.images())
     if (!areas.empty() && !claims.covers(image.uid))
       state.find(image.where, "no area holds for the image");
@@ -95,7 +95,7 @@ void examineAreaCoverage(Examination& state)
 void examineSizeMode(Examination& state)
 {
   for (const Placed& area : areasOf(state))
-    if (const std::string mode = modeOf(area); mode != kFit && mode != kTrueSize && mode != kMagnify)
+    if (const std::string& mode = modeOf(area); mode != kFit && mode != kTrueSize && mode != kMagnify)
       state.find(area, DCM_PresentationSizeMode, "'" + mode + "' is no size mode",
                  puttingText(area, DCM_PresentationSizeMode, EVR_CS, kFit));
 }
@@ -150,12 +150,12 @@ void examineTrueSize(Examination& state)
 
 void examinePixelOrigin(Examination& state)
 {
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   const bool isSlide =
       std::any_of(manifest.images().begin(), manifest.images().end(),
                   [](const Reference& image) { return image.sopClass == UID_VLWholeSlideMicroscopyImageStorage; });
   for (const Placed& area : areasOf(state))
-    if (const std::string origin = textOf(area, DCM_PixelOriginInterpretation);
+    if (const std::string& origin = textOf(area, DCM_PixelOriginInterpretation);
         (isSlide || has(area, DCM_PixelOriginInterpretation)) && origin != "FRAME" && origin != "VOLUME")
       state.find(area, DCM_PixelOriginInterpretation, "'" + origin + "' is neither FRAME nor VOLUME",
                  puttingText(area, DCM_PixelOriginInterpretation, EVR_CS, "FRAME"));

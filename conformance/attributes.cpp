@@ -18,14 +18,14 @@ bool isNumber(std::optional<double> number, double least, double most)
 
 bool isColor(const Placed& item, const DcmTagKey& tag)
 {
-  const auto numbers = numbersOf(item, tag);
+  const auto& numbers = numbersOf(item, tag);
   return numbers && numbers->size() == 3 &&
          std::all_of(numbers->begin(), numbers->end(), [](double number) { return isNumber(number, 0, kMostOfColor); });
 }
 
 bool isPoint(const Placed& item, const DcmTagKey& tag)
 {
-  const auto numbers = numbersOf(item, tag);
+  const auto& numbers = numbersOf(item, tag);
   return numbers && numbers->size() == 2;
 }
 

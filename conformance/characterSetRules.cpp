@@ -30,10 +30,9 @@ private:
 void visitItems(const Placed& item, const std::function<void(const Placed&)>& visit)
 {
   visit(item);
-  for (DcmElement* element : elementsOf(item))
-    if (auto* const sequence = sequenceIn(element))
-      for (const Placed& nested : itemsOf(item, *sequence))
-        visitItems(nested, visit);
+  for (Contents::Entry& entry : eachElementOf(item))
+    for (const Placed& nested : itemsOf(item, entry))
+      visitItems(nested, visit);
 }
 
 /// What PS3.5 6.1.3 and 6.2 allow: none in values that stand in one line, no format control in what C.10.5 lets stand
@@ -100,76 +99,71 @@ bool isTooLong(const std::string& utf8, const Text& text, std::size_t limit)
 void examineLengths(Examination& state, bool isOwn)
 {
   CharacterSets sets;
-  visitTexts(state.root(), "",
-             [&](const Text& text)
-             {
-               const std::size_t limit = limitOf(text);
-               if ((text.tag().getGroup() == kPresentationGroup) != isOwn || text.bytes.size() <= limit)
-                 return;
-               const auto utf8 = sets[text.terms].decode(text.bytes, text.delimiters());
-               if (utf8 && isTooLong(*utf8, text, limit))
-                 state.find(text.where, text.tag(), "it has more than " + std::to_string(limit) + " characters");
-             });
+  for (const Text& text : state.texts())
+  {
+    const std::size_t limit = limitOf(text);
+    if ((text.tag().getGroup() == kPresentationGroup) != isOwn || text.bytes.size() <= limit)
+      continue;
+    const auto utf8 = sets[text.terms].decode(text.bytes, text.delimiters());
+    if (utf8 && isTooLong(*utf8, text, limit))
+      state.find(text.where, text.tag(), "it has more than " + std::to_string(limit) + " characters");
+  }
 }
 
 } // namespace
 
 void examineCharacterSets(Examination& state)
 {
-  BecomeUtf8 utf8(state.root());
-  visitItems(state.root(),
-             [&](const Placed& item)
-             {
-               const std::string terms = textOf(item, DCM_SpecificCharacterSet);
-               if (!terms.empty() && !CharacterSet(terms).isKnown())
-                 state.find(item, DCM_SpecificCharacterSet, "'" + terms + "' is no character set", utf8.remedy());
-             });
+  BecomeUtf8 utf8(state);
+  const auto examine = [&](const Placed& item)
+  {
+    const std::string& terms = textOf(item, DCM_SpecificCharacterSet);
+    if (!terms.empty() && !CharacterSet(terms).isKnown())
+      state.find(item, DCM_SpecificCharacterSet, "'" + terms + "' is no character set", utf8.remedy());
+  };
+  visitItems(state.root(), examine);
 }
 
 void examineTextCharacters(Examination& state)
 {
   CharacterSets sets;
-  BecomeUtf8 utf8(state.root());
-  visitTexts(state.root(), "",
-             [&](const Text& text)
-             {
-               if (isPlain(text.bytes))
-                 return;
-               const CharacterSet& set = sets[text.terms];
-               if (set.isDecodable() && !set.decode(text.bytes, text.delimiters()))
-                 state.find(text.where, text.tag(), "its bytes are no text of the declared character set",
-                            utf8.remedy());
-             });
+  BecomeUtf8 utf8(state);
+  for (const Text& text : state.texts())
+  {
+    if (text.isPlain)
+      continue;
+    const CharacterSet& set = sets[text.terms];
+    if (set.isDecodable() && !set.decode(text.bytes, text.delimiters()))
+      state.find(text.where, text.tag(), "its bytes are no text of the declared character set", utf8.remedy());
+  }
 }
 
 void examineTextsLikeUtf8(Examination& state)
 {
   CharacterSets sets;
-  visitTexts(state.root(), "",
-             [&](const Text& text)
-             {
-               if (isPlain(text.bytes) || !isUtf8(text.bytes))
-                 return;
-               const CharacterSet& set = sets[text.terms];
-               if (set.isSingleByte() && set.isDecodable() && set.decode(text.bytes, text.delimiters()))
-                 state.find(text.where, text.tag(), "its bytes are UTF-8 too, which is not declared");
-             });
+  for (const Text& text : state.texts())
+  {
+    if (text.isPlain || !isUtf8(text.bytes))
+      continue;
+    const CharacterSet& set = sets[text.terms];
+    if (set.isSingleByte() && set.isDecodable() && set.decode(text.bytes, text.delimiters()))
+      state.find(text.where, text.tag(), "its bytes are UTF-8 too, which is not declared");
+  }
 }
 
 void examineControlCharacters(Examination& state)
 {
   CharacterSets sets;
-  visitTexts(state.root(), "",
-             [&](const Text& text)
-             {
-               if (std::none_of(text.bytes.begin(), text.bytes.end(), isControl))
-                 return;
-               std::string kept = withoutControls(text.bytes, allowedControls(text, sets[text.terms]));
-               if (kept != text.bytes)
-                 state.find(text.where, text.tag(), "it has control characters",
-                            [element = &text.element, kept = std::move(kept)]
-                            { element->putString(kept.data(), static_cast<Uint32>(kept.size())); });
-             });
+  for (const Text& text : state.texts())
+  {
+    if (std::none_of(text.bytes.begin(), text.bytes.end(), isControl))
+      continue;
+    std::string kept = withoutControls(text.bytes, allowedControls(text, sets[text.terms]));
+    if (kept != text.bytes)
+      state.find(text.where, text.tag(), "it has control characters",
+                 [where = text.where, &element = text.element, kept = std::move(kept)]
+                 { putBytes(where, element, kept); });
+  }
 }
 
 void examineTextLengths(Examination& state)

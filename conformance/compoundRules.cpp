@@ -33,7 +33,7 @@ constexpr std::array<CompoundType, 10> kTypes{{{"MULTILINE", 0},
 template <class... Types>
 bool isAnyOf(const Placed& compound, const Types*... types)
 {
-  const std::string type = textOf(compound, DCM_CompoundGraphicType);
+  const std::string& type = textOf(compound, DCM_CompoundGraphicType);
   return ((type == types) || ...);
 }
 
@@ -92,9 +92,9 @@ const std::vector<Attribute>& tickAttributes()
   return kAttributes;
 }
 
-std::vector<Placed> compoundsOf(Examination& state)
+const std::vector<Placed>& compoundsOf(Examination& state)
 {
-  return objectsOf(state, DCM_CompoundGraphicSequence);
+  return state.objects(DCM_CompoundGraphicSequence);
 }
 
 /// The numbers that the items of some sequences have in one attribute.
@@ -165,7 +165,7 @@ void examineCompoundRenderings(Examination& state)
 {
   for (const Placed& annotation : annotationsOf(state))
   {
-    const std::vector<Placed> compounds = itemsOf(annotation, DCM_CompoundGraphicSequence);
+    const std::vector<Placed>& compounds = itemsOf(annotation, DCM_CompoundGraphicSequence);
     if (compounds.empty())
       continue;
     const std::set<double> rendered =
@@ -196,7 +196,7 @@ void examineGraphicGroupIds(Examination& state)
 {
   const std::set<double> groups = numbersIn(state.root(), {DCM_GraphicGroupSequence}, DCM_GraphicGroupID);
   for (const DcmTagKey& sequence : {DCM_GraphicObjectSequence, DCM_TextObjectSequence, DCM_CompoundGraphicSequence})
-    for (const Placed& object : objectsOf(state, sequence))
+    for (const Placed& object : state.objects(sequence))
       if (const auto id = numberOf(object, DCM_GraphicGroupID); id && !std::isnan(*id) && groups.count(*id) == 0)
         state.find(object, DCM_GraphicGroupID, "there is no such group");
 }

@@ -44,11 +44,11 @@ bool isOutside(const std::vector<Float32>& values, Float32 columns, Float32 rows
 void examineRange(Examination& state, const char* units, Float32 columns, Float32 rows, const char* text)
 {
   for (const Coordinates& kind : allCoordinates())
-    for (const Placed& object : objectsOf(state, kind.sequence))
+    for (const Placed& object : state.objects(kind.sequence))
     {
       if (textOf(object, kind.units) != units)
         continue;
-      const std::vector<Float32> values = coordinatesOf(object, kind.tag);
+      const std::vector<Float32>& values = coordinatesOf(object, kind.tag);
       if (areFinite(values) && isOutside(values, columns, rows))
         state.find(object, kind.tag, text);
     }
@@ -105,7 +105,7 @@ void examineTextPlacesFinite(Examination& state)
         remove(text, tag);
     };
   };
-  for (const Placed& text : objectsOf(state, DCM_TextObjectSequence))
+  for (const Placed& text : state.objects(DCM_TextObjectSequence))
     if (!isFinite(text, kAnchor[0]) && hasFiniteBox(text))
       state.find(text, kAnchor[0], "a coordinate is not finite", removal(text, kAnchor));
     else if (!(isFinite(text, kBox[0]) && isFinite(text, kBox[1])) && hasFiniteAnchor(text))
@@ -116,7 +116,7 @@ void examineCoordinatesFinite(Examination& state)
 {
   const auto dropped = Replacements::make();
   for (const DcmTagKey& sequence : {DCM_TextObjectSequence, DCM_GraphicObjectSequence, DCM_CompoundGraphicSequence})
-    for (const Placed& object : objectsOf(state, sequence))
+    for (const Placed& object : state.objects(sequence))
     {
       const auto isBroken = [&](const Coordinates& kind)
       { return kind.sequence == sequence && !isFinite(object, kind.tag); };
@@ -141,7 +141,7 @@ void examineMatrixUnits(Examination& state)
     return;
   for (const Coordinates& kind : allCoordinates())
     if (kind.tag != DCM_BoundingBoxBottomRightHandCorner && kind.tag != DCM_RotationPoint) // the units of another row
-      for (const Placed& object : objectsOf(state, kind.sequence))
+      for (const Placed& object : state.objects(kind.sequence))
         if (textOf(object, kind.units) == "MATRIX")
           state.find(object, kind.units, "no image is tiled");
 }

@@ -15,9 +15,9 @@ namespace
 // Graphic Data of more points has no place in a value of the VR FL in explicit VR (PS3.5 7.1.2).
 constexpr std::size_t kMostPoints = 8191;
 
-std::vector<Placed> graphicsOf(Examination& state)
+const std::vector<Placed>& graphicsOf(Examination& state)
 {
-  return objectsOf(state, DCM_GraphicObjectSequence);
+  return state.objects(DCM_GraphicObjectSequence);
 }
 
 bool isOutline(const std::string& type)
@@ -54,7 +54,7 @@ const std::vector<Attribute>& graphicAttributes()
 
 Replacements::Items splitOutline(const Placed& graphic)
 {
-  const std::vector<Float32> data = coordinatesOf(graphic, DCM_GraphicData);
+  const std::vector<Float32>& data = coordinatesOf(graphic, DCM_GraphicData);
   remove(graphic, DCM_GraphicData); // it would be copied with each piece
   Replacements::Items pieces;
   constexpr std::size_t kMost = 2 * kMostPoints;
@@ -62,7 +62,7 @@ Replacements::Items splitOutline(const Placed& graphic)
   {
     const std::size_t end = std::min(start + kMost, data.size());
     pieces.push_back(std::make_unique<DcmItem>(graphic.item));
-    const Placed piece{*pieces.back()};
+    const Placed piece = graphic.contents.state.apart(*pieces.back());
     using Distance = std::vector<Float32>::difference_type;
     putCoordinates(piece, DCM_GraphicData,
                    {data.begin() + static_cast<Distance>(start), data.begin() + static_cast<Distance>(end)});
@@ -93,10 +93,10 @@ double lengthOf(const std::vector<Float32>& ends, std::size_t from)
 void examineGraphicDataVr(Examination& state)
 {
   for (const DcmTagKey& sequence : {DCM_GraphicObjectSequence, DCM_CompoundGraphicSequence})
-    for (const Placed& graphic : objectsOf(state, sequence))
+    for (const Placed& graphic : state.objects(sequence))
     {
-      DcmElement* element = nullptr;
-      if (graphic.item.findAndGetElement(DCM_GraphicData, element).bad() || element->ident() == EVR_FL)
+      DcmElement* const element = elementOf(graphic, DCM_GraphicData);
+      if (!element || element->ident() == EVR_FL)
         continue;
       std::vector<Float32> data = coordinatesOf(graphic, DCM_GraphicData);
       if (data.size() > 2 * kMostPoints) // examineLongOutlines
@@ -111,7 +111,7 @@ void examineGraphicDataVr(Examination& state)
 void examineGraphicDimensions(Examination& state)
 {
   for (const DcmTagKey& sequence : {DCM_GraphicObjectSequence, DCM_CompoundGraphicSequence})
-    for (const Placed& graphic : objectsOf(state, sequence))
+    for (const Placed& graphic : state.objects(sequence))
       if (!hasValue(graphic, DCM_GraphicDimensions))
         state.find(graphic, DCM_GraphicDimensions, "it is missing",
                    [graphic] { putNumber(graphic, DCM_GraphicDimensions, 2); });
@@ -137,7 +137,7 @@ void examineLongOutlines(Examination& state)
 void examinePointCounts(Examination& state)
 {
   for (const DcmTagKey& sequence : {DCM_GraphicObjectSequence, DCM_CompoundGraphicSequence})
-    for (const Placed& graphic : objectsOf(state, sequence))
+    for (const Placed& graphic : state.objects(sequence))
     {
       const std::size_t values = coordinatesOf(graphic, DCM_GraphicData).size();
       const std::size_t points = values / 2;
@@ -168,7 +168,7 @@ void examineGraphicData(Examination& state)
   for (const Placed& graphic : graphicsOf(state))
   {
     const std::size_t values = coordinatesOf(graphic, DCM_GraphicData).size();
-    const std::string type = textOf(graphic, DCM_GraphicType);
+    const std::string& type = textOf(graphic, DCM_GraphicType);
     const std::size_t points = pointsOf(type);
     if (values == 0)
       state.find(graphic, DCM_GraphicData, "there are no coordinates");
@@ -182,7 +182,7 @@ void examineGraphicData(Examination& state)
 void examineClosedGraphics(Examination& state)
 {
   for (const Placed& graphic : graphicsOf(state))
-    if (const std::string filled = textOf(graphic, DCM_GraphicFilled);
+    if (const std::string& filled = textOf(graphic, DCM_GraphicFilled);
         filled != "Y" && filled != "N" && isClosed(graphic))
       state.find(graphic, DCM_GraphicFilled, "it does not say whether the closed shape is filled",
                  [graphic] { putText(graphic, DCM_GraphicFilled, EVR_CS, "N"); });

@@ -2,6 +2,7 @@
 #include "conformance/headerRules.h"
 
 #include "base/text.h"
+#include "conformance/values.h"
 #include "dicom/contents.h"
 #include "privateblock/PBItem.h"
 
@@ -41,27 +42,9 @@ const Attribute kAttributes[] = {
     {DCM_Laterality, EVR_CS, false},
 };
 
-/// Whether a value has the form that PS3.5 6.2 gives the VR; which letters a text has is the character set's matter.
-bool fits(const std::string& value, DcmEVR vr)
-{
-  switch (vr)
-  {
-  case EVR_DA:
-    return DcmDate::checkStringValue(value.c_str(), "1").good();
-  case EVR_TM:
-    return DcmTime::checkStringValue(value.c_str(), "1").good();
-  case EVR_CS:
-    return DcmCodeString::checkStringValue(value.c_str(), "1").good();
-  case EVR_IS:
-    return DcmIntegerString::checkStringValue(value.c_str(), "1").good();
-  default:
-    return true;
-  }
-}
-
 bool isSound(const Placed& root, const DcmTagKey& tag, DcmEVR vr)
 {
-  const std::string value = textOf(root, tag);
+  const std::string& value = textOf(root, tag);
   return !value.empty() && fits(value, vr);
 }
 
@@ -93,7 +76,7 @@ std::string cut(const std::string& text, bool isUtf8)
 /// Whether the character set has letters of several bytes, among which may be a backslash (PS3.5 6.1.2).
 bool spreadsLetters(const Placed& root)
 {
-  const std::string set = textOf(root, DCM_SpecificCharacterSet);
+  const std::string& set = textOf(root, DCM_SpecificCharacterSet);
   return set.find("2022") != std::string::npos || base::startsWith(set, "GB");
 }
 
@@ -177,7 +160,7 @@ bool isUnpaired(const std::string& bodyPart)
 
 void examineClass(Examination& state)
 {
-  if (const std::string uid = textOf(state.root(), DCM_SOPClassUID);
+  if (const std::string& uid = textOf(state.root(), DCM_SOPClassUID);
       uid != UID_GrayscaleSoftcopyPresentationStateStorage)
     state.find(state.root(), DCM_SOPClassUID, "'" + uid + "' is another class");
 }
@@ -185,13 +168,13 @@ void examineClass(Examination& state)
 void examineUids(Examination& state)
 {
   for (const DcmTagKey& tag : {DCM_SOPInstanceUID, DCM_StudyInstanceUID, DCM_SeriesInstanceUID})
-    if (const std::string uid = textOf(state.root(), tag); !isStrictUid(uid))
+    if (const std::string& uid = textOf(state.root(), tag); !isStrictUid(uid))
       state.find(state.root(), tag, uid.empty() ? "the UID is missing" : "'" + uid + "' is no UID");
 }
 
 void examineModality(Examination& state)
 {
-  if (const std::string modality = textOf(state.root(), DCM_Modality); modality != "PR")
+  if (const std::string& modality = textOf(state.root(), DCM_Modality); modality != "PR")
     state.find(state.root(), DCM_Modality, "'" + modality + "' is not PR",
                puttingText(state.root(), DCM_Modality, EVR_CS, "PR"));
 }
@@ -206,7 +189,7 @@ void examineContentLabelMissing(Examination& state)
 void examineContentLabel(Examination& state)
 {
   const Placed root = state.root();
-  if (const std::string label = textOf(root, DCM_ContentLabel); !fits(label, EVR_CS))
+  if (const std::string& label = textOf(root, DCM_ContentLabel); !fits(label, EVR_CS))
     state.find(root, DCM_ContentLabel, "it is no code string",
                puttingText(root, DCM_ContentLabel, EVR_CS, codeOf(label)));
 }
@@ -253,11 +236,11 @@ void examineHeaderValues(Examination& state)
   const Placed root = state.root();
   const bool isSpread = spreadsLetters(root);
   for (const Attribute& attribute : kAttributes)
-    if (const std::string value = textOf(root, attribute.tag); !value.empty() && !fits(value, attribute.vr))
+    if (const std::string& value = textOf(root, attribute.tag); !value.empty() && !fits(value, attribute.vr))
       state.find(root, attribute.tag, "the value is none of its VR");
     else if (!isSpread && value.find('\\') != std::string::npos)
       state.find(root, attribute.tag, "there are several values");
-  if (const std::string sex = textOf(root, DCM_PatientSex); !sex.empty() && sex != "M" && sex != "F" && sex != "O")
+  if (const std::string& sex = textOf(root, DCM_PatientSex); !sex.empty() && sex != "M" && sex != "F" && sex != "O")
     state.find(root, DCM_PatientSex, "it is none of M, F and O");
 }
 
@@ -267,7 +250,7 @@ void examineDescriptions(Examination& state)
   const Placed root = state.root();
   const bool isSpread = spreadsLetters(root), isUtf8 = textOf(root, DCM_SpecificCharacterSet) == "ISO_IR 192";
   for (const DcmTagKey& tag : {DCM_StudyDescription, DCM_SeriesDescription})
-    if (const std::string text = textOf(root, tag), shorter = cut(text, isUtf8);
+    if (const std::string& text = textOf(root, tag), shorter = cut(text, isUtf8);
         shorter != text && !(isSpread && !isPlain(text)))
       state.find(root, tag, "it is longer than 64 letters", puttingText(root, tag, EVR_LO, shorter));
 }
@@ -300,8 +283,8 @@ void examinePrivateCreator(Examination& state)
   const Placed root = state.root();
   std::set<unsigned> filled; // blocks with an element
   std::vector<DcmTagKey> creators;
-  for (const DcmObject* element : dicom::contentsOf(root.item))
-    if (const DcmTagKey tag = element->getTag(); tag.getGroup() != PBItem::kGroup)
+  for (const Contents::Entry& entry : elementsOf(root))
+    if (const DcmTagKey tag = entry.element->getTag(); tag.getGroup() != PBItem::kGroup)
       continue;
     else if (tag.getElement() > 0xFF)
       filled.insert(tag.getElement() >> 8U);

@@ -1,13 +1,11 @@
 // Values of presentation states of any maker, whatever VR they have.
 #include "conformance/items.h"
 
-#include "conformance/ItemCache.h"
-#include "base/text.h"
+#include "conformance/values.h"
 #include "dicom/contents.h"
 #include "dicom/uid.h"
 #include "dicom/values.h"
 
-#include <charconv>
 #include <cmath>
 #include <memory>
 #include <stdexcept>
@@ -15,87 +13,9 @@
 
 namespace tarn::conformance
 {
-namespace
-{
-
-/// The keyword (PS3.6), or "(gggg,eeee)" for a tag that has none.
-std::string nameOf(const DcmTagKey& tag)
-{
-  DcmTag named(tag);
-  const std::string name = named.getTagName();
-  return name == DcmTag_ERROR_TagName ? tag.toString().c_str() : name;
-}
-
-/// PS3.5 6.2: DS and IS, without the blanks that pad them. Neither knows infinity.
-std::optional<double> numberIn(const std::string& text)
-{
-  double number = 0;
-  const char* start = text.data() + (base::startsWith(text, "+") ? 1 : 0);
-  const auto [end, failure] = std::from_chars(start, text.data() + text.size(), number);
-  if (text.empty() || failure != std::errc() || end != text.data() + text.size() || !std::isfinite(number))
-    return std::nullopt;
-  return number;
-}
-
-std::optional<double> valueAt(DcmElement& element, unsigned long i)
-{
-  switch (element.ident())
-  {
-  case EVR_FL:
-  {
-    Float32 value = 0;
-    return element.getFloat32(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
-  }
-  case EVR_FD:
-  {
-    Float64 value = 0;
-    return element.getFloat64(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
-  }
-  case EVR_SL:
-  {
-    Sint32 value = 0;
-    return element.getSint32(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
-  }
-  case EVR_SS:
-  {
-    Sint16 value = 0;
-    return element.getSint16(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
-  }
-  case EVR_UL:
-  {
-    Uint32 value = 0;
-    return element.getUint32(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
-  }
-  case EVR_US:
-  {
-    Uint16 value = 0;
-    return element.getUint16(value, i).good() ? std::make_optional<double>(value) : std::nullopt;
-  }
-  default:
-    return std::nullopt;
-  }
-}
-
-DcmElement* elementOf(const Placed& where, const DcmTagKey& tag)
-{
-  return where.cache ? where.cache->find(where.item, tag) : ItemCache().find(where.item, tag);
-}
-
-} // namespace
-
 std::string placeOf(const Placed& where)
 {
-  std::vector<std::string> steps;
-  std::size_t index = where.index;
-  for (const SequencePlace* place = where.sequence.get(); place; place = place->holder.get())
-  {
-    steps.push_back(base::joined(nameOf(place->tag), "[", index, "]"));
-    index = place->index;
-  }
-  std::string path;
-  for (auto step = steps.rbegin(); step != steps.rend(); ++step)
-    path += (path.empty() ? "" : ".") + *step;
-  return path;
+  return where.contents.place();
 }
 
 std::string placeOf(const Placed& where, const DcmTagKey& tag)
@@ -104,101 +24,112 @@ std::string placeOf(const Placed& where, const DcmTagKey& tag)
   return path.empty() ? nameOf(tag) : path + "." + nameOf(tag);
 }
 
-std::vector<Placed> itemsOf(const Placed& where, DcmSequenceOfItems& sequence)
+DcmElement* elementOf(const Placed& where, const DcmTagKey& tag)
 {
-  const auto place =
-      std::make_shared<const SequencePlace>(SequencePlace{sequence.getTag(), where.sequence, where.index});
-  std::vector<Placed> items;
-  for (DcmItem* item : dicom::itemsOf(sequence))
-    items.push_back({*item, place, items.size(), where.cache});
-  return items;
+  const Contents::Entry* const entry = where.contents.find(tag);
+  return entry ? entry->element : nullptr;
 }
 
-std::vector<Placed> itemsOf(const Placed& where, const DcmTagKey& sequence)
+std::pmr::vector<Contents::Entry>& elementsOf(const Placed& where)
 {
-  auto* const found = sequenceIn(elementOf(where, sequence));
-  return found ? itemsOf(where, *found) : std::vector<Placed>();
+  where.contents.state.asked.addAll();
+  return where.contents.eachElement();
 }
 
-std::vector<DcmElement*> elementsOf(const Placed& where)
+std::pmr::vector<Contents::Entry>& eachElementOf(const Placed& where)
 {
-  return where.cache ? where.cache->elementsOf(where.item) : ItemCache().elementsOf(where.item);
+  return where.contents.eachElement();
+}
+
+const std::vector<Placed>& itemsOf(const Placed& where, Contents::Entry& entry)
+{
+  return where.contents.itemsOf(entry);
+}
+
+const std::vector<Placed>& itemsOf(const Placed& where, const DcmTagKey& sequence)
+{
+  static const std::vector<Placed> kNone;
+  Contents::Entry* const entry = where.contents.find(sequence);
+  return entry ? where.contents.itemsOf(*entry) : kNone;
 }
 
 bool has(const Placed& where, const DcmTagKey& tag)
 {
-  return elementOf(where, tag) != nullptr;
+  return where.contents.find(tag) != nullptr;
 }
 
 bool hasValue(const Placed& where, const DcmTagKey& tag)
 {
-  DcmElement* const element = elementOf(where, tag);
-  if (auto* const sequence = sequenceIn(element))
-    return sequence->card() > 0;
-  return element && element->getLengthField() > 0;
+  const Contents::Entry* const entry = where.contents.find(tag);
+  return entry && (entry->sequence ? entry->sequence->card() > 0 : entry->element->getLengthField() > 0);
 }
 
-std::string textOf(const Placed& where, const DcmTagKey& tag)
+const std::string& textOf(const Placed& where, const DcmTagKey& tag)
 {
-  DcmElement* const element = elementOf(where, tag);
-  std::string text;
-  if (!element || dicom::readBytes(*element, text).bad())
-    return "";
-  return base::trimmed(text.substr(0, text.find('\0')));
+  static const std::string kNone;
+  Contents::Entry* const entry = where.contents.find(tag);
+  return entry ? where.contents.textOf(*entry) : kNone;
+}
+
+const std::vector<Float32>& coordinatesOf(const Placed& where, const DcmTagKey& tag)
+{
+  static const std::vector<Float32> kNone;
+  Contents::Entry* const entry = where.contents.find(tag);
+  return entry ? where.contents.coordinatesOf(*entry) : kNone;
 }
 
 std::vector<std::string> textsOf(const Placed& where, const DcmTagKey& tag)
 {
-  std::vector<std::string> texts;
-  base::split3<std::vector<std::string>, '\\'>(textOf(where, tag), texts);
-  for (std::string& text : texts)
-    text = base::trimmed(text);
-  return texts;
+  return valuesIn(textOf(where, tag));
 }
 
-std::optional<std::vector<double>> numbersOf(const Placed& where, const DcmTagKey& tag)
+const std::optional<std::vector<double>>& numbersOf(const Placed& where, const DcmTagKey& tag)
 {
-  DcmElement* const element = elementOf(where, tag);
-  if (!element || element->getLengthField() == 0)
-    return std::nullopt;
-  std::vector<double> numbers;
-  const bool isText = element->ident() == EVR_DS || element->ident() == EVR_IS;
-  const std::vector<std::string> texts = isText ? textsOf(where, tag) : std::vector<std::string>();
-  const unsigned long count = isText ? texts.size() : element->getVM();
-  for (unsigned long i = 0; i < count; ++i)
-  {
-    const std::optional<double> number = isText ? numberIn(texts[i]) : valueAt(*element, i);
-    if (!number)
-      return std::nullopt;
-    numbers.push_back(*number);
-  }
-  return numbers.empty() ? std::nullopt : std::make_optional(std::move(numbers));
+  static const std::optional<std::vector<double>> kNone;
+  Contents::Entry* const entry = where.contents.find(tag);
+  return entry ? where.contents.numbersOf(*entry) : kNone;
 }
 
 std::optional<double> numberOf(const Placed& where, const DcmTagKey& tag)
 {
-  const auto numbers = numbersOf(where, tag);
+  const auto& numbers = numbersOf(where, tag);
   return numbers && numbers->size() == 1 ? std::make_optional(numbers->front()) : std::nullopt;
 }
 
 void putText(const Placed& where, const DcmTagKey& tag, DcmEVR vr, const std::string& text)
 {
   where.item.putAndInsertString(DcmTag(tag, vr), text.c_str());
+  where.contents.change(tag);
 }
 
 void putCoordinates(const Placed& where, const DcmTagKey& tag, const std::vector<Float32>& values)
 {
   where.item.putAndInsertFloat32Array(DcmTag(tag, EVR_FL), values.data(), values.size());
+  where.contents.change(tag);
+}
+
+void putNumbers(const Placed& where, const DcmTagKey& tag, const std::vector<Uint16>& values)
+{
+  where.item.putAndInsertUint16Array(DcmTag(tag, EVR_US), values.data(), values.size());
+  where.contents.change(tag);
 }
 
 void putNumber(const Placed& where, const DcmTagKey& tag, Uint16 value)
 {
-  where.item.putAndInsertUint16(DcmTag(tag, EVR_US), value);
+  putNumbers(where, tag, {value});
+}
+
+void putBytes(const Placed& where, DcmElement& element, const std::string& bytes)
+{
+  element.putString(bytes.data(), static_cast<Uint32>(bytes.size()));
+  where.contents.change(element.getTag());
 }
 
 void remove(const Placed& where, const DcmTagKey& tag)
 {
-  where.item.findAndDeleteElement(tag);
+  if (const Contents::Entry* const entry = where.contents.find(tag))
+    delete where.item.remove(entry->element);
+  where.contents.changeByRemoval(tag);
 }
 
 std::function<void()> puttingText(const Placed& where, const DcmTagKey& tag, DcmEVR vr, const std::string& text)
@@ -211,31 +142,34 @@ std::function<void()> removing(const Placed& where, const DcmTagKey& tag)
   return [where, tag] { remove(where, tag); };
 }
 
-DcmItem& appendItem(const Placed& where, const DcmTagKey& sequence)
+Placed appendItem(const Placed& where, const DcmTagKey& sequence)
 {
-  if (!dynamic_cast<DcmSequenceOfItems*>(elementOf(where, sequence)))
+  if (const Contents::Entry* const entry = where.contents.find(sequence); !entry || !entry->sequence)
     remove(where, sequence);
   constexpr long kAfterTheLast = -2;
   DcmItem* item = nullptr;
   if (const OFCondition made = where.item.findOrCreateSequenceItem(DcmTag(sequence, EVR_SQ), item, kAfterTheLast);
       made.bad())
     throw std::runtime_error(placeOf(where, sequence) + ": " + made.text());
-  return *item;
+  where.contents.change(sequence);
+  return where.contents.state.apart(*item);
 }
 
 /// The sequence goes round once, from its front to its end: the toolkit finds an item elsewhere by counting.
 void removeItems(const Placed& where, const DcmTagKey& sequence, const std::vector<Placed>& items)
 {
-  auto* const found = dynamic_cast<DcmSequenceOfItems*>(elementOf(where, sequence));
-  if (!found)
+  const Contents::Entry* const entry = where.contents.find(sequence);
+  if (!entry || !entry->sequence)
     return;
   std::unordered_set<const DcmItem*> dropped;
   for (const Placed& item : items)
     dropped.insert(&item.item);
-  for (unsigned long left = found->card(); left > 0; --left)
-    if (std::unique_ptr<DcmItem> item(found->remove(0UL)); dropped.count(item.get()) == 0)
-      static_cast<void>(dicom::insertOwned(*found, std::move(item)));
-  if (found->card() == 0)
+  DcmSequenceOfItems& found = *entry->sequence;
+  for (unsigned long left = found.card(); left > 0; --left)
+    if (std::unique_ptr<DcmItem> item(found.remove(0UL)); dropped.count(item.get()) == 0)
+      static_cast<void>(dicom::insertOwned(found, std::move(item)));
+  where.contents.change(sequence);
+  if (found.card() == 0)
     remove(where, sequence);
 }
 

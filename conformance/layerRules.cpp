@@ -3,6 +3,7 @@
 
 #include "conformance/annotations.h"
 #include "conformance/attributes.h"
+#include "conformance/values.h"
 
 #include "dicom/contents.h"
 
@@ -17,17 +18,9 @@ namespace tarn::conformance
 namespace
 {
 
-constexpr std::size_t kLongestCode = 16; // PS3.5 6.2, CS
-
-std::vector<Placed> layersOf(const Placed& root)
+const std::vector<Placed>& layersOf(const Placed& root)
 {
   return itemsOf(root, DCM_GraphicLayerSequence);
-}
-
-bool isCode(const std::string& name)
-{
-  constexpr char kAllowed[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 _";
-  return name.size() <= kLongestCode && name.find_first_not_of(kAllowed) == std::string::npos;
 }
 
 bool isEmptyAnnotation(const Placed& annotation)
@@ -44,12 +37,12 @@ std::vector<std::pair<DcmTagKey, std::string>> activatedLayers(const Placed& roo
   constexpr Uint16 kCurves = 0x5000;
   constexpr Uint16 kOverlays = 0x6000;
   std::vector<std::pair<DcmTagKey, std::string>> layers;
-  for (const DcmObject* object : dicom::contentsOf(root.item))
+  for (const Contents::Entry& entry : elementsOf(root))
   {
-    const DcmTagKey tag = object->getTag();
+    const DcmTagKey tag = entry.element->getTag();
     const Uint16 family = tag.getGroup() & kRepeats;
     if (tag.getElement() == kActivation && tag.getGroup() % 2 == 0 && (family == kCurves || family == kOverlays))
-      if (const std::string layer = textOf(root, tag); !layer.empty())
+      if (const std::string& layer = textOf(root, tag); !layer.empty())
         layers.emplace_back(tag, layer);
   }
   return layers;
@@ -90,7 +83,7 @@ private:
 
 void declareLayer(const Placed& root, const std::string& name, const std::string& order)
 {
-  const Placed layer{appendItem(root, DCM_GraphicLayerSequence)};
+  const Placed layer = appendItem(root, DCM_GraphicLayerSequence);
   putText(layer, DCM_GraphicLayer, EVR_CS, name);
   putText(layer, DCM_GraphicLayerOrder, EVR_IS, order);
 }
@@ -117,9 +110,9 @@ void examineEmptyAnnotations(Examination& state)
   std::map<std::string, std::size_t> uses = usesOfLayers(state);
   std::map<std::string, std::vector<Examination::Remedy>> unused;
   const auto dropped = Replacements::make();
-  const std::vector<Placed> annotations = annotationsOf(state);
+  const std::vector<Placed>& annotations = annotationsOf(state);
   for (const Placed& annotation : annotations)
-    if (const std::string name = textOf(annotation, DCM_GraphicLayer);
+    if (const std::string& name = textOf(annotation, DCM_GraphicLayer);
         isEmptyAnnotation(annotation) && --uses[name] == 0)
       unused[name];
   for (const Placed& layer : layersOf(state.root()))
@@ -170,7 +163,7 @@ void examineLayerNames(Examination& state)
 {
   std::set<std::string> seen;
   for (const Placed& layer : layersOf(state.root()))
-    if (const std::string name = textOf(layer, DCM_GraphicLayer); name.empty() || !isCode(name))
+    if (const std::string& name = textOf(layer, DCM_GraphicLayer); name.empty() || !isCode(name))
       state.find(layer, DCM_GraphicLayer, "'" + name + "' is no name of a layer");
     else if (!seen.insert(name).second)
       state.find(layer, DCM_GraphicLayer, "another layer has the name too");

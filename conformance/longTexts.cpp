@@ -132,7 +132,7 @@ Replacements::Items split(const Placed& text, const Placed& root, const std::str
   for (const std::string& piece : pieces)
   {
     items.push_back(std::make_unique<DcmItem>(text.item));
-    const Placed place{*items.back()};
+    const Placed place = text.contents.state.apart(*items.back());
     putText(place, DCM_UnformattedTextValue, EVR_ST, piece);
     below.place(place, piece);
   }
@@ -150,7 +150,7 @@ std::string unpadded(const std::string& bytes)
 /// A text is cut as it stands where each byte is a character; others become UTF-8, with the data set.
 void examineLongTexts(Examination& state)
 {
-  BecomeUtf8 becomeUtf8(state.root());
+  BecomeUtf8 becomeUtf8(state);
   const auto replaced = Replacements::make();
   const auto examine = [&](const Text& text)
   {
@@ -174,7 +174,8 @@ void examineLongTexts(Examination& state)
   };
   for (const Placed& annotation : annotationsOf(state))
     for (const Placed& object : itemsOf(annotation, DCM_TextObjectSequence))
-      visitTexts(object, textOf(state.root(), DCM_SpecificCharacterSet), examine);
+      for (const Text& text : textsIn(object, textOf(state.root(), DCM_SpecificCharacterSet)))
+        examine(text);
 }
 
 } // namespace tarn::conformance

@@ -26,10 +26,10 @@ bool fits(double bytes, double entries, double bits)
 
 std::string faultOfTable(const Placed& where, const DcmTagKey& sequence, Stage stage)
 {
-  const std::vector<Placed> tables = itemsOf(where, sequence);
+  const std::vector<Placed>& tables = itemsOf(where, sequence);
   if (tables.size() != 1)
     return "the sequence does not have one item";
-  const auto descriptor = numbersOf(tables.front(), DCM_LUTDescriptor);
+  const auto& descriptor = numbersOf(tables.front(), DCM_LUTDescriptor);
   if (!descriptor || descriptor->size() != 3)
     return "the descriptor does not have three numbers";
   const double entries = entriesOf((*descriptor)[0]), bits = (*descriptor)[2];
@@ -37,8 +37,8 @@ std::string faultOfTable(const Placed& where, const DcmTagKey& sequence, Stage s
     return "the descriptor's number of bits is not one that entries may have";
   if (stage == Stage::presentation && (*descriptor)[1] != 0)
     return "the first value that is looked up is not 0";
-  DcmElement* data = nullptr;
-  if (tables.front().item.findAndGetElement(DCM_LUTData, data).bad() || !data->isLeaf())
+  DcmElement* const data = elementOf(tables.front(), DCM_LUTData);
+  if (!data || !data->isLeaf())
     return "there are no entries";
   if (!fits(data->getLengthField(), entries, bits))
     return "there are not as many entries as the descriptor says";

@@ -63,7 +63,7 @@ void examineModalityTable(Examination& state)
 void examineWindowOnStoredValues(Examination& state)
 {
   const Placed root = state.root();
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   const bool isAllCt =
       !manifest.images().empty() && std::all_of(manifest.images().begin(), manifest.images().end(),
                                                 [](const Reference& image) { return isCt(image.sopClass); });
@@ -96,7 +96,7 @@ void examinePresentationLutMissing(Examination& state)
 void examinePresentationLutShape(Examination& state)
 {
   const Placed root = state.root();
-  if (const std::string shape = textOf(root, DCM_PresentationLUTShape);
+  if (const std::string& shape = textOf(root, DCM_PresentationLUTShape);
       hasValue(root, DCM_PresentationLUTShape) && shape != "IDENTITY" && shape != "INVERSE")
     state.find(root, DCM_PresentationLUTShape, "'" + shape + "' is neither IDENTITY nor INVERSE");
 }

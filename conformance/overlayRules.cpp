@@ -23,18 +23,18 @@ std::string faultOfPlane(const Placed& root, Uint16 group)
   const auto rows = number(DCM_OverlayRows), columns = number(DCM_OverlayColumns);
   if (!isWhole(rows, 1, kMost) || !isWhole(columns, 1, kMost))
     return "the overlay has no rows or columns";
-  const std::string type = textOf(root, overlayTag(DCM_OverlayType, group));
+  const std::string& type = textOf(root, overlayTag(DCM_OverlayType, group));
   if (type != "G" && type != "R")
     return "its type is neither G nor R";
-  const auto origin = numbersOf(root, overlayTag(DCM_OverlayOrigin, group));
+  const auto& origin = numbersOf(root, overlayTag(DCM_OverlayOrigin, group));
   if (!origin || origin->size() != 2)
     return "its origin is not a row and a column";
   if (number(DCM_OverlayBitsAllocated) != 1 || number(DCM_OverlayBitPosition) != 0)
     return "it has not one bit for each pixel";
   const double frames = number(DCM_NumberOfFramesInOverlay).value_or(1);
-  DcmElement* data = nullptr;
-  if (root.item.findAndGetElement(overlayTag(DCM_OverlayData, group), data).bad() || !data->isLeaf() ||
-      !isWhole(frames, 1, kMostFrames) || data->getLengthField() * 8.0 < *rows * *columns * frames)
+  DcmElement* const data = elementOf(root, overlayTag(DCM_OverlayData, group));
+  if (!data || !data->isLeaf() || !isWhole(frames, 1, kMostFrames) ||
+      data->getLengthField() * 8.0 < *rows * *columns * frames)
     return "its data are missing, or shorter than rows and columns say";
   return "";
 }
@@ -44,8 +44,8 @@ std::string faultOfPlane(const Placed& root, Uint16 group)
 std::vector<Uint16> overlayGroups(const Placed& root)
 {
   std::set<Uint16> groups;
-  for (const DcmObject* element : dicom::contentsOf(root.item))
-    if (const Uint16 group = element->getGTag(); group >= kFirstGroup && group <= kLastGroup && group % 2 == 0)
+  for (const Contents::Entry& entry : elementsOf(root))
+    if (const Uint16 group = entry.element->getGTag(); group >= kFirstGroup && group <= kLastGroup && group % 2 == 0)
       groups.insert(group);
   return {groups.begin(), groups.end()};
 }

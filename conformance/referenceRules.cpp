@@ -27,7 +27,7 @@ void forEachItem(Examination& state, Visit visit)
 
 void requireUid(Examination& state, const Placed& where, const DcmTagKey& tag)
 {
-  if (const std::string uid = textOf(where, tag); !isStrictUid(uid))
+  if (const std::string& uid = textOf(where, tag); !isStrictUid(uid))
     state.find(where, tag, uid.empty() ? "the UID is missing" : "'" + uid + "' is no UID");
 }
 
@@ -37,7 +37,7 @@ void examineFrameNumber(Examination& state, const Placed& image)
     return;
   const auto size = state.sizeOf(textOf(image, DCM_ReferencedSOPInstanceUID));
   const double most = size && size->frames > 0 ? size->frames : HUGE_VAL;
-  const auto numbers = numbersOf(image, DCM_ReferencedFrameNumber);
+  const auto& numbers = numbersOf(image, DCM_ReferencedFrameNumber);
   const bool fits = numbers && std::all_of(numbers->begin(), numbers->end(),
                                            [most](double number) { return isWhole(number, 1, most); });
   const auto drop = [image] { remove(image, DCM_ReferencedFrameNumber); };
@@ -64,7 +64,7 @@ bool staysWithoutReference(const Manifest& manifest, const DcmTagKey& sequence)
 
 void examineReferences(Examination& state)
 {
-  const std::vector<Placed> series = itemsOf(state.root(), DCM_ReferencedSeriesSequence);
+  const std::vector<Placed>& series = itemsOf(state.root(), DCM_ReferencedSeriesSequence);
   if (series.empty())
     state.find(state.root(), DCM_ReferencedSeriesSequence, "no series is referred to");
   for (const Placed& one : series)
@@ -109,7 +109,7 @@ void examineImagesTwice(Examination& state)
 /// Frames of an image of one frame are not numbered; of others the numbers count from 1.
 void examineFrameNumbers(Examination& state)
 {
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   for (const Reference& image : manifest.images())
     examineFrameNumber(state, image.where);
   forEachItem(state,
@@ -122,7 +122,7 @@ void examineFrameNumbers(Examination& state)
 
 void examineItemsElsewhere(Examination& state)
 {
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   if (manifest.images().empty())
     return;
   for (const DcmTagKey& sequence : kChoosing)
@@ -140,7 +140,7 @@ void examineItemsElsewhere(Examination& state)
 
 void examineReferencesElsewhere(Examination& state)
 {
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   if (manifest.images().empty())
     return;
   forEachItem(state,
@@ -160,7 +160,7 @@ void examineReferencesElsewhere(Examination& state)
 /// What holds for every image and frame of the state names none of them.
 void examineNeedlessReferences(Examination& state)
 {
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   const Reference* const only = manifest.only();
   const auto isWholeState = [only](const Reference& image)
   { return only && image.uid == only->uid && (image.frames.empty() || image.frames == only->frames); };
@@ -178,7 +178,7 @@ void examineNeedlessReferences(Examination& state)
 
 void examineItemReferenceUids(Examination& state)
 {
-  const Manifest manifest(state);
+  const Manifest& manifest = state.manifest();
   forEachItem(state,
               [&](const Placed& item)
               {

@@ -70,9 +70,9 @@ std::vector<Reference> referencesOf(const Placed& item)
   return references;
 }
 
-Manifest::Manifest(Examination& state)
+Manifest::Manifest(const Placed& root)
 {
-  for (const Placed& series : itemsOf(state.root(), DCM_ReferencedSeriesSequence))
+  for (const Placed& series : itemsOf(root, DCM_ReferencedSeriesSequence))
     for (Reference& image : referencesOf(series))
     {
       byUid.emplace(image.uid, all.size());

@@ -26,7 +26,7 @@ std::vector<Reference> referencesOf(const Placed& item);
 class Manifest
 {
 public:
-  explicit Manifest(Examination& state);
+  explicit Manifest(const Placed& root);
 
   const std::vector<Reference>& images() const { return all; }
   /// The one image of the state; null where it has several, or none.

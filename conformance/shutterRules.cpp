@@ -76,13 +76,13 @@ void examineShutterGeometry(Examination& state)
   }
   if (contains(shapes, "CIRCULAR"))
   {
-    if (const auto center = numbersOf(root, DCM_CenterOfCircularShutter); !center || center->size() != 2)
+    if (const auto& center = numbersOf(root, DCM_CenterOfCircularShutter); !center || center->size() != 2)
       state.find(root, DCM_CenterOfCircularShutter, "it is not a row and a column");
     if (!isWhole(numberOf(root, DCM_RadiusOfCircularShutter), 1, kMost))
       state.find(root, DCM_RadiusOfCircularShutter, "it is not a number of pixels above 0");
   }
   if (contains(shapes, "POLYGONAL"))
-    if (const auto numbers = numbersOf(root, DCM_VerticesOfThePolygonalShutter);
+    if (const auto& numbers = numbersOf(root, DCM_VerticesOfThePolygonalShutter);
         !numbers || numbers->size() < 6 || numbers->size() % 2 != 0)
       state.find(root, DCM_VerticesOfThePolygonalShutter,
                  "it is not a row and a column of each of three corners or more");
@@ -118,12 +118,12 @@ void examineMask(Examination& state)
   const Placed root = state.root();
   if (!has(root, DCM_MaskSubtractionSequence))
     return;
-  const std::vector<Placed> masks = itemsOf(root, DCM_MaskSubtractionSequence);
+  const std::vector<Placed>& masks = itemsOf(root, DCM_MaskSubtractionSequence);
   if (masks.size() != 1)
     state.find(root, DCM_MaskSubtractionSequence, "the sequence does not have one item");
   for (const Placed& mask : masks)
   {
-    const std::string operation = textOf(mask, DCM_MaskOperation);
+    const std::string& operation = textOf(mask, DCM_MaskOperation);
     if (operation != "AVG_SUB" && operation != "TID")
       state.find(mask, DCM_MaskOperation, "'" + operation + "' is neither AVG_SUB nor TID");
     if (operation == "AVG_SUB" && !numbersOf(mask, DCM_MaskFrameNumbers))

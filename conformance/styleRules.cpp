@@ -86,7 +86,6 @@ const std::array<DcmTagKey, 3> kStyled{DCM_GraphicObjectSequence, DCM_TextObject
 /// Completes a line style as viewers draw it that know nothing of the attributes: one pixel, no shadow.
 void complete(const Placed& style)
 {
-  constexpr std::array<Uint16, 3> kBlack{0, 32896, 32896}; // CIELab (PS3.3 C.10.7.1.1)
   const auto putDefault = [&style](const DcmTagKey& tag, Float32 value)
   {
     if (!hasValue(style, tag))
@@ -99,7 +98,7 @@ void complete(const Placed& style)
   putDefault(DCM_ShadowOffsetY, 0);
   putDefault(DCM_ShadowOpacity, 0);
   if (!hasValue(style, DCM_ShadowColorCIELabValue))
-    style.item.putAndInsertUint16Array(DcmTag(DCM_ShadowColorCIELabValue, EVR_US), kBlack.data(), kBlack.size());
+    putNumbers(style, DCM_ShadowColorCIELabValue, {0, 32896, 32896}); // black in CIELab (PS3.3 C.10.7.1.1)
 }
 
 /// A shadow that is shown has to say itself what it is like.
@@ -115,7 +114,7 @@ bool canComplete(const Placed& style)
 void examineIncompleteLineStyles(Examination& state)
 {
   for (const DcmTagKey& sequence : kStyled)
-    for (const Placed& object : objectsOf(state, sequence))
+    for (const Placed& object : state.objects(sequence))
       for (const Placed& style : itemsOf(object, DCM_LineStyleSequence))
         if (canComplete(style))
           state.find(style, "its thickness or its shadow is missing", [style] { complete(style); });
@@ -124,10 +123,10 @@ void examineIncompleteLineStyles(Examination& state)
 void examineStyles(Examination& state)
 {
   for (const DcmTagKey& sequence : kStyled)
-    for (const Placed& object : objectsOf(state, sequence))
+    for (const Placed& object : state.objects(sequence))
       for (const Style& style : styles())
       {
-        const std::vector<Placed> items = itemsOf(object, style.sequence);
+        const std::vector<Placed>& items = itemsOf(object, style.sequence);
         if (items.size() > 1)
           state.find(object, style.sequence, "it has more than one item");
         for (const Placed& item : items)

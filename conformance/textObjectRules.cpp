@@ -48,14 +48,14 @@ const std::vector<Attribute>& textAttributes()
 void examineEmptyTexts(Examination& state)
 {
   const auto dropped = Replacements::make();
-  for (const Placed& text : objectsOf(state, DCM_TextObjectSequence))
+  for (const Placed& text : state.objects(DCM_TextObjectSequence))
     if (textOf(text, DCM_UnformattedTextValue).find_first_not_of(" \r\n") == std::string::npos)
       state.find(text, DCM_UnformattedTextValue, "there is no text", dropped->drop(text));
 }
 
 void examineTextPlaces(Examination& state)
 {
-  for (const Placed& text : objectsOf(state, DCM_TextObjectSequence))
+  for (const Placed& text : state.objects(DCM_TextObjectSequence))
     if (!hasValue(text, DCM_AnchorPoint) &&
         !(hasValue(text, DCM_BoundingBoxTopLeftHandCorner) && hasValue(text, DCM_BoundingBoxBottomRightHandCorner)))
       state.find(text, "it has neither a bounding box nor an anchor point");
@@ -63,7 +63,7 @@ void examineTextPlaces(Examination& state)
 
 void examineTextAttributes(Examination& state)
 {
-  for (const Placed& text : objectsOf(state, DCM_TextObjectSequence))
+  for (const Placed& text : state.objects(DCM_TextObjectSequence))
     examineAttributes(state, text, textAttributes());
 }
 
@@ -73,10 +73,10 @@ void examineTextBoxOrder(Examination& state)
   if (numberOf(state.root(), DCM_ImageRotation).value_or(0) != 0 ||
       textOf(state.root(), DCM_ImageHorizontalFlip) == "Y")
     return;
-  for (const Placed& text : objectsOf(state, DCM_TextObjectSequence))
+  for (const Placed& text : state.objects(DCM_TextObjectSequence))
   {
-    const std::vector<Float32> first = coordinatesOf(text, DCM_BoundingBoxTopLeftHandCorner);
-    const std::vector<Float32> last = coordinatesOf(text, DCM_BoundingBoxBottomRightHandCorner);
+    const std::vector<Float32>& first = coordinatesOf(text, DCM_BoundingBoxTopLeftHandCorner);
+    const std::vector<Float32>& last = coordinatesOf(text, DCM_BoundingBoxBottomRightHandCorner);
     if (first.size() == 2 && last.size() == 2 && areFinite(first) && areFinite(last) &&
         (first[0] > last[0] || first[1] > last[1]))
       state.find(text, DCM_BoundingBoxTopLeftHandCorner, "it lies right of the other corner, or below it");

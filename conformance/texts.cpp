@@ -103,6 +103,18 @@ bool isText(DcmEVR vr)
   return std::find(kTexts.begin(), kTexts.end(), vr) != kTexts.end();
 }
 
+void collect(const Placed& item, const std::string& inherited, std::vector<Text>& texts)
+{
+  const std::string& terms = has(item, DCM_SpecificCharacterSet) ? textOf(item, DCM_SpecificCharacterSet) : inherited;
+  for (Contents::Entry& entry : eachElementOf(item))
+    if (entry.sequence)
+      for (const Placed& nested : itemsOf(item, entry))
+        collect(nested, terms, texts);
+    else if (isText(entry.vr))
+      if (const std::string& bytes = item.contents.bytesOf(entry); !bytes.empty())
+        texts.push_back({item, *entry.element, terms, bytes, isPlain(bytes)});
+}
+
 } // namespace
 
 CharacterSet::CharacterSet(const std::string& terms)
@@ -120,8 +132,16 @@ CharacterSet::CharacterSet(const std::string& terms)
     singleByte = singleByte && !contains(kMultiByte, after("ISO 2022 IR ", values[i]));
   }
   // The toolkit knows a single term without code extensions alone, and would warn of an unknown one.
-  const std::string single = extended && values.size() == 1 ? "ISO_IR " + after("ISO 2022 IR ", terms) : terms;
-  decodable = known && converter.selectCharacterSet(single == "ISO_IR 6" ? "" : single.c_str()).good();
+  selected = extended && values.size() == 1 ? "ISO_IR " + after("ISO 2022 IR ", terms) : terms;
+  if (selected == "ISO_IR 6")
+    selected.clear();
+}
+
+bool CharacterSet::isDecodable() const
+{
+  if (!decodable)
+    decodable = known && converter.selectCharacterSet(selected.c_str()).good();
+  return *decodable;
 }
 
 std::optional<std::string> CharacterSet::decode(const std::string& bytes, const char* delimiters) const
@@ -131,7 +151,7 @@ std::optional<std::string> CharacterSet::decode(const std::string& bytes, const 
   const auto isControl = [](char byte) { return isC1(static_cast<unsigned char>(byte)); };
   const bool hasControls = singleByte || extended;
   OFString decoded;
-  if (!decodable || (hasControls && std::any_of(bytes.begin(), bytes.end(), isControl)) ||
+  if (!isDecodable() || (hasControls && std::any_of(bytes.begin(), bytes.end(), isControl)) ||
       converter.convertString(bytes.data(), bytes.size(), decoded, delimiters).bad())
     return std::nullopt;
   std::string text(decoded.data(), decoded.size());
@@ -190,48 +210,41 @@ const char* Text::delimiters() const
   }
 }
 
-void visitTexts(const Placed& item, const std::string& inherited, const std::function<void(const Text&)>& visit)
+std::vector<Text> textsIn(const Placed& item)
 {
-  const std::string terms = has(item, DCM_SpecificCharacterSet) ? textOf(item, DCM_SpecificCharacterSet) : inherited;
-  for (DcmElement* element : elementsOf(item))
-    if (auto* const sequence = sequenceIn(element))
-      for (const Placed& nested : itemsOf(item, *sequence))
-        visitTexts(nested, terms, visit);
-    else if (isText(element->ident()))
-    {
-      Text text{item, *element, terms, ""};
-      static_cast<void>(dicom::readBytes(*element, text.bytes));
-      // The toolkit puts NUL in the place of blanks at the end when it reads a value, and blanks again into a file.
-      text.bytes.resize(text.bytes.find_last_not_of('\0') + 1);
-      if (!text.bytes.empty())
-        visit(text);
-    }
+  static const std::string kNone;
+  return textsIn(item, kNone);
 }
 
-std::optional<Utf8Texts> utf8TextsOf(const Placed& root)
+std::vector<Text> textsIn(const Placed& item, const std::string& terms)
+{
+  std::vector<Text> texts;
+  collect(item, terms, texts);
+  return texts;
+}
+
+std::optional<Utf8Texts> utf8TextsOf(const std::vector<Text>& texts)
 {
   std::map<std::string, CharacterSet> sets;
-  Utf8Texts texts;
-  bool areAll = true;
-  visitTexts(root, "",
-             [&](const Text& text)
-             {
-               if (isPlain(text.bytes))
-                 return;
-               const CharacterSet& set = sets.try_emplace(text.terms, text.terms).first->second;
-               if (auto utf8 = inUtf8(text, set); !utf8)
-                 areAll = false;
-               else if (*utf8 != text.bytes)
-                 texts.changed.emplace_back(&text.element, std::move(*utf8));
-             });
-  return areAll ? std::make_optional(std::move(texts)) : std::nullopt;
+  Utf8Texts utf8;
+  for (const Text& text : texts)
+    if (!text.isPlain)
+    {
+      auto converted = inUtf8(text, sets.try_emplace(text.terms, text.terms).first->second);
+      if (!converted)
+        return std::nullopt;
+      if (*converted != text.bytes)
+        utf8.changed.emplace_back(text, std::move(*converted));
+    }
+  return utf8;
 }
 
 void Utf8Texts::putInto(const Placed& root) const
 {
-  for (const auto& [element, text] : changed)
-    element->putString(text.data(), static_cast<Uint32>(text.size()));
+  for (const auto& [text, utf8] : changed)
+    putBytes(text.where, text.element, utf8);
   root.item.findAndDeleteElement(DCM_SpecificCharacterSet, OFTrue, OFTrue);
+  root.contents.state.changeEverywhere(DCM_SpecificCharacterSet);
   putText(root, DCM_SpecificCharacterSet, EVR_CS, "ISO_IR 192");
 }
 

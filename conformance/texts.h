@@ -4,7 +4,6 @@
 
 #include <dcmtk/dcmdata/dcspchrs.h>
 
-#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -24,7 +23,7 @@ public:
   /// Whether all terms are defined ones, and may stand together.
   bool isKnown() const { return known; }
   /// Whether the toolkit can decode the set: without ISO 2022 IR 87 and 159 where iconv does not know them.
-  bool isDecodable() const { return decodable; }
+  bool isDecodable() const;
   bool hasCodeExtensions() const { return extended; }
   /// Whether each character is one byte, or, with `utf8`, the bytes of UTF-8: such a text can be cut.
   bool isSingleByte() const { return singleByte; }
@@ -39,7 +38,8 @@ private:
   bool extended = false;
   bool singleByte = true;
   bool utf8 = false;
-  bool decodable = false;
+  std::string selected; ///< of the toolkit, when something is to be decoded
+  mutable std::optional<bool> decodable;
   mutable DcmSpecificCharacterSet converter;
 };
 
@@ -52,24 +52,26 @@ std::size_t countCharacters(const std::string& utf8);
 /// A text element (SH, LO, ST, LT, PN, UC, UT) of an item.
 struct Text
 {
-  const Placed& where;
+  Placed where;
   DcmElement& element;
   const std::string& terms; ///< of its character set: the item's own, or that of the nearest around it
-  std::string bytes;
+  const std::string& bytes;
+  bool isPlain;
 
   DcmTagKey tag() const { return element.getTag(); }
   /// The characters that divide its value into parts.
   const char* delimiters() const;
 };
 
-/// Visits the text elements of the item and of all items in it that have a value. `terms` is the character set of an
-/// item that declares none.
-void visitTexts(const Placed& item, const std::string& terms, const std::function<void(const Text&)>& visit);
+/// The text elements of the item and of all items in it that have a value. `terms`, which have to stay, are the
+/// character set of an item that declares none.
+std::vector<Text> textsIn(const Placed& item);
+std::vector<Text> textsIn(const Placed& item, const std::string& terms);
 
 /// What makes a data set ISO_IR 192.
 struct Utf8Texts
 {
-  std::vector<std::pair<DcmElement*, std::string>> changed;
+  std::vector<std::pair<Text, std::string>> changed;
 
   void putInto(const Placed& root) const;
 };
@@ -77,6 +79,6 @@ struct Utf8Texts
 /// The texts of the data set in UTF-8. One that does not fit its declared set is taken for UTF-8 where it is valid,
 /// else for Latin-1, whose C1 bytes are dropped. Nothing where a text's set is not known, and the text is no UTF-8, or
 /// cannot be decoded.
-std::optional<Utf8Texts> utf8TextsOf(const Placed& root);
+std::optional<Utf8Texts> utf8TextsOf(const std::vector<Text>& texts);
 
 } // namespace tarn::conformance

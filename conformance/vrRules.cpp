@@ -6,6 +6,7 @@
 #include "dicom/values.h"
 
 #include <algorithm>
+#include <array>
 #include <initializer_list>
 #include <memory>
 
@@ -13,6 +14,38 @@ namespace tarn::conformance
 {
 namespace
 {
+
+/// The VRs that the data dictionary gives attributes. It is slow to search, and asked anew when it has grown.
+class DictionaryVrs
+{
+public:
+  void begin()
+  {
+    const int entries = dcmDataDict.rdlock().numberOfNormalTagEntries();
+    dcmDataDict.rdunlock();
+    if (entries != entriesBefore)
+      known.fill({});
+    entriesBefore = entries;
+  }
+
+  DcmEVR of(const DcmTagKey& tag)
+  {
+    KnownVr& place = known[(tag.getElement() ^ (tag.getGroup() << 2U)) % known.size()];
+    if (place.tag != numberOf(tag))
+      place = {numberOf(tag), DcmTag(tag).getEVR()};
+    return place.vr;
+  }
+
+private:
+  struct KnownVr
+  {
+    Uint32 tag = 0xFFFFFFFF; ///< no attribute
+    DcmEVR vr = EVR_UNKNOWN;
+  };
+
+  int entriesBefore = 0;
+  std::array<KnownVr, 1024> known;
+};
 
 bool isOneOf(DcmEVR vr, std::initializer_list<DcmEVR> allowed)
 {
@@ -62,29 +95,33 @@ std::unique_ptr<DcmElement> under(DcmEVR vr, DcmElement& element)
 }
 
 /// UN may stand for any VR (PS3.5 6.2.2), and does so where a length does not fit; a text is made readable.
-void examineElement(Examination& state, const Placed& where, DcmElement& element)
+void examineElement(Examination& state, const Placed& where, DcmElement& element, DictionaryVrs& dictionary)
 {
   const DcmTagKey tag = element.getTag();
-  const DcmEVR vr = element.ident(), asked = DcmTag(tag).getEVR();
-  if (tag.isPrivate() || isOneOf(asked, {EVR_UN, EVR_UNKNOWN}) || mayBe(vr, asked) ||
-      (vr == EVR_UN && !DcmVR(asked).isaString()))
+  if (tag.isPrivate())
+    return;
+  const DcmEVR vr = element.ident(), asked = dictionary.of(tag);
+  if (isOneOf(asked, {EVR_UN, EVR_UNKNOWN}) || mayBe(vr, asked) || (vr == EVR_UN && !DcmVR(asked).isaString()))
     return;
   const DcmEVR mended = DcmVR(asked).getValidEVR();
   Examination::Remedy remedy;
   if (under(mended, element))
-    remedy = [where, &element, mended] { where.item.insert(under(mended, element).release(), true); };
+    remedy = [where, &element, tag, mended]
+    {
+      where.item.insert(under(mended, element).release(), true);
+      where.contents.change(tag);
+    };
   state.find(where, tag, base::joined("the VR is ", DcmVR(vr).getVRName(), ", not ", DcmVR(asked).getVRName()),
              std::move(remedy));
 }
 
-void examineElements(Examination& state, const Placed& where)
+void examineElements(Examination& state, const Placed& where, DictionaryVrs& dictionary)
 {
-  for (DcmElement* element : elementsOf(where))
+  for (Contents::Entry& entry : eachElementOf(where))
   {
-    examineElement(state, where, *element);
-    if (auto* const sequence = sequenceIn(element))
-      for (const Placed& item : itemsOf(where, *sequence))
-        examineElements(state, item);
+    examineElement(state, where, *entry.element, dictionary);
+    for (const Placed& item : itemsOf(where, entry))
+      examineElements(state, item, dictionary);
   }
 }
 
@@ -92,7 +129,9 @@ void examineElements(Examination& state, const Placed& where)
 
 void examineVrs(Examination& state)
 {
-  examineElements(state, state.root());
+  static thread_local DictionaryVrs dictionary;
+  dictionary.begin();
+  examineElements(state, state.root(), dictionary);
 }
 
 void examinePixels(Examination& state)

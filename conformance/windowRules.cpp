@@ -10,7 +10,7 @@ namespace tarn::conformance
 namespace
 {
 
-std::vector<Placed> itemsOfVoi(Examination& state)
+const std::vector<Placed>& itemsOfVoi(Examination& state)
 {
   return itemsOf(state.root(), DCM_SoftcopyVOILUTSequence);
 }
@@ -22,8 +22,8 @@ bool isWindow(const Placed& item)
 
 bool hasSeveral(const Placed& item, const DcmTagKey& tag)
 {
-  DcmElement* element = nullptr;
-  return item.item.findAndGetElement(tag, element).good() && element->getVM() > 1;
+  DcmElement* const element = elementOf(item, tag);
+  return element && element->getVM() > 1;
 }
 
 /// Puts the first of several values in place of all.
@@ -53,7 +53,7 @@ void examineWindowMissing(Examination& state)
 {
   const Placed root = state.root();
   std::vector<Placed> empty;
-  const std::vector<Placed> items = itemsOfVoi(state);
+  const std::vector<Placed>& items = itemsOfVoi(state);
   for (const Placed& item : items)
     if (!isWindow(item) && !hasValue(item, DCM_VOILUTSequence))
       empty.push_back(item);
@@ -75,7 +75,7 @@ void examineWindowsTwice(Examination& state)
   if (again.empty())
     return;
   const char* const text = "another window or table holds for the same image";
-  if (Manifest(state).only())
+  if (state.manifest().only())
     state.find(again.front(), text,
                [root = state.root(), again] { removeItems(root, DCM_SoftcopyVOILUTSequence, again); });
   else
@@ -106,7 +106,7 @@ void examineWindowSeveral(Examination& state)
 void examineWindowFunction(Examination& state)
 {
   for (const Placed& item : itemsOfVoi(state))
-    if (const std::string function = textOf(item, DCM_VOILUTFunction);
+    if (const std::string& function = textOf(item, DCM_VOILUTFunction);
         has(item, DCM_VOILUTFunction) && function != "LINEAR" && function != "LINEAR_EXACT" && function != "SIGMOID")
       state.find(item, DCM_VOILUTFunction, "'" + function + "' is no function of a window");
 }
@@ -116,7 +116,7 @@ void examineWindowWidth(Examination& state)
 {
   for (const Placed& item : itemsOfVoi(state))
   {
-    const std::string function = textOf(item, DCM_VOILUTFunction);
+    const std::string& function = textOf(item, DCM_VOILUTFunction);
     const bool mayBeNarrow = function == "LINEAR_EXACT" || function == "SIGMOID";
     const auto width = numberOf(item, DCM_WindowWidth);
     if (isWindow(item) && width && (mayBeNarrow ? *width <= 0 : *width < 1))
