@@ -55,7 +55,7 @@ void measureEllipse(Vector first, Vector second, Measures& result)
   const double difference = std::sqrt(std::max(0.0, squares - 2 * parallelogram)); // of both axes
   result.area = kPi / 4 * parallelogram;
   result.majorAxis = (sum + difference) / 2;
-  result.minorAxis = result.majorAxis > 0 ? parallelogram / result.majorAxis : 0.0;
+  result.minorAxis = result.majorAxis == 0 ? 0.0 : parallelogram / result.majorAxis;
 }
 
 /// Seen from the first vertex, so that the place of the outline costs no digits.
