@@ -20,7 +20,7 @@ struct Measures
   static constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
   double length = kNone; ///< of a segment; around an outline
-  double area = kNone;   ///< of an ellipse; of an outline, what it goes around twice counting twice
+  double area = kNone;   ///< of an ellipse; of an outline, whose parts in opposite senses cancel each other
   double angle = kNone;  ///< degrees: between rays 0 to 180, between lines, which have no direction, 0 to 90
   double majorAxis = kNone;
   double minorAxis = kNone;

@@ -93,7 +93,7 @@ constexpr char kLabels[] = R"(
 1234.5 0.1 mm | 1,234.5 mm | 1.234,5mm
 2060 10 mm2 | 20.6 cm2 | 20.6 cm#B2 | 20,6#A0cm#C2#B2 | -800 HU, 20.6 cm^2) | 20,6 qcm
 90 1 deg | 90#B0 left | 90#C2#B0 | 90 degr#E9s | 90 Grad | 90 grados | 90DEG
-| mean 12 | T8 mm | 12 mm3 | 12 mm#C2#B3 | 3 cm/s | 37 #C2#B0C | 9e9 mm | ...mm | 1'234 mm | 1.234.567 mm | 1,2,3.4,5 mm
+| mean 12 | T8 mm | 12 mm3 | 12 mm#C2#B3 | 3 cm/s | 37 #C2#B0C | 9e9 mm | ...mm | 1'234 mm | 1.234.567 mm | 1.2,3,4 mm
 | 1 234,5 mm | 1#E2#80#AF234 mm2 | 12 | mm)";
 
 TEST(LabelNumber, InWhateverWordsTheViewerWrote)
