@@ -22,6 +22,10 @@ def two_runs_and_no_database(archive, folder, chance):
     url = archive.env["TARN_DB_URL"].replace("/s", "/none").replace("archive.db", "none.db")
     archive.refuses(75, "cannot open database", "convert", "-o", out, folder / "in",
                     env={**archive.env, "TARN_DB_URL": url})
+    for table in "OBJECTTBL", "QXOBJCACHETBL":
+        archive.refuses(75, "no_such_table", "convert", "-o", folder / table, folder / "in",
+                        env={**archive.env, table: "no_such_table"})
+        expect(not records(folder / table), f"inputs are blamed for the {table} that is missing")
 
 
 def at_work(process, path):
@@ -83,7 +87,10 @@ def workers_that_stop_between_jobs(archive, folder, chance):
 @scenario("sqlite")
 def workers_that_cannot_begin(archive, folder, chance):
     archive.tree(folder / "in", 3)
-    finish(archive.start(folder / "out", "--memory", "1", folder / "in"), 75)
+    for shell in "exec \"$@\"", "exec \"$@\" >/dev/full", "exec \"$@\" >&-":  # the summary can be written; it cannot
+        command = ["annomend-archive", "convert", "-o", folder / "out", "--memory", "1", folder / "in"]
+        done = subprocess.run(["bash", "-c", shell, "bash", *command], env=archive.env, capture_output=True, timeout=60)
+        expect(done.returncode == 75, f"{shell}: {done}")
     process = archive.start(folder / "killed", "-j2", "--files-from", "-", stdin=subprocess.PIPE)
     wait_for(lambda: send(signal.SIGKILL, *children(process)[1:]) or process.poll() is not None, "the end of the run")
     finish(process, 75)

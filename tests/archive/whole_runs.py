@@ -46,10 +46,12 @@ def any_tree(archive, folder, chance):
     shutil.copy(next((archive.folder / "archive/images").rglob("CT.*")), root / "image")
     os.mkfifo(root / "fifo")
     os.mkfifo(folder / "list")
+    for place in folder / "list", folder:  # a FIFO that nobody reads, a folder
+        status, _, said = archive.run("find", root / "0", "-o", place)
+        expect(status == 2 and re.fullmatch(f".*{place} cannot be written: .+\n", said), f"{place}: {status} {said}")
     reader = os.open(folder / "list", os.O_RDONLY | os.O_NONBLOCK)
     status, _, said = archive.run("find", root / "0", "-o", folder / "list")
     expect(status == 0 and os.read(reader, 9) == b'{"input":', f"an inventory into a FIFO: {status} {said}")
-    expect(archive.run("find", root / "0", "-o", folder)[0] == 2, "an inventory in place of a folder")
     socket.socket(socket.AF_UNIX).bind(str(root / "socket"))
     for link, target in {"loop": "loop", "up": "..", "dangling": "nowhere", "file link": folder / "beside/x.dcm",
                          "folder link": folder / "beside", "named link": folder / "named"}.items():
@@ -78,6 +80,11 @@ def names_from_lists(archive, folder, chance):
     names = f"{folder}/{'x' * 100_000}\n{folder}/loop/../x\n{inputs[0]}"
     found = archive.convert(folder / "odd", "--files-from", "-", input=names, status=1)
     expect(inputs[0] in found and len(found) == 2, f"odd names: {found.keys()}")
+    plain, inventory = put_all(folder, {"plain": odd_states(3)["nothing"], "inventory": b""})
+    archive.run("find", plain, "-o", inventory)
+    expect(b'"private":false' in pathlib.Path(inventory).read_bytes(), "the state has something to convert")
+    put_all(folder, {"plain": archive.samples[SEVERAL]})  # since the survey
+    archive.convert(folder / "changed", "--inventory", inventory, inputs=[plain])
     for arguments, why in (([], "PATH"), (["--files-from", folder / "none"], "none cannot be read"),
                            (["--null", folder], "--null"), (["--shard", "3/2", folder], "--shard"),
                            (["--retry", "--redo", folder], "--redo"), (["--inventory", bad], "inventory"),
@@ -101,13 +108,18 @@ def resumed(archive, folder, chance):
     expect(snapshot(out) == after, "--retry touched what was converted")
     changed = out / found[whole]["outputs"][0]["file"]
     changed.write_bytes(bytes(changed.stat().st_size))
-    os.unlink(out / found[inputs[0]]["outputs"][0]["file"])
+    missing = found[inputs[0]]["outputs"][0]["file"]
+    os.unlink(out / missing)
     stranger, = put_all(out / STUDY.decode(), {"PR.9.9": b""})
     status, said, _ = archive.run("check", "--journal", out)
     expect(status == 1 and sorted(line.split(": ")[1] for line in said.splitlines()) ==
            ["output-changed", "output-missing", "output-unknown"], said)
     os.unlink(stranger)
+    before = snapshot(out)
     archive.convert(out, root, "--redo", status=3, inputs=inputs)
+    after = snapshot(out)
+    expect({name for name in after if after[name] != before.get(name)} == {str(changed.relative_to(out)), missing},
+           "--redo touched outputs that were as they should be, or left others")
     os.unlink(whole)
     found = archive.convert(out, "--files-from", "-", input=whole, status=1)
     expect(found[whole]["outputs"] and changed.exists(), "a missing input's outputs are gone")
@@ -232,3 +244,5 @@ def studies_of_the_table(archive, folder, chance):
         own.run("convert", "-o", folder / "all", "--all-studies", "--shard", f"{shard}/3")
     found = own.verify(folder / "all", [*inputs, gone], unlike=[gone])
     expect(codes(found[gone]) == ["missing"], found[gone]["reasons"])
+    status, _, said = own.run("convert", "-N", "-o", folder / "unknown", "--studies-from", "-", input="1.2.3")
+    expect(status == 1 and "1.2.3" in said, f"an unknown study: {status} {said}")
