@@ -36,19 +36,31 @@ std::string key(const std::string& text)
   return text.size() <= kLongestKey ? readable(text) : "";
 }
 
-bool hasAnnotations(const Record& record)
+/// What comes after the first point of an image's name; empty where there is none.
+std::string instanceIn(const std::string& object)
 {
-  for (const Output& output : record.outputs)
-    if (!output.annotations.empty())
-      return true;
-  return !record.annotations.empty();
+  const std::size_t point = object.find('.');
+  return point == std::string::npos ? "" : object.substr(point + 1);
+}
+
+bool endedItsWorker(const Record& record)
+{
+  return record.outcome == Outcome::crashed || record.outcome == Outcome::timeout;
+}
+
+/// Those of an input that ended its worker were not counted.
+bool mayHaveAnnotations(const Record& record)
+{
+  const auto isAnnotated = [](const Output& output) { return !output.annotations.empty(); };
+  return endedItsWorker(record) || !record.annotations.empty() ||
+         std::any_of(record.outputs.begin(), record.outputs.end(), isAnnotated);
 }
 
 /// Why the input is not the one that was converted, or may not be read once more; empty where nothing speaks against
 /// it.
 std::string obstacle(const Record& record)
 {
-  if (record.outcome == Outcome::crashed || record.outcome == Outcome::timeout)
+  if (endedItsWorker(record))
     return std::string("its conversion ended in ") + nameOf(record.outcome);
   const FileLook look(record.input);
   if (look.kind() != FileLook::Kind::file)
@@ -143,8 +155,7 @@ void Reading::turnTo(const AnnotatedImage& image)
   number = image.number;
   const auto written = outputs.extract(impsconverter::OutputNames::uidOf(record.instance, number));
   output = written ? written.mapped() : nullptr;
-  const std::size_t point = std::min(image.name.object.find('.'), image.name.object.size() - 1);
-  row.image = key(output ? output->image : image.name.object.substr(point + 1));
+  row.image = key(output ? output->image : instanceIn(image.name.object));
   row.frame = key(base::trimmed(image.name.frame));
   const std::optional<images::ImageHeader> header =
       row.image.empty() ? std::nullopt : images.find(record.study, image.name.object, row.image);
@@ -179,7 +190,7 @@ std::string Reading::decoded(const std::string& label)
 
 std::string InputMeasurer::measure(const Record& record)
 {
-  if (!hasAnnotations(record))
+  if (!mayHaveAnnotations(record))
     return "";
   if (std::string reason = obstacle(record); !reason.empty())
     return reason;
