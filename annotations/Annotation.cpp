@@ -69,6 +69,11 @@ bool Annotation::process(const std::string& line)
     tarn::base::report("There is no Presentation State object to update");
     return false;
   }
+  return parse(line) && ps->checkAndCreateAnnotationLayer() && createSimple() && createText();
+}
+
+bool Annotation::parse(const std::string& line)
+{
   const std::size_t blank = line.find(' ');
   if (blank == std::string::npos)
   {
@@ -90,8 +95,7 @@ bool Annotation::process(const std::string& line)
     tarn::base::trace("Common Parameters: [", common, "]");
     tarn::base::trace("Specific Parameters: [", specific, "]");
   }
-  return parseCommon(type, common) && parseSpecific(type, specific) && ps->checkAndCreateAnnotationLayer() &&
-         createSimple() && createText();
+  return parseCommon(type, common) && parseSpecific(type, specific);
 }
 
 bool Annotation::parseCommon(const std::string& type, const std::string& common)

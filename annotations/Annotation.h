@@ -36,6 +36,25 @@ constexpr Point pointAt(int column, int row)
   return {static_cast<Float32>(column), static_cast<Float32>(row)};
 }
 
+/// What the points of an annotation stand for.
+enum class Form
+{
+  marks,   ///< places, between which nothing is measured
+  segment, ///< two ends
+  rays,    ///< an end, the vertex, the other end
+  lines,   ///< both ends of one line, then of another
+  ellipse, ///< both ends of one diameter, then of the conjugate one
+  outline  ///< a closed polygon; the last point does not repeat the first
+};
+
+/// An annotation as a figure that can be measured.
+struct Shape
+{
+  Form form = Form::marks;
+  std::vector<Point> points;
+  std::string label; ///< the viewer's text, in the bytes of its line
+};
+
 /// One annotation of the viewer: a line of the plug-in state, written into a presentation state as graphic and text
 /// objects (PS3.3 C.10.5). All coordinates are image pixels, column and row.
 ///
@@ -51,6 +70,8 @@ public:
 
   /// Parses the line and writes the annotation in its simple form, with its text.
   [[nodiscard]] bool process(const std::string& line);
+  /// Parses the line alone, also where there is no presentation state.
+  [[nodiscard]] bool parse(const std::string& line);
 
   /// Reads what follows the first '|' of a line; `type` is the line's first word, for the message. False for too few
   /// parameters; text after those that are needed is ignored.
@@ -63,6 +84,9 @@ public:
   virtual bool createText() = 0;
 
   virtual ~Annotation() = default;
+
+  /// What the line that was parsed draws, without helper lines and barbs.
+  virtual Shape shape() const { return {Form::marks, {base()}, {}}; }
 
 protected:
   /// The scanner of what follows the first '|' of a line; `type` is named in its message.

@@ -16,9 +16,14 @@ bool Angle::parseSpecific(const std::string& type, const std::string& params)
       .atLeast(5, "Angle");
 }
 
+std::vector<Point> Angle::rays() const
+{
+  return {pointAt(ray1X, ray1Y), base(), pointAt(ray2X, ray2Y)};
+}
+
 bool Angle::createSimple()
 {
-  const bool added = addPolyline({pointAt(ray1X, ray1Y), base(), pointAt(ray2X, ray2Y)});
+  const bool added = addPolyline(rays());
   if (added)
     addExtension(mode, baseX, baseY, ray2X, ray2Y);
   return added;

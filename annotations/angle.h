@@ -16,8 +16,11 @@ public:
   bool createCompound() override;
   bool createSimple() override;
   bool createText() override { return addValueLabel(label); }
+  Shape shape() const override { return {Form::rays, rays(), label}; }
 
 private:
+  std::vector<Point> rays() const;
+
   int ray1X = 0; ///< far ends of the rays, image pixels
   int ray1Y = 0;
   int ray2X = 0;

@@ -34,10 +34,27 @@ bool CobbAngle::parseSpecific(const std::string& type, const std::string& params
       .atLeast(7, "Cobb Angle");
 }
 
+std::vector<Point> CobbAngle::firstLine() const
+{
+  return {base(), pointAt(endX, endY)};
+}
+
+std::vector<Point> CobbAngle::secondLine() const
+{
+  return {pointAt(rayBaseX, rayBaseY), pointAt(rayEndX, rayEndY)};
+}
+
+Shape CobbAngle::shape() const
+{
+  Shape both{Form::lines, firstLine(), label};
+  for (const Point& point : secondLine())
+    both.points.push_back(point);
+  return both;
+}
+
 bool CobbAngle::createSimple()
 {
-  const bool added = addPolyline({base(), pointAt(endX, endY)}) &&
-                     addPolyline({pointAt(rayBaseX, rayBaseY), pointAt(rayEndX, rayEndY)});
+  const bool added = addPolyline(firstLine()) && addPolyline(secondLine());
   if (added)
     addHelperLines();
   return added;

@@ -17,8 +17,11 @@ public:
   bool createCompound() override { return true; }
   bool createSimple() override;
   bool createText() override { return addValueLabel(label); }
+  Shape shape() const override;
 
 private:
+  std::vector<Point> firstLine() const;
+  std::vector<Point> secondLine() const;
   void addHelperLines();
 
   int endX = 0; ///< far end of the first line, which starts at the base point; image pixels like all of them

@@ -83,14 +83,20 @@ void FreeHand::traceArguments() const
   tarn::base::trace(" Label: ", label);
 }
 
+std::vector<Point> FreeHand::vertices() const
+{
+  std::vector<Point> points;
+  points.reserve(xs.size() + 1); // of a closed outline too
+  for (std::size_t vertex = 0; vertex < xs.size(); ++vertex)
+    points.push_back(pointAt(xs[vertex], ys[vertex]));
+  return points;
+}
+
 bool FreeHand::createSimple()
 {
   if (xs.empty())
     return true; // nothing was parsed
-  std::vector<Point> points;
-  points.reserve(xs.size() + 1);
-  for (std::size_t vertex = 0; vertex < xs.size(); ++vertex)
-    points.push_back(pointAt(xs[vertex], ys[vertex]));
+  std::vector<Point> points = vertices();
   points.push_back(points.front()); // PS3.3 C.10.5.1.2: closed by its first point
   return addPolyline(points);
 }

@@ -16,8 +16,10 @@ public:
   bool createCompound() override { return true; }
   bool createSimple() override;
   bool createText() override { return addValueLabel(label); }
+  Shape shape() const override { return {Form::outline, vertices(), label}; }
 
 private:
+  std::vector<Point> vertices() const;
   bool parseVertices(const std::string& type, const char*& cursor);
   void traceArguments() const;
 

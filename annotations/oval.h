@@ -19,6 +19,7 @@ public:
   bool createCompound() override;
   bool createSimple() override;
   bool createText() override { return addValueLabel(label); }
+  Shape shape() const override { return {Form::ellipse, axisEnds(), label}; }
 
 protected:
   /// Reads the sizes, the label, as many measured values, which are not used, the rotation where there is one, and

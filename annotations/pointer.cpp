@@ -28,7 +28,7 @@ bool Pointer::parseSpecific(const std::string& type, const std::string& params)
 
 bool Pointer::createSimple()
 {
-  return addPolyline({base(), pointAt(endX, endY)}) && addHead();
+  return addPolyline(shaft()) && addHead();
 }
 
 bool Pointer::addHead()

@@ -16,8 +16,10 @@ public:
   bool createCompound() override;
   bool createSimple() override;
   bool createText() override { return true; }
+  Shape shape() const override { return {Form::marks, shaft(), {}}; }
 
 private:
+  std::vector<Point> shaft() const { return {base(), pointAt(endX, endY)}; }
   bool addHead();
 
   int endX = 0; ///< the tail, image pixels

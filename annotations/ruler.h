@@ -16,6 +16,7 @@ public:
   bool createCompound() override;
   bool createSimple() override;
   bool createText() override { return addValueLabel(label); }
+  Shape shape() const override { return {Form::segment, ends(), label}; }
 
 private:
   std::vector<Point> ends() const;

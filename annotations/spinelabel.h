@@ -16,6 +16,7 @@ public:
   bool createCompound() override { return true; }
   bool createSimple() override;
   bool createText() override;
+  Shape shape() const override { return {Form::marks, {base()}, label}; }
 
 private:
   bool isLabelAway() const;

@@ -18,6 +18,7 @@ public:
   bool createCompound() override { return true; }
   bool createSimple() override { return createCompound(); }
   bool createText() override { return addText(baseX, baseY, label, /*centered=*/false); }
+  Shape shape() const override { return {Form::marks, {base()}, label}; }
 
 private:
   std::string label;

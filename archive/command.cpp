@@ -8,6 +8,7 @@
 #include "archive/inputs/walkPaths.h"
 #include "archive/journal/JournalReader.h"
 #include "archive/report.h"
+#include "archive/reportMeasurements.h"
 #include "archive/run/exitStatus.h"
 #include "base/Console.h"
 #include "base/report.h"
@@ -62,8 +63,7 @@ public:
                    [this] { return convert(); }));
     addCheck(add("check", "Holds the rules of conformance against presentation states, or journals against OUT.",
                  [this] { return check(); }));
-    addReport(add("report", "Adds up what the journals of OUT say.",
-                  [this] { return report(absolutePath(request.out), reportForm); }));
+    addReport(add("report", "Adds up what the journals of OUT say.", [this] { return reportJournals(); }));
   }
 
   /// Runs the command and returns the exit status.
@@ -183,6 +183,11 @@ private:
   {
     parser.add_option("OUT", request.out, "The output folder of conversions")->type_name("")->required();
     addFormat(parser, reportForm, {{"text", ReportForm::text}, {"json", ReportForm::json}, {"csv", ReportForm::csv}});
+    parser.add_flag("--measurements", wantsMeasurements, "A row of csv for each annotation, with what it measures");
+    parser
+        .add_option("--images", request.options.imagesFolder,
+                    "Where images are looked for besides the data repository, for the size of their pixels")
+        ->type_name("DIR");
   }
 
   /// The option `--format`, which takes one of the names.
@@ -229,6 +234,16 @@ private:
     return std::max(journals, states);
   }
 
+  int reportJournals() const
+  {
+    const std::string out = absolutePath(request.out);
+    if (!wantsMeasurements)
+      return report(out, reportForm);
+    if (reportForm != ReportForm::csv)
+      throw CLI::ValidationError("--measurements", "needs --format csv");
+    return reportMeasurements(out, request.options.imagesFolder);
+  }
+
   int convert()
   {
     SourceOptions& source = request.source;
@@ -252,6 +267,7 @@ private:
   FindingForm findingForm = FindingForm::text;
   bool notesFail = false;
   bool wantsRules = false;
+  bool wantsMeasurements = false;
   ReportForm reportForm = ReportForm::text;
   std::function<int()> command; ///< the one that is chosen
 };

@@ -35,6 +35,14 @@ bool isNoFile(const std::string& path)
   return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
 }
 
+/// Does not wait for somebody to read from a FIFO, but for the reader once there is one.
+base::Fd openedDevice(const std::string& path)
+{
+  base::Fd device(open(path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  const bool waits = device && fcntl(device.get(), F_SETFL, 0) == 0;
+  return waits ? std::move(device) : base::Fd();
+}
+
 /// The file of an inventory, which appears as a whole; or a device or a FIFO, or standard output.
 class InventoryWriter
 {
@@ -42,7 +50,7 @@ public:
   explicit InventoryWriter(const std::optional<std::string>& file) : name(file.value_or("standard output"))
   {
     if (file && isNoFile(name))
-      device = base::Fd(open(name.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
+      device = openedDevice(name);
     else if (file)
       part = std::make_unique<base::PartFile>(name);
     require(!file || device || (part && part->good()));

@@ -1,6 +1,8 @@
 // The book that a conversion keeps of its lines.
 #include "converter/Account.h"
 
+#include <algorithm>
+
 namespace impsconverter
 {
 namespace
@@ -18,19 +20,20 @@ std::string_view firstWordOf(std::string_view line)
   return line.substr(0, line.find_first_of(kBlanks));
 }
 
-bool isAnnotation(std::string_view word)
-{
-  return word.size() > kAnnotation.size() && word.substr(word.size() - kAnnotation.size()) == kAnnotation;
-}
-
 } // namespace
+
+std::string_view annotationKind(std::string_view line)
+{
+  const std::string_view word = firstWordOf(line);
+  const std::size_t length = word.size() - std::min(word.size(), kAnnotation.size());
+  return word.substr(length) == kAnnotation ? word.substr(0, length) : std::string_view();
+}
 
 void Account::readLine(std::string_view line, bool known)
 {
   const std::string_view word = firstWordOf(line);
-  if (isAnnotation(word))
+  if (const std::string kind(annotationKind(line)); !kind.empty())
   {
-    const std::string kind(word.substr(0, word.size() - kAnnotation.size()));
     ++tallies[kind].read;
     ++(known ? underWay[kind] : reasons[{loss::kKindUnknown, kind}]);
   }

@@ -9,6 +9,9 @@
 namespace impsconverter
 {
 
+/// The kind of an annotation line, which is its first word without "_x"; empty for another line.
+std::string_view annotationKind(std::string_view line);
+
 /// What a conversion did with each line of its plug-in state, counted as it went. Annotation lines are those whose
 /// first word ends in "_x"; a kind is that word without the ending, whether or not the converter knows it.
 ///

@@ -1,19 +1,13 @@
 // The grammar of the plug-in state, and what its lines say of an image and its view.
 #include "converter/PluginStateParser.h"
 
-#include "annotations/angle.h"
-#include "annotations/cobbangle.h"
-#include "annotations/freehand.h"
-#include "annotations/oval.h"
 #include "annotations/Parameters.h"
-#include "annotations/pointer.h"
-#include "annotations/ruler.h"
-#include "annotations/spinelabel.h"
-#include "annotations/text.h"
+#include "annotations/kinds.h"
 #include "base/report.h"
 #include "base/text.h"
 #include "base/urlDecode.h"
 #include "converter/PSConverter.h"
+#include "converter/stateLines.h"
 
 #include <algorithm>
 #include <cstring>
@@ -24,7 +18,6 @@ namespace impsconverter
 namespace
 {
 
-constexpr char kFigureStart = '\\';
 constexpr char kFigurePrefix[] = "ID+";
 constexpr std::size_t kFigurePrefixLength = sizeof kFigurePrefix - 1;
 
@@ -44,18 +37,6 @@ SIZE_MODE sizeModeOf(int code)
   default:
     return SIZE_MODE_SCALE_TO_FIT;
   }
-}
-
-/// The scanner of a view line, of what follows its first word; `subject` names the line in the message.
-Parameters viewParameters(const std::string& line, const char* subject, bool debug)
-{
-  return {"arguments", subject, line.c_str() + line.find(' '), debug};
-}
-
-/// The text between the backslash of a figure and that of the next one, or the end.
-std::string encodedFigure(const char* backslash, const char* next)
-{
-  return next ? std::string(backslash + 1, next) : std::string(backslash + 1);
 }
 
 bool isFigure(const std::string& figure)
@@ -79,22 +60,9 @@ struct PluginStateParser::Rule
 
 // First match wins.
 const PluginStateParser::Rule PluginStateParser::kRules[] = {
-    {"ID ", &PluginStateParser::processIDLine},
-    {"sized ", &PluginStateParser::processSizedLine},
-    {"light ", &PluginStateParser::processLightLine},
-    {"pixel ", &PluginStateParser::processPixelLine},
+    {kIdPrefix, &PluginStateParser::processIDLine},   {"sized ", &PluginStateParser::processSizedLine},
+    {"light ", &PluginStateParser::processLightLine}, {kPixelPrefix, &PluginStateParser::processPixelLine},
     {"clip ", &PluginStateParser::processClipLine},
-    {"ruler_x ", &PluginStateParser::annotationLine<Ruler>},
-    {"freepointer_x ", &PluginStateParser::annotationLine<Pointer>},
-    {"angle_x ", &PluginStateParser::annotationLine<Angle>},
-    {"cobangle_x ", &PluginStateParser::annotationLine<CobbAngle>},
-    {"free_x ", &PluginStateParser::annotationLine<FreeHand>},
-    {"skewoval_x ", &PluginStateParser::annotationLine<SkewOval>},
-    {"skewhouns_x ", &PluginStateParser::annotationLine<SkewHounsField>},
-    {"oval_x ", &PluginStateParser::annotationLine<Oval>},
-    {"houns_x ", &PluginStateParser::annotationLine<HounsField>},
-    {"text_x ", &PluginStateParser::annotationLine<Text>},
-    {"spinelabel_x ", &PluginStateParser::annotationLine<SpineLabel>},
 };
 
 bool PluginStateParser::parse(const char* text)
@@ -107,57 +75,49 @@ bool PluginStateParser::parse(const char* text)
   }
   if (target.isDebug())
     tarn::base::trace("Presentation State Label: ", std::string(text, backslash));
-  if (!parseFigures(backslash))
+  if (!parseFigures(Figures(backslash)))
     return false;
   if (target.isDebug())
     tarn::base::trace("parsePluginState returns true");
   return true;
 }
 
-bool PluginStateParser::parseFigures(const char* backslash)
+bool PluginStateParser::parseFigures(Figures figures)
 {
-  while (backslash)
+  for (std::string figure; figures.next(figure);)
   {
-    const char* const next = std::strchr(backslash + 1, kFigureStart);
-    std::string figure = encodedFigure(backslash, next);
-    if (!isFigure(figure))
-    {
-      countFigures(backslash);
-      return false;
-    }
+    const bool good = isFigure(figure);
     im::URLDecode(figure);
-    if (!parseFigure(figure.c_str()))
-    {
+    if (good && parseFigure(figure.c_str()))
+      continue;
+    if (good)
       tarn::base::report("parsePluginState returns false (parseFigure)");
-      countFigures(next);
-      return false;
-    }
-    backslash = next;
+    else
+      countLines(figure.c_str());
+    countFigures(figures);
+    return false;
   }
   return true;
 }
 
 void PluginStateParser::count(const char* text)
 {
-  countFigures(std::strchr(text, kFigureStart));
+  countFigures(Figures(text));
 }
 
-void PluginStateParser::countFigures(const char* backslash)
+void PluginStateParser::countFigures(Figures figures)
 {
-  while (backslash)
+  for (std::string figure; figures.next(figure);)
   {
-    const char* const next = std::strchr(backslash + 1, kFigureStart);
-    std::string figure = encodedFigure(backslash, next);
     im::URLDecode(figure);
     countLines(figure.c_str());
-    backslash = next;
   }
 }
 
 void PluginStateParser::countLines(const char* figure)
 {
   for (std::string line; getLine(figure, line) != 0;)
-    target.account().readLine(line, ruleOf(line) != nullptr);
+    target.account().readLine(line, ruleOf(line) || kindOf(line));
 }
 
 bool PluginStateParser::hasFigures(const char* text)
@@ -209,34 +169,20 @@ const PluginStateParser::Rule* PluginStateParser::ruleOf(const std::string& line
 bool PluginStateParser::handleLine(const std::string& line)
 {
   const Rule* const rule = ruleOf(line);
+  const Kind* const kind = rule ? nullptr : kindOf(line);
   target.beginLine();
-  target.account().readLine(line, rule != nullptr);
-  return !rule || (this->*rule->handler)(line);
-}
-
-template <class Kind>
-bool PluginStateParser::annotationLine(const std::string& line)
-{
-  return Kind(target.currentOutput()).process(line);
+  target.account().readLine(line, rule || kind);
+  if (rule)
+    return (this->*rule->handler)(line);
+  return !kind || kind->make(target.currentOutput())->process(line);
 }
 
 bool PluginStateParser::processIDLine(const std::string& line)
 {
   if (!target.finishOutput())
     return false;
-  const std::size_t slash = line.find('/');
-  if (slash == std::string::npos)
-  {
-    tarn::base::report("Invalid ID in figure - contains no slash ('/')");
-    return false;
-  }
-  const std::size_t underscore = line.rfind('_');
-  if (underscore == std::string::npos || underscore < slash)
-  {
-    tarn::base::report("Invalid ID in figure - contains no underscore ('_')");
-    return false;
-  }
-  return target.openOutput(line.substr(slash + 1, underscore - slash - 1), line.substr(underscore + 1));
+  ImageName image;
+  return readIdLine(line, image) && target.openOutput(image.object, image.frame);
 }
 
 bool PluginStateParser::processLightLine(const std::string& line)
@@ -283,8 +229,7 @@ bool PluginStateParser::processSizedLine(const std::string& line)
 bool PluginStateParser::processPixelLine(const std::string& line)
 {
   double x = 0.0, y = 0.0;
-  return viewParameters(line, "'pixel'", target.isDebug()).real(x, "pixelX").real(y, "pixelY").atLeast(2, "PIXEL") &&
-         target.setPixelSpacing(x, y);
+  return readPixelLine(line, target.isDebug(), x, y) && target.setPixelSpacing(x, y);
 }
 
 bool PluginStateParser::processClipLine(const std::string& line)

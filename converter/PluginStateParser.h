@@ -5,6 +5,7 @@
 namespace impsconverter
 {
 
+class Figures;
 class PSConverter;
 
 /// Reads the text of a plug-in state (docs/formats.md): a label, and URL-encoded figures, whose decoded lines name an
@@ -25,18 +26,18 @@ public:
   static bool hasFigures(const char* text);
   /// Reads the lines of one decoded figure, and finishes the last output.
   [[nodiscard]] bool parseFigure(const char* figure);
+  /// Takes the next line without its line feed; 0 at the end of the text, else 1.
+  static int getLine(const char*& cursor, std::string& line);
 
 private:
   using LineHandler = bool (PluginStateParser::*)(const std::string& line);
   struct Rule;
   static const Rule kRules[];
 
-  bool parseFigures(const char* backslash);
-  void countFigures(const char* backslash);
+  bool parseFigures(Figures figures);
+  void countFigures(Figures figures);
   void countLines(const char* figure);
   static const Rule* ruleOf(const std::string& line);
-  /// Takes the next line without its line feed; 0 at the end of the text, else 1.
-  static int getLine(const char*& cursor, std::string& line);
   /// The one way of every line, and what came of it.
   bool handleLine(const std::string& line);
   bool processIDLine(const std::string& line);
@@ -44,8 +45,6 @@ private:
   bool processSizedLine(const std::string& line);
   bool processPixelLine(const std::string& line);
   bool processClipLine(const std::string& line);
-  template <class Kind>
-  bool annotationLine(const std::string& line);
 
   PSConverter& target;
 };

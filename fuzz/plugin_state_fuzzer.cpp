@@ -2,16 +2,18 @@
 
 #include "tests/support/Capture.h"
 
+#include "archive/measurements/MeasurementTable.h"
 #include "db/DBConnector.h"
 #include "samples/dicomFile.h"
 #include "privateblock/PBItem.h"
 #include "converter/PSConverter.h"
+#include "converter/readAnnotations.h"
 #include "samples/SampleState.h"
 
 #include <memory>
 
 /// Converts a sample state with any text for its plug-in state, as a library does: a result, a line for a failure,
-/// outputs that can be read again. The text's length chooses the options.
+/// outputs that can be read again. The text's length chooses the options. Then each of its annotations is measured.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* text, std::size_t length)
 {
   using namespace impsconverter;
@@ -31,5 +33,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* text, std::size_t leng
       delete output;
   }
   fuzzing::expectMessages(said.error.str(), !good);
+  tarn::archive::MeasurementTable table;
+  readAnnotations({reinterpret_cast<const char*>(text), length},
+                  [&table](const AnnotatedImage& image, const AnnotationLine& line)
+                  {
+                    tarn::archive::Measurement row;
+                    row.shape = line.shape;
+                    row.spacing = {"", image.rowSpacing, image.columnSpacing, true};
+                    table.write(row);
+                  });
   return 0;
 }

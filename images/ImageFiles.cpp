@@ -47,6 +47,7 @@ std::optional<ImageHeader> readImageHeader(const std::string& path)
   if (dicom::loadFile(file, path, dicom::LongValues::inFile).bad() ||
       dicom::readUid(*file.getDataset(), DCM_SOPInstanceUID, header.sopInstanceUid).bad())
     return std::nullopt;
+  static_cast<void>(dicom::readUid(*file.getDataset(), DCM_SeriesInstanceUID, header.seriesInstanceUid));
   Uint16 columns = 0;
   Uint16 rows = 0;
   Sint32 frames = 1;
@@ -56,6 +57,7 @@ std::optional<ImageHeader> readImageHeader(const std::string& path)
     header.rows = rows;
   if (file.getDataset()->findAndGetSint32(DCM_NumberOfFrames, frames).good() && frames > 0)
     header.frames = static_cast<std::uint32_t>(frames);
+  header.spacings = readPixelSpacings(*file.getDataset());
   return header;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "db/DBConnector.h"
+#include "images/PixelSpacing.h"
 
 #include <cstdint>
 #include <map>
@@ -11,14 +12,16 @@
 namespace tarn::images
 {
 
-/// What an image's own header says of its size (PS3.3 C.7.6.3 and C.7.6.6).
+/// What an image's own header says of it and its size (PS3.3 C.7.6.3 and C.7.6.6).
 struct ImageHeader
 {
   std::string path; ///< of the file
   std::string sopInstanceUid;
-  std::uint32_t columns = 0; ///< pixels; 0 where it does not say
+  std::string seriesInstanceUid; ///< empty where it does not say
+  std::uint32_t columns = 0;     ///< pixels; 0 where it does not say
   std::uint32_t rows = 0;
   std::uint32_t frames = 1;
+  PixelSpacings spacings;
 };
 
 /// Reads the header of an image's file, whatever its size; nothing where the file is no DICOM object.
