@@ -122,14 +122,14 @@ bool PluginStateParser::parseFigures(const char* backslash)
     std::string figure = encodedFigure(backslash, next);
     if (!isFigure(figure))
     {
-      countFigures(backslash);
+      count(backslash);
       return false;
     }
     im::URLDecode(figure);
     if (!parseFigure(figure.c_str()))
     {
       tarn::base::report("parsePluginState returns false (parseFigure)");
-      countFigures(next);
+      count(next);
       return false;
     }
     backslash = next;
@@ -139,25 +139,34 @@ bool PluginStateParser::parseFigures(const char* backslash)
 
 void PluginStateParser::count(const char* text)
 {
-  countFigures(std::strchr(text, kFigureStart));
+  if (text)
+    forEachLine(text, [this](const std::string& line) { countLine(line); });
 }
 
-void PluginStateParser::countFigures(const char* backslash)
+void PluginStateParser::forEachLine(const char* text, const std::function<void(const std::string& line)>& visit)
 {
+  const char* backslash = std::strchr(text, kFigureStart);
   while (backslash)
   {
     const char* const next = std::strchr(backslash + 1, kFigureStart);
     std::string figure = encodedFigure(backslash, next);
     im::URLDecode(figure);
-    countLines(figure.c_str());
+    const char* cursor = figure.c_str();
+    for (std::string line; getLine(cursor, line) != 0;)
+      visit(line);
     backslash = next;
   }
 }
 
-void PluginStateParser::countLines(const char* figure)
+void PluginStateParser::countLine(const std::string& line)
 {
-  for (std::string line; getLine(figure, line) != 0;)
-    target.account().readLine(line, ruleOf(line) != nullptr);
+  target.account().readLine(line, ruleOf(line) != nullptr);
+}
+
+bool PluginStateParser::isKind(const std::string& kind)
+{
+  return std::any_of(std::begin(kRules), std::end(kRules),
+                     [prefix = kind + "_x "](const Rule& rule) { return rule.prefix == prefix; });
 }
 
 bool PluginStateParser::hasFigures(const char* text)
@@ -178,7 +187,8 @@ bool PluginStateParser::parseFigure(const char* figure)
     good = handleLine(line);
   if (!good || !target.finishOutput())
   {
-    countLines(figure);
+    for (std::string line; getLine(figure, line) != 0;)
+      countLine(line);
     tarn::base::report("parseFigure returns false");
     return false;
   }

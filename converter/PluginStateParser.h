@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace impsconverter
@@ -20,9 +21,13 @@ public:
 
   /// Reads a whole plug-in state, up to its first NUL. What follows a line that cannot be read is counted.
   [[nodiscard]] bool parse(const char* text);
-  /// Counts the lines of a whole plug-in state, and reads none.
+  /// Counts the lines of a whole plug-in state, or of its rest from a figure on, and reads none. Null has none.
   void count(const char* text);
   static bool hasFigures(const char* text);
+  /// Calls `visit` with each line of a whole plug-in state, decoded as far as its figure is; nothing is reported.
+  static void forEachLine(const char* text, const std::function<void(const std::string& line)>& visit);
+  /// Whether lines of the kind ("ruler") can be read.
+  static bool isKind(const std::string& kind);
   /// Reads the lines of one decoded figure, and finishes the last output.
   [[nodiscard]] bool parseFigure(const char* figure);
 
@@ -32,8 +37,7 @@ private:
   static const Rule kRules[];
 
   bool parseFigures(const char* backslash);
-  void countFigures(const char* backslash);
-  void countLines(const char* figure);
+  void countLine(const std::string& line);
   static const Rule* ruleOf(const std::string& line);
   /// Takes the next line without its line feed; 0 at the end of the text, else 1.
   static int getLine(const char*& cursor, std::string& line);
