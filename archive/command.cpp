@@ -4,6 +4,7 @@
 #include "archive/checkJournals.h"
 #include "archive/checkStates.h"
 #include "archive/convertArchive.h"
+#include "archive/drawStates.h"
 #include "archive/findStates.h"
 #include "archive/inputs/walkPaths.h"
 #include "archive/journal/JournalReader.h"
@@ -62,6 +63,8 @@ public:
                    [this] { return convert(); }));
     addCheck(add("check", "Holds the rules of conformance against presentation states, or journals against OUT.",
                  [this] { return check(); }));
+    addPicture(add("picture", "Draws presentation states of any maker over their images.",
+                   [this] { return drawStates(pictures); }));
     addReport(add("report", "Adds up what the journals of OUT say.",
                   [this] { return report(absolutePath(request.out), reportForm); }));
   }
@@ -179,6 +182,26 @@ private:
     addFormat(parser, findingForm, {{"text", FindingForm::text}, {"json", FindingForm::json}});
   }
 
+  void addPicture(CLI::App& parser)
+  {
+    parser.add_option("STATE", pictures.paths, "A state, and perhaps its image; with --folder states and folders")
+        ->type_name("")
+        ->required();
+    CLI::Option* file = parser.add_option("-o", pictures.file, "The picture");
+    file->type_name("FILE.svg");
+    parser.add_option("--folder", pictures.folder, "A picture for each state goes there")
+        ->type_name("DIR")
+        ->excludes(file);
+    parser.add_option("--size", pictures.size, "The longer side of a picture, 16 to 4096 (512 when missing)")
+        ->type_name("PX")
+        ->check(CLI::Range(16, 4096));
+    parser.add_option("--reference", pictures.reference, "Which of the images that a state refers to (1 when missing)")
+        ->type_name("N")
+        ->check(CLI::PositiveNumber);
+    parser.add_option("--images", pictures.images, "Where images are looked for besides the data repository")
+        ->type_name("DIR");
+  }
+
   void addReport(CLI::App& parser)
   {
     parser.add_option("OUT", request.out, "The output folder of conversions")->type_name("")->required();
@@ -252,6 +275,7 @@ private:
   FindingForm findingForm = FindingForm::text;
   bool notesFail = false;
   bool wantsRules = false;
+  DrawRequest pictures;
   ReportForm reportForm = ReportForm::text;
   std::function<int()> command; ///< the one that is chosen
 };
