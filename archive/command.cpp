@@ -12,6 +12,7 @@
 #include "archive/run/exitStatus.h"
 #include "base/Console.h"
 #include "base/report.h"
+#include "base/text.h"
 
 #include <CLI/CLI.hpp>
 
@@ -65,8 +66,7 @@ public:
                  [this] { return check(); }));
     addPicture(add("picture", "Draws presentation states of any maker over their images.",
                    [this] { return drawStates(pictures); }));
-    addReport(add("report", "Adds up what the journals of OUT say.",
-                  [this] { return report(absolutePath(request.out), reportForm); }));
+    addReport(add("report", "Adds up what the journals of OUT say.", [this] { return makeReport(); }));
   }
 
   /// Runs the command and returns the exit status.
@@ -205,16 +205,50 @@ private:
   void addReport(CLI::App& parser)
   {
     parser.add_option("OUT", request.out, "The output folder of conversions")->type_name("")->required();
-    addFormat(parser, reportForm, {{"text", ReportForm::text}, {"json", ReportForm::json}, {"csv", ReportForm::csv}});
+    CLI::Option* format = addFormat(parser, reportForm,
+                                    {{"text", ReportForm::text}, {"json", ReportForm::json}, {"csv", ReportForm::csv}});
+    CLI::Option* html = parser.add_option("--html", page.folder, "A report to open in a browser goes there");
+    html->type_name("DIR")->excludes(format);
+    parser
+        .add_option_function<std::string>(
+            "--pictures", [this](const std::string& text) { page.pictures = takePictures(text); },
+            "Of which inputs: failures, sample:N, all, none, or several with commas (failures when missing)")
+        ->type_name("WHICH")
+        ->needs(html);
+    parser.add_option("--seed", seed, "Of the sample, to draw it again")->type_name("NUMBER")->needs(html);
+    parser.add_option("--images", page.imagesFolder, "Where images are looked for besides the data repository")
+        ->type_name("DIR")
+        ->needs(html);
+    parser.add_flag("--anonymous", page.anonymous, "Leave out names, IDs, texts and labels")->needs(html);
+  }
+
+  static PictureChoice takePictures(const std::string& text)
+  {
+    constexpr std::string_view kSample = "sample:";
+    PictureChoice choice;
+    choice.text = text;
+    choice.failures = false;
+    std::vector<std::string> words;
+    base::split3<std::vector<std::string>, ','>(text, words);
+    for (const std::string& word : words)
+    {
+      const bool isSample = base::startsWith(word, kSample);
+      choice.sample = isSample ? positiveNumber(std::string_view(word).substr(kSample.size())) : choice.sample;
+      choice.all = choice.all || word == "all";
+      choice.failures = choice.failures || word == "failures";
+      if ((isSample && choice.sample == 0) || (!isSample && word != "all" && word != "failures" && word != "none"))
+        throw CLI::ValidationError("--pictures", "'" + word + "' is none of failures, sample:N, all and none");
+    }
+    return choice;
   }
 
   /// The option `--format`, which takes one of the names.
   template <class Form>
-  static void addFormat(CLI::App& parser, Form& form, const std::map<std::string, Form>& forms)
+  static CLI::Option* addFormat(CLI::App& parser, Form& form, const std::map<std::string, Form>& forms)
   {
     std::vector<std::string> names(forms.size());
     std::transform(forms.begin(), forms.end(), names.begin(), [](const auto& entry) { return entry.first; });
-    parser
+    return parser
         .add_option_function<std::string>(
             "--format", [&form, forms](const std::string& name) { form = forms.at(name); },
             "What is written (text when missing)")
@@ -252,6 +286,17 @@ private:
     return std::max(journals, states);
   }
 
+  int makeReport()
+  {
+    const std::string out = absolutePath(request.out);
+    if (page.folder.empty())
+      return report(out, reportForm);
+    page.out = out;
+    page.folder = absolutePath(page.folder);
+    page.pictures.seed = seed;
+    return reportAsPage(page);
+  }
+
   int convert()
   {
     SourceOptions& source = request.source;
@@ -277,6 +322,8 @@ private:
   bool wantsRules = false;
   DrawRequest pictures;
   ReportForm reportForm = ReportForm::text;
+  HtmlRequest page;
+  std::optional<std::uint64_t> seed;
   std::function<int()> command; ///< the one that is chosen
 };
 

@@ -10,6 +10,7 @@
 #include "base/Console.h"
 #include "base/report.h"
 #include "base/text.h"
+#include "dicom/dictionary.h"
 
 #include <set>
 #include <vector>
@@ -111,6 +112,17 @@ int report(const std::string& out, ReportForm form)
     writeCsv(journals);
     break;
   }
+  return damagedLines == 0 ? exitStatus::kDone : exitStatus::kFailed;
+}
+
+int reportAsPage(const HtmlRequest& request)
+{
+  const std::vector<JournalIndex> journals = openJournals(request.out, Damage::passOver);
+  const std::uint64_t damagedLines = tellDamage(journals);
+  std::string error;
+  if (!dicom::setUpDictionary(error))
+    throw std::runtime_error(error);
+  writeReport(request, journals);
   return damagedLines == 0 ? exitStatus::kDone : exitStatus::kFailed;
 }
 
