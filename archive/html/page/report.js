@@ -5,7 +5,8 @@
 const report = (() => {
   const { element, foreign, number, table, tableRow, visible } = elements;
   const ROWS_A_PAGE = 100;
-  const PARTS_SHOWN = 20;
+  const PARTS_KEPT = 4; // of rows, 50,000 each
+  const OUTPUTS_SHOWN = 20;
   const FILTERS = ["outcome", "kind", "reason", "study", "text", "pictures"];
   const OUTCOMES = {
     crashed: ["bad", "The worker died of it."],
@@ -20,7 +21,7 @@ const report = (() => {
   const [INPUT, STUDY, INSTANCE, OUTCOME, KINDS, REASONS, OUTPUTS, TIME, MESSAGES, HIDDEN, DETAILS] = Array(11).keys();
 
   let totals;
-  const parts = [];
+  const parts = new Map();
   const details = new Map();
   const scripts = new Map();
   let starts = [];
@@ -42,9 +43,16 @@ const report = (() => {
     return scripts.get(name);
   }
 
+  /// Rows of a part. The part that was asked for first is forgotten first.
   async function loadPart(place) {
-    await load(`data/rows-${place}.js`);
-    return parts[place];
+    const name = `data/rows-${place}.js`;
+    await load(name);
+    const rows = parts.get(place);
+    for (const [other] of [...parts].slice(0, -PARTS_KEPT)) {
+      parts.delete(other);
+      scripts.delete(`data/rows-${other}.js`);
+    }
+    return rows;
   }
 
   // Filters
@@ -175,8 +183,8 @@ const report = (() => {
   }
 
   function showParts(place, all) {
-    place.append(...all.slice(0, PARTS_SHOWN).map(partElement));
-    const rest = all.slice(PARTS_SHOWN);
+    place.append(...all.slice(0, OUTPUTS_SHOWN).map(partElement));
+    const rest = all.slice(OUTPUTS_SHOWN);
     if (rest.length === 0) return;
     const button = element("button", { type: "button" }, `Show ${number(rest.length)} more outputs`);
     button.onclick = () => { button.remove(); showParts(place, rest); };
@@ -340,7 +348,7 @@ const report = (() => {
 
   return {
     totals: (version, json) => { totals = JSON.parse(json); begin(); },
-    rows: (place, json) => { parts[place] = JSON.parse(json); },
+    rows: (place, json) => parts.set(place, JSON.parse(json)),
     details: (row, json) => details.set(row, JSON.parse(json)),
   };
 })();
