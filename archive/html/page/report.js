@@ -240,7 +240,8 @@ const report = (() => {
     } catch (failure) {
       byId("result").textContent = failure.message;
     }
-    document.body.dataset.shown = location.hash; // for whoever waits for the rows
+    document.body.dataset.shownAt = performance.now(); // for whoever waits for the rows
+    document.body.dataset.shown = location.hash;
   }
 
   const filterLink = (name, value) => element("a", { href: addressOf({ [name]: value }) }, visible(value));
