@@ -1,109 +1,92 @@
 #include "archive/html/DetailsWriter.h"
 
+#include "archive/html/DetailsMaker.h"
 #include "archive/html/scriptText.h"
-#include "base/Console.h"
+#include "archive/run/packing.h"
 #include "base/text.h"
-#include "db/DBException.h"
 
-#include <algorithm>
-#include <array>
-#include <cstdio>
-#include <set>
-#include <sstream>
+#include <cerrno>
+#include <limits>
+#include <optional>
 #include <utility>
+
+#include <poll.h>
 
 namespace tarn::archive
 {
 namespace
 {
 
-constexpr std::size_t kMostBytes = 1000; ///< of a line, and of other texts
+constexpr char kPicture = 'p';
+constexpr char kDetails = 'd';    ///< and with them all of an input
+constexpr int kPatience = 60'000; ///< milliseconds for a picture
+constexpr std::uint64_t kMemory = std::uint64_t{4} << 30U;
 
-/// "p/012/012345.svg": a folder holds a thousand.
-std::string numbered(const char* folder, std::uint64_t number, const char* extension)
+/// Waits until the worker says something; false where it takes too long.
+bool isHeard(const base::Fd& fd)
 {
-  std::array<char, 64> name{};
-  std::snprintf(name.data(), name.size(), "%s/%03llu/%06llu.%s", folder, static_cast<unsigned long long>(number / 1000),
-                static_cast<unsigned long long>(number), extension);
-  return name.data();
-}
-
-const PluginPart* partWith(const PluginLines& lines, const std::string& instance)
-{
-  const auto found = std::find_if(lines.parts.begin(), lines.parts.end(),
-                                  [&](const PluginPart& part) { return part.instance == instance; });
-  return found == lines.parts.end() ? nullptr : &*found;
+  pollfd entry{fd.get(), POLLIN, 0};
+  int heard = -1;
+  do
+    heard = poll(&entry, 1, kPatience);
+  while (heard < 0 && errno == EINTR);
+  return heard > 0;
 }
 
 } // namespace
 
 DetailsWriter::DetailsWriter(ReportFolder& folder, const Anonymity& anonymity, std::string out,
-                             const std::string& imagesFolder)
-  : folder(folder), anonymity(anonymity), out(std::move(out)), images(db, imagesFolder)
+                             std::string imagesFolder)
+  : folder(folder), anonymity(anonymity), out(std::move(out)), imagesFolder(std::move(imagesFolder))
 {
+}
+
+/// In the worker: a job is the number of the next picture and a record.
+void DetailsWriter::make(WorkerSide& run) const
+{
+  DetailsMaker maker(anonymity, out, imagesFolder);
+  while (const std::optional<Job> job = run.next())
+  {
+    const std::size_t end = job->path.find('\n');
+    const Json details = maker.make(unpackedRecord(job->path.substr(end + 1)), std::stoull(job->path.substr(0, end)),
+                                    [&run](const std::string& svg) { run.tell(kPicture, svg); });
+    run.tell(kDetails, details.dump());
+  }
 }
 
 void DetailsWriter::write(std::uint64_t row, const Record& record)
 {
-  const PluginLines lines = pluginLinesOf(record);
-  Json parts = Json::array();
-  std::set<const PluginPart*> shown;
-  for (const Output& output : record.outputs)
-  {
-    const PluginPart* const part = partWith(lines, output.instance);
-    parts.push_back(partOf(&output, part));
-    shown.insert(part);
-  }
-  for (const PluginPart& part : lines.parts)
-    if (shown.count(&part) == 0)
-      parts.push_back(partOf(nullptr, &part));
-  const Json details{{"problem", lines.problem}, {"parts", parts}, {"cut", lines.cut}};
-  folder.write(numbered("d", row, "js"), scriptCall("details", row, details.dump()));
+  const std::uint64_t before = nextPicture;
+  const std::optional<std::string> details = ask(record);
+  const std::uint64_t shown = details ? nextPicture - before : 0;
+  drawn += shown;
+  refused += record.outputs.size() - shown;
+  folder.write(numberedName("d", row, "js"), scriptCall("details", row, details ? *details : giveUp(record)));
 }
 
-Json DetailsWriter::partOf(const Output* output, const PluginPart* lines)
+/// Nothing where the worker ended, or says nothing any more.
+std::optional<std::string> DetailsWriter::ask(const Record& record)
 {
-  Json part = Json::object();
-  if (output)
-  {
-    if (!anonymity.isWanted())
-      part["file"] = shortText(output->file, kMostBytes);
-    putPicture(part, *output);
-  }
-  Json& texts = part["lines"] = Json::array();
-  for (std::size_t i = 0; lines && i < lines->lines.size(); ++i)
-    if (const std::string text = anonymity.shownLine(lines->lines[i]); !text.empty())
-      texts.push_back(shortText(text, kMostBytes));
-  return part;
+  if (!worker)
+    worker = std::make_unique<Worker>(
+        state, kMemory, [] {}, [this](WorkerSide& run) { make(run); });
+  worker->send({0, kDetails, base::joined(nextPicture, "\n", packed(record))});
+  while (isHeard(worker->fd()) && worker->receive())
+    while (const std::optional<Frame> frame = worker->next())
+      if (frame->type == kPicture)
+        folder.write(numberedName("p", nextPicture++, "svg"), frame->text);
+      else
+      {
+        worker->drop(std::numeric_limits<std::uint64_t>::max());
+        return frame->text;
+      }
+  return std::nullopt;
 }
 
-void DetailsWriter::putPicture(Json& part, const Output& output)
+std::string DetailsWriter::giveUp(const Record& record)
 {
-  picture::Order order;
-  order.labels = !anonymity.isWanted();
-  std::ostringstream messages; // of what could be found nowhere
-  const ConsoleScope kept(messages, messages);
-  try
-  {
-    const std::string svg = picture::drawState(out + "/" + output.file, images, order);
-    const std::string name = numbered("p", drawn, "svg");
-    folder.write(name, svg);
-    ++drawn;
-    part["picture"] = name;
-    return;
-  }
-  catch (const picture::Refusal& refusal)
-  {
-    part["code"] = refusal.code;
-    part["reason"] = refusal.what();
-  }
-  catch (const db::DBException& failure)
-  {
-    part["code"] = "image-not-found";
-    part["reason"] = failure.what();
-  }
-  ++refused;
-  part["reason"] = anonymity.isWanted() ? "" : shortText(part["reason"].get<std::string>(), kMostBytes);
+  worker.reset();
+  return DetailsMaker::withoutPictures(record, anonymity).dump();
 }
 
 } // namespace tarn::archive
