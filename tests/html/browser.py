@@ -1,5 +1,6 @@
 """A report in a real browser: headless Chromium, driven by Selenium."""
 import json
+import re
 import tempfile
 import urllib.parse
 
@@ -16,8 +17,7 @@ class Browser:
         self.profile = tempfile.TemporaryDirectory(prefix="annomend-browser-", ignore_cleanup_errors=True)
         options = webdriver.ChromeOptions()
         options.binary_location = "/usr/bin/chromium"
-        for option in [*OPTIONS, f"--user-data-dir={self.profile.name}"]:
-            options.add_argument(option)
+        options.arguments.extend([*OPTIONS, f"--user-data-dir={self.profile.name}"])
         options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
         self.driver = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
         self.ask = self.driver.execute_script
@@ -42,8 +42,7 @@ class Browser:
         WebDriverWait(self.driver, 20, 0.02).until(lambda _: holds(), what)
 
     def go(self, **filters):
-        self.ask("location.hash = arguments[0]", address := "#" + urllib.parse.urlencode(filters))
-        self.wait(address)
+        self.wait(address := "#" + urllib.parse.urlencode(filters), self.ask, "location.hash = arguments[0]", address)
 
     def texts(self, selector):
         return self.ask("return [...document.querySelectorAll(arguments[0])].map((e) => e.textContent)", selector)
@@ -57,8 +56,7 @@ class Browser:
 
     def count(self):
         """How many rows pass the filters, as the page says."""
-        said = self.texts("#result")[0]
-        return 0 if said == "No row." else int(said.split(" of ")[1].split(",")[0])
+        return int(re.match(r"(?:Rows .* of )?(\d+|No row)", self.texts("#result")[0])[1].replace("No row", "0"))
 
     def requests(self):
         """What the browser asked for since the last call."""
