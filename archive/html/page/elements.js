@@ -2,6 +2,16 @@
 "use strict";
 
 const elements = (() => {
+  /// Failures first: how an outcome is coloured, and what it means.
+  const OUTCOMES = {
+    crashed: ["bad", "The worker died of it."],
+    timeout: ["bad", "It took too long and was given up."],
+    failed: ["bad", "The conversion began and met with an error."],
+    refused: ["bad", "The conversion could not begin."],
+    partly: ["half", "Something does not stand in an output."],
+    nothing: ["good", "There is nothing to convert."],
+    converted: ["good", "Everything stands in an output."],
+  };
   const number = (value) => value.toLocaleString("en");
 
   /// Controls, also those that turn the direction of what follows, are shown as \uNNNN.
@@ -28,5 +38,5 @@ const elements = (() => {
   const tableRow = (head, ...cells) =>
     element("tr", {}, element("th", { scope: "row" }, ...head), ...cells.map((cell) => element("td", {}, cell)));
 
-  return { element, foreign, number, table, tableRow, visible };
+  return { OUTCOMES, element, foreign, number, table, tableRow, visible };
 })();

@@ -3,20 +3,11 @@
 "use strict";
 
 const report = (() => {
-  const { element, foreign, number, table, tableRow, visible } = elements;
+  const { OUTCOMES, element, foreign, number, table, tableRow, visible } = elements;
   const ROWS_A_PAGE = 100;
   const PARTS_KEPT = 4; // of rows, 50,000 each
   const OUTPUTS_SHOWN = 20;
   const FILTERS = ["outcome", "kind", "reason", "study", "text", "pictures"];
-  const OUTCOMES = {
-    crashed: ["bad", "The worker died of it."],
-    timeout: ["bad", "It took too long and was given up."],
-    failed: ["bad", "The conversion began and met with an error."],
-    refused: ["bad", "The conversion could not begin."],
-    partly: ["half", "Something does not stand in an output."],
-    nothing: ["good", "There is nothing to convert."],
-    converted: ["good", "Everything stands in an output."],
-  };
   // Places in a row.
   const [INPUT, STUDY, INSTANCE, OUTCOME, KINDS, REASONS, OUTPUTS, TIME, MESSAGES, HIDDEN, DETAILS] = Array(11).keys();
 
@@ -235,7 +226,8 @@ const report = (() => {
       if (mine !== turn) return;
       byId("rows").replaceChildren(...shown);
       byId("result").textContent = shown.length === 0 ? "No row." :
-        `Rows ${number(first + 1)} to ${number(first + shown.length)} of ${number(all)}, failures first.`;
+        `Rows ${number(first + 1)} to ${number(first + shown.length)} of ${number(all)}, failures first` +
+        FILTERS.filter((name) => filters[name]).map((name) => `; ${name}: ${visible(filters[name])}`).join("") + ".";
       for (const nav of document.querySelectorAll(".pages")) nav.replaceChildren(...pagesElement(filters, page, pages));
     } catch (failure) {
       byId("result").textContent = failure.message;
@@ -343,7 +335,7 @@ const report = (() => {
     byId("print").addEventListener("click", printAll);
     document.querySelector(".skip").addEventListener("click", (event) => { event.preventDefault(); byId("rows").focus(); });
     document.addEventListener("keydown", onKey);
-    addEventListener("hashchange", show);
+    addEventListener("hashchange", () => show().then(() => byId("result").scrollIntoView({ block: "nearest" })));
     show();
   }
 
