@@ -4,6 +4,7 @@
 #include "archive/checkJournals.h"
 #include "archive/checkStates.h"
 #include "archive/convertArchive.h"
+#include "archive/drawStates.h"
 #include "archive/findStates.h"
 #include "archive/inputs/walkPaths.h"
 #include "archive/journal/JournalReader.h"
@@ -12,6 +13,7 @@
 #include "archive/run/exitStatus.h"
 #include "base/Console.h"
 #include "base/report.h"
+#include "base/text.h"
 
 #include <CLI/CLI.hpp>
 
@@ -63,7 +65,9 @@ public:
                    [this] { return convert(); }));
     addCheck(add("check", "Holds the rules of conformance against presentation states, or journals against OUT.",
                  [this] { return check(); }));
-    addReport(add("report", "Adds up what the journals of OUT say.", [this] { return reportJournals(); }));
+    addPicture(add("picture", "Draws presentation states of any maker over their images.",
+                   [this] { return drawStates(pictures); }));
+    addReport(add("report", "Adds up what the journals of OUT say.", [this] { return makeReport(); }));
   }
 
   /// Runs the command and returns the exit status.
@@ -179,24 +183,74 @@ private:
     addFormat(parser, findingForm, {{"text", FindingForm::text}, {"json", FindingForm::json}});
   }
 
+  void addPicture(CLI::App& parser)
+  {
+    parser.add_option("STATE", pictures.paths, "A state, and perhaps its image; with --folder states and folders")
+        ->type_name("")
+        ->required();
+    CLI::Option* file = parser.add_option("-o", pictures.file, "The picture");
+    file->type_name("FILE.svg");
+    parser.add_option("--folder", pictures.folder, "A picture for each state goes there")
+        ->type_name("DIR")
+        ->excludes(file);
+    parser.add_option("--size", pictures.size, "The longer side of a picture, 16 to 4096 (512 when missing)")
+        ->type_name("PX")
+        ->check(CLI::Range(16, 4096));
+    parser.add_option("--reference", pictures.reference, "Which of the images that a state refers to (1 when missing)")
+        ->type_name("N")
+        ->check(CLI::PositiveNumber);
+    parser.add_option("--images", pictures.images, "Where images are looked for besides the data repository")
+        ->type_name("DIR");
+  }
+
   void addReport(CLI::App& parser)
   {
     parser.add_option("OUT", request.out, "The output folder of conversions")->type_name("")->required();
-    addFormat(parser, reportForm, {{"text", ReportForm::text}, {"json", ReportForm::json}, {"csv", ReportForm::csv}});
-    parser.add_flag("--measurements", wantsMeasurements, "A row of csv for each annotation, with what it measures");
+    CLI::Option* format = addFormat(parser, reportForm,
+                                    {{"text", ReportForm::text}, {"json", ReportForm::json}, {"csv", ReportForm::csv}});
+    CLI::Option* html = parser.add_option("--html", page.folder, "A report to open in a browser goes there");
+    html->type_name("DIR")->excludes(format);
     parser
-        .add_option("--images", request.options.imagesFolder,
-                    "Where images are looked for besides the data repository, for the size of their pixels")
+        .add_option_function<std::string>(
+            "--pictures", [this](const std::string& text) { page.pictures = takePictures(text); },
+            "Of which inputs: failures, sample:N, all, none, or several with commas (failures when missing)")
+        ->type_name("WHICH")
+        ->needs(html);
+    parser.add_option("--seed", seed, "Of the sample, to draw it again")->type_name("NUMBER")->needs(html);
+    parser.add_flag("--measurements", wantsMeasurements, "A row of csv for each annotation, with what it measures")
+        ->excludes(html);
+    parser.add_option("--images", page.imagesFolder, "Where images are looked for besides the data repository")
         ->type_name("DIR");
+    parser.add_flag("--anonymous", page.anonymous, "Leave out names, IDs, texts and labels")->needs(html);
+  }
+
+  static PictureChoice takePictures(const std::string& text)
+  {
+    constexpr std::string_view kSample = "sample:";
+    PictureChoice choice;
+    choice.text = text;
+    choice.failures = false;
+    std::vector<std::string> words;
+    base::split3<std::vector<std::string>, ','>(text, words);
+    for (const std::string& word : words)
+    {
+      const bool isSample = base::startsWith(word, kSample);
+      choice.sample = isSample ? positiveNumber(std::string_view(word).substr(kSample.size())) : choice.sample;
+      choice.all = choice.all || word == "all";
+      choice.failures = choice.failures || word == "failures";
+      if ((isSample && choice.sample == 0) || (!isSample && word != "all" && word != "failures" && word != "none"))
+        throw CLI::ValidationError("--pictures", "'" + word + "' is none of failures, sample:N, all and none");
+    }
+    return choice;
   }
 
   /// The option `--format`, which takes one of the names.
   template <class Form>
-  static void addFormat(CLI::App& parser, Form& form, const std::map<std::string, Form>& forms)
+  static CLI::Option* addFormat(CLI::App& parser, Form& form, const std::map<std::string, Form>& forms)
   {
     std::vector<std::string> names(forms.size());
     std::transform(forms.begin(), forms.end(), names.begin(), [](const auto& entry) { return entry.first; });
-    parser
+    return parser
         .add_option_function<std::string>(
             "--format", [&form, forms](const std::string& name) { form = forms.at(name); },
             "What is written (text when missing)")
@@ -234,14 +288,21 @@ private:
     return std::max(journals, states);
   }
 
-  int reportJournals() const
+  int makeReport()
   {
     const std::string out = absolutePath(request.out);
-    if (!wantsMeasurements)
-      return report(out, reportForm);
-    if (reportForm != ReportForm::csv)
+    if (wantsMeasurements && reportForm != ReportForm::csv)
       throw CLI::ValidationError("--measurements", "needs --format csv");
-    return reportMeasurements(out, request.options.imagesFolder);
+    if (!page.imagesFolder.empty() && !wantsMeasurements && page.folder.empty())
+      throw CLI::ValidationError("--images", "needs --html or --measurements");
+    if (wantsMeasurements)
+      return reportMeasurements(out, page.imagesFolder);
+    if (page.folder.empty())
+      return report(out, reportForm);
+    page.out = out;
+    page.folder = absolutePath(page.folder);
+    page.pictures.seed = seed;
+    return reportAsPage(page);
   }
 
   int convert()
@@ -268,7 +329,10 @@ private:
   bool notesFail = false;
   bool wantsRules = false;
   bool wantsMeasurements = false;
+  DrawRequest pictures;
   ReportForm reportForm = ReportForm::text;
+  HtmlRequest page;
+  std::optional<std::uint64_t> seed;
   std::function<int()> command; ///< the one that is chosen
 };
 

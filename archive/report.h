@@ -1,5 +1,7 @@
 #pragma once
 
+#include "archive/html/writeReport.h"
+
 #include <string>
 
 namespace tarn::archive
@@ -14,5 +16,7 @@ enum class ReportForm
 
 /// Writes what the journals of `out` say to consoleOut(). Returns the exit status.
 int report(const std::string& out, ReportForm form);
+/// Writes it as a page, and to consoleOut() where that is.
+int reportAsPage(const HtmlRequest& request);
 
 } // namespace tarn::archive

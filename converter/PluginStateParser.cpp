@@ -107,17 +107,17 @@ void PluginStateParser::count(const char* text)
 
 void PluginStateParser::countFigures(Figures figures)
 {
-  for (std::string figure; figures.next(figure);)
-  {
-    im::URLDecode(figure);
-    countLines(figure.c_str());
-  }
+  forEachLine(figures, [this](const std::string& line) { countLine(line); });
 }
 
 void PluginStateParser::countLines(const char* figure)
 {
-  for (std::string line; getLine(figure, line) != 0;)
-    target.account().readLine(line, ruleOf(line) || kindOf(line));
+  forEachLine(figure, [this](const std::string& line) { countLine(line); });
+}
+
+void PluginStateParser::countLine(const std::string& line)
+{
+  target.account().readLine(line, ruleOf(line) || kindOf(line));
 }
 
 bool PluginStateParser::hasFigures(const char* text)
@@ -134,7 +134,7 @@ bool PluginStateParser::parseFigure(const char* figure)
     tarn::base::trace(" ------ End Figure --------- ");
   }
   bool good = true;
-  for (std::string line; good && getLine(figure, line) != 0;)
+  for (std::string line; good && nextLine(figure, line);)
     good = handleLine(line);
   if (!good || !target.finishOutput())
   {
@@ -145,17 +145,6 @@ bool PluginStateParser::parseFigure(const char* figure)
   if (target.isDebug())
     tarn::base::trace("parseFigure returns true");
   return true;
-}
-
-int PluginStateParser::getLine(const char*& cursor, std::string& line)
-{
-  if (*cursor == '\0')
-    return 0;
-  const char* const feed = std::strchr(cursor, '\n');
-  const char* const end = feed ? feed : cursor + std::strlen(cursor);
-  line.assign(cursor, end);
-  cursor = feed ? feed + 1 : end;
-  return 1;
 }
 
 const PluginStateParser::Rule* PluginStateParser::ruleOf(const std::string& line)

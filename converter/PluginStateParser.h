@@ -26,8 +26,6 @@ public:
   static bool hasFigures(const char* text);
   /// Reads the lines of one decoded figure, and finishes the last output.
   [[nodiscard]] bool parseFigure(const char* figure);
-  /// Takes the next line without its line feed; 0 at the end of the text, else 1.
-  static int getLine(const char*& cursor, std::string& line);
 
 private:
   using LineHandler = bool (PluginStateParser::*)(const std::string& line);
@@ -37,6 +35,7 @@ private:
   bool parseFigures(Figures figures);
   void countFigures(Figures figures);
   void countLines(const char* figure);
+  void countLine(const std::string& line);
   static const Rule* ruleOf(const std::string& line);
   /// The one way of every line, and what came of it.
   bool handleLine(const std::string& line);

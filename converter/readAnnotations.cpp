@@ -5,7 +5,6 @@
 #include "base/text.h"
 #include "base/urlDecode.h"
 #include "converter/Account.h"
-#include "converter/PluginStateParser.h"
 
 #include <vector>
 
@@ -19,7 +18,7 @@ std::vector<AnnotatedImage> imagesOf(const std::string& figure, int& number)
 {
   std::vector<AnnotatedImage> images(1); // that of lines before the first ID line
   const char* cursor = figure.c_str();
-  for (std::string line; PluginStateParser::getLine(cursor, line) != 0;)
+  for (std::string line; nextLine(cursor, line);)
     if (tarn::base::startsWith(line, kIdPrefix))
     {
       images.emplace_back().number = ++number;
@@ -52,7 +51,7 @@ void readAnnotations(const std::string& text,
     const std::vector<AnnotatedImage> images = imagesOf(figure, number);
     auto image = images.begin();
     const char* cursor = figure.c_str();
-    for (std::string line; PluginStateParser::getLine(cursor, line) != 0;)
+    for (std::string line; nextLine(cursor, line);)
       if (tarn::base::startsWith(line, kIdPrefix))
         ++image;
       else if (const std::string_view kind = annotationKind(line); !kind.empty())

@@ -2,6 +2,7 @@
 #include "converter/stateLines.h"
 
 #include "base/report.h"
+#include "base/urlDecode.h"
 
 #include <cstring>
 
@@ -18,6 +19,32 @@ bool Figures::next(std::string& figure)
   backslash = std::strchr(start, kFigureStart);
   figure = backslash ? std::string(start, backslash) : std::string(start);
   return true;
+}
+
+bool nextLine(const char*& cursor, std::string& line)
+{
+  if (*cursor == '\0')
+    return false;
+  const char* const feed = std::strchr(cursor, '\n');
+  const char* const end = feed ? feed : cursor + std::strlen(cursor);
+  line.assign(cursor, end);
+  cursor = feed ? feed + 1 : end;
+  return true;
+}
+
+void forEachLine(const char* figure, const std::function<void(const std::string& line)>& visit)
+{
+  for (std::string line; nextLine(figure, line);)
+    visit(line);
+}
+
+void forEachLine(Figures figures, const std::function<void(const std::string& line)>& visit)
+{
+  for (std::string figure; figures.next(figure);)
+  {
+    im::URLDecode(figure);
+    forEachLine(figure.c_str(), visit);
+  }
 }
 
 Parameters viewParameters(const std::string& line, const char* subject, bool debug)

@@ -2,6 +2,7 @@
 
 #include "annotations/Parameters.h"
 
+#include <functional>
 #include <string>
 
 /// What the text of a plug-in state and its lines say (docs/formats.md), for whoever reads them.
@@ -25,6 +26,12 @@ public:
 private:
   const char* backslash; ///< of the next figure; null at the end
 };
+
+/// Takes the next line of a decoded figure, without its line feed; false at the end.
+bool nextLine(const char*& cursor, std::string& line);
+/// Calls `visit` with each line of a decoded figure, or of figures that are still encoded; nothing is reported.
+void forEachLine(const char* figure, const std::function<void(const std::string& line)>& visit);
+void forEachLine(Figures figures, const std::function<void(const std::string& line)>& visit);
 
 /// The image that an ID line names.
 struct ImageName

@@ -23,6 +23,7 @@ namespace
 namespace fs = std::filesystem;
 
 constexpr std::size_t kMostRemembered = 4096;
+constexpr std::size_t kMostNames = 65536; ///< before a study's folder is listed
 
 /// The header of the image under one of the names that it may have in `folder`.
 std::optional<ImageHeader> headerIn(const std::string& folder, const std::string& objectName, const std::string& uid)
@@ -82,8 +83,11 @@ std::optional<ImageHeader> ImageFiles::search(const std::string& studyUid, const
   if (objectName.find('/') != std::string::npos || sopInstanceUid.find('/') != std::string::npos)
     return std::nullopt; // no name of a file
   if (const std::string study = studyFolder(studyUid); !study.empty())
-    if (std::optional<ImageHeader> header = headerIn(study, objectName, sopInstanceUid))
+  {
+    const std::string& name = objectName.empty() ? nameIn(study, sopInstanceUid) : objectName;
+    if (std::optional<ImageHeader> header = headerIn(study, name, sopInstanceUid))
       return header;
+  }
   if (folder.empty())
     return std::nullopt;
   for (const std::string& place : {folder, folder + "/" + studyUid})
@@ -104,6 +108,27 @@ std::string ImageFiles::studyFolder(const std::string& studyUid)
                                                         &db),
       &std::free);
   return found ? found.get() : "";
+}
+
+const std::string& ImageFiles::nameIn(const std::string& studyFolder, const std::string& sopInstanceUid)
+{
+  if (listed.count(studyFolder) == 0)
+  {
+    if (names.size() >= kMostNames)
+    {
+      names.clear();
+      listed.clear();
+    }
+    listed.insert(studyFolder);
+    std::error_code ignored; // what cannot be listed is not found
+    for (fs::directory_iterator entry(studyFolder, ignored); !ignored && entry != fs::directory_iterator();
+         entry.increment(ignored))
+    {
+      const std::string name = entry->path().filename();
+      names[studyFolder + "/" + name.substr(name.find('.') + 1)] = name;
+    }
+  }
+  return names[studyFolder + "/" + sopInstanceUid];
 }
 
 void ImageFiles::indexFolder()

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 
@@ -37,7 +38,8 @@ public:
   ImageFiles(db::DBConnector& db, std::string folder);
 
   /// The header of the image that is called `objectName` ("CT.1.2.3") in its study; nothing where no file has it. It is
-  /// read once, as long as less than 4,096 others have been asked for.
+  /// read once, as long as less than 4,096 others have been asked for. With an empty `objectName` any prefix before the
+  /// UID will do: a study's folder is listed once for that.
   const std::optional<ImageHeader>& find(const std::string& studyUid, const std::string& objectName,
                                          const std::string& sopInstanceUid);
 
@@ -45,6 +47,7 @@ private:
   std::optional<ImageHeader> search(const std::string& studyUid, const std::string& objectName,
                                     const std::string& sopInstanceUid);
   std::string studyFolder(const std::string& studyUid);
+  const std::string& nameIn(const std::string& studyFolder, const std::string& sopInstanceUid);
   void indexFolder();
 
   db::DBConnector& db;
@@ -52,6 +55,8 @@ private:
   std::string folder;
   std::optional<std::map<std::string, std::string>> filesByUid; ///< of `folder`, once it was needed
   std::unordered_map<std::string, std::optional<ImageHeader>> headers;
+  std::unordered_map<std::string, std::string> names; ///< UID and a point after a prefix, by folder, slash and UID
+  std::set<std::string> listed;                       ///< folders whose names these are
 };
 
 } // namespace tarn::images

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds the programs, makes a sample archive with the embedded database, converts its presentation states, and shows
-# the report and what came out. Installs what is missing first.
+# what came out and the report, which ends with the page to open in a browser. Installs what is missing first.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -24,3 +24,5 @@ annomend-archive convert -o "$archive/converted" "$archive/states" --progress no
 /usr/bin/python3 scripts/show_results.py "$archive/converted"
 echo
 annomend-archive report "$archive/converted"
+echo
+annomend-archive report "$archive/converted" --html "$archive/report" --pictures all

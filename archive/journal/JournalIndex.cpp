@@ -46,33 +46,44 @@ base::Fd openedForReading(const std::string& path)
 
 } // namespace
 
-JournalIndex::JournalIndex(const std::string& path) : file(path), fd(openedForReading(path))
+JournalIndex::JournalIndex(const std::string& path, Damage damage)
+  : file(path), damage(damage), fd(openedForReading(path))
 {
   load();
 }
 
 /// A line that is no record ends the journal, where it can be what a power cut left of the last batch: blocks that were
-/// never written read as NULs. Anything else is damage, of which no record may become a victim.
+/// never written read as NULs. Anything else is damage.
 void JournalIndex::load()
 {
   const std::uint64_t all = base::RegularFile(file).size;
   JournalReader reader(file);
   bytes = reader.end();
-  std::string line;
-  try
-  {
-    for (; reader.next(line); bytes = reader.end())
-      note(keysReader.read(line), reader.offset());
-  }
-  catch (const JournalError&)
-  {
-    throw;
-  }
-  catch (const std::exception& failure)
-  {
-    if (line.find('\0') == std::string::npos || all - bytes > kLongestTornTail)
-      throw JournalMisfit(base::joined(file, " is damaged at byte ", bytes, ": ", failure.what()));
-  }
+  for (std::string line; reader.next(line); bytes = reader.end())
+    try
+    {
+      note(keysIn(line), reader.offset());
+    }
+    catch (const JournalError&)
+    {
+      throw;
+    }
+    catch (const std::exception& failure)
+    {
+      if (line.find('\0') != std::string::npos && all - bytes <= kLongestTornTail)
+        return;
+      if (damage == Damage::refuse)
+        throw JournalMisfit(base::joined(file, " is damaged at byte ", bytes, ": ", failure.what()));
+      ++damaged;
+    }
+}
+
+/// A line may have the keys and be no record all the same, which takes many times longer to tell.
+RecordKeys JournalIndex::keysIn(std::string& line)
+{
+  if (damage == Damage::passOver)
+    static_cast<void>(recordFrom(line));
+  return keysReader.read(line);
 }
 
 void JournalIndex::append(const Record& record, std::uint64_t length)
@@ -170,12 +181,29 @@ std::optional<std::string> JournalIndex::holderOf(const std::string& output, Rol
   return std::nullopt;
 }
 
-void JournalIndex::forEach(const std::function<void(const Record& record)>& visit) const
+void JournalIndex::forEach(const std::function<void(const Record& record)>& visit, const Wanted& wanted) const
 {
+  RecordKeysReader keys;
   JournalReader reader(file);
   for (std::string line; reader.end() < bytes && reader.next(line);)
-    if (const Record record = recordFrom(line); inputs.holds(record.input, reader.offset()))
-      visit(record);
+    if (isLast(keys, line, reader.offset(), wanted))
+      visit(recordFrom(line));
+}
+
+/// Whether the line is the last record of its input, and wanted. One that was passed over is no record.
+bool JournalIndex::isLast(RecordKeysReader& reader, std::string& line, std::uint64_t offset, const Wanted& wanted) const
+{
+  try
+  {
+    const RecordKeys keys = reader.read(line);
+    return inputs.holds(keys.input, offset) && (!wanted || wanted(keys.outcome));
+  }
+  catch (const std::exception&)
+  {
+    if (damage == Damage::refuse)
+      throw;
+    return false;
+  }
 }
 
 } // namespace tarn::archive

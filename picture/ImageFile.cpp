@@ -1,0 +1,60 @@
+// An image's file and what its header announces.
+#include "picture/ImageFile.h"
+
+#include "base/text.h"
+#include "conformance/items.h"
+#include "dicom/loadFile.h"
+#include "dicom/values.h"
+#include "picture/Refusal.h"
+
+namespace tarn::picture
+{
+namespace
+{
+
+/// Values in one frame, 8192 x 8192 of them: what decoding and shading them takes stays below a gigabyte.
+constexpr std::uint64_t kMostValues = std::uint64_t{1} << 26U;
+
+Uint16 numberIn(DcmItem& item, const DcmTagKey& tag)
+{
+  Uint16 number = 0;
+  item.findAndGetUint16(tag, number);
+  return number;
+}
+
+} // namespace
+
+ImageFile::ImageFile(const std::string& path)
+{
+  if (const OFCondition loaded = dicom::loadFile(file, path, dicom::LongValues::inFile); loaded.bad())
+    throw Refusal("image-unreadable", base::joined(path, ": ", loaded.text()));
+  contents.emplace(dataset());
+  uid = conformance::textOf(root(), DCM_SOPInstanceUID);
+  columnCount = numberIn(dataset(), DCM_Columns);
+  rowCount = numberIn(dataset(), DCM_Rows);
+  samples = std::max<Uint16>(numberIn(dataset(), DCM_SamplesPerPixel), 1);
+  colour = samples > 1 || base::startsWith(conformance::textOf(root(), DCM_PhotometricInterpretation), "PALETTE");
+  if (const auto count = conformance::numberOf(root(), DCM_NumberOfFrames);
+      count && *count >= 1 && *count < 4294967296.0)
+    frameCount = static_cast<std::uint32_t>(*count);
+  requirePixels();
+}
+
+/// The toolkit fills up what is missing of pixels, and allocates what a header announces.
+void ImageFile::requirePixels()
+{
+  DcmElement* pixels = nullptr;
+  if (columnCount == 0 || rowCount == 0 || dataset().findAndGetElement(DCM_PixelData, pixels).bad())
+    throw Refusal("image-without-pixels", "the image has no pixels");
+  const std::uint64_t values = std::uint64_t{columnCount} * rowCount * samples;
+  if (values > kMostValues)
+    throw Refusal("image-too-large", base::joined("the image announces ", columnCount, " x ", rowCount, " pixels of ",
+                                                  samples, " values"));
+  const DcmXfer syntax(dataset().getOriginalXfer());
+  const std::uint64_t bits = values * frameCount * numberIn(dataset(), DCM_BitsAllocated);
+  if (!syntax.isEncapsulated() && pixels->getLengthField() < (bits + 7) / 8)
+    throw Refusal("pixels-missing", base::joined("the image announces ", (bits + 7) / 8, " bytes of pixels and has ",
+                                                 pixels->getLengthField()));
+}
+
+} // namespace tarn::picture

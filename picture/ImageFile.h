@@ -1,0 +1,44 @@
+#pragma once
+
+#include "conformance/Contents.h"
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/dcmdata/dctk.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace tarn::picture
+{
+
+/// An image whose pixels stay in its file until one frame of them is read.
+class ImageFile
+{
+public:
+  /// Throws Refusal where it is no image, or one too large to be drawn.
+  explicit ImageFile(const std::string& path);
+
+  DcmDataset& dataset() { return *file.getDataset(); }
+  conformance::Placed root() { return contents->root(); }
+  const std::string& sopInstanceUid() const { return uid; }
+  unsigned columns() const { return columnCount; }
+  unsigned rows() const { return rowCount; }
+  std::uint32_t frames() const { return frameCount; }
+  /// Whether its pixels are not grey values (PS3.3 C.7.6.3.1.2).
+  bool isColour() const { return colour; }
+
+private:
+  void requirePixels();
+
+  DcmFileFormat file;
+  std::optional<conformance::StateContents> contents; ///< of `file`, once it is loaded
+  std::string uid;
+  Uint16 columnCount = 0;
+  Uint16 rowCount = 0;
+  Uint16 samples = 1; ///< a pixel
+  std::uint32_t frameCount = 1;
+  bool colour = false;
+};
+
+} // namespace tarn::picture
