@@ -94,7 +94,7 @@ bool PluginStateParser::parseFigures(Figures figures)
       tarn::base::report("parsePluginState returns false (parseFigure)");
     else
       countLines(figure.c_str());
-    countFigures(figures);
+    count(figures.rest());
     return false;
   }
   return true;
@@ -102,22 +102,31 @@ bool PluginStateParser::parseFigures(Figures figures)
 
 void PluginStateParser::count(const char* text)
 {
-  countFigures(Figures(text));
+  if (text)
+    forEachLine(text, [this](const std::string& line) { countLine(line); });
 }
 
-void PluginStateParser::countFigures(Figures figures)
+void PluginStateParser::forEachLine(const char* text, const std::function<void(const std::string& line)>& visit)
 {
+  Figures figures(text);
   for (std::string figure; figures.next(figure);)
   {
     im::URLDecode(figure);
-    countLines(figure.c_str());
+    const char* cursor = figure.c_str();
+    for (std::string line; getLine(cursor, line) != 0;)
+      visit(line);
   }
 }
 
 void PluginStateParser::countLines(const char* figure)
 {
   for (std::string line; getLine(figure, line) != 0;)
-    target.account().readLine(line, ruleOf(line) || kindOf(line));
+    countLine(line);
+}
+
+void PluginStateParser::countLine(const std::string& line)
+{
+  target.account().readLine(line, ruleOf(line) || kindOf(line));
 }
 
 bool PluginStateParser::hasFigures(const char* text)

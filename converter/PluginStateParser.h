@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace impsconverter
@@ -21,9 +22,11 @@ public:
 
   /// Reads a whole plug-in state, up to its first NUL. What follows a line that cannot be read is counted.
   [[nodiscard]] bool parse(const char* text);
-  /// Counts the lines of a whole plug-in state, and reads none.
+  /// Counts the lines of a whole plug-in state, or of its rest from a figure on, and reads none. Null has none.
   void count(const char* text);
   static bool hasFigures(const char* text);
+  /// Calls `visit` with each line of a whole plug-in state, decoded as far as its figure is; nothing is reported.
+  static void forEachLine(const char* text, const std::function<void(const std::string& line)>& visit);
   /// Reads the lines of one decoded figure, and finishes the last output.
   [[nodiscard]] bool parseFigure(const char* figure);
   /// Takes the next line without its line feed; 0 at the end of the text, else 1.
@@ -35,8 +38,8 @@ private:
   static const Rule kRules[];
 
   bool parseFigures(Figures figures);
-  void countFigures(Figures figures);
   void countLines(const char* figure);
+  void countLine(const std::string& line);
   static const Rule* ruleOf(const std::string& line);
   /// The one way of every line, and what came of it.
   bool handleLine(const std::string& line);

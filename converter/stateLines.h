@@ -21,6 +21,8 @@ public:
 
   /// The next figure as it stands in the text, encoded; false at the end.
   bool next(std::string& figure);
+  /// The text from the next figure on; null at the end.
+  const char* rest() const { return backslash; }
 
 private:
   const char* backslash; ///< of the next figure; null at the end
