@@ -1,6 +1,8 @@
 // The journals of an output folder, for whoever looks at a migration as a whole.
 #include "archive/journals.h"
 
+#include "base/report.h"
+
 namespace tarn::archive
 {
 
@@ -13,6 +15,18 @@ std::vector<JournalIndex> openJournals(const std::string& out, Damage damage)
   if (journals.empty())
     throw JournalError(folder + " holds no journal");
   return journals;
+}
+
+std::uint64_t tellDamage(const std::vector<JournalIndex>& journals)
+{
+  std::uint64_t lines = 0;
+  for (const JournalIndex& journal : journals)
+    if (journal.damagedLines() > 0)
+    {
+      lines += journal.damagedLines();
+      base::report("annomend-archive: ", journal.path(), ": lines that cannot be read: ", journal.damagedLines());
+    }
+  return lines;
 }
 
 } // namespace tarn::archive

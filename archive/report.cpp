@@ -8,7 +8,6 @@
 #include "archive/journals.h"
 #include "archive/run/exitStatus.h"
 #include "base/Console.h"
-#include "base/report.h"
 #include "base/text.h"
 #include "dicom/dictionary.h"
 
@@ -26,19 +25,6 @@ Totals totalsOf(const std::vector<JournalIndex>& journals)
   for (const JournalIndex& journal : journals)
     journal.forEach([&totals](const Record& record) { totals.add(record); });
   return totals;
-}
-
-/// Lines of the journals that cannot be read, after a message for each journal that has some.
-std::uint64_t tellDamage(const std::vector<JournalIndex>& journals)
-{
-  std::uint64_t lines = 0;
-  for (const JournalIndex& journal : journals)
-    if (journal.damagedLines() > 0)
-    {
-      lines += journal.damagedLines();
-      base::report("annomend-archive: ", journal.path(), ": lines that cannot be read: ", journal.damagedLines());
-    }
-  return lines;
 }
 
 void writeJson(const std::vector<JournalIndex>& journals, std::uint64_t damagedLines)

@@ -13,7 +13,8 @@ namespace tarn::archive
 
 int reportMeasurements(const std::string& out, const std::string& imagesFolder)
 {
-  const std::vector<JournalIndex> journals = openJournals(out);
+  const std::vector<JournalIndex> journals = openJournals(out, Damage::passOver);
+  const std::uint64_t damagedLines = tellDamage(journals);
   std::string error;
   if (!dicom::setUpDictionary(error))
   {
@@ -36,7 +37,7 @@ int reportMeasurements(const std::string& out, const std::string& imagesFolder)
   base::report(table.rows(), " annotations, ", table.compared(), " with a measure and a number of the viewer, ",
                table.different(), " of these differ by more than 2 %, ", table.rounded(),
                " of them by no more than the last digit; ", unread, " inputs left out");
-  return unread == 0 ? exitStatus::kDone : exitStatus::kFailed;
+  return unread == 0 && damagedLines == 0 ? exitStatus::kDone : exitStatus::kFailed;
 }
 
 } // namespace tarn::archive

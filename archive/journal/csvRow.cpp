@@ -3,18 +3,14 @@
 #include "archive/journal/textJson.h"
 #include "base/text.h"
 
+#include <string_view>
+
 namespace tarn::archive
 {
 namespace
 {
 
-std::string quoted(const std::string& text)
-{
-  std::string result = "\"";
-  for (const char c : text)
-    result.append(c == '"' ? 2 : 1, c);
-  return result + '"';
-}
+constexpr std::string_view kFormulaStarts = "=+-@\t\r'";
 
 std::uint64_t linesOf(const Record& record, std::uint64_t Tally::*count)
 {
@@ -26,6 +22,16 @@ std::uint64_t linesOf(const Record& record, std::uint64_t Tally::*count)
 
 } // namespace
 
+std::string csvCell(const std::string& text)
+{
+  std::string quoted = "\"";
+  if (!text.empty() && kFormulaStarts.find(text.front()) != std::string_view::npos)
+    quoted += '\'';
+  for (const char c : text)
+    quoted.append(c == '"' ? 2 : 1, c);
+  return quoted + '"';
+}
+
 const char kCsvHeader[] =
     "input,size,mtime,study,instance,outcome,read,written,lost,reasons,outputs,bytes,ms,message\r\n";
 
@@ -36,10 +42,10 @@ std::string csvRow(const Record& record)
     bytes += output.bytes;
   const std::uint64_t read = linesOf(record, &Tally::read);
   const std::uint64_t written = linesOf(record, &Tally::written);
-  return base::joined(quoted(readable(record.input)), ',', record.size, ',', record.mtime, ',', quoted(record.study),
-                      ',', quoted(record.instance), ',', nameOf(record.outcome), ',', read, ',', written, ',',
-                      read - written, ',', quoted(codesOf(record)), ',', record.outputs.size(), ',', bytes, ',',
-                      record.milliseconds, ',', quoted(record.messages.empty() ? "" : record.messages.front()), "\r\n");
+  return base::joined(csvCell(readable(record.input)), ',', record.size, ',', record.mtime, ',', csvCell(record.study),
+                      ',', csvCell(record.instance), ',', nameOf(record.outcome), ',', read, ',', written, ',',
+                      read - written, ',', csvCell(codesOf(record)), ',', record.outputs.size(), ',', bytes, ',',
+                      record.milliseconds, ',', csvCell(record.messages.empty() ? "" : record.messages.front()), "\r\n");
 }
 
 std::string codesOf(const Record& record)

@@ -2,6 +2,7 @@
 #include "archive/measurements/MeasurementTable.h"
 
 #include "annotations/measure.h"
+#include "archive/journal/csvRow.h"
 #include "archive/measurements/labelNumber.h"
 #include "base/Console.h"
 
@@ -21,22 +22,9 @@ using impsconverter::Measures;
 constexpr char kHeader[] = "study,series,image,frame,kind,label,points,spacing,row_spacing_mm,column_spacing_mm,"
                            "length_mm,area_mm2,angle_deg,major_axis_mm,minor_axis_mm,length_px,area_px2,"
                            "label_number,label_unit,difference,state,output,duplicate,input\r\n";
-constexpr std::string_view kFormulaStarts = "=+-@\t\r'";
 constexpr int kDigits = 9;         ///< significant ones of a number
 constexpr double kTolerance = 2.0; ///< per cent
 constexpr std::array kUnits{"mm", "mm2", "deg"};
-
-/// A text cell. What a spreadsheet would take for a formula has an apostrophe before it, and what begins with an
-/// apostrophe one more: less one, each is what it was.
-std::string cell(const std::string& text)
-{
-  std::string quoted = "\"";
-  if (!text.empty() && kFormulaStarts.find(text.front()) != std::string_view::npos)
-    quoted += '\'';
-  for (const char c : text)
-    quoted.append(c == '"' ? 2 : 1, c);
-  return quoted + '"';
-}
 
 template <class Number, class... Format>
 std::string digitsOf(Number value, Format... format)
@@ -44,6 +32,11 @@ std::string digitsOf(Number value, Format... format)
   std::array<char, 32> digits{};
   const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), value, format...);
   return {digits.data(), result.ptr};
+}
+
+std::string cell(const std::string& text)
+{
+  return csvCell(text);
 }
 
 /// Empty where there is none; "inf" for what is beyond all numbers.
