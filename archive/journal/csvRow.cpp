@@ -45,7 +45,8 @@ std::string csvRow(const Record& record)
   return base::joined(csvCell(readable(record.input)), ',', record.size, ',', record.mtime, ',', csvCell(record.study),
                       ',', csvCell(record.instance), ',', nameOf(record.outcome), ',', read, ',', written, ',',
                       read - written, ',', csvCell(codesOf(record)), ',', record.outputs.size(), ',', bytes, ',',
-                      record.milliseconds, ',', csvCell(record.messages.empty() ? "" : record.messages.front()), "\r\n");
+                      record.milliseconds, ',', csvCell(record.messages.empty() ? "" : record.messages.front()),
+                      "\r\n");
 }
 
 std::string codesOf(const Record& record)
