@@ -30,7 +30,7 @@ public:
 
   DcmEVR of(const DcmTagKey& tag)
   {
-    KnownVr& place = known[(tag.getElement() ^ (tag.getGroup() << 2U)) % known.size()];
+    KnownVr& place = known[(numberOf(tag) ^ numberOf(tag) >> 14U) % known.size()];
     if (place.tag != numberOf(tag))
       place = {numberOf(tag), DcmTag(tag).getEVR()};
     return place.vr;
