@@ -30,7 +30,7 @@ public:
 
   DcmEVR of(const DcmTagKey& tag)
   {
-    KnownVr& place = known[(tag.getElement() ^ (tag.getGroup() << 2U)) % known.size()];
+    KnownVr& place = known[(numberOf(tag) ^ numberOf(tag) >> 14U) % known.size()];
     if (place.tag != numberOf(tag))
       place = {numberOf(tag), DcmTag(tag).getEVR()};
     return place.vr;
@@ -65,7 +65,7 @@ bool mayBe(DcmEVR vr, DcmEVR asked)
   case EVR_px:
     return isOneOf(vr, {EVR_ox, EVR_px, EVR_OB, EVR_OW});
   default:
-    return vr == asked || DcmVR(asked).getValidEVR() == vr;
+    return DcmVR(asked).getValidEVR() == vr;
   }
 }
 
@@ -101,7 +101,8 @@ void examineElement(Examination& state, const Placed& where, DcmElement& element
   if (tag.isPrivate())
     return;
   const DcmEVR vr = element.ident(), asked = dictionary.of(tag);
-  if (isOneOf(asked, {EVR_UN, EVR_UNKNOWN}) || mayBe(vr, asked) || (vr == EVR_UN && !DcmVR(asked).isaString()))
+  if (vr == asked || isOneOf(asked, {EVR_UN, EVR_UNKNOWN}) || mayBe(vr, asked) ||
+      (vr == EVR_UN && !DcmVR(asked).isaString()))
     return;
   const DcmEVR mended = DcmVR(asked).getValidEVR();
   Examination::Remedy remedy;
