@@ -5,7 +5,10 @@
 #include "conformance/items.h"
 #include "dicom/loadFile.h"
 #include "dicom/values.h"
+#include "picture/Codecs.h"
 #include "picture/Refusal.h"
+
+#include <algorithm>
 
 namespace tarn::picture
 {
@@ -50,6 +53,8 @@ void ImageFile::requirePixels()
     throw Refusal("image-too-large",
                   base::joined("the image announces ", columnCount, " x ", rowCount, " pixels of ", samples, " values"));
   const DcmXfer syntax(dataset().getOriginalXfer());
+  if (!isDecodable(syntax.getXfer()))
+    throw Refusal("compression-unknown", base::joined("there is no decoder for ", syntax.getXferName()));
   const std::uint64_t bits = values * frameCount * numberIn(dataset(), DCM_BitsAllocated);
   if (!syntax.isEncapsulated() && pixels->getLengthField() < (bits + 7) / 8)
     throw Refusal("pixels-missing", base::joined("the image announces ", (bits + 7) / 8, " bytes of pixels and has ",

@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   # build
   build-essential cmake ninja-build pkg-config ccache git ca-certificates
-  libdcmtk-dev dcmtk libmariadb-dev libsqlite3-dev libspdlog-dev libfmt-dev libcli11-dev nlohmann-json3-dev libcereal-dev libsimdjson-dev libssl-dev
+  libdcmtk-dev dcmtk libmariadb-dev libsqlite3-dev libspdlog-dev libfmt-dev libcli11-dev nlohmann-json3-dev libcereal-dev libsimdjson-dev libssl-dev libopenjp2-7-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev mariadb-server mariadb-client procps openssl
   # system calls that fail, runs that are killed, leaks
