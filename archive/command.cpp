@@ -64,7 +64,7 @@ public:
     addCheck(add("check", "Holds the rules of conformance against presentation states, or journals against OUT.",
                  [this] { return check(); }));
     addPicture(add("picture", "Draws presentation states of any maker over their images.",
-                   [this] { return drawStates(pictures); }));
+                   [this] { return drawPictures(); }));
     addReport(add("report", "Adds up what the journals of OUT say.",
                   [this] { return report(absolutePath(request.out), reportForm); }));
   }
@@ -250,6 +250,15 @@ private:
     const int states =
         request.source.paths.empty() ? exitStatus::kDone : checkStates(request.source.paths, findingForm, notesFail);
     return std::max(journals, states);
+  }
+
+  int drawPictures() const
+  {
+    if (pictures.file.empty() == pictures.folder.empty())
+      throw CLI::RequiredError("-o or --folder");
+    if (pictures.folder.empty() && pictures.paths.size() > 2)
+      throw CLI::ValidationError("picture", "-o takes STATE and IMAGE, and no more");
+    return drawStates(pictures);
   }
 
   int convert()

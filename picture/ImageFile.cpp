@@ -9,6 +9,7 @@
 #include "picture/Refusal.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace tarn::picture
 {
@@ -40,6 +41,29 @@ ImageFile::ImageFile(const std::string& path)
   if (const auto count = conformance::numberOf(root, DCM_NumberOfFrames); count && *count >= 1 && *count < 4294967296.0)
     frameCount = static_cast<std::uint32_t>(*count);
   requirePixels();
+}
+
+Point ImageFile::tileOrigin(std::uint32_t frame)
+{
+  const conformance::Placed root{dataset()};
+  const double across = conformance::numberOf(root, DCM_TotalPixelMatrixColumns).value_or(0);
+  const double down = conformance::numberOf(root, DCM_TotalPixelMatrixRows).value_or(0);
+  if (!(across > 0) || !(down > 0))
+    return {};
+  if (conformance::textOf(root, DCM_DimensionOrganizationType) == "TILED_FULL")
+  {
+    const auto columns = static_cast<std::uint64_t>(std::ceil(across / columnCount));
+    const auto tile = (frame - 1) % (columns * static_cast<std::uint64_t>(std::ceil(down / rowCount)));
+    return {static_cast<double>(tile % columns * columnCount), static_cast<double>(tile / columns * rowCount)};
+  }
+  const auto groups = conformance::itemsOf(root, DCM_PerFrameFunctionalGroupsSequence);
+  if (frame > groups.size())
+    return {};
+  const auto places = conformance::itemsOf(groups[frame - 1], DCM_PlanePositionSlideSequence);
+  if (places.empty())
+    return {};
+  return {conformance::numberOf(places.front(), DCM_ColumnPositionInTotalImagePixelMatrix).value_or(1) - 1,
+          conformance::numberOf(places.front(), DCM_RowPositionInTotalImagePixelMatrix).value_or(1) - 1};
 }
 
 /// The toolkit fills up what is missing of pixels, and allocates what a header announces.

@@ -175,18 +175,22 @@ std::unique_ptr<DcmDataset> withPixels(DcmDataset& image, const opj_image_t& pix
   if (shape.samples == 3) // the transform of the colours is undone with the others
     copy->putAndInsertString(DcmTag(DCM_PhotometricInterpretation, EVR_CS), "RGB");
   const bool isByPlane = Shape::number(image, DCM_PlanarConfiguration) == 1;
+  auto decoded = std::make_unique<DcmPixelData>(DcmTag(DCM_PixelData, shape.bytes == 1 ? EVR_OB : EVR_OW));
   OFCondition put;
   if (shape.bytes == 1)
   {
     const auto samples = samplesOf<Uint8>(pixels, isByPlane);
-    put = copy->putAndInsertUint8Array(DcmTag(DCM_PixelData, EVR_OB), samples.data(), samples.size());
+    put = decoded->putUint8Array(samples.data(), samples.size());
   }
   else
   {
     const auto samples = samplesOf<Uint16>(pixels, isByPlane);
-    put = copy->putAndInsertUint16Array(DcmTag(DCM_PixelData, EVR_OW), samples.data(), samples.size());
+    put = decoded->putUint16Array(samples.data(), samples.size());
   }
-  return put.good() ? std::move(copy) : nullptr;
+  if (put.bad() || copy->insert(decoded.get()).bad())
+    return nullptr;
+  static_cast<void>(decoded.release()); // the dataset's
+  return copy;
 }
 
 } // namespace
