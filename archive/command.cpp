@@ -63,8 +63,8 @@ public:
                    [this] { return convert(); }));
     addCheck(add("check", "Holds the rules of conformance against presentation states, or journals against OUT.",
                  [this] { return check(); }));
-    addPicture(add("picture", "Draws presentation states of any maker over their images.",
-                   [this] { return drawPictures(); }));
+    addPicture(
+        add("picture", "Draws presentation states of any maker over their images.", [this] { return drawPictures(); }));
     addReport(add("report", "Adds up what the journals of OUT say.",
                   [this] { return report(absolutePath(request.out), reportForm); }));
   }

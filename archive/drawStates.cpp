@@ -135,9 +135,10 @@ int draw(const DrawRequest& request)
   if (!request.folder.empty())
     makeFolder(request.folder);
   Drawer drawer(request);
-  const bool isAll = request.folder.empty()
-                         ? drawer.draw(request.paths.front(), request.paths.size() > 1 ? request.paths[1] : "", request.file)
-                         : drawer.drawAll();
+  const bool isAll =
+      request.folder.empty()
+          ? drawer.draw(request.paths.front(), request.paths.size() > 1 ? request.paths[1] : "", request.file)
+          : drawer.drawAll();
   return isAll ? exitStatus::kDone : exitStatus::kFailed;
 }
 

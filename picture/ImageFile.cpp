@@ -74,8 +74,8 @@ void ImageFile::requirePixels()
     throw Refusal("image-without-pixels", "the image has no pixels");
   const std::uint64_t values = std::uint64_t{columnCount} * rowCount * samples;
   if (values > kMostValues)
-    throw Refusal("image-too-large",
-                  base::joined("the image announces ", columnCount, " x ", rowCount, " pixels of ", samples, " values"));
+    throw Refusal("image-too-large", base::joined("the image announces ", columnCount, " x ", rowCount, " pixels of ",
+                                                  samples, " values"));
   const DcmXfer syntax(dataset().getOriginalXfer());
   if (!isDecodable(syntax.getXfer()))
     throw Refusal("compression-unknown", base::joined("there is no decoder for ", syntax.getXferName()));

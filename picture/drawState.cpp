@@ -27,6 +27,13 @@ using conformance::Placed;
 /// The picture is far from a diagnostic display: eight bits, compressed with loss, on an uncalibrated screen.
 constexpr char kPurpose[] = "For checking, not for diagnosis.";
 
+/// Whole picture pixels; a part of an image may be very flat.
+unsigned sideOf(double length)
+{
+  constexpr double kLeast = 16;
+  return static_cast<unsigned>(std::round(std::max(length, kLeast)));
+}
+
 class Drawing
 {
 public:
@@ -34,8 +41,8 @@ public:
     : state(state), image(image), target(target), order(order),
       view(state.viewOf(target, image.columns(), image.rows(), notes)), placement(place(view, order.size))
   {
-    svg.width = placement.width;
-    svg.height = placement.height;
+    svg.width = sideOf(placement.width);
+    svg.height = sideOf(placement.height);
     svg.textHeight = std::clamp(std::max(placement.width, placement.height) / 40.0, 9.0, 14.0);
   }
 
@@ -82,9 +89,10 @@ void Drawing::drawPixels()
   const Pixels pixels = renderPixels(image, state, target, view.area, std::hypot(matrix.a, matrix.b),
                                      std::hypot(matrix.c, matrix.d), notes);
   const Shutter shutter = shutterOf(state.root(), matrix);
-  svg.pixels = shutter.start + base::joined("<image transform=\"matrix(", matrixText(matrix), ")\" x=\"", pixels.part.left, "\" y=\"",
-                            pixels.part.top, "\" width=\"", pixels.part.width(), "\" height=\"", pixels.part.height(),
-                            "\" preserveAspectRatio=\"none\" xlink:href=\"data:image/jpeg;base64,");
+  svg.pixels = shutter.start + base::joined("<image transform=\"matrix(", matrixText(matrix), ")\" x=\"",
+                                            pixels.part.left, "\" y=\"", pixels.part.top, "\" width=\"",
+                                            pixels.part.width(), "\" height=\"", pixels.part.height(),
+                                            "\" preserveAspectRatio=\"none\" xlink:href=\"data:image/jpeg;base64,");
   svg.pixels += base64(pixels.jpeg);
   svg.pixels += "\"/>\n" + shutter.end;
 }

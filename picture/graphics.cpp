@@ -29,8 +29,7 @@ std::string curve(Point control1, Point control2, Point end)
 /// The unit circle under the map of its two half axes, which need not be at right angles.
 std::string ellipse(Point centre, Point u, Point v)
 {
-  const auto at = [&](double x, double y)
-  { return Point{centre.x + x * u.x + y * v.x, centre.y + x * u.y + y * v.y}; };
+  const auto at = [&](double x, double y) { return Point{centre.x + x * u.x + y * v.x, centre.y + x * u.y + y * v.y}; };
   std::string path = "M" + svgPoint(at(1, 0));
   double x = 1;
   double y = 0;
@@ -48,8 +47,9 @@ std::string ellipse(Point centre, Point u, Point v)
 std::string interpolated(const std::vector<Point>& points, bool isClosed)
 {
   const std::size_t last = points.size() - 1;
-  const auto control = [](Point point, Point before, Point after, double share)
-  { return Point{point.x + share * (after.x - before.x), point.y + share * (after.y - before.y)}; };
+  const auto control = [](Point point, Point before, Point after, double share) {
+    return Point{point.x + share * (after.x - before.x), point.y + share * (after.y - before.y)};
+  };
   std::string path = "M" + svgPoint(points.front());
   for (std::size_t i = 0; i < last; ++i)
   {

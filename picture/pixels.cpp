@@ -114,7 +114,8 @@ Shading::Shading(ImageFile& image, StateView& state, const Target& target, Notes
   chooseRescale(image, state.root(), hasVoi, notes);
   if (hasVoi)
     return;
-  notes.emplace_back(item ? "The window of the state makes no sense: another one." : "No window in the state: another one.");
+  notes.emplace_back(item ? "The window of the state makes no sense: another one."
+                          : "No window in the state: another one.");
   window = windowIn({image.dataset()});
 }
 

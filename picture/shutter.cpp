@@ -73,8 +73,8 @@ Shutter shutterOf(const Placed& state, const Affine& fromImage)
       base::joined("<rect width=\"100%\" height=\"100%\" fill=\"rgb(", level, ",", level, ",", level, ")\"/>\n");
   for (std::size_t i = 0; i < paths.size(); ++i)
   {
-    shutter.start += base::joined("<clipPath id=\"shutter", i, "\"><path d=\"", paths[i], "Z\"/></clipPath>\n<g clip-path=\"url(#shutter",
-                                  i, ")\">\n");
+    shutter.start += base::joined("<clipPath id=\"shutter", i, "\"><path d=\"", paths[i],
+                                  "Z\"/></clipPath>\n<g clip-path=\"url(#shutter", i, ")\">\n");
     shutter.end += "</g>\n";
   }
   return shutter;

@@ -15,7 +15,7 @@ packages=(
   slurm-wlm munge orthanc
   # independent readers of what the converter writes; Debian's modules belong to /usr/bin/python3, which the scripts name
   # because another python3 in the PATH does not find them
-  dicom3tools python3 python3-pydicom python3-numpy python3-pil librsvg2-bin
+  dicom3tools python3 python3-pydicom python3-numpy python3-pil librsvg2-bin libopenjp2-tools
   # second compiler, fuzzing, style
   clang libclang-rt-14-dev clang-format clang-tidy cppcheck
   # how the binaries were built (43 packages of Perl modules, 3 MB to fetch)

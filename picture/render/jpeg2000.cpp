@@ -146,8 +146,7 @@ ImageHandle decoded(std::string_view bytes, const Shape& shape)
       opj_setup_decoder(codec.get(), &parameters) && opj_read_header(stream.get(), codec.get(), &announced);
   ImageHandle image(announced);
   const bool isDecoded = hasHeader && shape.is(*image) && opj_decode(codec.get(), stream.get(), image.get()) &&
-                         opj_end_decompress(codec.get(), stream.get()) && shape.is(*image) &&
-                         hasData(*image);
+                         opj_end_decompress(codec.get(), stream.get()) && shape.is(*image) && hasData(*image);
   return isDecoded ? std::move(image) : nullptr;
 }
 

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 namespace tarn::picture
 {
@@ -29,8 +30,8 @@ std::unique_ptr<DicomImage> open(const FrameOrder& order, DcmDataset& dataset, u
   if (order.isColour)
     return std::make_unique<DicomImage>(&dataset, EXS_Unknown, kFlags, frame, 1);
   if (order.modality)
-    return std::make_unique<DicomImage>(&dataset, EXS_Unknown, order.modality->data, order.modality->descriptor, nullptr,
-                                        kGreyFlags, frame, 1);
+    return std::make_unique<DicomImage>(&dataset, EXS_Unknown, order.modality->data, order.modality->descriptor,
+                                        nullptr, kGreyFlags, frame, 1);
   return std::make_unique<DicomImage>(&dataset, EXS_Unknown, order.rescale.slope, order.rescale.intercept, kGreyFlags,
                                       frame, 1);
 }
@@ -47,9 +48,17 @@ void shade(DicomImage& image, const FrameOrder& order)
     image.setPresentationLutShape(order.isInverse ? ESP_Inverse : ESP_Identity);
 }
 
-bool isWhole(const FrameOrder& order, const DicomImage& image)
+/// The part that is wanted, in the size that is wanted. The toolkit does not clip where it interpolates, so one comes
+/// after the other.
+std::unique_ptr<DicomImage> fitted(std::unique_ptr<DicomImage> image, const FrameOrder& order)
 {
-  return order.width == image.getWidth() && order.height == image.getHeight();
+  if (order.columns != image->getWidth() || order.rows != image->getHeight())
+    image.reset(image->createClippedImage(static_cast<signed long>(order.left), static_cast<signed long>(order.top),
+                                          order.columns, order.rows));
+  constexpr int kInterpolate = 1;
+  if (image && (order.width != image->getWidth() || order.height != image->getHeight()))
+    image.reset(image->createScaledImage(order.width, order.height, kInterpolate));
+  return image;
 }
 
 bool writeJpeg(DicomImage& image, std::string& jpeg)
@@ -69,19 +78,15 @@ bool writeJpeg(DicomImage& image, std::string& jpeg)
 
 bool render(const FrameOrder& order, DcmDataset& dataset, unsigned long frame, std::string& jpeg)
 {
-  const std::unique_ptr<DicomImage> image = open(order, dataset, frame);
+  std::unique_ptr<DicomImage> image = open(order, dataset, frame);
   jpeg = DicomImage::getString(image->getStatus());
   if (image->getStatus() != EIS_Normal)
     return false;
   if (!order.isColour)
     shade(*image, order);
-  if (isWhole(order, *image))
-    return writeJpeg(*image, jpeg);
-  const std::unique_ptr<DicomImage> scaled(
-      image->createScaledImage(static_cast<signed long>(order.left), static_cast<signed long>(order.top), order.columns,
-                               order.rows, order.width, order.height, 1));
-  jpeg = "the part cannot be cut out";
-  return scaled && scaled->getStatus() == EIS_Normal && writeJpeg(*scaled, jpeg);
+  image = fitted(std::move(image), order);
+  jpeg = "they cannot be cut or scaled";
+  return image && image->getStatus() == EIS_Normal && writeJpeg(*image, jpeg);
 }
 
 } // namespace
