@@ -46,15 +46,18 @@ ImageFile::ImageFile(const std::string& path)
 Point ImageFile::tileOrigin(std::uint32_t frame)
 {
   const conformance::Placed root{dataset()};
-  const double across = conformance::numberOf(root, DCM_TotalPixelMatrixColumns).value_or(0);
-  const double down = conformance::numberOf(root, DCM_TotalPixelMatrixRows).value_or(0);
-  if (!(across > 0) || !(down > 0))
+  constexpr double kMost = 2147483647;
+  const double wide = conformance::numberOf(root, DCM_TotalPixelMatrixColumns).value_or(0);
+  const double high = conformance::numberOf(root, DCM_TotalPixelMatrixRows).value_or(0);
+  if (!conformance::isWhole(wide, 1, kMost) || !conformance::isWhole(high, 1, kMost))
     return {};
   if (conformance::textOf(root, DCM_DimensionOrganizationType) == "TILED_FULL")
   {
-    const auto columns = static_cast<std::uint64_t>(std::ceil(across / columnCount));
-    const auto tile = (frame - 1) % (columns * static_cast<std::uint64_t>(std::ceil(down / rowCount)));
-    return {static_cast<double>(tile % columns * columnCount), static_cast<double>(tile / columns * rowCount)};
+    const auto across = (static_cast<std::uint64_t>(wide) + columnCount - 1) / columnCount;
+    const auto down = (static_cast<std::uint64_t>(high) + rowCount - 1) / rowCount;
+    const std::uint64_t tile = (frame - 1) % (across * down);
+    const std::uint64_t row = tile / across;
+    return {static_cast<double>(tile % across * columnCount), static_cast<double>(row * rowCount)};
   }
   const auto groups = conformance::itemsOf(root, DCM_PerFrameFunctionalGroupsSequence);
   if (frame > groups.size())
