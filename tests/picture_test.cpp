@@ -196,7 +196,7 @@ const Refused kRefused[] = {
     {"FrameThatIsNoNumber", "-ReferencedSeriesSequence;+image 1.2.3 first", "",
      "frame-missing: the state refers to frame first"},
     {"FrameZero", "-ReferencedSeriesSequence;+image 1.2.3 0", "", "frame-missing: the state refers to frame 0"},
-    {"ARowShort", "", "Rows=33", "pixels-missing: the image announces 4224 bytes of pixels and has 4096"},
+    {"AValueShort", "", "Rows=1;Columns=2049", "pixels-missing: the image announces 4098 bytes of pixels and has 4096"},
     {"AFrameShort", "", "NumberOfFrames=2", "pixels-missing: the image announces 8192 bytes of pixels and has 4096"},
     {"LargerThanMemory", "", "Rows=65535;Columns=65535",
      "image-too-large: the image announces 65535 x 65535 pixels of 1 values"},

@@ -163,15 +163,21 @@ class Check:
         if [[(span.text or "").rstrip() for span in lines] for lines in drawn] != wanted:
             return self.problems.append(f"{name}: the texts are not {wanted}")
         for text, lines in zip(texts, drawn):
-            place = numpy.array([[float(span.get("x")), float(span.get("y"))] for span in lines]).mean(0)
-            if "BoundingBoxTopLeftHandCorner" not in text:
-                least = most = view(text.AnchorPoint, text.AnchorPointAnnotationUnits)[0] + [4, 0]
-            else:
-                box = boxed(text, view, (0, 0))
-                least, most = [box.min(0)[0], box.mean(0)[1]], [box.max(0)[0], box.mean(0)[1]]
-            if (place < numpy.array(least) - [0.1, 0]).any() or (place > numpy.array(most) + [0.1, 7]).any():
-                self.problems.append(f"{name}: the text at {place} is not in {least} to {most}")
+            x, y = numpy.array([[float(span.get("x")), float(span.get("y"))] for span in lines]).mean(0)
+            wanted = view(text.AnchorPoint, text.AnchorPointAnnotationUnits)[0] + [4, 0] \
+                if "BoundingBoxTopLeftHandCorner" not in text else self.middle(text, view)
+            if abs(x - wanted[0]) > 0.1 or not wanted[1] < y < wanted[1] + 7:
+                self.problems.append(f"{name}: the text at {x}, {y} does not belong to {wanted}")
         return None
+
+    @staticmethod
+    def middle(text, view):
+        """Where the lines of a box begin, end or have their middle, on the box's middle line."""
+        corners = numpy.sort(numpy.reshape([*text.BoundingBoxTopLeftHandCorner, *text.BoundingBoxBottomRightHandCorner], (2, 2)), 0)
+        box = view(corners, text.BoundingBoxAnnotationUnits)
+        upright = text.BoundingBoxAnnotationUnits == "DISPLAY" or view.turns % 2 == 0
+        side = {"LEFT": 0, "RIGHT": 1}.get(text.BoundingBoxTextHorizontalJustification if upright else "")
+        return [box.mean(0)[0] if side is None else box[side][0], box.mean(0)[1]]
 
     def compressed(self, state, image, file):
         """What the toolkit and OpenJPEG decode is drawn in the same bytes."""
@@ -179,7 +185,7 @@ class Check:
         raw, packed = self.folder / "raw.rawl", self.folder / "packed.j2k"
         image.pixel_array.tofile(raw)
         subprocess.run(["opj_compress", "-i", raw, "-o", packed, "-F", f"{image.Columns},{image.Rows},1,16,s"],
-                       check=True, stdout=subprocess.DEVNULL)
+                       check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         jpeg2000 = again(image)
         jpeg2000.PixelData, jpeg2000["PixelData"].is_undefined_length = encapsulate([packed.read_bytes()]), True
         jpeg2000.file_meta.TransferSyntaxUID = pydicom.uid.JPEG2000Lossless
@@ -193,6 +199,8 @@ class Check:
                 self.problems.append(f"{name}: not the picture of the image that is not compressed")
         jpeg2000.PixelData = encapsulate([packed.read_bytes()[:5000]])
         self.refuses("cut JPEG 2000", "pixels-unreadable", state, self.save(jpeg2000, "cut"))
+        jpeg2000.PixelData, jpeg2000.Rows = encapsulate([packed.read_bytes()]), image.Rows + 1
+        self.refuses("JPEG 2000 of another size", "pixels-unreadable", state, self.save(jpeg2000, "cut"))
 
     def refuses(self, name, code, *arguments):
         """One line, status 1, and the file stays what it was."""
@@ -264,7 +272,7 @@ def main():
         folder = pathlib.Path(name)
         check = Check(folder, sample_archive(sys.argv[1], folder / "archive"))
         subprocess.run(["annomend-archive", "convert", "-o", folder / "out", folder / "archive/states", "--progress", "none"],
-                       env=check.environment, stdout=subprocess.DEVNULL)
+                       env=check.environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         files = {path.name.split(".", 1)[1]: path for path in (folder / "archive").glob("images/*/*.*")}
         images = {uid: pydicom.dcmread(path) for uid, path in files.items()}
         states = {path: pydicom.dcmread(path) for path in sorted((folder / "out").glob("*/PR.*"))}
