@@ -2,16 +2,15 @@
 #include "picture/render/jpeg2000.h"
 
 #include "base/Closer.h"
+#include "picture/render/fragments.h"
 
 #include <dcmtk/config/osconfig.h>
-#include <dcmtk/dcmdata/dccodec.h>
 #include <dcmtk/dcmdata/dcpixel.h>
-#include <dcmtk/dcmdata/dcpixseq.h>
-#include <dcmtk/dcmdata/dcpxitem.h>
 
 #include <openjpeg.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -93,30 +92,6 @@ struct Shape
   OPJ_UINT32 columns, rows, samples;
   unsigned bytes; ///< a sample
 };
-
-/// The fragments of a frame in one piece; empty where it cannot be told which they are.
-std::string codestreamOf(DcmPixelSequence& pixels, unsigned long frame, Sint32 frames)
-{
-  const auto firstOf = [&](unsigned long number)
-  {
-    Uint32 item = 0; // the first holds offsets
-    const bool isLast = number == static_cast<unsigned long>(frames);
-    if (isLast)
-      return static_cast<unsigned long>(pixels.card());
-    return DcmCodec::determineStartFragment(static_cast<Uint32>(number), frames, &pixels, item).good() ? item : 0UL;
-  };
-  const unsigned long end = firstOf(frame + 1);
-  std::string bytes;
-  for (unsigned long i = std::max(firstOf(frame), 1UL); i < end; ++i)
-  {
-    DcmPixelItem* item = nullptr;
-    Uint8* data = nullptr;
-    if (pixels.getItem(item, i).bad() || item->getUint8Array(data).bad() || !data)
-      return "";
-    bytes.append(reinterpret_cast<const char*>(data), item->getLength());
-  }
-  return bytes;
-}
 
 bool hasData(const opj_image_t& image)
 {
@@ -202,16 +177,8 @@ bool isJpeg2000(E_TransferSyntax syntax)
 std::unique_ptr<DcmDataset> decodeJpeg2000(DcmDataset& image, unsigned long frame, std::string& reason)
 {
   reason = "the JPEG 2000 data are damaged";
-  DcmElement* element = nullptr;
-  DcmPixelSequence* pixels = nullptr;
-  Sint32 frames = 1;
-  image.findAndGetSint32(DCM_NumberOfFrames, frames);
-  image.findAndGetElement(DCM_PixelData, element);
-  auto* const data = dynamic_cast<DcmPixelData*>(element);
-  if (!data || data->getEncapsulatedRepresentation(image.getOriginalXfer(), nullptr, pixels).bad() || !pixels)
-    return nullptr;
   const Shape shape(image);
-  const ImageHandle whole = decoded(codestreamOf(*pixels, frame, std::max(frames, 1)), shape);
+  const ImageHandle whole = decoded(codestreamOf(image, frame, ULONG_MAX), shape);
   return whole ? withPixels(image, *whole, shape) : nullptr;
 }
 

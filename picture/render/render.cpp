@@ -1,4 +1,5 @@
 // A frame as the toolkit renders it.
+#include "picture/render/fragments.h"
 #include "picture/render/jpeg2000.h"
 #include "picture/render/renderModule.h"
 
@@ -93,6 +94,9 @@ bool render(const FrameOrder& order, DcmDataset& dataset, unsigned long frame, s
 
 bool annomend_render_jpeg(const FrameOrder& order, std::string& jpeg)
 {
+  jpeg = "the compressed data are damaged";
+  if (!isSound(order.image, order.frame))
+    return false;
   if (!isJpeg2000(order.image.getOriginalXfer()))
     return render(order, order.image, order.frame, jpeg);
   const std::unique_ptr<DcmDataset> decoded = decodeJpeg2000(order.image, order.frame, jpeg);
