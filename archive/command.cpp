@@ -65,8 +65,8 @@ public:
                    [this] { return convert(); }));
     addCheck(add("check", "Holds the rules of conformance against presentation states, or journals against OUT.",
                  [this] { return check(); }));
-    addPicture(add("picture", "Draws presentation states of any maker over their images.",
-                   [this] { return drawStates(pictures); }));
+    addPicture(
+        add("picture", "Draws presentation states of any maker over their images.", [this] { return drawPictures(); }));
     addReport(add("report", "Adds up what the journals of OUT say.", [this] { return makeReport(); }));
   }
 
@@ -303,6 +303,15 @@ private:
     page.folder = absolutePath(page.folder);
     page.pictures.seed = seed;
     return reportAsPage(page);
+  }
+
+  int drawPictures() const
+  {
+    if (pictures.file.empty() == pictures.folder.empty())
+      throw CLI::RequiredError("-o or --folder");
+    if (pictures.folder.empty() && pictures.paths.size() > 2)
+      throw CLI::ValidationError("picture", "-o takes STATE and IMAGE, and no more");
+    return drawStates(pictures);
   }
 
   int convert()

@@ -2,7 +2,6 @@
 #include "picture/placement.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace tarn::picture
@@ -12,11 +11,6 @@ namespace
 
 constexpr unsigned kLeastSide = 16; ///< picture pixels
 constexpr unsigned kMostSide = 4096;
-
-unsigned sideOf(double length)
-{
-  return static_cast<unsigned>(std::clamp<double>(std::round(length), kLeastSide, kMostSide));
-}
 
 } // namespace
 
@@ -34,7 +28,7 @@ Placement place(const View& view, unsigned size)
   if (view.flip)
     matrix = matrix.then({-1, 0, 0, 1, width, 0});
   const double scale = std::clamp(size, kLeastSide, kMostSide) / std::max(width, height);
-  return {matrix.then(Affine::scaled(scale, scale)), sideOf(width * scale), sideOf(height * scale)};
+  return {matrix.then(Affine::scaled(scale, scale)), width * scale, height * scale};
 }
 
 } // namespace tarn::picture
