@@ -3,16 +3,17 @@
 
 #include "base/environmentValue.h"
 #include "base/files.h"
+#include "base/loadModule.h"
 #include "base/text.h"
 #include "db/DBException.h"
 #include "db/SqlSession.h"
 #include "db/databaseUrl.h"
 #include "db/sqlite/SqliteSession.h"
 
-#include <dlfcn.h>
 #include <unistd.h>
 
 #include <filesystem>
+#include <stdexcept>
 #include <system_error>
 
 namespace tarn::db
@@ -24,21 +25,17 @@ namespace fs = std::filesystem;
 
 using Open = decltype(&annomend_open_mysql);
 
-/// The module lies beside the library, or in the folder of libraries beside that of the program. The loader knows where
-/// this code is ($ORIGIN); a run path would make it look there for every library at every start.
-constexpr const char* kPlaces[] = {"$ORIGIN/" ANNOMEND_MYSQL_MODULE, ANNOMEND_MODULE_FOLDER "/" ANNOMEND_MYSQL_MODULE};
-
 /// Loads the backend for a server, which stays loaded.
 Open loadMysql()
 {
-  void* module = nullptr;
-  for (const char* place : kPlaces)
-    if (!module)
-      module = dlopen(place, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-  void* entry = module ? dlsym(module, "annomend_open_mysql") : nullptr;
-  if (!entry)
-    throw DBException("the MySQL backend cannot be loaded: " + base::printable(dlerror()));
-  return reinterpret_cast<Open>(entry);
+  try
+  {
+    return reinterpret_cast<Open>(base::loadModule(ANNOMEND_MYSQL_MODULE, "annomend_open_mysql"));
+  }
+  catch (const std::runtime_error& failure)
+  {
+    throw DBException(std::string("the MySQL backend cannot be loaded: ") + failure.what());
+  }
 }
 
 std::unique_ptr<SqlSession> openServer(const std::string& url)

@@ -5,7 +5,11 @@
 #include "conformance/items.h"
 #include "dicom/loadFile.h"
 #include "dicom/values.h"
+#include "picture/Codecs.h"
 #include "picture/Refusal.h"
+
+#include <algorithm>
+#include <cmath>
 
 namespace tarn::picture
 {
@@ -39,6 +43,32 @@ ImageFile::ImageFile(const std::string& path)
   requirePixels();
 }
 
+Point ImageFile::tileOrigin(std::uint32_t frame)
+{
+  const conformance::Placed root{dataset()};
+  constexpr double kMost = 2147483647;
+  const double wide = conformance::numberOf(root, DCM_TotalPixelMatrixColumns).value_or(0);
+  const double high = conformance::numberOf(root, DCM_TotalPixelMatrixRows).value_or(0);
+  if (!conformance::isWhole(wide, 1, kMost) || !conformance::isWhole(high, 1, kMost))
+    return {};
+  if (conformance::textOf(root, DCM_DimensionOrganizationType) == "TILED_FULL")
+  {
+    const auto across = (static_cast<std::uint64_t>(wide) + columnCount - 1) / columnCount;
+    const auto down = (static_cast<std::uint64_t>(high) + rowCount - 1) / rowCount;
+    const std::uint64_t tile = (frame - 1) % (across * down);
+    const std::uint64_t row = tile / across;
+    return {static_cast<double>(tile % across * columnCount), static_cast<double>(row * rowCount)};
+  }
+  const auto groups = conformance::itemsOf(root, DCM_PerFrameFunctionalGroupsSequence);
+  if (frame > groups.size())
+    return {};
+  const auto places = conformance::itemsOf(groups[frame - 1], DCM_PlanePositionSlideSequence);
+  if (places.empty())
+    return {};
+  return {conformance::numberOf(places.front(), DCM_ColumnPositionInTotalImagePixelMatrix).value_or(1) - 1,
+          conformance::numberOf(places.front(), DCM_RowPositionInTotalImagePixelMatrix).value_or(1) - 1};
+}
+
 /// The toolkit fills up what is missing of pixels, and allocates what a header announces.
 void ImageFile::requirePixels()
 {
@@ -47,9 +77,11 @@ void ImageFile::requirePixels()
     throw Refusal("image-without-pixels", "the image has no pixels");
   const std::uint64_t values = std::uint64_t{columnCount} * rowCount * samples;
   if (values > kMostValues)
-    throw Refusal("image-too-large",
-                  base::joined("the image announces ", columnCount, " x ", rowCount, " pixels of ", samples, " values"));
+    throw Refusal("image-too-large", base::joined("the image announces ", columnCount, " x ", rowCount, " pixels of ",
+                                                  samples, " values"));
   const DcmXfer syntax(dataset().getOriginalXfer());
+  if (!isDecodable(syntax.getXfer()))
+    throw Refusal("compression-unknown", base::joined("there is no decoder for ", syntax.getXferName()));
   const std::uint64_t bits = values * frameCount * numberIn(dataset(), DCM_BitsAllocated);
   if (!syntax.isEncapsulated() && pixels->getLengthField() < (bits + 7) / 8)
     throw Refusal("pixels-missing", base::joined("the image announces ", (bits + 7) / 8, " bytes of pixels and has ",

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "picture/Affine.h"
+
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dctk.h>
 
@@ -23,6 +25,8 @@ public:
   std::uint32_t frames() const { return frameCount; }
   /// Whether its pixels are not grey values (PS3.3 C.7.6.3.1.2).
   bool isColour() const { return colour; }
+  /// Where a frame begins in the whole of which it is a tile, in pixels (PS3.3 C.7.6.17.3); 0, 0 where it is none.
+  Point tileOrigin(std::uint32_t frame);
 
 private:
   void requirePixels();

@@ -16,8 +16,8 @@ namespace
 
 using conformance::Placed;
 
-constexpr double kFarthest = 10;   ///< an area may reach this many times the image's side beyond it
-constexpr double kFlattest = 100;  ///< and a pixel be so many times wider than high, or higher than wide
+constexpr double kFarthest = 10;  ///< an area may reach this many times the image's side beyond it
+constexpr double kFlattest = 100; ///< and a pixel be so many times wider than high, or higher than wide
 
 /// Whether what the item says holds for the target: nothing referred to means every image (PS3.3 C.10.5).
 bool holdsFor(const Placed& item, const Target& target)
@@ -25,8 +25,9 @@ bool holdsFor(const Placed& item, const Target& target)
   const auto references = conformance::referencesOf(item);
   return references.empty() ||
          std::any_of(references.begin(), references.end(),
-                     [&target](const conformance::Reference& image)
-                     { return image.uid == target.uid && (image.frames.empty() || image.frames.count(target.frame) > 0); });
+                     [&target](const conformance::Reference& image) {
+                       return image.uid == target.uid && (image.frames.empty() || image.frames.count(target.frame) > 0);
+                     });
 }
 
 Target targetOf(const conformance::Reference& image)

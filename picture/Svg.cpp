@@ -52,8 +52,8 @@ std::string caption(const std::string& text, unsigned width, double baseline)
 std::string svgNumber(double value)
 {
   std::array<char, 16> digits; // NOLINT(*-member-init): filled by to_chars
-  const auto [end, failure] =
-      std::to_chars(digits.data(), digits.data() + digits.size(), bounded(value, kFarthest), std::chars_format::fixed, 2);
+  const auto [end, failure] = std::to_chars(digits.data(), digits.data() + digits.size(), bounded(value, kFarthest),
+                                            std::chars_format::fixed, 2);
   std::string text(digits.data(), failure == std::errc() ? end : digits.data());
   text.erase(text.find_last_not_of('0') + 1);
   if (!text.empty() && text.back() == '.')

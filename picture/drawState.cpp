@@ -8,12 +8,13 @@
 #include "picture/graphics.h"
 #include "picture/pixels.h"
 #include "picture/placement.h"
+#include "picture/shutter.h"
 #include "picture/texts.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
-#include <memory>
 #include <new>
 
 namespace tarn::picture
@@ -26,6 +27,13 @@ using conformance::Placed;
 /// The picture is far from a diagnostic display: eight bits, compressed with loss, on an uncalibrated screen.
 constexpr char kPurpose[] = "For checking, not for diagnosis.";
 
+/// Whole picture pixels; a part of an image may be very flat.
+unsigned sideOf(double length)
+{
+  constexpr double kLeast = 16;
+  return static_cast<unsigned>(std::round(std::max(length, kLeast)));
+}
+
 class Drawing
 {
 public:
@@ -33,8 +41,8 @@ public:
     : state(state), image(image), target(target), order(order),
       view(state.viewOf(target, image.columns(), image.rows(), notes)), placement(place(view, order.size))
   {
-    svg.width = placement.width;
-    svg.height = placement.height;
+    svg.width = sideOf(placement.width);
+    svg.height = sideOf(placement.height);
     svg.textHeight = std::clamp(std::max(placement.width, placement.height) / 40.0, 9.0, 14.0);
   }
 
@@ -70,7 +78,9 @@ std::string matrixText(const Affine& matrix)
 
 Units Drawing::units() const
 {
-  return {placement.fromImage, Affine::scaled(placement.width, placement.height), placement.fromImage};
+  const Point origin = image.tileOrigin(target.frame);
+  return {placement.fromImage, Affine::scaled(placement.width, placement.height),
+          Affine::moved(-origin.x, -origin.y).then(placement.fromImage)};
 }
 
 void Drawing::drawPixels()
@@ -78,11 +88,13 @@ void Drawing::drawPixels()
   const Affine& matrix = placement.fromImage;
   const Pixels pixels = renderPixels(image, state, target, view.area, std::hypot(matrix.a, matrix.b),
                                      std::hypot(matrix.c, matrix.d), notes);
-  svg.pixels = base::joined("<image transform=\"matrix(", matrixText(matrix), ")\" x=\"", pixels.part.left, "\" y=\"",
-                            pixels.part.top, "\" width=\"", pixels.part.width(), "\" height=\"", pixels.part.height(),
-                            "\" preserveAspectRatio=\"none\" xlink:href=\"data:image/jpeg;base64,");
+  const Shutter shutter = shutterOf(state.root(), matrix);
+  svg.pixels = shutter.start + base::joined("<image transform=\"matrix(", matrixText(matrix), ")\" x=\"",
+                                            pixels.part.left, "\" y=\"", pixels.part.top, "\" width=\"",
+                                            pixels.part.width(), "\" height=\"", pixels.part.height(),
+                                            "\" preserveAspectRatio=\"none\" xlink:href=\"data:image/jpeg;base64,");
   svg.pixels += base64(pixels.jpeg);
-  svg.pixels += "\"/>\n";
+  svg.pixels += "\"/>\n" + shutter.end;
 }
 
 void Drawing::drawAnnotation(const Placed& annotation, const Units& units, const std::string& terms)
@@ -108,8 +120,9 @@ std::string Drawing::draw()
 {
   drawPixels();
   const std::string terms = conformance::textOf(state.root(), DCM_SpecificCharacterSet);
+  const Units all = units();
   for (const Placed& annotation : state.annotationsOf(target))
-    drawAnnotation(annotation, units(), terms);
+    drawAnnotation(annotation, all, terms);
   if (undrawn > 0)
     notes.push_back(base::joined(undrawn, " annotations that cannot be drawn."));
   svg.captions = {kPurpose};

@@ -18,8 +18,8 @@ struct Order
   std::string image;      ///< the image's file, which the state has to refer to; empty: found through `images`
 };
 
-/// Draws what a presentation state of any maker shows: its image as it turns, cuts and shades it, its graphics and texts
-/// over it. Returns an SVG document that needs nothing else. Throws Refusal. Compressed images need Codecs.
+/// Draws what a presentation state of any maker shows: its image as it turns, cuts and shades it, its graphics and
+/// texts over it. Returns an SVG document that needs nothing else. Throws Refusal. Compressed images need Codecs.
 std::string drawState(const std::string& stateFile, images::ImageFiles& images, const Order& order);
 
 } // namespace tarn::picture

@@ -29,8 +29,7 @@ std::string curve(Point control1, Point control2, Point end)
 /// The unit circle under the map of its two half axes, which need not be at right angles.
 std::string ellipse(Point centre, Point u, Point v)
 {
-  const auto at = [&](double x, double y)
-  { return Point{centre.x + x * u.x + y * v.x, centre.y + x * u.y + y * v.y}; };
+  const auto at = [&](double x, double y) { return Point{centre.x + x * u.x + y * v.x, centre.y + x * u.y + y * v.y}; };
   std::string path = "M" + svgPoint(at(1, 0));
   double x = 1;
   double y = 0;
@@ -44,25 +43,13 @@ std::string ellipse(Point centre, Point u, Point v)
   return path + "Z";
 }
 
-std::string circle(Point centre, double radius)
-{
-  return ellipse(centre, {radius, 0}, {0, radius});
-}
-
-std::string polyline(const std::vector<Point>& points)
-{
-  std::string path = "M" + svgPoint(points.front());
-  for (std::size_t i = 1; i < points.size(); ++i)
-    path += "L" + svgPoint(points[i]);
-  return path;
-}
-
 /// A curve through all points with a continuous direction (Catmull and Rom): the standard leaves the kind open.
 std::string interpolated(const std::vector<Point>& points, bool isClosed)
 {
   const std::size_t last = points.size() - 1;
-  const auto control = [](Point point, Point before, Point after, double share)
-  { return Point{point.x + share * (after.x - before.x), point.y + share * (after.y - before.y)}; };
+  const auto control = [](Point point, Point before, Point after, double share) {
+    return Point{point.x + share * (after.x - before.x), point.y + share * (after.y - before.y)};
+  };
   std::string path = "M" + svgPoint(points.front());
   for (std::size_t i = 0; i < last; ++i)
   {
@@ -82,16 +69,16 @@ Point half(Point first, Point last)
 std::string pathOf(const std::string& type, const std::vector<Point>& points, bool isClosed)
 {
   if (type == "POINT" && !points.empty())
-    return circle(points[0], kDot);
+    return circlePath(points[0], kDot);
   if (type == "CIRCLE" && points.size() >= 2)
-    return circle(points[0], std::hypot(points[1].x - points[0].x, points[1].y - points[0].y));
+    return circlePath(points[0], std::hypot(points[1].x - points[0].x, points[1].y - points[0].y));
   if (type == "ELLIPSE" && points.size() >= 4)
   {
     const Point major = half(points[0], points[1]);
     return ellipse({points[0].x + major.x, points[0].y + major.y}, major, half(points[2], points[3]));
   }
   if (points.size() >= 2 && (type == "POLYLINE" || type == "INTERPOLATED"))
-    return (type == "POLYLINE" ? polyline(points) : interpolated(points, isClosed)) + (isClosed ? "Z" : "");
+    return (type == "POLYLINE" ? linePath(points) : interpolated(points, isClosed)) + (isClosed ? "Z" : "");
   return "";
 }
 
@@ -133,9 +120,22 @@ std::string dashes(const Placed& graphic)
 
 } // namespace
 
+std::string circlePath(Point centre, double radius)
+{
+  return ellipse(centre, {radius, 0}, {0, radius});
+}
+
+std::string linePath(const std::vector<Point>& points)
+{
+  std::string path = "M" + svgPoint(points.front());
+  for (std::size_t i = 1; i < points.size(); ++i)
+    path += "L" + svgPoint(points[i]);
+  return path;
+}
+
 std::string lineBetween(Point first, Point last)
 {
-  return "<path d=\"" + polyline({first, last}) + "\"/>\n";
+  return "<path d=\"" + linePath({first, last}) + "\"/>\n";
 }
 
 std::string shapeOf(const Placed& graphic, const Units& units)

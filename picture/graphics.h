@@ -4,6 +4,7 @@
 #include "picture/Affine.h"
 
 #include <string>
+#include <vector>
 
 namespace tarn::picture
 {
@@ -22,6 +23,10 @@ struct Units
     return units == "MATRIX" ? matrix : pixel;
   }
 };
+
+/// The data of a path: a circle of the picture; lines from each point to the next.
+std::string circlePath(Point centre, double radius);
+std::string linePath(const std::vector<Point>& points);
 
 /// A line between two points of the picture.
 std::string lineBetween(Point first, Point last);

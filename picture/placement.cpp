@@ -2,7 +2,6 @@
 #include "picture/placement.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace tarn::picture
@@ -13,18 +12,14 @@ namespace
 constexpr unsigned kLeastSide = 16; ///< picture pixels
 constexpr unsigned kMostSide = 4096;
 
-unsigned sideOf(double length)
-{
-  return static_cast<unsigned>(std::clamp<double>(std::round(length), kLeastSide, kMostSide));
-}
-
 } // namespace
 
 Placement place(const View& view, unsigned size)
 {
   double width = view.area.width() * view.pixelWidth;
   double height = view.area.height() * view.pixelHeight;
-  Affine matrix = Affine::moved(-view.area.left, -view.area.top).then(Affine::scaled(view.pixelWidth, view.pixelHeight));
+  Affine matrix =
+      Affine::moved(-view.area.left, -view.area.top).then(Affine::scaled(view.pixelWidth, view.pixelHeight));
   for (int turn = 0; turn < view.quarterTurns; ++turn)
   {
     matrix = matrix.then({0, 1, -1, 0, height, 0});
@@ -33,7 +28,7 @@ Placement place(const View& view, unsigned size)
   if (view.flip)
     matrix = matrix.then({-1, 0, 0, 1, width, 0});
   const double scale = std::clamp(size, kLeastSide, kMostSide) / std::max(width, height);
-  return {matrix.then(Affine::scaled(scale, scale)), sideOf(width * scale), sideOf(height * scale)};
+  return {matrix.then(Affine::scaled(scale, scale)), width * scale, height * scale};
 }
 
 } // namespace tarn::picture

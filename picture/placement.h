@@ -28,7 +28,7 @@ struct View
 struct Placement
 {
   Affine fromImage; ///< image pixels to picture pixels; for the image itself and for all that is drawn on it
-  unsigned width = 0, height = 0; ///< of the picture, picture pixels
+  double width = 0, height = 0; ///< of the area, picture pixels
 };
 
 /// Places the area so that the longer side of the picture is `size`. The area is not empty.

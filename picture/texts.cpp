@@ -99,7 +99,8 @@ std::string utf8Of(const std::string& bytes, const std::string& terms)
     return bytes;
   std::string graphic = bytes;
   graphic.erase(std::remove_if(graphic.begin(), graphic.end(),
-                               [](char byte) { return (static_cast<unsigned char>(byte) & 0x7F) < 0x20 && byte != '\n'; }),
+                               [](char byte)
+                               { return (static_cast<unsigned char>(byte) & 0x7F) < 0x20 && byte != '\n'; }),
                 graphic.end());
   return conformance::CharacterSet("ISO_IR 100").decode(graphic, "").value_or("");
 }

@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-declare -A longest=([plugin_state]=16384 [private_block]=4096 [object_meta]=4096 [converter]=16384 [conformance]=16384) # bytes
+declare -A longest=([plugin_state]=16384 [private_block]=4096 [object_meta]=4096 [converter]=16384 [conformance]=16384 [picture]=16384) # bytes
 targets=("${@:2}")
 [[ ${#targets[@]} -gt 0 ]] || targets=("${!longest[@]}")
 

@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   # build
   build-essential cmake ninja-build pkg-config ccache git ca-certificates
-  libdcmtk-dev dcmtk libmariadb-dev libsqlite3-dev libspdlog-dev libfmt-dev libcli11-dev nlohmann-json3-dev libcereal-dev libsimdjson-dev libssl-dev
+  libdcmtk-dev dcmtk libmariadb-dev libsqlite3-dev libspdlog-dev libfmt-dev libcli11-dev nlohmann-json3-dev libcereal-dev libsimdjson-dev libssl-dev libopenjp2-7-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev mariadb-server mariadb-client procps openssl
   # system calls that fail, runs that are killed, leaks
@@ -15,7 +15,7 @@ packages=(
   slurm-wlm munge orthanc
   # independent readers of what the converter writes; Debian's modules belong to /usr/bin/python3, which the scripts name
   # because another python3 in the PATH does not find them
-  dicom3tools python3 python3-pydicom python3-numpy python3-pil librsvg2-bin
+  dicom3tools python3 python3-pydicom python3-numpy python3-pil librsvg2-bin libopenjp2-tools
   # a browser that opens the report
   chromium chromium-driver python3-selenium
   # second compiler, fuzzing, style

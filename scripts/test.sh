@@ -25,6 +25,9 @@ scripts/check-outputs.sh build/release
 step "The conformant form, judged by other readers"
 /usr/bin/python3 tests/conformant/check_conformant.py build/release 40
 
+step "Pictures, judged by another drawing"
+/usr/bin/python3 tests/picture/check_picture.py build/release 60
+
 step "Hostile files"
 /usr/bin/python3 tests/corpus/check_hostile.py build/release
 /usr/bin/python3 tests/corpus/check_hostile.py build/asan

@@ -34,6 +34,8 @@ DcmItem& itemOn(DcmItem& state, std::string& path)
   static const std::map<std::string, std::string> kShort{{"area", "DisplayedAreaSelectionSequence"},
                                                          {"window", "SoftcopyVOILUTSequence"},
                                                          {"annotation", "GraphicAnnotationSequence"},
+                                                         {"graphic", "GraphicAnnotationSequence.GraphicObjectSequence"},
+                                                         {"text", "GraphicAnnotationSequence.TextObjectSequence"},
                                                          {"image", "ReferencedSeriesSequence.ReferencedImageSequence"}};
   DcmItem* item = &state;
   for (std::size_t point; (point = path.find('.')) != std::string::npos;)

@@ -20,8 +20,8 @@ public:
 std::unique_ptr<DcmDataset> viewState();
 
 /// Edits a state by steps, which stand with semicolons between them:
-/// - "ImageRotation=45", "area.PresentationSizeMode:LO=MAGNIFY": puts a value, under the VR named; area, window, image
-///   and annotation stand for the first item of a sequence, and any other is named, with a number:
+/// - "ImageRotation=45", "area.PresentationSizeMode:LO=MAGNIFY": puts a value, under the VR named; area, window, image,
+///   annotation, graphic and text stand for the first item of a sequence, and any other is named, with a number:
 ///   "GraphicLayerSequence#1"
 /// - "-area.PresentationSizeMode": takes an element out
 /// - "+image 1.2.5 1\2": refers to an image, or to frames of it, in a series of its own
