@@ -13,7 +13,6 @@
 #include "archive/run/exitStatus.h"
 #include "base/Console.h"
 #include "base/report.h"
-#include "base/text.h"
 
 #include <CLI/CLI.hpp>
 
@@ -212,11 +211,11 @@ private:
     html->type_name("DIR")->excludes(format);
     parser
         .add_option_function<std::string>(
-            "--pictures", [this](const std::string& text) { page.pictures = takePictures(text); },
+            "--pictures", [this](const std::string& text) { takePictures(text); },
             "Of which inputs: failures, sample:N, all, none, or several with commas (failures when missing)")
         ->type_name("WHICH")
         ->needs(html);
-    parser.add_option("--seed", seed, "Of the sample, to draw it again")->type_name("NUMBER")->needs(html);
+    parser.add_option("--seed", page.seed, "Of the sample, to draw it again")->type_name("NUMBER")->needs(html);
     parser.add_flag("--measurements", wantsMeasurements, "A row of csv for each annotation, with what it measures")
         ->excludes(html);
     parser.add_option("--images", page.imagesFolder, "Where images are looked for besides the data repository")
@@ -224,24 +223,12 @@ private:
     parser.add_flag("--anonymous", page.anonymous, "Leave out names, IDs, texts and labels")->needs(html);
   }
 
-  static PictureChoice takePictures(const std::string& text)
+  void takePictures(const std::string& text)
   {
-    constexpr std::string_view kSample = "sample:";
-    PictureChoice choice;
-    choice.text = text;
-    choice.failures = false;
-    std::vector<std::string> words;
-    base::split3<std::vector<std::string>, ','>(text, words);
-    for (const std::string& word : words)
-    {
-      const bool isSample = base::startsWith(word, kSample);
-      choice.sample = isSample ? positiveNumber(std::string_view(word).substr(kSample.size())) : choice.sample;
-      choice.all = choice.all || word == "all";
-      choice.failures = choice.failures || word == "failures";
-      if ((isSample && choice.sample == 0) || (!isSample && word != "all" && word != "failures" && word != "none"))
-        throw CLI::ValidationError("--pictures", "'" + word + "' is none of failures, sample:N, all and none");
-    }
-    return choice;
+    const std::optional<PictureChoice> choice = pictureChoiceFrom(text);
+    if (!choice)
+      throw CLI::ValidationError("--pictures", "'" + text + "' is none of failures, sample:N, all and none");
+    page.pictures = *choice;
   }
 
   /// The option `--format`, which takes one of the names.
@@ -301,7 +288,6 @@ private:
       return report(out, reportForm);
     page.out = out;
     page.folder = absolutePath(page.folder);
-    page.pictures.seed = seed;
     return reportAsPage(page);
   }
 
@@ -341,7 +327,6 @@ private:
   DrawRequest pictures;
   ReportForm reportForm = ReportForm::text;
   HtmlRequest page;
-  std::optional<std::uint64_t> seed;
   std::function<int()> command; ///< the one that is chosen
 };
 

@@ -98,6 +98,8 @@ void DetailsMaker::putPicture(Json& part, const Output& output, const TakePictur
   std::string reason;
   try
   {
+    if (!codecs)
+      codecs.emplace();
     take(picture::drawState(out + "/" + output.file, images, order));
     part["picture"] = numberedName("p", nextPicture++, "svg");
     return;

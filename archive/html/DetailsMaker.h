@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace tarn::archive
@@ -39,7 +40,7 @@ private:
   std::string out;
   db::DBConnectorSql db{db::Missing::refuse};
   images::ImageFiles images;
-  picture::Codecs codecs;
+  std::optional<picture::Codecs> codecs; ///< once a picture is wanted
   std::uint64_t nextPicture = 0;
 };
 

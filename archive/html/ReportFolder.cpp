@@ -66,6 +66,7 @@ std::optional<std::vector<std::string>> namesIn(int folder)
   static_cast<void>(fd.release()); // the folder's
   std::vector<std::string> names;
   errno = 0;
+  // cppcheck-suppress readdirCalled ; one thread reads a directory stream, and the C library advises against readdir_r
   while (const dirent* entry = readdir(opened.get()))
     if (const std::string name = entry->d_name; name != "." && name != "..")
       names.push_back(name);

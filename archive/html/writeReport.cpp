@@ -34,8 +34,8 @@ class Report
 public:
   Report(const HtmlRequest& request, const std::vector<JournalIndex>& journals)
     : request(request), journals(journals), anonymity(request.anonymous),
-      seed(request.pictures.seed ? *request.pictures.seed : std::random_device()()),
-      sample(request.pictures.sample, seed), folder(request.folder)
+      seed(request.seed ? *request.seed : std::random_device()()), sample(request.pictures.sample, seed),
+      folder(request.folder)
   {
   }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "archive/html/PictureChoice.h"
 #include "archive/journal/JournalIndex.h"
 
 #include <cstdint>
@@ -10,22 +11,13 @@
 namespace tarn::archive
 {
 
-/// Of which inputs a report has pictures.
-struct PictureChoice
-{
-  bool all = false;
-  bool failures = true;              ///< those that were not converted whole
-  std::uint64_t sample = 0;          ///< so many of those that have outputs, drawn at random
-  std::optional<std::uint64_t> seed; ///< of the sample; drawn where it is missing
-  std::string text = "failures";     ///< as it was asked for
-};
-
 struct HtmlRequest
 {
   std::string out;    ///< the output folder, absolute
   std::string folder; ///< of the report, absolute
   PictureChoice pictures;
-  std::string imagesFolder; ///< where images are looked for besides the data repository; may be empty
+  std::optional<std::uint64_t> seed; ///< of the sample; drawn where it is missing
+  std::string imagesFolder;          ///< where images are looked for besides the data repository; may be empty
   bool anonymous = false;
 };
 

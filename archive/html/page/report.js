@@ -339,6 +339,8 @@ const report = (() => {
     show();
   }
 
+  addEventListener("load", () => { if (!totals) byId("result").textContent = "data/totals.js cannot be loaded."; });
+
   return {
     totals: (version, json) => { totals = JSON.parse(json); begin(); },
     rows: (place, json) => parts.set(place, JSON.parse(json)),
