@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every check: the tests under the sanitizers, the sample archive judged by
 # independent readers, system calls that fail, the same bytes from both compilers, runs and servers that are killed,
-# archives that are converted and interrupted, a cluster, an archive that takes what is sent, a minute of fuzzing for
-# each target, formatting and lint.
+# archives that are converted and interrupted, other users of the host, a cluster, an archive that takes what is sent, a
+# minute of fuzzing for each target, formatting and lint.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -48,6 +48,9 @@ step "Killed runs and servers"
 step "Archives, converted, interrupted and attacked"
 /usr/bin/python3 tests/archive/check_archive.py build/release
 /usr/bin/python3 tests/archive/check_archive.py build/release --mysql
+
+step "Other users of the host, and the network"
+/usr/bin/python3 tests/attacks/check_attacks.py build/release
 
 step "A cluster, and an archive that takes what is sent"
 /usr/bin/python3 tests/slurm/check_slurm.py build/release

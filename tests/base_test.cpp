@@ -50,6 +50,7 @@ TEST(PartFile, StepsAroundThatOfAnotherAndGoesUnlessKept)
   }
   EXPECT_EQ(namesIn(dir.path()).size(), 1U) << "only that of another is left";
   tarn::base::PartFile kept(target);
+  EXPECT_EQ(std::filesystem::status(kept.path()).permissions(), std::filesystem::perms(0600));
   EXPECT_TRUE(kept.write("kept", 4) && kept.keep());
   EXPECT_EQ(contents(target), "kept");
   EXPECT_EQ(contents(others), "another's");

@@ -1,0 +1,75 @@
+"""check_attacks.py BUILD [NAME...]: what other users of the host, the network and a file's maker try, and what becomes of it.
+
+Runs as root: the converter has one account, the attacker another (stage.py).
+"""
+import os
+import subprocess
+import sys
+
+from stage import ATTACKER, CONVERTER, STUDY, Stage, mode
+from hostile_files import EXPLICIT, element, figure, file, state
+
+OUTPUT = "PR.1.2.826.0.1.7770001.2.11.7.1.20.2"
+ATTACKS = {}
+
+
+def attack(function):
+    ATTACKS[function.__name__] = function
+    return function
+
+
+@attack
+def set_id_file_in_the_output_folder(stage):
+    """An attacker's file hands no bit down, and a state's preamble is no program of the copy."""
+    program = b"#!/bin/sh\nid\n".ljust(128, b"\n") + stage.state.read_bytes()[128:]
+    stage.state = stage.put("in/program", program, ATTACKER)
+    for bits in 0o4777, 0o2777, 0o666:
+        for name in OUTPUT, "program":
+            stage.put(f"out/{name}", b"", ATTACKER, bits)
+        status, said = stage.convert("-N", "-i")
+        yield f"the conversion goes on: {said}", status == 0
+        for name in OUTPUT, "program":
+            made = os.stat(stage.out / name)
+            yield f"{name} over {bits:o} has the mode {mode(stage.out / name):o}", mode(stage.out / name) == 0o644
+            yield f"{name} belongs to the converter", made.st_uid == CONVERTER
+        copy = (stage.out / "program").read_bytes()
+        yield "the copy's preamble is zeros", copy[:132] == bytes(128) + b"DICM"
+    (stage.out / OUTPUT).chmod(0o640)
+    good = (stage.out / OUTPUT).read_bytes()
+    stage.put(f"out/{OUTPUT}", good, ATTACKER, 0o666)
+    stage.convert("-N")
+    yield "the same bytes in the attacker's file are not taken for the output", (stage.out / OUTPUT).stat().st_uid == CONVERTER
+
+
+@attack
+def reading_what_is_private(stage):
+    """Nothing is readable for longer, or for more, than it is to be."""
+    stage.state.chmod(0o600)
+    stage.convert("-N", "-i")
+    yield "a copy is not wider than a private input", mode(stage.out / stage.state.name) == 0o600
+    calls = stage.folder / "home/calls"
+    stage.run("strace", "-f", "-e", "trace=openat", "-o", calls, "annomend", "-N", "-f", stage.state, "-o", f"{stage.out}/a-")
+    made = [line for line in calls.read_text().splitlines() if ".part" in line and "O_CREAT" in line]
+    yield "part files are made for their owner alone", made and all("0600" in line for line in made)
+    meta = stage.folder / f"archive/meta/{STUDY}/objectdb.meta"
+    stage.give(meta, CONVERTER, 0o600)
+    status, said = stage.run("tarnctl", "add-study", stage.folder / "archive/images")
+    yield f"objectdb.meta keeps its mode: {said}", status == 0 and mode(meta) == 0o600
+
+
+def main():
+    if os.geteuid() != 0:
+        sys.exit("check_attacks: only root has the accounts of attacker and converter; nothing was checked")
+    problems = 0
+    for name in sys.argv[2:] or ATTACKS:
+        with Stage(sys.argv[1]) as stage:
+            for fact, holds in ATTACKS[name](stage):
+                problems += not holds
+                if not holds:
+                    print(f"{name}: it does not hold that {fact}".rstrip())
+    print(f"{len(sys.argv[2:] or ATTACKS)} attacks, {problems} succeed")
+    return 1 if problems else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
