@@ -7,6 +7,7 @@
 #include "db/ObjCacheAccessor.h"
 #include "db/ObjectAccessor.h"
 #include "db/ReferenceAccessor.h"
+#include "db/Transaction.h"
 #include "tests/support/Environment.h"
 #include "tests/support/Files.h"
 #include "tests/support/MariaDbServer.h"
@@ -40,6 +41,43 @@ TEST(LostConnection, IsAnExceptionAndNeverRenewed)
   MariaDbServer::shared().run("KILL " + select(*db, "SELECT CONNECTION_ID()").at(0));
   EXPECT_THROW((void)db->objects().findObject("1", "f", record), DBException) << "the lock was lost unnoticed";
   EXPECT_THROW(db->references().addReference("1", "STUDYDIR", "x"), DBException);
+}
+
+/// Writes in a transaction and outside of one; what another session finds, or the failure.
+std::string writtenAndRead()
+try
+{
+  {
+    const auto db = DBConnectorSql::open(Missing::refuse);
+    db->createTables();
+    Transaction transaction(*db);
+    db->references().addReference("1", "STUDYDIR", "a");
+    transaction.commit();
+    db->references().addReference("1", "STUDYDIR", "b");
+  }
+  DBConnectorSql::open(Missing::refuse)->references().addReference("1", "STUDYDIR", "c");
+  std::string found;
+  for (const std::string& name : select(*DBConnectorSql::open(Missing::refuse), "SELECT NAME FROM object_references"))
+    found += name;
+  return found;
+}
+catch (const DBException& failure)
+{
+  return failure.what();
+}
+
+TEST(Session, StandsWhateverTheServerGivesOneByDefault)
+{
+  MariaDbServer server("--init-connect="); // whose settings nobody else has
+  server.run("CREATE USER plain@localhost; GRANT ALL ON `archive%`.* TO plain@localhost");
+  for (const std::string setting : {"init_connect='START TRANSACTION'", "completion_type=1", "completion_type=2",
+                                    "init_connect='SET SESSION TRANSACTION READ ONLY'", "sql_select_limit=1"})
+  {
+    const ScopedEnvironment database("TARN_DB_URL", replaced(server.createDatabase(), "root@", "plain@"));
+    server.run("SET GLOBAL " + setting);
+    EXPECT_EQ(writtenAndRead(), "abc") << setting;
+    server.run("SET GLOBAL init_connect='', GLOBAL completion_type=0, GLOBAL sql_select_limit=18446744073709551615");
+  }
 }
 
 /// Why a database cannot be opened, as it stands after its URL; empty where it can. "<given|shown>" is what of the URL
