@@ -2,9 +2,14 @@
 
 Runs as root: the converter has one account, the attacker another (stage.py).
 """
+import concurrent.futures
 import os
+import re
+import shutil
 import subprocess
 import sys
+import tempfile
+import time
 
 from rogue_server import RogueServer
 from stage import ATTACKER, CONVERTER, STUDY, Stage, mode
@@ -111,6 +116,48 @@ def listening_on_the_network(stage):
             stage.convert("-N", TARN_DB_URL=f"mysql://u@{host}:{server.port}/d")
         told = stage.logged().count(f"DBConnector: the connection to {host} is not encrypted")
         yield f"the log tells of {host} {lines} times: {stage.logged()}", told == lines
+
+
+@attack
+def lock_of_a_mount(stage):
+    """Whoever may read a mount may lock it: who wants it waits for half a minute, and says so."""
+    images = stage.folder / "archive/images"
+    image = next((images / STUDY).iterdir()).read_bytes().replace(STUDY.encode(), STUDY[:-2].encode() + b"21")
+    other = stage.put("archive/other/image", image)
+    mount = stage.folder / "archive/meta"
+    with concurrent.futures.ThreadPoolExecutor() as pool:
+        pool.submit(stage.run, "flock", mount, "sleep", 2, account=ATTACKER)
+        time.sleep(0.5)
+        status, said = stage.run("tarnctl", "add-study", other)
+        yield f"a short one is waited for: {said}", status == 0
+        holding = pool.submit(stage.run, "flock", mount, "sleep", 45, account=ATTACKER, seconds=60)
+        time.sleep(0.5)
+        shutil.rmtree(mount / (STUDY[:-2] + "21"))
+        runs = [pool.submit(stage.run, "tarnctl", *words, seconds=40)
+                for words in (("add-study", other), ("remove-study", STUDY))]
+        for run in runs:
+            status, said = run.result()
+            yield f"a long one is given up: {status} {said}", status == 1 and "see the log" in said
+        holding.result()
+    for line in ("creating resource 1.2.826.0.1.7770001.2.11.1.21 failed. Status code: 64",
+                 f"removing resource {STUDY} failed. Status code: 64"):
+        yield f"the log says '{line}': {stage.logged()}", line in stage.logged()
+
+
+@attack
+def power_cut_after_a_move(stage):
+    """What moves to another file system is on the disk before the original goes."""
+    with tempfile.TemporaryDirectory(dir="/dev/shm") as elsewhere:
+        stage.give(elsewhere, CONVERTER, 0o755)
+        stage.put(f"archive/meta/{STUDY}/order", "an order")
+        calls = stage.folder / "home/calls"
+        stage.run("strace", "-y", "-e", "trace=fsync,rename,unlink,unlinkat", "-o", calls, "tarnctl", "remove-study",
+                  STUDY, REPOSITORY_TEMPMETA=elsewhere)
+        made = calls.read_text()
+        steps = [re.search(step, made) for step in (r"fsync\(\d+<[^>]*/order.temp>\) += 0", r'rename\("[^"]*/order.temp"',
+                                                    rf"fsync\(\d+<{elsewhere}/{STUDY}>\) += 0", r'unlink\("[^"]*/order"')]
+        places = [step.start() if step else -1 for step in steps]
+        yield f"the steps come in order: {places} {made}", -1 not in places and places == sorted(places)
 
 
 def main():
