@@ -17,7 +17,12 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <regex>
+#include <thread>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace tarn::db
 {
@@ -196,6 +201,31 @@ TEST(DefaultDatabase, IsMadeByManyAtOnceAndLetsOneInAtATime)
   EXPECT_EQ(select(*db, "SELECT OBJECTCOUNT FROM studies"), Lines{"640"});
   EXPECT_EQ(namesIn(folder / ".local/state/annomend"),
             (Lines{"archive.db", "archive.db-lock", "archive.db-shm", "archive.db-wal"}));
+}
+
+TEST(ReadingAlone, NoticesThatTheFileChanges)
+{
+  if (geteuid() != 0)
+    GTEST_SKIP() << "permission bits hold for other accounts";
+  const TempDir folder;
+  chmod(folder.path().c_str(), 0755);
+  const ScopedEnvironment url("TARN_DB_URL", "sqlite:" + folder / "archive.db");
+  const auto addReference = [](const char* name)
+  {
+    const auto db = DBConnectorSql::open(Missing::create);
+    db->createTables();
+    db->references().addReference("1", "STUDYDIR", name);
+  };
+  addReference("a");
+  ASSERT_EQ(seteuid(65534), 0);
+  const auto reader = DBConnectorSql::open(Missing::refuse);
+  ASSERT_EQ(seteuid(0), 0);
+  const std::string query = "SELECT NAME FROM object_references";
+  EXPECT_EQ(select(*reader, query), Lines{"a"});
+  EXPECT_THROW(reader->tryLock("OBJCACHE_1"), DBException);
+  std::this_thread::sleep_for(std::chrono::milliseconds(20)); // the clock of files is a coarse one
+  addReference("b");
+  EXPECT_THROW(select(*reader, query), DBException);
 }
 
 TEST(DefaultDatabase, IsInMemoryWhereItCannotBe)

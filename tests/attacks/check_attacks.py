@@ -6,6 +6,7 @@ import concurrent.futures
 import os
 import re
 import shutil
+import sqlite3
 import subprocess
 import sys
 import tempfile
@@ -158,6 +159,88 @@ def power_cut_after_a_move(stage):
                                                     rf"fsync\(\d+<{elsewhere}/{STUDY}>\) += 0", r'unlink\("[^"]*/order"')]
         places = [step.start() if step else -1 for step in steps]
         yield f"the steps come in order: {places} {made}", -1 not in places and places == sorted(places)
+
+
+@attack
+def file_under_the_name_of_the_lock(stage):
+    """What stands under the lock's name of an embedded database is given to nobody, and refused unless it is a lock."""
+    lock, secret = stage.folder / "archive/archive.db-lock", stage.folder / "secret"
+    stage.give(stage.folder / "archive/archive.db", ATTACKER, 0o666)
+    def placed(kind):
+        secret.unlink(missing_ok=True)
+        stage.put("secret", "" if kind == "another name of an empty file" else "shadow", 0, 0o600)
+        lock.unlink(missing_ok=True)
+        if kind == "a link":
+            lock.symlink_to(secret)
+        elif kind == "another name of an empty file":
+            lock.hardlink_to(secret)
+        elif kind == "a FIFO":
+            stage.fifo(lock)
+        else:
+            secret.rename(lock)
+            return lock
+        return secret
+    for kind in "a link", "another name of an empty file", "a file that was moved", "a FIFO":
+        target = placed(kind)
+        status, said = stage.run("tarnctl", "clear-error", STUDY, account=0)
+        kept = os.stat(target)
+        yield f"{kind} is refused: {said}", status == 1 and f"cannot lock {lock}: " in said
+        yield f"{kind} gives nothing away", (kept.st_uid, kept.st_mode & 0o777) == (0, 0o600)
+    lock.unlink()
+    status, said = stage.run("tarnctl", "clear-error", STUDY, account=0)
+    yield f"a lock that was made has the rights of the database: {said}", (
+        status == 0 and (os.stat(lock).st_uid, mode(lock)) == (ATTACKER, 0o666))
+
+
+READ_ONLY = """mount --bind "$1" "$1" && mount -o remount,ro,bind "$1" && shift && exec "$@" """
+
+
+@attack
+def reading_the_database_alone(stage):
+    """Who may only read an embedded database converts with it, whatever its journal mode, and never with half of it."""
+    file = stage.folder / "archive/archive.db"
+    outputs = []
+    def converts(fact, words=("-N",), good=True, **options):
+        for left in stage.out.iterdir():
+            left.unlink()
+        status, said = stage.convert(*words, account=ATTACKER, TARN_LOG="none", seconds=20, **options)
+        made = [(path.name, path.read_bytes()) for path in sorted(stage.out.glob("PR.*"))]
+        outputs.append(made)
+        return f"{fact}: {status} {said}", (status == 0 and made == outputs[0] and "not found" not in said if good
+                                           else status != 0 or "may only be read" in said)
+    stage.convert()  # imports
+    yield converts("closed, in a folder that may not be written")
+    writer = sqlite3.connect(file)
+    writer.execute("CREATE TABLE log_is_needed (a)")
+    writer.commit()
+    yield converts("while another has it open")
+    copy = stage.make_folder("copy")
+    for part in file.parent.glob("archive.db*"):
+        shutil.copy(part, copy)
+    writer.close()
+    yield converts("without -N, where the study is there", ())
+    url = {"TARN_DB_URL": f"sqlite:{copy}/archive.db"}
+    yield converts("left behind by a killed process", **url)
+    (copy / "archive.db-shm").unlink()
+    yield converts("a log that cannot be read is not passed over", good=False, **url)
+    connection = sqlite3.connect(file)
+    connection.execute("DELETE FROM object_cache")
+    connection.commit()
+    connection.close()
+    start = time.monotonic()
+    yield converts("without -N and without the study it ends with a line", (), good=False)
+    yield "and at once", time.monotonic() - start < 5
+    words = ["unshare", "-m", "sh", "-c", READ_ONLY, "sh", str(file.parent), "setpriv", f"--reuid={CONVERTER}", "annomend"]
+    for journal in "wal", "delete":
+        connection = sqlite3.connect(file)
+        connection.execute(f"PRAGMA journal_mode={journal}")
+        connection.close()
+        yield converts(f"journal mode {journal}")
+        for left in stage.out.iterdir():
+            left.unlink()
+        status, said = stage.run(*words, "-N", "-f", stage.state, "-o", f"{stage.out}/", account=0, TARN_LOG="none")
+        made = [(path.name, path.read_bytes()) for path in sorted(stage.out.glob("PR.*"))]
+        yield f"on a read-only file system, {journal}: {said}", status == 0 and made == outputs[0]
 
 
 def main():
