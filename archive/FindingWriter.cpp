@@ -16,7 +16,7 @@ void FindingWriter::write(const FileFinding& finding)
     const Json json{
         {"file", readable(finding.file)}, {"code", finding.code}, {"level", finding.isNote ? "note" : "error"},
         {"clause", finding.clause},       {"at", finding.at},     {"text", readable(finding.text)}};
-    consoleOut() << json.dump() << '\n';
+    consoleOut() << shownJson(json.dump()) << '\n';
     return;
   }
   const std::string at = finding.at.empty() ? "" : finding.at + ": ";

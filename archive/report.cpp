@@ -108,14 +108,14 @@ void writeJson(const std::vector<JournalIndex>& journals)
   json["reasons"] = Json(totals.reasons);
   json["outputs"] = totals.outputs;
   json["bytes"] = totals.bytes;
-  consoleOut() << json.dump() << '\n';
+  consoleOut() << shownJson(json.dump()) << '\n';
 }
 
 /// RFC 4180
 std::string quoted(const std::string& text)
 {
   std::string result = "\"";
-  for (const char c : text)
+  for (const char c : base::printable(text))
     result.append(c == '"' ? 2 : 1, c);
   return result + '"';
 }

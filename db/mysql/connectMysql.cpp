@@ -1,8 +1,9 @@
 // How a server is connected to, and what it may ask of the client.
 #include "db/mysql/connectMysql.h"
 
-#include "base/IMException.h"
-#include "base/files.h"
+#include "base/environmentValue.h"
+
+#include <sys/stat.h>
 
 namespace tarn::db
 {
@@ -80,10 +81,19 @@ void requireTls(MYSQL* connection, const std::string& ca)
 void restrictMethods(MYSQL* /*connection*/, const MysqlAddress& /*address*/) {}
 #endif
 
+/// The library waits for a FIFO that stands where it expects a file.
+void requireFile(const std::string& path)
+{
+  struct stat status = {};
+  if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode))
+    throw DBException("cannot connect: " + base::printable(path) + " is no regular file");
+}
+
 /// Has the library read the account's option files, which it does when it connects, so that what is set afterwards
 /// holds: their settings take the place of those that were there before. Nothing can listen below a device.
 void readOptionFiles(MYSQL* connection, const MysqlAddress& address)
 {
+  requireFile(base::environmentValue("HOME") + "/.my.cnf");
   setOption(connection, MYSQL_READ_DEFAULT_GROUP, address.defaultsGroup.c_str());
   constexpr unsigned kUnused = 1; // a port on which nothing answers, where an option file prefers ports to sockets
   mysql_real_connect(connection, "localhost", "", "", nullptr, kUnused, "/dev/null/none", CLIENT_REMEMBER_OPTIONS);
@@ -96,14 +106,7 @@ void protect(MYSQL* connection, const MysqlAddress& address)
     return;
   if (!verifiesServer(connection))
     throw DBException("cannot connect: an option file turns the check of the server's certificate off");
-  try
-  {
-    const base::RegularFile ca(address.sslCa); // the library would wait for a FIFO
-  }
-  catch (const imutils::IMException& failure)
-  {
-    throw DBException("cannot connect: the file of ssl-ca cannot be read: " + std::string(failure.what()));
-  }
+  requireFile(address.sslCa);
   requireTls(connection, address.sslCa);
 }
 

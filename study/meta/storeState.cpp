@@ -39,8 +39,8 @@ std::string processMode()
 std::string forwardDevicesLine(db::DBConnector* db, utils::Logger& logger)
 {
   // A variable that is set to nothing is set: its empty name is what the database refuses.
-  const char* const targetTable = std::getenv("TARGETTBL");
-  const char* const serviceTable = std::getenv("DEVSERVTBL");
+  const char* const targetTable = secure_getenv("TARGETTBL");
+  const char* const serviceTable = secure_getenv("DEVSERVTBL");
   if (!targetTable || !serviceTable)
     throw IMException("Missing environment variables:  TARGETTBL, DEVSERVTBL");
   std::string names;

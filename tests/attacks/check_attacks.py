@@ -243,6 +243,118 @@ def reading_the_database_alone(stage):
         yield f"on a read-only file system, {journal}: {said}", status == 0 and made == outputs[0]
 
 
+def own_handler(stage):
+    """A folder as REPOSITORYHANDLER_HOME whose files may be exchanged."""
+    home = stage.folder / "handler"
+    for name in "lib/RepositoryHandler.so", "etc/repositories.conf":
+        (home / name).parent.mkdir(parents=True, exist_ok=True)
+    shutil.copy(stage.build / "lib/RepositoryHandler.so", home / "lib")
+    names = "".join(f"{name} = {stage.folder}/archive/{name}\n" for name in ("images", "meta", "tempmeta"))
+    (home / "etc/repositories.conf").write_text(names)
+    stage.env |= {"REPOSITORYHANDLER_HOME": str(home), "REPOSITORY_DICOM_DATA": "images", "REPOSITORY_META": "meta",
+                  "REPOSITORY_TEMPMETA": "tempmeta", "CONF": str(stage.make_folder("conf"))}
+    return home
+
+
+@attack
+def fifo_where_a_file_is_expected(stage):
+    """Nothing waits for a FIFO, whatever reads or writes under its name."""
+    home, archive, meta = own_handler(stage), stage.folder / "archive", stage.folder / f"archive/meta/{STUDY}"
+    stage.make_folder("fifos")
+    fifo, server = stage.folder / "fifos/fifo", "mysql://u@127.0.0.1:1/d"
+    add, convert = ("tarnctl", "add-study", archive / "images"), ("annomend", "-f", stage.state, "-o", f"{stage.out}/")
+    rows = [  # the FIFO, what is run, its variables
+        (home / "etc/repositories.conf", add, {}), (home / "lib/RepositoryHandler.so", add, {}),
+        (stage.folder / "conf/self.rec", add, {}), (archive / f"meta/.{STUDY}.lock", add, {}),
+        (meta / "objectdb.meta", add, {}), (archive / "archive.db-lock", add, {}), (archive / "archive.db", add, {}),
+        (archive / "archive.db-wal", add, {}), (archive / "archive.db-shm", add, {}),
+        (archive / "images" / STUDY / "fifo", add, {}), (archive / "images" / STUDY / "objectdb.meta", add, {}),
+        (fifo, convert, {"TARN_LOG": f"file:{fifo}"}), (fifo, convert, {"DCMDICTPATH": fifo}),
+        (fifo, convert, {"TARN_DB_URL": server, "TARN_DB_PASSWORD_FILE": fifo}),
+        (fifo, convert, {"TARN_DB_URL": f"{server}?ssl-ca={fifo}"}), (fifo, convert, {"TARN_DB_URL": f"sqlite:{fifo}"}),
+        (stage.folder / "home/.my.cnf", convert, {"TARN_DB_URL": server}), (stage.out / OUTPUT, convert, {}),
+        (fifo, ("annomend", "-f", fifo), {}), (fifo, ("annomend-archive", "check", fifo), {})]
+    for path, words, variables in rows:
+        shutil.rmtree(meta, ignore_errors=True)  # it is to be made
+        if path.parent == meta:
+            stage.make_folder(meta)
+        aside = stage.folder / "aside"
+        if existed := path.exists():
+            shutil.copy2(path, aside)
+        stage.fifo(path)
+        status, said = stage.run(*words, seconds=20, **variables)
+        yield f"{' '.join(map(str, words[:2]))} ends with a FIFO at {path.name} {variables}", status >= 0
+        path.unlink(missing_ok=True)
+        if existed:
+            shutil.copy2(aside, path)
+            stage.give(path, CONVERTER, 0o644)
+
+
+@attack
+def file_that_is_exchanged_in_time(stage):
+    """A FIFO that takes a file's place between the look at it and its opening is not waited for."""
+    own_handler(stage)
+    objects = shutil.copytree(stage.folder / "archive/images", stage.folder / "objects")
+    legacy = stage.folder / f"archive/images/{STUDY}/objectdb.meta"
+    (stage.folder / f"archive/meta/{STUDY}/objectdb.meta").rename(legacy)
+    shutil.rmtree(stage.folder / f"archive/meta/{STUDY}")
+    with concurrent.futures.ThreadPoolExecutor() as pool:
+        run = pool.submit(stage.run, "strace", "-o", stage.folder / "home/calls", "-P", legacy, "-e", "trace=openat", "-e",
+                          "inject=openat:delay_enter=2000000", "tarnctl", "add-study", objects)
+        time.sleep(1)
+        stage.fifo(legacy)
+        status, said = run.result()
+    yield f"the run ends: {said} {stage.logged()}", status == 1 and "Not a regular file" in stage.logged()
+    yield "the file was opened", "openat" in (stage.folder / "home/calls").read_text()
+
+
+PLANTED = '__attribute__((constructor)) static void planted(void) { fclose(fopen("%s", "w")); }'
+
+
+@attack
+def code_from_the_environment(stage):
+    """Neither a set-id program nor one that is started in an attacker's folder loads his library."""
+    planted = stage.make_folder("marks", ATTACKER, 0o777) / "planted"
+    lib = stage.make_folder("attacker/lib", ATTACKER)
+    subprocess.run(["cc", "-shared", "-fPIC", "-include", "stdio.h", "-x", "c", "-", "-o", lib / "RepositoryHandler.so"],
+                   input=(PLANTED % planted).encode(), check=True)
+    set_id = stage.make_folder("programs") / "annomend"
+    shutil.copy(stage.build / "bin/annomend", set_id)
+    stage.give(set_id, CONVERTER, 0o4755)
+    start = ("-f", stage.state, "-o", f"{stage.out}/")
+    stage.run(set_id, *start, account=ATTACKER, TARN_DB_URL=None, REPOSITORYHANDLER_HOME=lib.parent)
+    yield "a set-id program takes no library from who starts it", not planted.exists()
+    (stage.folder / "archive/archive.db").unlink()
+    stage.run("tarnctl", "init")
+    for words in ("annomend", *start), ("tarnctl", "add-study", stage.folder / "archive/images"):
+        stage.run(*words, cwd=lib.parent, REPOSITORYHANDLER_HOME=".")
+        yield f"{words[0]} does not look in the working directory", not planted.exists()
+    stage.run("tarnctl", "status", STUDY, REPOSITORYHANDLER_HOME=lib.parent)
+    yield "the library leaves its mark where it is loaded", planted.exists()
+
+
+HARM = {"an escape": b"\x1b]0;title\x07", "C1": "\x9b31m".encode(), "a single byte of C1": b"\x9b31m",
+        "an override": "\u202e".encode(), "an isolate": "\u2066".encode(), "a mark": "\u200f\u061c".encode()}
+
+
+@attack
+def text_that_acts_on_a_terminal(stage):
+    """Neither messages nor the log nor what -d and the archive's programs print hold a character that does."""
+    for fact, harm in HARM.items():
+        text = harm.decode("latin-1")
+        ruler = f"ruler_x 1 yellow 60 118 0 1 60 118 80 90 0|100 118 {text} 1"
+        state_file = stage.put(f"in/{fact}", file(state(study=STUDY, plugin_state=f"{text}{figure(f'CT.{text}.1', ruler)}")))
+        listed = stage.put(f"list/{fact}", file(state(study=f"1.2{text}", plugin_state=f"label{figure()}")))
+        stage.log.unlink(missing_ok=True)
+        archive = ("annomend-archive", "convert", "-N", "--dry-run", "--progress", "none", "-o", stage.folder / "none")
+        said = [stage.run(*words)[1].encode(errors="surrogateescape") for words in (
+            ("annomend", "-d", "-f", state_file, "-o", f"{stage.out}/"), (*archive, state_file, listed),
+            ("annomend-archive", "find", listed.parent), ("annomend-archive", "check", "--format", "json", state_file),
+            ("tarnctl", "add-study", state_file))]
+        yield f"{fact} is shown", all(harm not in part for part in (*said, stage.logged().encode(errors="surrogateescape")))
+        yield f"{fact}: -d prints what it read: {said[0]}", b"ruler_x 1 yellow" in said[0]
+
+
 def main():
     if os.geteuid() != 0:
         sys.exit("check_attacks: only root has the accounts of attacker and converter; nothing was checked")
