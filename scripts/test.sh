@@ -51,6 +51,7 @@ step "Archives, converted, interrupted and attacked"
 
 step "Other users of the host, and the network"
 /usr/bin/python3 tests/attacks/check_attacks.py build/release
+/usr/bin/python3 tests/rights/check_rights.py build/release
 
 step "A cluster, and an archive that takes what is sent"
 /usr/bin/python3 tests/slurm/check_slurm.py build/release
