@@ -60,7 +60,13 @@ class Host(Stage):
                        "meta directory": archive / "meta" / STUDY, "objectdb.meta": archive / f"meta/{STUDY}/objectdb.meta",
                        "storestate.rec": archive / f"meta/{STUDY}/storestate.rec",
                        "objects": archive / "images" / STUDY, "database": archive / "small/archive.db",
-                       "database's folder": archive / "small", "OUT": self.folder / "made"}
+                       "database's folder": archive / "small", "OUT": self.folder / "made",
+                       "input folder": archive / "alone", "each input": archive / "alone/state",
+                       "journal folder": self.folder / "made/journal",
+                       "journal": self.folder / "made/journal/1-of-1.jsonl", "study's folder": self.folder / "made" / STUDY,
+                       "output": self.folder / "made" / STUDY / "PR.1.2.826.0.1.7770001.2.11.7.1.20.14"}
+        (archive / "alone").mkdir()
+        shutil.copy(archive / "states/view-only.dcm", archive / "alone/state")
         self.sql("".join(f"CREATE TABLE saved.{table} LIKE archive.{table}; INSERT INTO saved.{table} SELECT * FROM "
                          f"archive.{table};" for table in TABLES))
         (archive / "small").mkdir()
@@ -153,6 +159,12 @@ def elsewhere(host):
     shutil.rmtree(host.place["meta directory"])
 
 
+def converted(host):
+    """An output folder of another account, with one output."""
+    subprocess.run([str(word).format(self=host) for word in (*RUN, "-N", VIEW)], env=host.env, check=True,
+                   capture_output=True)
+
+
 def no_tables(host):
     host.sql("".join(f"DROP TABLE archive.{table};" for table in TABLES))
 
@@ -165,6 +177,7 @@ def unknown(host):
 
 CONVERT = ("-f", "{self.state}", "-o", "{self.folder}/out/")
 RUN = ("annomend-archive", "convert", "--progress", "none", "-j", "1", "-o", "{self.folder}/made")
+VIEW = "{self.folder}/archive/states/view-only.dcm"
 STATES = "{self.folder}/archive/states/several-images.dcm"
 COMMANDS = {  # what is run, and what is done before
     "annomend -N": (("annomend", "-N", *CONVERT), imported),
@@ -180,6 +193,10 @@ COMMANDS = {  # what is run, and what is done before
     "tarnctl remove-study": (("tarnctl", "remove-study", STUDY), failed),
     "annomend-archive convert -N": ((*RUN, "-N", STATES), imported),
     "annomend-archive convert": ((*RUN, STATES), not_imported),
+    "annomend-archive find": (("annomend-archive", "find", "{self.folder}/archive/alone"), nothing),
+    "annomend-archive check": (("annomend-archive", "check", STATES), nothing),
+    "annomend-archive check --journal": (("annomend-archive", "check", "--journal", "{self.folder}/made"), converted),
+    "annomend-archive report": (("annomend-archive", "report", "{self.folder}/made"), converted),
     "annomend-archive convert --all-studies": ((*RUN, "--all-studies"), imported),
 }
 FILE_ROWS = {}
