@@ -12,6 +12,13 @@ from checking import sample_archive
 
 CONVERTER, ATTACKER = 20001, 20002  # accounts and their groups; they need no names
 STUDY = "1.2.826.0.1.7770001.2.11.1.20"
+ATTACKS = {}
+
+
+def attack(function):
+    """Adds to the attacks what gives facts, and whether they hold."""
+    ATTACKS[function.__name__] = function
+    return function
 
 
 class Stage:
