@@ -2,6 +2,7 @@
 #include "archive/FindingWriter.h"
 
 #include "archive/journal/JsonLine.h"
+#include "archive/journal/textJson.h"
 #include "base/Console.h"
 #include "base/text.h"
 
@@ -20,7 +21,7 @@ void FindingWriter::write(const FileFinding& finding)
     line.put("clause", finding.clause);
     line.put("at", finding.at);
     line.put("text", finding.text);
-    consoleOut() << line.finish() << '\n';
+    consoleOut() << shownJson(line.finish()) << '\n';
     return;
   }
   const std::string at = finding.at.empty() ? "" : finding.at + ": ";

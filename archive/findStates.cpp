@@ -5,6 +5,7 @@
 #include "archive/inputs/walkPaths.h"
 #include "archive/journal/inventory.h"
 #include "archive/run/exitStatus.h"
+#include "archive/journal/textJson.h"
 #include "base/Console.h"
 #include "base/PartFile.h"
 #include "base/files.h"
@@ -58,14 +59,14 @@ public:
 
   void write(const InventoryEntry& entry)
   {
-    block += toJson(entry) + '\n';
+    block += shownJson(toJson(entry)) + '\n';
     if (block.size() >= kBlock)
       flush();
   }
   void finish()
   {
     flush();
-    require(part ? part->sync() && part->keep() : static_cast<bool>(consoleOut().flush()));
+    require(part ? part->permitAsNew() && part->sync() && part->keep() : static_cast<bool>(consoleOut().flush()));
   }
 
 private:

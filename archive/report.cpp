@@ -45,7 +45,7 @@ void writeJson(const std::vector<JournalIndex>& journals, std::uint64_t damagedL
   json["outputs"] = totals.outputs;
   json["bytes"] = totals.bytes;
   json["damaged_lines"] = damagedLines;
-  consoleOut() << json.dump() << '\n';
+  consoleOut() << shownJson(json.dump()) << '\n';
 }
 
 void writeCsv(const std::vector<JournalIndex>& journals)

@@ -6,6 +6,8 @@
 #include <memory>
 #include <string>
 
+#include <sys/stat.h>
+
 #include <spdlog/logger.h>
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/null_sink.h>
@@ -23,6 +25,13 @@ namespace
 
 constexpr char kFilePrefix[] = "file:";
 
+/// Whether opening the file or writing to it may wait for somebody else.
+bool isWaitedFor(const std::string& path)
+{
+  struct stat status = {};
+  return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISCHR(status.st_mode);
+}
+
 /// Returns the sink of `destination`, or the system log where that cannot be opened: a log that cannot be written must
 /// not stop the work.
 std::shared_ptr<spdlog::sinks::sink> openSink(const std::string& destination)
@@ -33,7 +42,7 @@ std::shared_ptr<spdlog::sinks::sink> openSink(const std::string& destination)
     return std::make_shared<spdlog::sinks::null_sink_mt>();
   try
   {
-    if (base::startsWith(destination, kFilePrefix))
+    if (base::startsWith(destination, kFilePrefix) && !isWaitedFor(destination.substr(sizeof kFilePrefix - 1)))
       return std::make_shared<spdlog::sinks::basic_file_sink_mt>(destination.substr(sizeof kFilePrefix - 1));
   }
   catch (const std::exception&)

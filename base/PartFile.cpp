@@ -1,10 +1,15 @@
 // A file that is written beside its target and renamed when it is complete.
 #include "base/PartFile.h"
 
+#include "base/files.h"
+
 #include <cerrno>
 #include <chrono>
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
+#include <optional>
+#include <string_view>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -12,6 +17,56 @@
 
 namespace tarn::base
 {
+namespace
+{
+
+constexpr mode_t kReplacedBits = 0664; ///< what a replaced file may hand down
+constexpr mode_t kOwnerBits = 0600;    ///< what the owner always has
+
+std::string folderOf(const std::string& path)
+{
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
+/// The umask of the process, which the system tells only there without changing it.
+std::optional<mode_t> umaskOfProcess()
+{
+  constexpr std::string_view kLine = "\nUmask:\t";
+  try
+  {
+    const std::string status = fileContent("/proc/self/status").value_or("");
+    if (const std::size_t line = status.find(kLine); line != std::string::npos)
+      return static_cast<mode_t>(std::strtoul(status.c_str() + line + kLine.size(), nullptr, 8));
+  }
+  catch (const FileError&)
+  {
+    // Without it the file cannot be made.
+  }
+  return std::nullopt;
+}
+
+/// The permissions that the system gives a new file in `folder`, which depend on the umask or on the folder's default
+/// access control list: those of one without a name, where the file system makes such.
+std::optional<mode_t> modeOfNewFile(const std::string& folder)
+{
+  struct stat made = {};
+  const Fd fd(open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
+  if (fd && fstat(fd.get(), &made) == 0)
+    return made.st_mode & 0666U;
+  const std::optional<mode_t> umask = umaskOfProcess();
+  return umask ? std::optional<mode_t>(0666U & ~*umask) : std::nullopt;
+}
+
+/// `mode` without what `model` gives nobody but its owner. A file of another group than `model` gives its group what
+/// `model` gives to all.
+mode_t narrowed(mode_t mode, const struct stat& model, bool sameGroup)
+{
+  const mode_t forAll = model.st_mode & 0007U;
+  return mode & (kOwnerBits | (sameGroup ? model.st_mode & 0070U : forAll << 3U) | forAll);
+}
+
+} // namespace
 
 std::string partPathFor(const std::string& target, bool isTaken)
 {
@@ -29,7 +84,7 @@ PartFile::PartFile(const std::string& target) : target(target)
   for (int tried = 0; !fd && tried < kNamesTried && (tried == 0 || errno == EEXIST); ++tried)
   {
     partPath = partPathFor(target, tried > 0);
-    fd = Fd(open(partPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    fd = Fd(open(partPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
   }
   mustGo = good();
 }
@@ -45,9 +100,27 @@ bool PartFile::write(const char* bytes, std::size_t length) const
   return writeAll(fd, {bytes, length});
 }
 
-bool PartFile::setMode(mode_t mode) const
+bool PartFile::permitAsNew(const struct stat* source) const
 {
-  return fchmod(fd.get(), mode) == 0;
+  const std::optional<mode_t> mode = modeOfNewFile(folderOf(target));
+  return mode && setMode(*mode, source);
+}
+
+bool PartFile::permitLike(const struct stat& before, const struct stat* source) const
+{
+  struct stat own = {};
+  if (fstat(fd.get(), &own) != 0)
+    return false;
+  const bool sameGroup = before.st_gid == own.st_gid || fchown(fd.get(), static_cast<uid_t>(-1), before.st_gid) == 0;
+  return setMode(narrowed(before.st_mode & kReplacedBits, before, sameGroup), source);
+}
+
+bool PartFile::setMode(mode_t mode, const struct stat* source) const
+{
+  struct stat own = {};
+  if (fstat(fd.get(), &own) != 0)
+    return false;
+  return fchmod(fd.get(), source ? narrowed(mode, *source, source->st_gid == own.st_gid) : mode) == 0;
 }
 
 bool PartFile::sync() const

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string>
 
-#include <sys/types.h>
+#include <sys/stat.h>
 
 namespace tarn::base
 {
@@ -17,7 +17,8 @@ namespace tarn::base
 std::string partPathFor(const std::string& target, bool isTaken);
 
 /// A file that is written beside its target and takes the target's name when it is complete; unless it is kept, the
-/// destructor removes it. An operation that fails leaves its reason in errno.
+/// destructor removes it. Nobody but its owner may read it until it is permitted. An operation that fails leaves its
+/// reason in errno.
 class PartFile
 {
 public:
@@ -31,13 +32,21 @@ public:
   const std::string& path() const { return partPath; }
 
   [[nodiscard]] bool write(const char* bytes, std::size_t length) const;
-  [[nodiscard]] bool setMode(mode_t mode) const;
+  /// Gives it the permissions of a new file, as the umask and its folder say.
+  [[nodiscard]] bool permitAsNew(const struct stat* source = nullptr) const;
+  /// Gives it the permissions of the file `before`, which it replaces, and its group where the system lets it, but for
+  /// execution, set-id bits and writing by others.
+  [[nodiscard]] bool permitLike(const struct stat& before, const struct stat* source = nullptr) const;
+  // A copy of `source` gives nobody else what that does not give; null for what is no copy.
+
   /// Returns true when the bytes written so far are on the disk.
   [[nodiscard]] bool sync() const;
   /// Closes it and gives it the target's name, in place of what stands there.
   [[nodiscard]] bool keep();
 
 private:
+  bool setMode(mode_t mode, const struct stat* source) const;
+
   std::string target;
   std::string partPath;
   Fd fd;

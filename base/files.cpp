@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
 #include <libgen.h>
@@ -17,14 +18,20 @@ namespace tarn::base
 
 FileError::FileError(int code) : FileError(std::generic_category().message(code), code) {}
 
+/// Reads to the end: the size of what the system makes up, as below /proc, is 0.
 std::optional<std::string> fileContent(const std::string& path)
 {
-  const Fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const Fd fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!fd && (errno == ENOENT || errno == ENOTDIR))
     return std::nullopt;
+  struct stat status = {};
+  if (!fd || fstat(fd.get(), &status) != 0)
+    throw FileError(errno);
+  if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) // of a folder the read fails
+    throw FileError("Not a regular file", 0);
   std::string content;
   std::array<char, 4096> block{};
-  std::ptrdiff_t got = fd ? 1 : -1;
+  std::ptrdiff_t got = 1;
   while (got > 0)
   {
     got = readUpTo(fd, block.data(), block.size());
@@ -37,7 +44,6 @@ std::optional<std::string> fileContent(const std::string& path)
 
 RegularFile::RegularFile(const std::string& path) : fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC))
 {
-  struct stat status = {};
   if (!fd || fstat(fd.get(), &status) != 0)
     throw FileError(errno);
   if (!S_ISREG(status.st_mode))
@@ -65,6 +71,36 @@ void RegularFile::read(std::uint64_t offset, char* buffer, std::size_t length) c
     buffer += part;
     offset += part;
     length -= part;
+  }
+}
+
+Fd emptyFile(const std::string& path)
+{
+  constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+  Fd fd(open(path.c_str(), kFlags, 0666));
+  struct stat status = {};
+  if (!fd || fstat(fd.get(), &status) != 0)
+    return {};
+  errno = EINVAL;
+  return S_ISREG(status.st_mode) ? std::move(fd) : Fd();
+}
+
+void copyFile(const std::string& from, const std::string& to)
+{
+  const RegularFile source(from);
+  Fd target(open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+  if (!target)
+    throw FileError(errno);
+  try
+  {
+    if (!writeAll(target, source.content()) || fchmod(target.get(), source.status.st_mode & 0777U) != 0 ||
+        fsync(target.get()) != 0 || !target.close())
+      throw FileError(errno);
+  }
+  catch (...)
+  {
+    unlink(to.c_str());
+    throw;
   }
 }
 

@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include <sys/stat.h>
+
 namespace tarn::base
 {
 
@@ -22,11 +24,11 @@ public:
   const int code; ///< errno; 0 where the reason is not the system's
 };
 
-/// Returns the bytes of the file at `path`; nothing where there is no such file. Throws FileError where it cannot be
-/// read: part of a file is never taken for the whole.
+/// Returns the bytes of the regular file at `path`; nothing where there is no such file. Never waits for a FIFO or a
+/// device. Throws FileError where it cannot be read: part of a file is never taken for the whole.
 std::optional<std::string> fileContent(const std::string& path);
 
-/// A regular file that is open for reading, and its size in bytes when it was opened.
+/// A regular file that is open for reading, as it was when it was opened.
 struct RegularFile
 {
   /// Opens the file at `path` and follows links. Never waits for a FIFO or a device. Throws FileError.
@@ -39,8 +41,17 @@ struct RegularFile
   void read(std::uint64_t offset, char* buffer, std::size_t length) const;
 
   Fd fd;
-  std::uint64_t size = 0;
+  struct stat status = {};
+  std::uint64_t size = 0; ///< in bytes
 };
+
+/// Opens the file at `path` for writing, empty, and makes it where it is missing. None, with the reason in errno, where
+/// that fails, a link included, or something else than a regular file stands there, which is not waited for.
+Fd emptyFile(const std::string& path);
+
+/// Copies the regular file `from` to a new file `to`, which gets its permissions and is on the disk when the call
+/// returns. Throws FileError; nothing is left under `to` then, unless it stood there before.
+void copyFile(const std::string& from, const std::string& to);
 
 /// Returns the last part of `path` as basename(1) gives it: "." for an empty path, "/" for the root.
 std::string baseName(const std::string& path);

@@ -22,9 +22,16 @@ std::string joined(const Parts&... parts)
   return text.str();
 }
 
-/// Returns `text` with every control character as `\xNN` in hexadecimal: a value from a file never forges a second
-/// line.
-std::string printable(const std::string& text);
+/// Returns the bytes of the UTF-8 sequence (RFC 3629) that begins at `at`; 0 where none does.
+std::size_t utf8Length(std::string_view text, std::size_t at);
+
+/// Whether a UTF-8 sequence is a control character (C0, DEL, C1) or a mark that changes the direction of text.
+bool isControl(std::string_view sequence);
+
+/// Returns `text` with every control character, also one that is no UTF-8, and every mark of direction as `\xNN` in
+/// hexadecimal, but for the characters of `kept`: a value from a file never forges a second line, and never does
+/// anything to a terminal.
+std::string printable(const std::string& text, std::string_view kept = {});
 
 constexpr bool startsWith(std::string_view text, std::string_view start)
 {

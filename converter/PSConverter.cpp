@@ -103,7 +103,8 @@ bool PSConverter::loadInput()
   if (!inputFile.empty())
   {
     fileFormat = std::make_unique<DcmFileFormat>();
-    if (!isGood(tarn::dicom::loadFile(*fileFormat, inputFile), inputFile + kNotLoaded))
+    if (!isGood(tarn::dicom::loadFile(*fileFormat, inputFile, tarn::dicom::LongValues::inMemory, &inputStatus),
+                inputFile + kNotLoaded))
       return false;
   }
   if (fileFormat && fileFormat->getDataset())
@@ -187,7 +188,8 @@ void PSConverter::includeOriginal()
     outputList->push_back(fileFormat.release());
   }
   else if (names.takeOnce(name))
-    static_cast<void>(save(outputPrefix)); // an extra: a failure has been reported and does not undo the conversion
+    static_cast<void>(
+        save(outputPrefix, &inputStatus)); // an extra: a failure has been reported and does not undo the conversion
 }
 
 bool PSConverter::clean()

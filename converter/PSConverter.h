@@ -165,6 +165,7 @@ private:
   Account book;
   std::unique_ptr<ObjectInfo> image; ///< that the output is for
   std::uint64_t messagesAtStart = 0;
+  struct stat inputStatus = {}; ///< of the input file, as it was read
 };
 
 } // namespace impsconverter

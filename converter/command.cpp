@@ -2,6 +2,7 @@
 #include "converter/command.h"
 
 #include "base/Console.h"
+#include "base/PrintableStream.h"
 #include "base/report.h"
 #include "db/DBConnectorSql.h"
 #include "dicom/dictionary.h"
@@ -102,7 +103,9 @@ int runCommand(int argc, char** argv)
     return kFailure;
   }
   if (options.debug)
-    tarn::dicom::completeDictionary(); // a dump names every attribute
+    tarn::dicom::completeDictionary();                   // a dump names every attribute
+  tarn::base::PrintableStream shown(tarn::consoleOut()); // a dump shows what stands in the file
+  const tarn::ConsoleScope scope(shown, tarn::consoleError());
   tarn::db::DBConnectorSql db(tarn::db::Missing::refuse);
   PSConverter converter(db, options.inputFile, options.outputPrefix, options.flags, options.debug);
   const bool converted = converter.convert(options.touchObjectCache);

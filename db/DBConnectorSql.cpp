@@ -1,6 +1,7 @@
 // One connection to the database, on any backend.
 #include "db/DBConnectorSql.h"
 
+#include "base/IMLogger.h"
 #include "base/environmentValue.h"
 #include "db/DBException.h"
 #include "db/SqlSession.h"
@@ -39,6 +40,8 @@ void DBConnectorSql::connect()
   try
   {
     backend = url.empty() ? openSqlite(file, true) : openSession(url, missing);
+    if (const std::string exposure = backend->exposure(); !exposure.empty())
+      imutils::IMLogger("DBConnector").infoLog("%s", exposure.c_str());
     if (url.empty() || url == std::string(kSqliteScheme) + kSqliteInMemory) // nobody else makes its tables
       createTables(Tables::usable);
   }

@@ -35,6 +35,8 @@ public:
   virtual bool isInMemory() const = 0;
   /// Returns the statements that make the tables, each ended by a semicolon.
   virtual std::string_view schema() const = 0;
+  /// Returns what others could do with the connection, for the log; empty where it is safe.
+  virtual std::string exposure() const { return {}; }
 
   virtual ~SqlSession() = default;
 };

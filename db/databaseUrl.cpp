@@ -75,6 +75,14 @@ void parseHost(const std::string& text, MysqlAddress& address)
     address.port = portNumber(port.substr(1));
 }
 
+/// Without what ends it, a line feed, also after a carriage return.
+std::string firstLine(const std::string& text)
+{
+  const std::size_t end = text.find('\n');
+  const bool isDosLine = end != std::string::npos && end > 0 && text[end - 1] == '\r';
+  return text.substr(0, isDosLine ? end - 1 : end);
+}
+
 const Parameter* findParameter(const std::string& name)
 {
   for (const Parameter& parameter : kParameters)
@@ -154,10 +162,13 @@ MysqlAddress withPasswordFile(MysqlAddress address)
     return address;
   try
   {
-    if (const std::string content = base::fileContent(path).value_or(""); !content.empty())
-      address.password = content.substr(0, content.find('\n'));
+    const base::RegularFile file(path);
+    if ((file.status.st_mode & S_IRWXO) != 0)
+      throw DBException("the file that TARN_DB_PASSWORD_FILE names is open to other accounts");
+    if (const std::string content = file.content(); !content.empty())
+      address.password = firstLine(content);
   }
-  catch (const imutils::IMException&)
+  catch (const base::FileError&)
   {
     // Its reason is one of those that the message gives.
   }

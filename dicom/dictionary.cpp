@@ -9,6 +9,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
@@ -68,13 +69,21 @@ bool readText(const base::Fd& file, std::string& text)
   return got == 0;
 }
 
+bool isFifo(const base::Fd& file)
+{
+  struct stat status = {};
+  return file && fstat(file.get(), &status) == 0 && S_ISFIFO(status.st_mode);
+}
+
 /// Does not let the toolkit read the file itself, since it does not notice a read that fails in the midst of one.
 bool addFile(DcmDataDictionary& dictionary, const std::string& path, std::string& error)
 {
-  const base::Fd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const base::Fd file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   base::Fd memory;
   std::string text;
-  if (file && readText(file, text))
+  if (isFifo(file))
+    errno = ESPIPE; // nobody may be at its other end
+  else if (file && readText(file, text))
     memory = memoryFile(text + '\n'); // of an empty file the toolkit would look at a line that it never read
   if (!memory)
     error = "Data dictionary " + path + " could not be read: " + std::strerror(errno);
@@ -110,7 +119,7 @@ DcmDataDictionary& lockUnread(const std::string& paths, bool wasSet)
 
 bool setUpDictionary(std::string& error)
 {
-  const char* value = std::getenv(kPathVariable);
+  const char* value = secure_getenv(kPathVariable);
   const std::string paths = value ? value : "";
   DcmDataDictionary& dictionary = lockUnread(paths, value != nullptr);
   if (paths.empty())

@@ -69,12 +69,14 @@ OFCondition parse(DcmFileFormat& file, std::shared_ptr<const InputFile> source, 
 
 } // namespace
 
-OFCondition loadFile(DcmFileFormat& file, const std::string& path, LongValues longValues)
+OFCondition loadFile(DcmFileFormat& file, const std::string& path, LongValues longValues, struct stat* status)
 {
   const ReadLimits limits = ReadLimits::fromEnvironment();
   try
   {
     const auto source = std::make_shared<InputFile>(path);
+    if (status)
+      *status = source->status;
     const bool isWhole = longValues == LongValues::inMemory;
     if (isWhole && source->size > limits.fileBytes)
       return failure(

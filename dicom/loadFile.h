@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include <sys/stat.h>
+
 namespace tarn::dicom
 {
 
@@ -25,6 +27,9 @@ enum class LongValues
 ///
 /// With LongValues::inFile, values of more than 4096 bytes stay in the file, from where they are read when they are
 /// used: the file may have any size. The data dictionary is always completed.
-OFCondition loadFile(DcmFileFormat& file, const std::string& path, LongValues longValues = LongValues::inMemory);
+///
+/// `status` gets, unless it is null, what the system said of the file when it was opened.
+OFCondition loadFile(DcmFileFormat& file, const std::string& path, LongValues longValues = LongValues::inMemory,
+                     struct stat* status = nullptr);
 
 } // namespace tarn::dicom

@@ -10,7 +10,9 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -54,24 +56,25 @@ struct Target
   OFCondition condition;
 };
 
-/// Makes the part file ready to take the place of a file: gives it that file's permissions, and returns when it is on
-/// the disk. Where there is no file, an output can be made again and is not waited for.
-bool prepareToReplace(const Target& target, const base::PartFile& part)
+bool isLike(const struct stat& one, const struct stat& other)
 {
-  return !target.isFile() || (part.setMode(target.status.st_mode & 07777U) && part.sync());
+  return one.st_size == other.st_size && one.st_mode == other.st_mode && one.st_uid == other.st_uid &&
+         one.st_gid == other.st_gid;
 }
 
-/// Whether the target is a file of the same bytes. It then stays, with a new time, and the disk need not be waited for:
-/// a repeated conversion costs no more than the first. A file that cannot be compared is replaced.
+/// Whether the target is a file of this account with the permissions and the bytes of the part file. It then stays,
+/// with a new time, and the disk need not be waited for: a repeated conversion costs no more than the first. A file
+/// that cannot be compared is replaced, and so is one of another account, which might change it later.
 bool keepsTarget(const Target& target, const std::string& path, const base::PartFile& part)
 {
   struct stat written = {};
-  if (!target.isFile() || stat(part.path().c_str(), &written) != 0 || written.st_size != target.status.st_size)
+  if (!target.isFile() || stat(part.path().c_str(), &written) != 0 || !isLike(target.status, written))
     return false;
   try
   {
-    return base::fileContent(path) == base::fileContent(part.path()) &&
-           utimensat(AT_FDCWD, path.c_str(), nullptr, 0) == 0;
+    const base::RegularFile present(path);
+    return isLike(present.status, written) && present.content() == base::fileContent(part.path()) &&
+           futimens(present.fd.get(), nullptr) == 0;
   }
   catch (const base::FileError&)
   {
@@ -112,7 +115,7 @@ OFCondition encode(DcmFileFormat& file, const std::function<bool(const char*, st
   return status;
 }
 
-OFCondition saveFile(DcmFileFormat& file, const std::string& path)
+OFCondition saveFile(DcmFileFormat& file, const std::string& path, const struct stat* source)
 {
   const Target target(path);
   OFCondition status = target.checkReplaceable(path);
@@ -121,12 +124,22 @@ OFCondition saveFile(DcmFileFormat& file, const std::string& path)
   base::PartFile part(path);
   if (!part.good())
     return systemFailure();
-  status = encode(file, [&part](const char* bytes, std::size_t length) { return part.write(bytes, length); });
+  std::size_t preamble = source ? DCM_PreambleLen : 0; // bytes of it that are to come
+  const auto write = [&](const char* bytes, std::size_t length)
+  {
+    const std::size_t zeros = std::min(preamble, length);
+    preamble -= zeros;
+    return part.write(std::string(zeros, '\0').data(), zeros) && part.write(bytes + zeros, length - zeros);
+  };
+  status = encode(file, write);
   if (status.bad())
     return status;
+  const bool isOwn = target.isFile() && target.status.st_uid == geteuid();
+  if (!(isOwn ? part.permitLike(target.status, source) : part.permitAsNew(source)))
+    return systemFailure();
   if (keepsTarget(target, path, part))
     return EC_Normal;
-  return prepareToReplace(target, part) && part.keep() ? EC_Normal : systemFailure();
+  return (!target.isFile() || part.sync()) && part.keep() ? EC_Normal : systemFailure();
 }
 
 } // namespace tarn::dicom

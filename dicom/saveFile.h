@@ -7,6 +7,8 @@
 #include <functional>
 #include <string>
 
+#include <sys/stat.h>
+
 namespace tarn::dicom
 {
 
@@ -17,12 +19,16 @@ OFCondition encode(DcmFileFormat& file, const std::function<bool(const char*, st
 /// Saves as DcmFileFormat::saveFile does with its defaults (the dataset's own transfer syntax, undefined lengths, group
 /// lengths recalculated, new file meta information), but checks the result of every write.
 ///
-/// The file appears under `path` only when it is complete: it is written beside it as `.NAME.PID.part` and renamed.
-/// Where it replaces a file, it is on the disk before it does and takes over that file's permissions; a file of the
-/// same bytes stays and gets a new time. A FIFO or a symbolic link is itself replaced, neither waited for nor followed.
-/// A file that may not be written, a directory, a device and a socket are not replaced.
+/// The file appears under `path` only when it is complete: it is written beside it as `.NAME.PID.part`, which nobody
+/// else may read, and renamed. Where it replaces a file, it is on the disk before it does. A file of this account hands
+/// its permissions down (base::PartFile::permitLike()); with these and the same bytes it stays and gets a new time. A
+/// file of another account hands nothing down. A FIFO or a symbolic link is itself replaced, neither waited for nor
+/// followed. A file that may not be written, a directory, a device and a socket are not replaced.
+///
+/// `source` is the file of which this is a copy: no other account may do with the copy what it may not do with that,
+/// and the preamble (PS3.10 7.1), in which another format may begin, holds zeros.
 ///
 /// On failure nothing is left behind, what stood under `path` stands there still, and the condition's text says why.
-OFCondition saveFile(DcmFileFormat& file, const std::string& path);
+OFCondition saveFile(DcmFileFormat& file, const std::string& path, const struct stat* source = nullptr);
 
 } // namespace tarn::dicom

@@ -129,7 +129,7 @@ std::string linePath(const std::vector<Point>& points)
 {
   std::string path = "M" + svgPoint(points.front());
   for (std::size_t i = 1; i < points.size(); ++i)
-    path += "L" + svgPoint(points[i]);
+    path.append("L").append(svgPoint(points[i]));
   return path;
 }
 

@@ -56,7 +56,7 @@ bool PresentationState::clean()
   return true;
 }
 
-bool PresentationState::save(const std::string& directory)
+bool PresentationState::save(const std::string& directory, const struct stat* source)
 {
   clean();
   if (debug)
@@ -66,7 +66,7 @@ bool PresentationState::save(const std::string& directory)
     tarn::base::trace(" === END Result PS ", name, " ===");
     tarn::base::trace("Saving ", name);
   }
-  return isGood(tarn::dicom::saveFile(*fileFormat, directory + name),
+  return isGood(tarn::dicom::saveFile(*fileFormat, directory + name, source),
                 "Presentation State file " + name + " could not be saved: ");
 }
 

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every check: the tests under the sanitizers, the sample archive judged by
 # independent readers, system calls that fail, the same bytes from both compilers, runs and servers that are killed,
-# archives that are converted and interrupted, the report in a browser, a cluster, an archive that takes what is sent, a minute of fuzzing for
-# each target, formatting and lint.
+# archives that are converted and interrupted, pictures and the report in a browser, other users of the host, a cluster, an
+# archive that takes what is sent, a minute of fuzzing for each target, formatting and lint.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -54,6 +54,10 @@ step "Archives, converted, interrupted and attacked"
 
 step "The report in a browser"
 /usr/bin/python3 tests/html/check_html.py build/release
+
+step "Other users of the host, and the network"
+/usr/bin/python3 tests/attacks/check_attacks.py build/release
+/usr/bin/python3 tests/rights/check_rights.py build/release
 
 step "A cluster, and an archive that takes what is sent"
 /usr/bin/python3 tests/slurm/check_slurm.py build/release

@@ -21,6 +21,8 @@ IMException Config::unreadable(const std::string& reason) const
 Config::Version Config::currentVersion() const
 {
   struct stat status = {};
+  if (file.front() != '/')
+    throw unreadable("Not an absolute path");
   if (stat(file.c_str(), &status) != 0)
   {
     if (errno == ENOENT || errno == ENOTDIR)

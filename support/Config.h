@@ -18,6 +18,7 @@ namespace tarn::imutils
 class Config
 {
 public:
+  /// `file` is an absolute path, or cannot be read.
   explicit Config(std::string file) : file(std::move(file)) {}
   virtual ~Config() = default;
   Config(const Config&) = delete;

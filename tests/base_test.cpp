@@ -8,6 +8,8 @@
 #include "base/IMProperties.h"
 #include "base/IMSemaphore.h"
 #include "base/PartFile.h"
+#include "base/PrintableStream.h"
+#include "base/text.h"
 #include "base/urlDecode.h"
 
 #include <gmock/gmock.h>
@@ -39,6 +41,50 @@ TEST(Console, ScopesNestAndBelongToTheirThread)
   EXPECT_EQ(outer.out.str(), "flag true\n");
 }
 
+const std::tuple<const char*, std::string, std::string> kShown[] = {
+    {"a control character", "a\033[31m\x7f", "a\\x1B[31m\\x7F"},
+    {"letters", "\xc3\x9b \xe2\x82\xac \xf0\x9f\x98\x80 \xe9t\xe9", "\xc3\x9b \xe2\x82\xac \xf0\x9f\x98\x80 \xe9t\xe9"},
+    {"a C1 control",
+     "a\xc2\x9b"
+     "31m",
+     "a\\xC2\\x9B31m"},
+    {"one of a single byte",
+     "a\x9b"
+     "31m\xe2\x82",
+     "a\\x9B31m\xe2\\x82"},
+    {"no break space", "a\xc2\xa0z", "a\xc2\xa0z"},
+    {"an override", "a\xe2\x80\xaez", "a\\xE2\\x80\\xAEz"},
+    {"isolates", "\xe2\x81\xa6\xe2\x81\xa9", "\\xE2\\x81\\xA6\\xE2\\x81\\xA9"},
+    {"marks", "\xe2\x80\x8e\xe2\x80\x8f\xd8\x9c", "\\xE2\\x80\\x8E\\xE2\\x80\\x8F\\xD8\\x9C"},
+    {"their neighbours", "\xe2\x80\x8d\xe2\x80\xaf\xe2\x81\xaa\xd8\x9b",
+     "\xe2\x80\x8d\xe2\x80\xaf\xe2\x81\xaa\xd8\x9b"},
+};
+
+TEST(Printable, ShowsWhatActsOnATerminal)
+{
+  for (const auto& [fact, text, shown] : kShown)
+  {
+    EXPECT_EQ(tarn::base::printable(text), shown) << fact;
+    std::ostringstream target;
+    {
+      tarn::base::PrintableStream stream(target);
+      for (const char c : text)
+        stream << c << std::string();
+      stream << "\n\tnext" << std::flush << '\r';
+      EXPECT_EQ(target.str(), shown + "\n\tnext") << fact;
+    }
+    EXPECT_EQ(target.str(), shown + "\n\tnext\\x0D") << fact;
+  }
+}
+
+TEST(Printable, TellsThatTheTargetFails)
+{
+  std::ostringstream target;
+  tarn::base::PrintableStream stream(target);
+  target.setstate(std::ios::badbit);
+  EXPECT_FALSE(stream << "text" << std::flush);
+}
+
 TEST(PartFile, StepsAroundThatOfAnotherAndGoesUnlessKept)
 {
   const TempDir dir;
@@ -50,6 +96,7 @@ TEST(PartFile, StepsAroundThatOfAnotherAndGoesUnlessKept)
   }
   EXPECT_EQ(namesIn(dir.path()).size(), 1U) << "only that of another is left";
   tarn::base::PartFile kept(target);
+  EXPECT_EQ(std::filesystem::status(kept.path()).permissions(), std::filesystem::perms(0600));
   EXPECT_TRUE(kept.write("kept", 4) && kept.keep());
   EXPECT_EQ(contents(target), "kept");
   EXPECT_EQ(contents(others), "another's");

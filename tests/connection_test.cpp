@@ -7,6 +7,7 @@
 #include "db/ObjCacheAccessor.h"
 #include "db/ObjectAccessor.h"
 #include "db/ReferenceAccessor.h"
+#include "db/Transaction.h"
 #include "tests/support/Environment.h"
 #include "tests/support/Files.h"
 #include "tests/support/MariaDbServer.h"
@@ -16,7 +17,12 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <regex>
+#include <thread>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace tarn::db
 {
@@ -24,6 +30,7 @@ namespace
 {
 
 using imutils::IMSemaphoreGlobal;
+using namespace std::string_literals;
 using Lines = std::vector<std::string>;
 
 TEST(LostConnection, IsAnExceptionAndNeverRenewed)
@@ -40,6 +47,43 @@ TEST(LostConnection, IsAnExceptionAndNeverRenewed)
   MariaDbServer::shared().run("KILL " + select(*db, "SELECT CONNECTION_ID()").at(0));
   EXPECT_THROW((void)db->objects().findObject("1", "f", record), DBException) << "the lock was lost unnoticed";
   EXPECT_THROW(db->references().addReference("1", "STUDYDIR", "x"), DBException);
+}
+
+/// Writes in a transaction and outside of one; what another session finds, or the failure.
+std::string writtenAndRead()
+try
+{
+  {
+    const auto db = DBConnectorSql::open(Missing::refuse);
+    db->createTables();
+    Transaction transaction(*db);
+    db->references().addReference("1", "STUDYDIR", "a");
+    transaction.commit();
+    db->references().addReference("1", "STUDYDIR", "b");
+  }
+  DBConnectorSql::open(Missing::refuse)->references().addReference("1", "STUDYDIR", "c");
+  std::string found;
+  for (const std::string& name : select(*DBConnectorSql::open(Missing::refuse), "SELECT NAME FROM object_references"))
+    found += name;
+  return found;
+}
+catch (const DBException& failure)
+{
+  return failure.what();
+}
+
+TEST(Session, StandsWhateverTheServerGivesOneByDefault)
+{
+  MariaDbServer server("--init-connect="); // whose settings nobody else has
+  server.run("CREATE USER plain@localhost; GRANT ALL ON `archive%`.* TO plain@localhost");
+  for (const std::string setting : {"init_connect='START TRANSACTION'", "completion_type=1", "completion_type=2",
+                                    "init_connect='SET SESSION TRANSACTION READ ONLY'", "sql_select_limit=1"})
+  {
+    const ScopedEnvironment database("TARN_DB_URL", replaced(server.createDatabase(), "root@", "plain@"));
+    server.run("SET GLOBAL " + setting);
+    EXPECT_EQ(writtenAndRead(), "abc") << setting;
+    server.run("SET GLOBAL init_connect='', GLOBAL completion_type=0, GLOBAL sql_select_limit=18446744073709551615");
+  }
 }
 
 /// Why a database cannot be opened, as it stands after its URL; empty where it can. "<given|shown>" is what of the URL
@@ -96,15 +140,23 @@ TEST(DatabaseUrl, TakesThePasswordFromWhereItIsKept)
 {
   const TempDir folder;
   put(folder / ".my.cnf", "[annomend]\npassword=s/e:c@r%t\n[other]\npassword=wrong-secret\n");
-  put(folder / "password", "s/e:c@r%t\n");
-  put(folder / "empty", "");
+  for (const char* name : {"empty", "password", "dos", "unended", "of all"})
+    put(folder / name, name == "empty"s ? ""
+                                        : "s/e:c@r%t"s + (name == "dos"s       ? "\r\nmore"
+                                                          : name == "unended"s ? ""
+                                                                               : "\n"));
+  for (const char* name : {"empty", "password", "dos", "unended"})
+    chmod((folder / name).c_str(), 0640);
   MariaDbServer::shared().run("CREATE OR REPLACE USER 'a b'@localhost IDENTIFIED BY 's/e:c@r%t'");
   const std::string place = "@localhost/information_schema?socket=" + MariaDbServer::shared().socket();
   const std::string name = "mysql://a%20b" + place;
   const std::string denied = "cannot connect: Access denied for user 'a b'@'localhost' (using password: ";
   EXPECT_EQ(refusalOf("mysql://a%20b:s%2Fe%3Ac%40r%25t" + place), "");
   EXPECT_EQ(refusalOf(name, folder / ""), "");
-  EXPECT_EQ(refusalOf(name, "/", folder / "password"), "");
+  for (const char* file : {"password", "dos", "unended"})
+    EXPECT_EQ(refusalOf(name, "/", folder / file), "") << file;
+  EXPECT_EQ(refusalOf(name, "/", folder / "of all"),
+            "the file that TARN_DB_PASSWORD_FILE names is open to other accounts");
   EXPECT_EQ(refusalOf(name), denied + "NO)");
   EXPECT_EQ(refusalOf(name + "&defaults-group=other", folder / ""), denied + "YES)");
   EXPECT_EQ(refusalOf("mysql://a%20b<:wrong-secret|>" + place, "/", folder / "password"), denied + "YES)");
@@ -158,6 +210,31 @@ TEST(DefaultDatabase, IsMadeByManyAtOnceAndLetsOneInAtATime)
   EXPECT_EQ(select(*db, "SELECT OBJECTCOUNT FROM studies"), Lines{"640"});
   EXPECT_EQ(namesIn(folder / ".local/state/annomend"),
             (Lines{"archive.db", "archive.db-lock", "archive.db-shm", "archive.db-wal"}));
+}
+
+TEST(ReadingAlone, NoticesThatTheFileChanges)
+{
+  if (geteuid() != 0)
+    GTEST_SKIP() << "permission bits hold for other accounts";
+  const TempDir folder;
+  chmod(folder.path().c_str(), 0755);
+  const ScopedEnvironment url("TARN_DB_URL", "sqlite:" + folder / "archive.db");
+  const auto addReference = [](const char* name)
+  {
+    const auto db = DBConnectorSql::open(Missing::create);
+    db->createTables();
+    db->references().addReference("1", "STUDYDIR", name);
+  };
+  addReference("a");
+  ASSERT_EQ(seteuid(65534), 0);
+  const auto reader = DBConnectorSql::open(Missing::refuse);
+  ASSERT_EQ(seteuid(0), 0);
+  const std::string query = "SELECT NAME FROM object_references";
+  EXPECT_EQ(select(*reader, query), Lines{"a"});
+  EXPECT_THROW(reader->tryLock("OBJCACHE_1"), DBException);
+  std::this_thread::sleep_for(std::chrono::milliseconds(20)); // the clock of files is a coarse one
+  addReference("b");
+  EXPECT_THROW(select(*reader, query), DBException);
 }
 
 TEST(DefaultDatabase, IsInMemoryWhereItCannotBe)

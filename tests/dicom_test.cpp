@@ -88,6 +88,66 @@ TEST(FileWriter, WhatIsReadOnlyStays)
   chmod(closed.c_str(), 0755);
 }
 
+struct ModeRow
+{
+  const char* fact;
+  mode_t before, after, source = 0; ///< what stands there, what comes, and of what that is a copy; 0: nothing
+  bool isForeign = false;
+};
+
+const ModeRow kModeRows[] = {
+    {"a new file has what the umask leaves", 0, 0640},
+    {"permissions are handed down", 0600, 0600},
+    {"those of the group too", 0664, 0664},
+    {"writing by all is not", 0666, 0664},
+    {"neither execution nor a set-id bit is", 06755, 0644},
+    {"nor is the sticky bit", 01777, 0664},
+    {"what another account placed hands nothing down", 06777, 0640, 0, true},
+    {"nor does it narrow", 0600, 0640, 0, true},
+    {"a copy is as private as its source", 0, 0600, 0600},
+    {"its owner may write it", 0, 0640, 0444},
+    {"over an older copy", 0664, 0640, 0640},
+};
+
+TEST(FileWriter, PermissionsComeFromWhatWasThereAndFromTheSource)
+{
+  if (geteuid() != 0)
+    GTEST_SKIP() << "only root makes files of another account";
+  const mode_t umaskBefore = umask(027);
+  for (const ModeRow& row : kModeRows)
+    for (const std::size_t length : {10U, 11U}) // the same bytes, and others
+    {
+      SCOPED_TRACE(row.fact + " "s + std::to_string(length));
+      const TempDir dir;
+      const std::string path = dir / "file";
+      struct stat source = {}, saved = {};
+      stat(dir.path().c_str(), &source);
+      source.st_mode = S_IFREG | row.source;
+      ASSERT_TRUE(row.before == 0 ||
+                  (saveFile(*makeState(10), path).good() && chown(path.c_str(), row.isForeign ? 65534 : 0, 0) == 0 &&
+                   chmod(path.c_str(), row.before) == 0));
+      EXPECT_STREQ(saveFile(*makeState(length), path, row.source == 0 ? nullptr : &source).text(), "Normal");
+      ASSERT_EQ(stat(path.c_str(), &saved), 0);
+      EXPECT_EQ(saved.st_mode & 07777U, row.after);
+      EXPECT_EQ(saved.st_uid, 0U) << "its owner could change it";
+    }
+  umask(umaskBefore);
+}
+
+TEST(FileWriter, ACopyTakesNoPreambleOver)
+{
+  const TempDir dir;
+  const std::string input = dir / "input", output = dir / "output";
+  ASSERT_TRUE(makeState(10)->saveFile(input.c_str(), EXS_LittleEndianExplicit).good());
+  const std::string plain = contents(input);
+  put(input, "#!/bin/sh\n" + plain.substr(10));
+  DcmFileFormat file;
+  struct stat source = {};
+  ASSERT_TRUE(loadFile(file, input, LongValues::inMemory, &source).good());
+  ASSERT_TRUE(saveFile(file, output, &source).good());
+  EXPECT_TRUE(contents(output) == plain);
+}
+
 TEST(FileWriter, TheLongestNameFits)
 {
   const TempDir dir;

@@ -84,8 +84,27 @@ TEST_F(Repositories, BothFormsTellThatTheLibraryIsAbsent)
   const LogFile ofClass;
   EXPECT_EQ(Iface::createDirectory("meta", "s", nullptr, nullptr, false, true, nullptr), nullptr);
   EXPECT_EQ(ofClass.lines(), kError + "EXCEPTION: dlopen error: " + absent + kInfo + "error: not " + call);
-  EXPECT_NE(contents(kProcessList).find("PID"), std::string::npos);
+  const auto isPrivateList = []
+  {
+    const auto status = fs::symlink_status(kProcessList);
+    const bool isPrivate = fs::is_regular_file(status) && status.permissions() == fs::perms(0600);
+    return fs::exists(status) && isPrivate && contents(kProcessList).find("PID") != std::string::npos;
+  };
+  EXPECT_TRUE(isPrivateList());
+  put(home / "victim", "whole");
   fs::remove(kProcessList);
+  fs::create_symlink(home / "victim", kProcessList);
+  Iface::init();
+  EXPECT_TRUE(isPrivateList());
+  EXPECT_EQ(contents(home / "victim"), "whole");
+  fs::remove(kProcessList);
+  const LogFile ofRelative;
+  {
+    const ScopedEnvironment relative("REPOSITORYHANDLER_HOME", fs::relative(home.path()).c_str());
+    EXPECT_EQ(getRepositoryStatus("meta", nullptr), -1);
+  }
+  EXPECT_EQ(ofRelative.lines(), kError + "dlopen error: " + fs::relative(home.path()).string() +
+                                    "/lib/RepositoryHandler.so: REPOSITORYHANDLER_HOME is no absolute path\n");
   nowhere.reset();
   std::list<std::string> locations;
   EXPECT_EQ(Iface::getLocations("meta", "s", locations, false, false, nullptr), kMissing) << "found at the next call";

@@ -50,4 +50,12 @@ TEST(HostRecord, FollowsItsFile)
   }
 }
 
+TEST(HostRecord, IsNotLookedForInTheWorkingDirectory)
+{
+  const TempDir folder;
+  put(folder / "self.rec", "Origin=yes\n");
+  tarn::imutils::Config record(std::filesystem::relative(folder / "self.rec"));
+  EXPECT_THROW(record.check(), tarn::imutils::IMException);
+}
+
 } // namespace

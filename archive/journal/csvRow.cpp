@@ -10,7 +10,7 @@ namespace tarn::archive
 namespace
 {
 
-constexpr std::string_view kFormulaStarts = "=+-@\t\r'";
+constexpr std::string_view kFormulaStarts = "=+-@\t'";
 
 std::uint64_t linesOf(const Record& record, std::uint64_t Tally::*count)
 {
@@ -27,7 +27,7 @@ std::string csvCell(const std::string& text)
   std::string quoted = "\"";
   if (!text.empty() && kFormulaStarts.find(text.front()) != std::string_view::npos)
     quoted += '\'';
-  for (const char c : text)
+  for (const char c : base::printable(text, "\n\t"))
     quoted.append(c == '"' ? 2 : 1, c);
   return quoted + '"';
 }

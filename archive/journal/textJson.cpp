@@ -12,38 +12,22 @@ namespace
 
 constexpr char kHex[] = "0123456789ABCDEF";
 
-/// Bytes of the UTF-8 sequence (RFC 3629) that begins at `at`; 0 where none does.
-std::size_t sequenceLength(std::string_view text, std::size_t at)
-{
-  const auto byte = [&](std::size_t i) -> unsigned
-  { return at + i < text.size() ? static_cast<unsigned char>(text[at + i]) : 0U; };
-  const auto follows = [&](std::size_t i) { return (byte(i) & 0xC0U) == 0x80U; };
-  const unsigned first = byte(0);
-  if (first < 0x80)
-    return 1;
-  if (first >= 0xC2 && first <= 0xDF)
-    return follows(1) ? 2 : 0;
-  if (first >= 0xE0 && first <= 0xEF)
-  {
-    const bool overlong = first == 0xE0 && byte(1) < 0xA0;
-    const bool surrogate = first == 0xED && byte(1) > 0x9F;
-    return follows(1) && follows(2) && !overlong && !surrogate ? 3 : 0;
-  }
-  if (first >= 0xF0 && first <= 0xF4)
-  {
-    const bool overlong = first == 0xF0 && byte(1) < 0x90;
-    const bool beyond = first == 0xF4 && byte(1) > 0x8F;
-    return follows(1) && follows(2) && follows(3) && !overlong && !beyond ? 4 : 0;
-  }
-  return 0;
-}
-
 std::string inHex(std::string_view bytes)
 {
   std::string digits;
   for (const char c : bytes)
     digits.append(1, kHex[static_cast<unsigned char>(c) >> 4U]).append(1, kHex[static_cast<unsigned char>(c) & 0xFU]);
   return digits;
+}
+
+/// Four digits for a sequence of two or three bytes.
+std::string codeUnitInHex(std::string_view sequence)
+{
+  unsigned unit = static_cast<unsigned char>(sequence[0]) & (sequence.size() == 2 ? 0x1FU : 0x0FU);
+  for (const char c : sequence.substr(1))
+    unit = unit << 6U | (static_cast<unsigned char>(c) & 0x3FU);
+  const char bytes[] = {static_cast<char>(unit >> 8U), static_cast<char>(unit & 0xFFU)};
+  return inHex({bytes, sizeof bytes});
 }
 
 } // namespace
@@ -62,12 +46,29 @@ std::string readable(std::string_view bytes)
   text.reserve(bytes.size());
   for (std::size_t at = 0; at < bytes.size();)
   {
-    const std::size_t length = sequenceLength(bytes, at);
+    const std::size_t length = base::utf8Length(bytes, at);
     if (length == 0)
       text.append("\\x").append(inHex(bytes.substr(at, 1)));
     else
       text.append(bytes, at, length);
     at += std::max<std::size_t>(length, 1);
+  }
+  return text;
+}
+
+std::string shownJson(const std::string& json)
+{
+  std::string text;
+  text.reserve(json.size());
+  for (std::size_t at = 0; at < json.size();)
+  {
+    const std::size_t length = std::max<std::size_t>(base::utf8Length(json, at), 1);
+    const std::string_view sequence = std::string_view(json).substr(at, length);
+    if (length > 1 && base::isControl(sequence))
+      text.append("\\u").append(codeUnitInHex(sequence));
+    else
+      text += sequence;
+    at += length;
   }
   return text;
 }

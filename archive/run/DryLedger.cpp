@@ -2,6 +2,7 @@
 #include "archive/run/DryLedger.h"
 
 #include "archive/run/StoreError.h"
+#include "archive/journal/textJson.h"
 #include "base/Console.h"
 
 #include <cerrno>
@@ -14,7 +15,7 @@ std::optional<Outcome> DryLedger::accept(Record record, const std::vector<std::s
 {
   if (!seen.insert(std::hash<std::string>()(record.input)).second)
     return std::nullopt;
-  consoleOut() << toJson(record) << '\n';
+  consoleOut() << shownJson(toJson(record)) << '\n';
   return record.outcome;
 }
 

@@ -1,8 +1,7 @@
-// The backend for a server: how it is connected to.
-#include "db/mysql/mysqlHandles.h"
-#include "db/mysql/MysqlStatement.h"
+// The backend for a server: one session.
 #include "db/SqlSession.h"
-#include "db/mysql/mysqlModule.h"
+#include "db/mysql/MysqlStatement.h"
+#include "db/mysql/connectMysql.h"
 #include "mysqlSchema.h"
 
 #include <utility>
@@ -12,12 +11,15 @@ namespace tarn::db
 namespace
 {
 
-constexpr unsigned kConnectSeconds = 10;
-constexpr unsigned kAnswerSeconds = 120; // above the time that the server itself waits for a locked row (50 s)
-
-// latin1 lets every byte through as it is, and takes blanks after a number as the embedded database does.
-constexpr char kSessionSettings[] = "SET NAMES latin1, SESSION sql_mode='STRICT_ALL_TABLES,NO_ENGINE_SUBSTITUTION', "
-                                    "SESSION time_zone='+00:00', SESSION autocommit=1";
+// What the session stands on, whatever the server gives one by default. latin1 lets every byte through as it is, and
+// takes blanks after a number as the embedded database does. A transaction that the server's init_connect began would
+// take all statements back at the end; a completion type other than 0 would begin another or end the connection.
+constexpr const char* kSessionSettings[] = {
+    "SET NAMES latin1, SESSION sql_mode='STRICT_ALL_TABLES,NO_ENGINE_SUBSTITUTION', SESSION time_zone='+00:00', "
+    "SESSION completion_type=0, SESSION sql_select_limit=18446744073709551615, SESSION autocommit=1",
+    "ROLLBACK",
+    "SET SESSION TRANSACTION ISOLATION LEVEL REPEATABLE READ, READ WRITE",
+};
 
 // The server takes names of up to 64 characters, and a SHA-256 in hexadecimal has just these.
 constexpr char kTakeLock[] = "SELECT GET_LOCK(IF(LENGTH(?)<=64,?,SHA2(?,256)),0)";
@@ -58,7 +60,10 @@ struct MysqlLock
 class MysqlSession : public SqlSession
 {
 public:
-  explicit MysqlSession(MysqlConnection connection) : connection(std::move(connection)) {}
+  MysqlSession(MysqlConnection connection, std::string exposure)
+    : connection(std::move(connection)), exposed(std::move(exposure))
+  {
+  }
 
   std::unique_ptr<SqlStatement> prepare(const std::string& sql) override
   {
@@ -84,81 +89,21 @@ public:
   }
   bool isInMemory() const override { return false; }
   std::string_view schema() const override { return kMysqlSchema; }
+  std::string exposure() const override { return exposed; }
 
 private:
   MysqlConnection connection;
+  const std::string exposed;
 };
-
-void setOption(MYSQL* connection, mysql_option option, const void* value)
-{
-  checkMysql(mysql_options(connection, option, value), "cannot set an option", connection);
-}
-
-void requireTls(MYSQL* connection, const std::string& ca)
-{
-  setOption(connection, MYSQL_OPT_SSL_CA, ca.c_str());
-#ifdef LIBMARIADB
-  const MysqlFlag on = 1;
-  setOption(connection, MYSQL_OPT_SSL_ENFORCE, &on);
-  setOption(connection, MYSQL_OPT_SSL_VERIFY_SERVER_CERT, &on);
-#else
-  const unsigned mode = SSL_MODE_VERIFY_IDENTITY;
-  setOption(connection, MYSQL_OPT_SSL_MODE, &mode);
-#endif
-}
-
-void setOptions(MYSQL* connection, const MysqlAddress& address)
-{
-  setOption(connection, MYSQL_READ_DEFAULT_GROUP, address.defaultsGroup.c_str());
-  setOption(connection, MYSQL_OPT_CONNECT_TIMEOUT, &kConnectSeconds);
-  setOption(connection, MYSQL_OPT_READ_TIMEOUT, &kAnswerSeconds);
-  setOption(connection, MYSQL_OPT_WRITE_TIMEOUT, &kAnswerSeconds);
-  if (address.port != 0 && address.socket.empty())
-  {
-    const unsigned protocol = MYSQL_PROTOCOL_TCP;
-    setOption(connection, MYSQL_OPT_PROTOCOL, &protocol);
-  }
-  if (!address.sslCa.empty())
-    requireTls(connection, address.sslCa);
-}
-
-const char* orNull(const std::string& text)
-{
-  return text.empty() ? nullptr : text.c_str();
-}
-
-void connect(MYSQL* connection, const MysqlAddress& address)
-{
-  const char* host = address.socket.empty() ? address.host.c_str() : "localhost";
-  const char* password = address.password ? address.password->c_str() : nullptr;
-  const bool connected = mysql_real_connect(connection, host, address.user.c_str(), password, address.database.c_str(),
-                                            address.port, orNull(address.socket), 0) != nullptr;
-  checkMysql(!connected, "cannot connect", connection);
-  if (!address.sslCa.empty() && !mysql_get_ssl_cipher(connection))
-    throw DBException("cannot connect: the connection is not encrypted");
-}
-
-/// An option file may have asked for a silent reconnect, which would lose locks.
-void forbidReconnect([[maybe_unused]] MYSQL* connection)
-{
-#ifdef LIBMARIADB
-  const MysqlFlag off = 0;
-  setOption(connection, MYSQL_OPT_RECONNECT, &off);
-#endif
-}
 
 } // namespace
 
 SqlSession* annomend_open_mysql(const MysqlAddress& address)
 {
-  const MysqlConnection connection(mysql_init(nullptr), base::Closer<mysql_close>());
-  if (!connection)
-    throw DBException("cannot connect: out of memory");
-  setOptions(connection.get(), address);
-  connect(connection.get(), address);
-  forbidReconnect(connection.get());
-  auto session = std::make_unique<MysqlSession>(connection);
-  session->execute(kSessionSettings);
+  const MysqlConnection connection = connectMysql(address);
+  auto session = std::make_unique<MysqlSession>(connection, exposureOf(*connection, address));
+  for (const char* settings : kSessionSettings)
+    session->execute(settings);
   return session.release();
 }
 

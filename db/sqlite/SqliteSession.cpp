@@ -5,12 +5,14 @@
 #include "db/DBException.h"
 #include "db/sqlite/lockFile.h"
 #include "db/sqlite/SqliteStatement.h"
+#include "db/sqlite/UnlockedFile.h"
 #include "sqliteSchema.h"
 
 #include <fcntl.h>
 
 #include <cerrno>
 #include <chrono>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -28,11 +30,15 @@ using SqliteConnection = std::unique_ptr<sqlite3, base::Closer<sqlite3_close_v2>
 class SqliteSession : public SqlSession
 {
 public:
-  explicit SqliteSession(SqliteConnection connection) : connection(std::move(connection)) {}
+  /// `unlocked` is the file where it is read without locks.
+  explicit SqliteSession(SqliteConnection connection, std::optional<UnlockedFile> unlocked = std::nullopt)
+    : unlocked(std::move(unlocked)), connection(std::move(connection))
+  {
+  }
 
   std::unique_ptr<SqlStatement> prepare(const std::string& sql) override
   {
-    return std::make_unique<SqliteStatement>(connection.get(), sql);
+    return std::make_unique<SqliteStatement>(connection.get(), sql, unlocked ? &*unlocked : nullptr);
   }
   void execute(const std::string& sql) override
   {
@@ -64,6 +70,8 @@ public:
   {
     if (isInMemory())
       return std::make_shared<char>(); // nobody else sees this database
+    if (sqlite3_db_readonly(connection.get(), "main") == 1)
+      throw DBException("the database may only be read");
     return tryLockBeside(file(), name);
   }
   bool isInMemory() const override { return file().empty(); }
@@ -77,6 +85,7 @@ private:
     return name ? name : "";
   }
 
+  std::optional<UnlockedFile> unlocked;
   SqliteConnection connection;
 };
 
@@ -87,6 +96,7 @@ int errorOfOpening(const std::string& path)
   return fd ? 0 : errno;
 }
 
+/// Where the account has no right to write the file, the library opens it for reading alone.
 SqliteConnection openFile(const std::string& path, bool create)
 {
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (create ? SQLITE_OPEN_CREATE : 0);
@@ -96,7 +106,34 @@ SqliteConnection openFile(const std::string& path, bool create)
   if (const int error = code == SQLITE_CANTOPEN ? errorOfOpening(path) : 0; error != 0)
     throw DBException("cannot open the file: " + std::generic_category().message(error));
   checkSqlite(code, "cannot open the file", opened);
+  checkSqlite(sqlite3_busy_timeout(opened, kBusyMilliseconds), "cannot set the time-out", opened);
   return connection;
+}
+
+SqliteConnection openUnlocked(const UnlockedFile& file)
+{
+  sqlite3* opened = nullptr;
+  const int code = sqlite3_open_v2(file.uri().c_str(), &opened,
+                                   SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_URI, nullptr);
+  SqliteConnection connection(opened);
+  checkSqlite(code, "cannot open the file", opened);
+  return connection;
+}
+
+/// Whoever may only read takes part in the log of those who have the database open, if there are any, or in the locks
+/// of one without a log. To read the file alone where it has a log mode, he would have to make the log.
+std::unique_ptr<SqlSession> openForReading(const std::string& path, SqliteConnection connection)
+{
+  const int code = sqlite3_exec(connection.get(), "SELECT 1 FROM sqlite_master", nullptr, nullptr, nullptr);
+  const int primary = code & 0xFF;
+  if (primary != SQLITE_READONLY && primary != SQLITE_CANTOPEN)
+  {
+    checkSqlite(code, "cannot read the file", connection.get());
+    return std::make_unique<SqliteSession>(std::move(connection));
+  }
+  UnlockedFile file(path);
+  connection = openUnlocked(file);
+  return std::make_unique<SqliteSession>(std::move(connection), std::move(file));
 }
 
 /// The callback of a pragma that gives one value, the journal mode.
@@ -129,7 +166,8 @@ void enterWalMode(sqlite3* connection)
 std::unique_ptr<SqlSession> openSqlite(const std::string& path, bool create)
 {
   SqliteConnection connection = openFile(path, create || path == kSqliteInMemory);
-  checkSqlite(sqlite3_busy_timeout(connection.get(), kBusyMilliseconds), "cannot set the time-out", connection.get());
+  if (sqlite3_db_readonly(connection.get(), "main") == 1)
+    return openForReading(path, std::move(connection));
   enterWalMode(connection.get());
   return std::make_unique<SqliteSession>(std::move(connection));
 }

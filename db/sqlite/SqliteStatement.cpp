@@ -3,6 +3,7 @@
 
 #include "base/text.h"
 #include "db/DBException.h"
+#include "db/sqlite/UnlockedFile.h"
 
 #include <regex>
 #include <system_error>
@@ -68,8 +69,8 @@ void checkSqlite(int code, const char* what, sqlite3* connection)
     throw DBException(std::string(what) + ": " + textOf(code, connection));
 }
 
-SqliteStatement::SqliteStatement(sqlite3* connection, const std::string& sql)
-  : connection(connection), handle(prepare(connection, fromMysqlDialect(sql)))
+SqliteStatement::SqliteStatement(sqlite3* connection, const std::string& sql, const UnlockedFile* unlocked)
+  : connection(connection), unlocked(unlocked), handle(prepare(connection, fromMysqlDialect(sql)))
 {
 }
 
@@ -105,6 +106,8 @@ void SqliteStatement::bind(int index, const SqlValue& value)
 bool SqliteStatement::fetch(SqlRow& row)
 {
   const int code = sqlite3_step(handle.get());
+  if (unlocked)
+    unlocked->requireUnchanged();
   if (code == SQLITE_DONE)
     return false;
   checkSqlite(code == SQLITE_ROW ? SQLITE_OK : code, "cannot execute a statement", connection);

@@ -10,13 +10,16 @@
 namespace tarn::db
 {
 
+class UnlockedFile;
+
 /// Throws DBException with what was tried and the library's text, unless `code` is good.
 void checkSqlite(int code, const char* what, sqlite3* connection);
 
 class SqliteStatement : public SqlStatement
 {
 public:
-  SqliteStatement(sqlite3* connection, const std::string& sql);
+  /// `unlocked`, the file where it is read without locks, else null, is borrowed.
+  SqliteStatement(sqlite3* connection, const std::string& sql, const UnlockedFile* unlocked = nullptr);
 
   std::size_t paramCount() const override;
   std::size_t resultCount() const override;
@@ -28,6 +31,7 @@ private:
   void bind(int index, const SqlValue& value);
 
   sqlite3* connection;
+  const UnlockedFile* unlocked;
   std::unique_ptr<sqlite3_stmt, base::Closer<sqlite3_finalize>> handle;
 };
 

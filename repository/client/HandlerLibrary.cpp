@@ -3,6 +3,8 @@
 
 #include "base/environmentValue.h"
 
+#include <sys/stat.h>
+
 namespace tarn::repository
 {
 namespace
@@ -18,6 +20,16 @@ std::string libraryPath()
   return (home.empty() ? "/dev/null" : home) + "/lib/RepositoryHandler.so";
 }
 
+/// Why the loader is not to be asked for the file: it would look for a relative path in the working directory, and wait
+/// for a FIFO. Null when nothing is known against it.
+const char* problemOf(const std::string& file)
+{
+  struct stat status = {};
+  if (file.front() != '/')
+    return "REPOSITORYHANDLER_HOME is no absolute path";
+  return stat(file.c_str(), &status) == 0 && !S_ISREG(status.st_mode) ? "Not a regular file" : nullptr;
+}
+
 std::string lastError()
 {
   const char* text = dlerror();
@@ -31,6 +43,11 @@ HandlerLibrary::HandlerLibrary(Mapping mapping) : file(libraryPath())
   if (file.size() > kLongestPath)
   {
     loadError = file + ": File name too long";
+    return;
+  }
+  if (const char* problem = problemOf(file))
+  {
+    loadError = file + ": " + problem;
     return;
   }
   handle.reset(dlopen(file.c_str(), RTLD_LAZY | (mapping == Mapping::permanent ? RTLD_NODELETE : 0)));

@@ -1,10 +1,13 @@
 // The calls into the repository handler library that the templates of the header do not hold, and the log lines.
 #include "repository/client/IMRepositoryHandlerIface.h"
 
+#include <array>
 #include <cstdio>
 
+#include <fcntl.h>
 #include <unistd.h>
 
+#include "base/Fd.h"
 #include "base/IMLogger.h"
 
 namespace tarn::repository
@@ -23,12 +26,24 @@ const char* shown(const char* text)
   return text ? text : "(null)";
 }
 
-/// Leaves a list of the host's processes for whoever looks into a load that failed.
+/// Leaves a list of the host's processes for whoever looks into a load that failed. Anybody may have put something
+/// under its name: the file is made, or there is none.
 void dumpPS()
 {
-  const std::string command = "ps --forest eax > /tmp/error_ps." + std::to_string(getpid()) + ".txt";
-  if (std::FILE* pipe = popen(command.c_str(), "r")) // NOLINT(cert-env33-c): a fixed command
-    pclose(pipe);
+  const std::string name = "/tmp/error_ps." + std::to_string(getpid()) + ".txt";
+  unlink(name.c_str()); // of an earlier failure of this process
+  const base::Fd file(open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+  std::FILE* const pipe = file ? popen("ps --forest eax", "re") : nullptr; // NOLINT(cert-env33-c): a fixed command
+  if (!pipe)
+    return;
+  std::array<char, 4096> block{};
+  std::size_t length = block.size();
+  while (length == block.size())
+  {
+    length = std::fread(block.data(), 1, block.size(), pipe);
+    length = base::writeAll(file, {block.data(), length}) ? length : 0;
+  }
+  pclose(pipe);
 }
 
 void* loggedLookUp(const HandlerLibrary& library, const char* symbol)

@@ -2,12 +2,12 @@
 #include "repository/handler/Location.h"
 
 #include <cerrno>
-#include <fstream>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/Fd.h"
 #include "repository/handler/Refusal.h"
 
 namespace tarn::repository
@@ -80,7 +80,8 @@ std::optional<mode_t> modeOf(const std::string& path)
 
 void touchFile(const std::string& path)
 {
-  if (!std::ofstream(path, std::ios::app))
+  const base::Fd made(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+  if (!made && errno != EEXIST)
     throw Refusal{kFailed};
 }
 

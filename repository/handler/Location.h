@@ -40,7 +40,7 @@ void requireMount(const std::string& mount);
 /// one under a resource's name would lead out of the repository.
 std::optional<mode_t> modeOf(const std::string& path);
 
-/// Makes an empty file unless there is one.
+/// Makes an empty file unless something has its name.
 void touchFile(const std::string& path);
 
 } // namespace tarn::repository

@@ -33,6 +33,8 @@ imutils::IMProperties configuration()
   const std::string home = base::environmentValue("REPOSITORYHANDLER_HOME");
   if (home.empty())
     return properties;
+  if (home.front() != '/')
+    throw Refusal{kMountUnreachable};
   try
   {
     std::istringstream text(base::fileContent(home + "/etc/repositories.conf").value_or(""));

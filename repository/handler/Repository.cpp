@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/Fd.h"
 #include "repository/handler/Refusal.h"
 
 namespace tarn::repository
@@ -185,7 +186,7 @@ Location Repository::unAge(const std::string& resource) const
   return target;
 }
 
-/// A complete copy appears at once, before the original goes.
+/// A complete copy appears at once, and is on the disk before the original goes.
 void Repository::move(const Location& from, const Location& to) const
 {
   const std::string moving = to.beside(kMoving);
@@ -194,6 +195,7 @@ void Repository::move(const Location& from, const Location& to) const
   copyTimes(from.path(), moving);
   to.setDirty(from.isDirty());
   requireDone(std::rename(moving.c_str(), to.path().c_str()));
+  requireDone(syncfs(base::Fd(open(to.mount.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)).get()));
   removeAt(from, true);
 }
 

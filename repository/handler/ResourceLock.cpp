@@ -4,14 +4,15 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <fstream>
 #include <sstream>
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
 
+#include "base/IMException.h"
 #include "base/files.h"
+#include "base/text.h"
 #include "repository/handler/Refusal.h"
 
 namespace tarn::repository
@@ -37,9 +38,23 @@ MountLock::MountLock(const std::string& mount) : fd(open(mount.c_str(), O_RDONLY
 {
   if (!fd)
     throw Refusal{kMountUnreachable};
-  while (flock(fd.get(), LOCK_EX) != 0)
-    if (errno != EINTR)
-      throw Refusal{kFailed};
+  try
+  {
+    lock_ms(30000, 1.0F, 1.5F, 250.0F, 0.4F);
+  }
+  catch (const imutils::IMTimeoutException&)
+  {
+    throw Refusal{kLocked};
+  }
+}
+
+bool MountLock::tryLock()
+{
+  if (flock(fd.get(), LOCK_EX | LOCK_NB) == 0)
+    return true;
+  if (errno != EWOULDBLOCK && errno != EINTR)
+    throw Refusal{kFailed};
+  return false;
 }
 
 ResourceLock::Owner ResourceLock::owner() const
@@ -60,9 +75,8 @@ bool ResourceLock::take() const
 {
   if (owner() != Owner::none)
     return false;
-  std::ofstream text(file, std::ios::trunc);
-  text << hostName() << ' ' << getpid() << '\n' << std::flush;
-  return text.good();
+  base::Fd text = base::emptyFile(file);
+  return text && base::writeAll(text, base::joined(hostName(), ' ', getpid(), '\n')) && text.close();
 }
 
 bool ResourceLock::release() const

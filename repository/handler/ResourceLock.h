@@ -3,18 +3,22 @@
 #include <string>
 
 #include "base/Fd.h"
+#include "base/IMSemaphore.h"
 
 namespace tarn::repository
 {
 
 /// Excludes all other holders for the same mount, in whichever process. Held for short, bounded work only.
-class MountLock
+class MountLock : private imutils::IMSemaphore
 {
 public:
-  /// Waits for the lock. Throws Refusal when the mount cannot be opened.
+  /// Waits for the lock, for 30 seconds at most: whoever may read the mount can hold it for as long as he likes. Throws
+  /// Refusal, kLocked after that time, kMountUnreachable when the mount cannot be opened.
   explicit MountLock(const std::string& mount);
 
 private:
+  bool tryLock() override;
+
   base::Fd fd; ///< of the mount's directory; closing it ends the lock
 };
 

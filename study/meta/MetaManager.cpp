@@ -3,12 +3,14 @@
 
 #include "base/IMException.h"
 #include "base/environmentValue.h"
+#include "base/files.h"
 #include "repository/client/IMRepositoryHandlerIface.h"
 #include "study/meta/legacyMeta.h"
 #include "study/meta/metaFiles.h"
 #include "study/meta/storeState.h"
 #include "support/Loggers.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <iterator>
 #include <system_error>
@@ -218,13 +220,21 @@ bool MetaManager::moveFile(const fs::path& from, const fs::path& to) const
   if (error != std::errc::cross_device_link)
     return failed("MetaManager::saveToTempMeta() moving %s to %s failed: %s", from, to);
   const fs::path copy = to.string() + ".temp";
-  const bool isCopied = fs::copy_file(from, copy, fs::copy_options::overwrite_existing, error);
-  if (isCopied)
-    fs::rename(copy, to, error);
   std::error_code ignored;
-  fs::remove(isCopied && !error ? from : copy, ignored);
-  if (!isCopied)
+  fs::remove(copy, ignored); // of a move that was interrupted
+  try
+  {
+    base::copyFile(from, copy);
+  }
+  catch (const base::FileError& failure)
+  {
+    error = std::error_code(failure.code == 0 ? EINVAL : failure.code, std::generic_category());
     return failed("MetaManager::saveToTempMeta() copying %s to temporary file %s failed: %s", from, copy);
+  }
+  fs::rename(copy, to, error);
+  if (!error && !base::syncFolder(to.parent_path())) // before the one that is on the disk goes
+    error = std::error_code(errno, std::generic_category());
+  fs::remove(error ? copy : from, ignored);
   return !error || failed("MetaManager::saveToTempMeta() renaming temporary file %s to %s failed: %s", copy, to);
 }
 
@@ -283,8 +293,16 @@ Status MetaManager::restoreFromTempMeta(const std::string& studyUid, const std::
     logger->logV("MetaManager::restoreFromTempMeta() Moving files to meta failed: %s", failure.what());
     return STATUS_ERROR;
   }
-  const int removed = repository::removeResource(tempMetaRepository.c_str(), studyUid.c_str(), conn.connector());
-  return removed == 0 ? STATUS_OK : STATUS_REPOSITORY_ERROR;
+  return remove("restoreFromTempMeta", tempMetaRepository, studyUid, conn) ? STATUS_OK : STATUS_REPOSITORY_ERROR;
+}
+
+bool MetaManager::remove(const char* operation, const std::string& repository, const std::string& studyUid,
+                         const MetaConn& conn) const
+{
+  const int status = repository::removeResource(repository.c_str(), studyUid.c_str(), conn.connector());
+  if (status > 0 && !isMissing(status))
+    logger->logV("MetaManager::%s() removing resource %s failed. Status code: %d", operation, studyUid.c_str(), status);
+  return status == repository::kDone;
 }
 
 bool MetaManager::deleteMeta(const std::string& studyUid, db::DBConnector* db)
@@ -297,13 +315,12 @@ bool MetaManager::deleteMeta(const std::string& studyUid, db::DBConnector* db)
     logger->log0("Saving files to tempMeta failed");
     return false;
   }
-  return repository::removeResource(metaRepository.c_str(), studyUid.c_str(), db) == 0;
+  return remove("deleteMeta", metaRepository, studyUid, conn);
 }
 
 bool MetaManager::deleteTemp(const std::string& studyUid, db::DBConnector* db) const
 {
-  return !tempMetaRepository.empty() &&
-         repository::removeResource(tempMetaRepository.c_str(), studyUid.c_str(), db) == 0;
+  return !tempMetaRepository.empty() && remove("deleteTemp", tempMetaRepository, studyUid, MetaConn(db));
 }
 
 } // namespace tarn::utils

@@ -64,7 +64,8 @@ public:
   /// logged and empty. Throws IMException when TARGETTBL or DEVSERVTBL is not set.
   void addAutoFwdDevices(std::ofstream& stream, const MetaConn& conn) const;
 
-  /// Renames, or copies across file systems so that `to` appears only when it is complete.
+  /// Renames, or copies across file systems so that `to` appears only when it is complete, and `from` goes
+  /// only when that is on the disk.
   [[nodiscard]] bool moveFile(const std::filesystem::path& from, const std::filesystem::path& to) const;
   /// Sets the names of the files that are parked and restored.
   void initTempMetaFiles();
@@ -95,6 +96,9 @@ private:
   Status createMeta(const std::string& studyUid, std::string& metaDir, const MetaConn& conn) const;
   Status takeOver(const std::string& studyUid, std::string& metaDir, const MetaConn& conn) const;
   Status park(const std::string& studyUid, const MetaConn& conn) const;
+  /// Whether the resource was there and is gone; logs why not.
+  bool remove(const char* operation, const std::string& repository, const std::string& studyUid,
+              const MetaConn& conn) const;
   Status findTemp(const std::string& studyUid, std::string& metaDir, const MetaConn& conn) const;
 
   std::string metaRepository;

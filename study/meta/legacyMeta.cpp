@@ -3,6 +3,7 @@
 
 #include "base/IMException.h"
 #include "base/PartFile.h"
+#include "base/files.h"
 #include "study/meta/metaFiles.h"
 #include "study/meta/storeState.h"
 
@@ -63,7 +64,7 @@ void fillFromLegacy(const fs::path& legacy, const fs::path& target, db::DBConnec
   names.insert({kStoreState, kObjectMeta});
   for (const std::string& name : names)
     if (isRegularFile(legacy / name))
-      fs::copy_file(legacy / name, target / name);
+      base::copyFile(legacy / name, target / name);
   if (!entryExists(target / kStoreState) && !writeStoreState(target / kStoreState, defaultStoreState(db, logger)))
     throw imutils::IMException("the default store state could not be written");
 }

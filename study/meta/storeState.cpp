@@ -2,11 +2,11 @@
 #include "study/meta/storeState.h"
 
 #include "base/IMException.h"
+#include "base/files.h"
 #include "db/DeviceAccessor.h"
 #include "support/SelfRec.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <list>
 
 namespace tarn::study
@@ -39,8 +39,8 @@ std::string processMode()
 std::string forwardDevicesLine(db::DBConnector* db, utils::Logger& logger)
 {
   // A variable that is set to nothing is set: its empty name is what the database refuses.
-  const char* const targetTable = std::getenv("TARGETTBL");
-  const char* const serviceTable = std::getenv("DEVSERVTBL");
+  const char* const targetTable = secure_getenv("TARGETTBL");
+  const char* const serviceTable = secure_getenv("DEVSERVTBL");
   if (!targetTable || !serviceTable)
     throw IMException("Missing environment variables:  TARGETTBL, DEVSERVTBL");
   std::string names;
@@ -63,10 +63,8 @@ std::string defaultStoreState(db::DBConnector* db, utils::Logger& logger)
 
 bool writeStoreState(const std::filesystem::path& file, const std::string& text)
 {
-  std::ofstream stream(file, std::ios::trunc);
-  stream << text;
-  stream.close();
-  return stream.good();
+  base::Fd target = base::emptyFile(file);
+  return target && base::writeAll(target, text) && target.close();
 }
 
 } // namespace tarn::study
