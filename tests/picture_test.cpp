@@ -1,5 +1,6 @@
 #include "picture/drawState.h"
 
+#include "archive/DrawingProcess.h"
 #include "db/DBConnectorSql.h"
 #include "dicom/dictionary.h"
 #include "samples/dicomFile.h"
@@ -18,6 +19,8 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <unistd.h>
 
 using namespace tarn::picture;
 
@@ -244,6 +247,23 @@ TEST_F(PictureTest, FindsTheImageThatIsAskedFor)
   save("images/1.2.4.dcm", *other);
   EXPECT_EQ(drawn(file, {512, 2, true, ""}).substr(0, 5), "<?xml");
   EXPECT_EQ(drawn(file, {512, 3, true, ""}), "reference-missing: the state refers to 2 images");
+}
+
+TEST(DrawingProcess, IsFollowedByAnotherWhereItDied)
+{
+  tarn::archive::DrawingProcess process(
+      []
+      {
+        return [](const std::string& state, const std::string& file)
+        {
+          if (state == "killed")
+            _exit(0);
+          throw Refusal(state, file);
+        };
+      });
+  EXPECT_EQ(process.draw("a", "1"), "a: 1");
+  EXPECT_EQ(process.draw("killed", ""), "crashed: the process that draws died of it");
+  EXPECT_EQ(process.draw("b", "2"), "b: 2");
 }
 
 } // namespace
