@@ -62,7 +62,7 @@ protected:
     tarn::dicom::completeDictionary();
   }
 
-  std::string save(const char* name, DcmDataset& dataset, E_TransferSyntax syntax = EXS_LittleEndianExplicit)
+  std::string save(const char* name, const DcmDataset& dataset, E_TransferSyntax syntax = EXS_LittleEndianExplicit)
   {
     samples::writeFile(folder / name, samples::encodeFile(dataset, syntax));
     return folder / name;
