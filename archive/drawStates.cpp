@@ -1,6 +1,7 @@
 // `annomend-archive picture`: presentation states of any maker drawn over their images.
 #include "archive/drawStates.h"
 
+#include "archive/DrawingProcess.h"
 #include "archive/inputs/FileLook.h"
 #include "archive/inputs/walkPaths.h"
 #include "archive/journal/sha256.h"
@@ -16,6 +17,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <memory>
 
 #include <sys/stat.h>
 
@@ -24,53 +26,68 @@ namespace tarn::archive
 namespace
 {
 
+/// What drawing needs, made in the process that draws.
+struct Studio
+{
+  explicit Studio(const DrawRequest& request) : connector(db::Missing::refuse), images(connector, request.images) {}
+
+  db::DBConnectorSql connector; ///< opened only where a repository asks for it
+  images::ImageFiles images;
+  picture::Codecs codecs;
+};
+
+/// The file appears under its name when it is complete. It is left with the permissions of a part file: it shows a
+/// patient to its owner alone.
+void writePicture(const std::string& file, const std::string& svg)
+{
+  base::PartFile part(file);
+  if (!part.good() || !part.write(svg.data(), svg.size()) || !part.keep())
+    throw picture::Refusal("picture-not-written", file + ": " + base::FileError(errno).what());
+}
+
+DrawingProcess::Draw drawing(const DrawRequest& request, const std::string& image)
+{
+  return
+      [&request, image, studio = std::make_shared<Studio>(request)](const std::string& state, const std::string& file) {
+        writePicture(file, picture::drawState(state, studio->images, {request.size, request.reference, true, image}));
+      };
+}
+
 class Drawer
 {
 public:
   explicit Drawer(const DrawRequest& request)
-    : request(request), connector(db::Missing::refuse), images(connector, request.images)
+    : request(request), process([&request] { return drawing(request, imageOf(request)); })
   {
   }
 
   /// Draws a state into a file; false after a line that says why it has no picture.
-  bool draw(const std::string& state, const std::string& image, const std::string& file);
+  bool draw(const std::string& state, const std::string& file);
   /// Draws the states that are named, and those in folders, each into a file of its own below the folder.
   bool drawAll();
 
 private:
+  static std::string imageOf(const DrawRequest& request)
+  {
+    return request.folder.empty() && request.paths.size() > 1 ? request.paths[1] : "";
+  }
+
   void look(const std::string& path, bool named);
   void problem(const std::string& line);
 
   const DrawRequest& request;
-  db::DBConnectorSql connector; ///< opened only where a repository asks for it
-  images::ImageFiles images;
-  picture::Codecs codecs;
+  DrawingProcess process;
   std::uint64_t drawn = 0;
   std::uint64_t passed = 0;
   std::uint64_t problems = 0;
 };
 
-/// The file appears under its name when it is complete, and shows a patient to its owner alone.
-void writePicture(const std::string& file, const std::string& svg)
+bool Drawer::draw(const std::string& state, const std::string& file)
 {
-  constexpr mode_t kMode = 0600;
-  base::PartFile part(file);
-  if (!part.good() || !part.setMode(kMode) || !part.write(svg.data(), svg.size()) || !part.keep())
-    throw picture::Refusal("picture-not-written", file + ": " + base::FileError(errno).what());
-}
-
-bool Drawer::draw(const std::string& state, const std::string& image, const std::string& file)
-{
-  try
-  {
-    writePicture(file, picture::drawState(state, images, {request.size, request.reference, true, image}));
-    return true;
-  }
-  catch (const picture::Refusal& refusal)
-  {
-    base::report(state, ": ", refusal.code, ": ", refusal.what());
-  }
-  return false;
+  const std::string reason = process.draw(state, file);
+  if (!reason.empty())
+    base::report(state, ": ", reason);
+  return reason.empty();
 }
 
 /// A name that is the state's own as far as any file system takes it, and no other state's: the hash is that of the
@@ -102,7 +119,7 @@ void Drawer::look(const std::string& path, bool named)
   if (mayBeState || (named && look.reason().empty()))
   {
     const std::string name = pictureName(path);
-    const bool isDrawn = draw(path, "", request.folder + "/" + name);
+    const bool isDrawn = draw(path, request.folder + "/" + name);
     if (isDrawn)
       consoleOut() << name << ": " << base::printable(path) << '\n';
     drawn += isDrawn ? 1 : 0;
@@ -135,10 +152,7 @@ int draw(const DrawRequest& request)
   if (!request.folder.empty())
     makeFolder(request.folder);
   Drawer drawer(request);
-  const bool isAll =
-      request.folder.empty()
-          ? drawer.draw(request.paths.front(), request.paths.size() > 1 ? request.paths[1] : "", request.file)
-          : drawer.drawAll();
+  const bool isAll = request.folder.empty() ? drawer.draw(request.paths.front(), request.file) : drawer.drawAll();
   return isAll ? exitStatus::kDone : exitStatus::kFailed;
 }
 
@@ -156,7 +170,7 @@ int drawStates(const DrawRequest& request)
   {
     return draw(request);
   }
-  catch (const picture::Refusal& refusal) // of no state: the module is missing, or the folder cannot be made
+  catch (const picture::Refusal& refusal) // of no state: the folder cannot be made
   {
     base::report("annomend-archive: ", refusal.code, ": ", refusal.what());
     return exitStatus::kFailed;

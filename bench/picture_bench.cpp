@@ -18,6 +18,7 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 
 namespace
@@ -70,7 +71,12 @@ void toolkit(benchmark::State& state)
 }
 BENCHMARK(toolkit)->Apply(setUp);
 
-/// Process creation included.
+double secondsOf(const timeval& time)
+{
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
+
+/// A process each time; its processor time is the time of the benchmark.
 void dcmp2pgm(benchmark::State& state)
 {
   posix_spawn_file_actions_t actions;
@@ -85,12 +91,14 @@ void dcmp2pgm(benchmark::State& state)
   {
     pid_t child = 0;
     int status = 1;
+    rusage usage = {};
     if (posix_spawnp(&child, "dcmp2pgm", &actions, nullptr, arguments.data(), environ) != 0 ||
-        waitpid(child, &status, 0) != child || status != 0)
+        wait4(child, &status, 0, &usage) != child || status != 0)
       state.SkipWithError("dcmp2pgm does not render it");
+    state.SetIterationTime(secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime));
   }
   posix_spawn_file_actions_destroy(&actions);
 }
-BENCHMARK(dcmp2pgm)->UseRealTime()->Iterations(20)->Apply(setUp);
+BENCHMARK(dcmp2pgm)->UseManualTime()->Iterations(20)->Apply(setUp);
 
 } // namespace

@@ -114,9 +114,9 @@ Shading::Shading(ImageFile& image, StateView& state, const Target& target, Notes
   chooseRescale(image, state.root(), hasVoi, notes);
   if (hasVoi)
     return;
-  notes.emplace_back(item ? "The window of the state makes no sense: another one."
-                          : "No window in the state: another one.");
   window = windowIn(image.root());
+  notes.push_back(std::string(item ? "The window of the state makes no sense: " : "No window in the state: ") +
+                  (window ? "that of the image." : "from the least to the greatest value."));
 }
 
 /// The window of the state belongs to the values that the state's own modality transformation gives, without one to the

@@ -15,7 +15,7 @@ while IFS= read -r -d '' file; do
   # The distribution's start-up objects are not marked for control flow protection, so no program here can be.
   options=(--quiet --nocfprotection)
   # All library calls of the modules are within bounds that the compiler knows: none is left to be checked at run time.
-  [[ "$(basename "$file")" =~ ^(RepositoryHandler|libannomend-mysql-.*)\.so$ ]] && options+=(--nofortify)
+  [[ "$(basename "$file")" =~ ^(RepositoryHandler|libannomend-(mysql|render)-.*)\.so$ ]] && options+=(--nofortify)
   hardening-check "${options[@]}" "$file"
   # The standard library is asked for more than its contract: an access out of bounds ends the program.
   if [[ $file == */bin/annomend ]]; then

@@ -182,12 +182,14 @@ class Check:
     def compressed(self, state, image, file):
         """What the toolkit and OpenJPEG decode is drawn in the same bytes."""
         plain = self.svg(state, file)
-        raw, packed = self.folder / "raw.rawl", self.folder / "packed.j2k"
-        image.pixel_array.tofile(raw)
-        subprocess.run(["opj_compress", "-i", raw, "-o", packed, "-F", f"{image.Columns},{image.Rows},1,16,s"],
-                       check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        raw, packed, streams = self.folder / "raw.rawl", self.folder / "packed.j2k", []
+        for frame in image.pixel_array.reshape(-1, image.Rows, image.Columns):
+            frame.tofile(raw)
+            subprocess.run(["opj_compress", "-i", raw, "-o", packed, "-F", f"{image.Columns},{image.Rows},1,16,s"],
+                           check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            streams.append(packed.read_bytes())
         jpeg2000 = again(image)
-        jpeg2000.PixelData, jpeg2000["PixelData"].is_undefined_length = encapsulate([packed.read_bytes()]), True
+        jpeg2000.PixelData, jpeg2000["PixelData"].is_undefined_length = encapsulate(streams), True
         jpeg2000.file_meta.TransferSyntaxUID = pydicom.uid.JPEG2000Lossless
         self.save(jpeg2000, "jpeg2000")
         commands = {"rle": ["dcmcrle"], "jpeg-ls": ["dcmcjpls"], "jpeg": ["dcmcjpeg", "+e1"], "deflate": ["dcmconv", "+td"],
@@ -196,10 +198,10 @@ class Check:
             subprocess.run([*command, file, self.folder / name], check=True)
         for name in [*commands, "jpeg2000"]:
             if self.svg(state, self.folder / name) != plain:
-                self.problems.append(f"{name}: not the picture of the image that is not compressed")
-        jpeg2000.PixelData = encapsulate([packed.read_bytes()[:5000]])
+                self.problems.append(f"{name}: not the picture of the {len(streams)} frames that are not compressed")
+        jpeg2000.PixelData = encapsulate([stream[:5000] for stream in streams])
         self.refuses("cut JPEG 2000", "pixels-unreadable", state, self.save(jpeg2000, "cut"))
-        jpeg2000.PixelData, jpeg2000.Rows = encapsulate([packed.read_bytes()]), image.Rows + 1
+        jpeg2000.PixelData, jpeg2000.Rows = encapsulate(streams), image.Rows + 1
         self.refuses("JPEG 2000 of another size", "pixels-unreadable", state, self.save(jpeg2000, "cut"))
 
     def refuses(self, name, code, *arguments):
@@ -247,6 +249,7 @@ def special_images(check, base, image):
     del state.RescaleSlope, state.RescaleIntercept
     state.SoftcopyVOILUTSequence.insert(0, item(ReferencedImageSequence=[reference(image, [1, 2])], WindowCenter="0", WindowWidth="9"))
     check.judge("frame 3 of 4", state, frames, 3)
+    check.compressed(check.folder / "state", frames, check.save(frames, "frames"))
     frames.TotalPixelMatrixColumns, frames.TotalPixelMatrixRows, frames.DimensionOrganizationType = 400, 400, "TILED_FULL"
     check.judge("a tile", state, frames, 3, (0, image.Rows))
     colour = again(image)
