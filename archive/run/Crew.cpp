@@ -95,6 +95,13 @@ bool Crew::give(Job& job)
   return freest != nullptr;
 }
 
+void Crew::flush()
+{
+  for (const auto& worker : workers)
+    if (worker)
+      worker->flush();
+}
+
 bool Crew::isIdle() const
 {
   return std::all_of(workers.begin(), workers.end(),

@@ -49,6 +49,8 @@ public:
 
   /// Gives the job to the worker with the fewest, and takes it from `job`; false when none takes it without waiting.
   [[nodiscard]] bool give(Job& job);
+  /// Has the workers see what they were given.
+  void flush();
   bool isIdle() const;
 
   /// Appends what has to be watched, one entry a seat, for poll().

@@ -78,6 +78,7 @@ RunResult Run::go(Source& from, const std::vector<std::string>& folders)
       crew.fill([this] { source->closePipe(); });
     while (takesNewJobs() && !queue.empty() && crew.give(queue.front()))
       queue.pop_front();
+    crew.flush();
     wait();
     crew.killLate(timeout);
     commitWhenDue();

@@ -136,8 +136,14 @@ void Worker::send(Job job)
     heard = steadyNow();
   job.number = ++lastNumber;
   sentBytes += job.path.size();
-  static_cast<void>(writeFrame(jobs, 'j', encodedJob(job))); // one that has died is noticed by its other pipe
+  unsent += encoded('j', encodedJob(job));
   waiting.push_back(std::move(job));
+}
+
+void Worker::flush()
+{
+  static_cast<void>(unsent.empty() || base::writeAll(jobs, unsent)); // one that has died is noticed by its other pipe
+  unsent.clear();
 }
 
 void Worker::drop(std::uint64_t number)

@@ -94,9 +94,9 @@ public:
   {
     return waiting.empty() || (sentBytes + bytes <= mostSent && waiting.size() < kMostJobs);
   }
+  /// What is sent goes out with flush().
   void send(Job job);
-  /// No more jobs are sent.
-  void finish() { jobs = base::Fd(); }
+  void flush();
   /// Jobs up to `number` are done.
   void drop(std::uint64_t number);
   std::size_t jobsWaiting() const { return waiting.size(); }
@@ -122,6 +122,7 @@ private:
   base::Fd jobs;
   FrameReader results;
   std::vector<Job> waiting; ///< sent and not done, in order
+  std::string unsent;       ///< frames that are not in the pipe yet
   std::uint64_t lastNumber = 0;
   std::size_t sentBytes = 0; ///< of paths
   std::int64_t heard = 0;    ///< when it said something, or got work after it had none

@@ -49,11 +49,14 @@ std::string bytesOf(const Value& value)
   return bytes.str();
 }
 
+/// A stream costs more to make than most values to read: there is one for all.
 template <class Value>
 Value valueOf(const std::string& bytes)
 {
+  static std::istringstream stream;
   Value value;
-  std::istringstream stream(bytes);
+  stream.clear();
+  stream.str(bytes);
   cereal::BinaryInputArchive archive(stream);
   archive(value);
   return value;
