@@ -71,6 +71,7 @@ std::optional<std::string> DetailsWriter::ask(const Record& record)
     worker = std::make_unique<Worker>(
         state, kMemory, [] {}, [this](WorkerSide& run) { make(run); });
   worker->send({0, kDetails, base::joined(nextPicture, "\n", packed(record))});
+  worker->flush();
   while (isHeard(worker->fd()) && worker->receive())
     while (const std::optional<Frame> frame = worker->next())
       if (frame->type == kPicture)
