@@ -74,7 +74,7 @@ def main():
             make_journal(folder / "out", rows)
             seconds, megabytes = write(program, folder / "out", folder / "report")
             views = [milliseconds(browser, folder / "report", filters) for filters in VIEWS.values()]
-        print(f"| {rows:,} | {seconds:.1f} s | {megabytes:.0f} MB |", *(f" {view:.0f} ms |" for view in views), sep="", flush=True)
+        print(f"| {rows:,} | {seconds:.1f} s | {megabytes:.0f} MB |", *(f" {view:,.0f} ms |" for view in views), sep="", flush=True)
 
 
 main()

@@ -239,8 +239,8 @@ def folders(reports, browser):
     put_all(reports.folder, {"site/index.html": b"mine", "file": b""})
     (reports.folder / "link").symlink_to(folder)
     (reports.folder / "foreign").mkdir()
-    os.chown(reports.folder / "foreign", 65534, 65534)  # the check runs as root
-    for name in ("site", "file", "link", "foreign"):
+    owned = os.geteuid() == 0 and not os.chown(reports.folder / "foreign", 65534, 65534)  # which takes root
+    for name in ["site", "file", "link"] + ["foreign"] * owned:
         reports.report(folder=reports.folder / name, status=2)
     expect((reports.folder / "site/index.html").read_text() == "mine" == pathlib.Path(mine).read_text(), "lost")
     reports.report(out=reports.folder / "in", folder=reports.folder / "none", status=2)
