@@ -1,0 +1,62 @@
+# Sourced. Makes minimal Debian systems in folders, and runs commands in them. Needs root, debootstrap, unshare.
+
+# can_make_systems: whether this host lets a system be made in a folder; says what is missing when not.
+can_make_systems() {
+  [[ $EUID -eq 0 ]] || { echo "not root"; return 1; }
+  command -v debootstrap >/dev/null || { echo "no debootstrap"; return 1; }
+  unshare --mount --pid --fork true 2>/dev/null || { echo "no namespaces"; return 1; }
+}
+
+# apt_sources SUITE: this system's own package sources, as they read for the release SUITE.
+apt_sources() {
+  # shellcheck source=/dev/null
+  apt-get indextargets --format '$(REPO_URI) $(CODENAME) $(COMPONENT)' 'Created-By: Packages' | sort -u |
+    awk -v here="$(. /etc/os-release && echo "$VERSION_CODENAME")" -v there="$1" \
+      '$2 == here || index($2, here "-") == 1 { sub(here, there, $2); print "deb", $1, $2, $3 }'
+}
+
+# make_system SUITE FOLDER: a fresh minimal system with the package sources of this one. Packages that were fetched for
+# an earlier one, in build/systems/packages, are not fetched again.
+make_system() {
+  local suite=$1 folder=$2 cache=$PWD/build/systems/packages/$1 sources
+  sources=$(apt_sources "$suite")
+  mkdir -p "$cache"
+  rm -rf --one-file-system "$folder"
+  if ! debootstrap --variant=minbase --cache-dir="$cache" "$suite" "$folder" \
+      "$(awk -v suite="$suite" '$3 == suite { print $2; exit }' <<<"$sources")" >"$folder.log" 2>&1; then
+    tail -n 20 "$folder.log" >&2
+    return 1
+  fi
+  echo "$sources" >"$folder/etc/apt/sources.list"
+  apt-config dump | grep -E '^Acquire::(http|https|Check-)' >"$folder/etc/apt/apt.conf.d/90host" || true
+  # Nothing that is installed there starts a service.
+  printf '#!/bin/sh\nexit 101\n' >"$folder/usr/sbin/policy-rc.d"
+  chmod +x "$folder/usr/sbin/policy-rc.d"
+}
+
+# in_system FOLDER COMMAND...: runs the command as root of the system in FOLDER, with its own processes and mounts, which
+# end with it: nothing is left to be unmounted. Output and status are the command's.
+in_system() {
+  local folder=$1
+  shift
+  # What the host's package manager fetches by name is found there under the same names.
+  cp -L /etc/resolv.conf /etc/hosts "$folder/etc/"
+  mkdir -p "$PWD/build/systems/archives"
+  # shellcheck disable=SC2016
+  env -i PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8 \
+    unshare --mount --pid --fork --kill-child --propagation private bash -ec '
+      folder=$1
+      shift
+      mount -t proc proc "$folder/proc"
+      mount -t tmpfs -o mode=755 tmpfs "$folder/dev"
+      mkdir "$folder/dev/shm" "$folder/dev/pts"
+      mount -t tmpfs -o mode=1777 tmpfs "$folder/dev/shm"
+      mount -t devpts -o newinstance,ptmxmode=666 devpts "$folder/dev/pts"
+      ln -s pts/ptmx "$folder/dev/ptmx"
+      ln -s /proc/self/fd "$folder/dev/fd"
+      for node in null zero full random urandom tty; do
+        touch "$folder/dev/$node"
+        mount --bind "/dev/$node" "$folder/dev/$node"
+      done
+      exec chroot "$folder" "$@"' in_system "$folder" "$@"
+}
