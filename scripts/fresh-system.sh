@@ -39,9 +39,8 @@ make_system() {
 in_system() {
   local folder=$1
   shift
-  # What the host's package manager fetches by name is found there under the same names.
+  # What this system finds by name is found there under the same names.
   cp -L /etc/resolv.conf /etc/hosts "$folder/etc/"
-  mkdir -p "$PWD/build/systems/archives"
   # shellcheck disable=SC2016
   env -i PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8 \
     unshare --mount --pid --fork --kill-child --propagation private bash -ec '
@@ -59,4 +58,15 @@ in_system() {
         mount --bind "/dev/$node" "$folder/dev/$node"
       done
       exec chroot "$folder" "$@"' in_system "$folder" "$@"
+}
+
+# remove_system FOLDER
+remove_system() { rm -rf --one-file-system "$1" "$1.log"; }
+
+# copy_clone FOLDER: the files of this clone as they are now, without what was built.
+copy_clone() {
+  mkdir -p "$1"
+  git ls-files -z --cached --others --exclude-standard |
+    while IFS= read -r -d '' file; do [[ ! -e $file && ! -L $file ]] || printf '%s\0' "$file"; done |
+    tar -c --null -T - | tar -x -C "$1"
 }
