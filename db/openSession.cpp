@@ -24,8 +24,8 @@ namespace fs = std::filesystem;
 
 using Open = decltype(&annomend_open_mysql);
 
-/// The module lies beside the library, or in the folder of libraries beside that of the program. The loader knows where
-/// this code is ($ORIGIN); a run path would make it look there for every library at every start.
+/// The module lies in a folder beside the library, or beside the libraries that belong to the program. The loader knows
+/// where this code is ($ORIGIN); a run path would make it look there for every library at every start.
 constexpr const char* kPlaces[] = {"$ORIGIN/" ANNOMEND_MYSQL_MODULE, ANNOMEND_MODULE_FOLDER "/" ANNOMEND_MYSQL_MODULE};
 
 /// Loads the backend for a server, which stays loaded.
