@@ -10,7 +10,7 @@ as() { setpriv --reuid "$1" --regid "$1" --init-groups env -i PATH="$PATH" HOME=
 
 # Every file of the system but what package managers keep, and the accounts.
 listing() {
-  find / -xdev \( -path /srv -o -path /proc -o -path /dev -o -path /tmp -o -path /var/cache -o -path /var/log \
+  find / -xdev \( -path /srv -o -path /proc -o -path /dev -o -path /tmp -o -path /run -o -path /var/cache -o -path /var/log \
     -o -path /var/lib/dpkg -o -path /var/lib/apt -o -path '/etc/*-' \) -prune -o -print | sort
   cat /etc/passwd /etc/group
 }
@@ -37,7 +37,7 @@ command install -d -o annomend-admin -g annomend -m 2750 repository/meta reposit
 mv archive/images repository/data
 chmod -R a+rX archive repository/data
 command install -d -o annomend -g annomend -m 750 converted converted-again
-as annomend-admin 'tarnctl init && chmod 660 /var/lib/annomend/archive.db && tarnctl add-study /srv/repository/data >/dev/null'
+as annomend-admin 'tarnctl init >/dev/null && chmod 660 /var/lib/annomend/archive.db && tarnctl add-study /srv/repository/data >/dev/null'
 
 convert() {
   as annomend "annomend-archive convert --progress none -o /srv/$1 /srv/archive/states >/srv/$1/shown || [[ \$? -eq 3 ]]" || { cat "$1/shown"; exit 1; }
@@ -68,7 +68,7 @@ bash -ec '
   fail "bash completes nothing"
 [[ -x /usr/bin/systemd-analyze ]] || fail "no systemd to read the units with"
 touch /etc/annomend/convert-nightly
-systemd-analyze verify annomend-convert@nightly.service annomend-convert@nightly.timer 2>&1 | grep annomend &&
+systemd-analyze verify --man=no annomend-convert@nightly.service annomend-convert@nightly.timer ||
   fail "systemd does not understand the units"
 
 # Removed, configuration and database stay; purged, the database alone does, with the accounts.
