@@ -9,7 +9,7 @@ source scripts/fresh-system.sh
 source scripts/sample-archive.sh
 
 suite=$1 packages=${2:-$PWD/build/packages/$1} system=$PWD/build/systems/$1-deb
-reason=$(can_make_systems) || { echo "check-deb: no system can be made here: $reason" >&2; exit 1; }
+require_systems "$suite"
 trap 'remove_system "$system"; remove_system "$system-build"' EXIT
 
 if [[ -z ${2:-} ]]; then

@@ -1,33 +1,46 @@
 # Sourced. Makes minimal Debian systems in folders, and runs commands in them. Needs root, debootstrap, unshare.
 
-# can_make_systems: whether this host lets a system be made in a folder; says what is missing when not.
-can_make_systems() {
-  [[ $EUID -eq 0 ]] || { echo "not root"; return 1; }
-  command -v debootstrap >/dev/null || { echo "no debootstrap"; return 1; }
-  unshare --mount --pid --fork true 2>/dev/null || { echo "no namespaces"; return 1; }
+# require_systems SUITE: ends the script with 77, and a line that says why, where this host cannot make a system.
+require_systems() {
+  local reason='' file
+  file=$(mktemp)
+  if [[ $EUID -ne 0 ]]; then
+    reason="this is not root"
+  elif ! command -v debootstrap >/dev/null; then
+    reason="there is no debootstrap"
+  elif ! unshare --mount --pid --fork true 2>/dev/null; then
+    reason="namespaces are not allowed"
+  elif ! /usr/lib/apt/apt-helper download-file "$(mirror "$1")/dists/$1/InRelease" "$file" >/dev/null 2>&1; then
+    reason="the mirror of this system does not answer, or does not have it"
+  fi
+  rm -f "$file"
+  [[ -z $reason ]] || { echo "skipped: no fresh $1 can be made here, $reason"; exit 77; }
 }
 
 # apt_sources SUITE: this system's own package sources, as they read for the release SUITE.
 apt_sources() {
   # shellcheck source=/dev/null
-  apt-get indextargets --format '$(REPO_URI) $(CODENAME) $(COMPONENT)' 'Created-By: Packages' | sort -u |
-    awk -v here="$(. /etc/os-release && echo "$VERSION_CODENAME")" -v there="$1" \
-      '$2 == here || index($2, here "-") == 1 { sub(here, there, $2); print "deb", $1, $2, $3 }'
+  apt-get indextargets --format '$(REPO_URI)|$(CODENAME)|$(RELEASE)|$(COMPONENT)' 'Created-By: Packages' | sort -u |
+    awk -F '|' -v here="$(. /etc/os-release && echo "$VERSION_CODENAME")" -v there="$1" '
+      { release = $2 != "" ? $2 : $3 } # without lists, the release is as the sources name it
+      release == here || index(release, here "-") == 1 { sub(here, there, release); print "deb", $1, release, $4 }'
 }
+
+# mirror SUITE: where the packages of the release itself come from.
+mirror() { apt_sources "$1" | awk -v suite="$1" '$3 == suite { sub("/$", "", $2); print $2; exit }'; }
 
 # make_system SUITE FOLDER: a fresh minimal system with the package sources of this one. Packages that were fetched for
 # an earlier one, in build/systems/packages, are not fetched again.
 make_system() {
-  local suite=$1 folder=$2 cache=$PWD/build/systems/packages/$1 sources
-  sources=$(apt_sources "$suite")
+  local suite=$1 folder=$2 cache=$PWD/build/systems/packages/$1
   mkdir -p "$cache"
   rm -rf --one-file-system "$folder"
   if ! debootstrap --variant=minbase --cache-dir="$cache" "$suite" "$folder" \
-      "$(awk -v suite="$suite" '$3 == suite { print $2; exit }' <<<"$sources")" >"$folder.log" 2>&1; then
+      "$(mirror "$suite")" >"$folder.log" 2>&1; then
     tail -n 20 "$folder.log" >&2
     return 1
   fi
-  echo "$sources" >"$folder/etc/apt/sources.list"
+  apt_sources "$suite" >"$folder/etc/apt/sources.list"
   apt-config dump | grep -E '^Acquire::(http|https|Check-)' >"$folder/etc/apt/apt.conf.d/90host" || true
   # Nothing that is installed there starts a service.
   printf '#!/bin/sh\nexit 101\n' >"$folder/usr/sbin/policy-rc.d"

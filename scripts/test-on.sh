@@ -9,7 +9,7 @@ source scripts/fresh-system.sh
 source scripts/sample-archive.sh
 
 suite=$1 keep=${2:-} system=$PWD/build/systems/$1
-reason=$(can_make_systems) || { echo "test-on: no system can be made here: $reason" >&2; exit 1; }
+require_systems "$suite"
 [[ -n $keep ]] || trap 'remove_system "$system"' EXIT
 [[ -n $keep && -d $system/root/annomend ]] || make_system "$suite" "$system"
 copy_clone "$system/root/annomend"

@@ -1,8 +1,12 @@
 #!/usr/bin/env bash
 # test.sh [STEP...]: installs what is missing, builds, and runs every check, or only the steps that are named; two steps
-# at a time, since most of them keep one core busy. What a step said is in build/checks/STEP.log.
+# at a time, since most of them keep one core busy. What a step said is in build/checks/STEP.log. FUZZ_SECONDS is the time
+# for each fuzz target, 30 when not set.
 set -uo pipefail
 cd "$(dirname "$0")/.."
+
+here=$(. /etc/os-release && echo "$VERSION_CODENAME")
+other=$([[ $here == trixie ]] && echo bookworm || echo trixie)
 
 # One after another, since a build takes all cores:
 first=(
@@ -13,9 +17,8 @@ first=(
 # Then these, longest first: those that share no folder and no port with another one.
 beside=(
   "lint         scripts/lint.sh"
-  "trixie       scripts/test-on.sh trixie"
-  "deb          scripts/check-deb.sh bookworm"
-  "fuzz         scripts/fuzz.sh ${FUZZ_SECONDS:-60}"
+  "system       scripts/test-on.sh $other"
+  "fuzz         scripts/fuzz.sh ${FUZZ_SECONDS:-30}"
   "tests        ctest --preset asan -j 2"
   "determinism  scripts/check-determinism.sh build/release"
   "archive      /usr/bin/python3 tests/archive/check_archive.py build/release"
@@ -30,21 +33,33 @@ beside=(
   "lastmile     /usr/bin/python3 tests/lastmile/check_orthanc.py build/release"
   "outputs      scripts/check-outputs.sh build/release"
   "installed    scripts/check-package.sh build/release"
+  "abi          scripts/check-abi.sh build/release"
   "hardening    scripts/check-hardening.sh build/release"
+)
+# Only those of these that are named, before a release, since each of them builds the packages:
+named=(
+  "deb          scripts/check-deb.sh $here"
+  "deb-other    scripts/check-deb.sh $other"
+  "reproducible scripts/check-reproducible.sh"
 )
 export ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1
 
-# run STEP COMMAND...: one line when it passes; when not, the end of what it said, and how to run it by itself.
+# run STEP COMMAND...: one line when it passes, or cannot be tried on this host (status 77); when it fails, the end of
+# what it said, and how to run it by itself.
 run() {
-  local name=$1 began=$SECONDS log=build/checks/$1.log
+  local name=$1 began=$SECONDS log=build/checks/$1.log status=0 result
   shift
-  if "$@" >"$log" 2>&1 </dev/null; then
-    printf 'passed %-12s %4s s  %s\n' "$name" "$((SECONDS - began))" "$(tail -n 1 "$log" | cut -c -80)"
-  else
-    printf '\nFAILED %-12s %4s s; the end of %s:\n%s\nBy itself: %s\n\n' \
-      "$name" "$((SECONDS - began))" "$log" "$(tail -n 60 "$log")" "$*"
-    return 1
-  fi
+  "$@" >"$log" 2>&1 </dev/null || status=$?
+  case $status in
+    0) result=passed ;;
+    77) result=SKIPPED ;;
+    *)
+      printf '\nFAILED  %-12s %4s s; the end of %s:\n%s\nBy itself: %s\n\n' \
+        "$name" "$((SECONDS - began))" "$log" "$(tail -n 60 "$log")" "$*"
+      return 1
+      ;;
+  esac
+  printf '%-7s %-12s %4s s  %s\n' "$result" "$name" "$((SECONDS - began))" "$(tail -n 1 "$log" | cut -c -80)"
 }
 export -f run
 
@@ -57,8 +72,10 @@ steps() {
   done
 }
 for name in "${asked[@]}"; do
-  printf '%s\n' "${first[@]}" "${beside[@]}" | grep -q "^$name " || { echo "test.sh: no step $name" >&2; exit 2; }
+  printf '%s\n' "${first[@]}" "${beside[@]}" "${named[@]}" | grep -q "^$name " || { echo "test.sh: no step $name" >&2; exit 2; }
 done
+
+[[ ${#asked[@]} -eq 0 ]] || beside+=("${named[@]}")
 
 mkdir -p build/checks
 echo "One after another, then two at a time:"
