@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# check-abi.sh BUILD [--write]: the types that programs share with libannomend, as the folder BUILD installs them, have the
-# layout and the virtual operations of packaging/abi/libannomend.abi. --write makes that file anew, for a change that is
-# meant. The library's symbols are held against debian/libannomend1.symbols when the packages are built.
+# check-abi.sh BUILD [--write]: the library that the folder BUILD installs has the symbols of debian/libannomend1.symbols,
+# and the types that programs share with it have the layout and the virtual operations of packaging/abi/libannomend.abi.
+# --write makes that second file anew, for a change that is meant.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -12,6 +12,9 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cmake --install "$1" --prefix "$work" >/dev/null
 headers=$work/include/annomend
+
+dpkg-gensymbols -plibannomend1 -v"$(dpkg-parsechangelog -S Version)" -Idebian/libannomend1.symbols -c4 -O/dev/null \
+  -e"$(find "$work" -name 'libannomend.so.*.*.*')" || { echo "check-abi: the symbols differ, or are new" >&2; exit 1; }
 
 # The toolkit's types have an ABI of their own: here they have names alone.
 mkdir -p "$work/toolkit/dcmtk"/{config,dcmdata}
@@ -25,5 +28,5 @@ if [[ ${2:-} == --write ]]; then
   mv "$work/abi" packaging/abi/libannomend.abi
 else
   abidiff packaging/abi/libannomend.abi "$work/abi"
-  echo "the types that programs share with libannomend are as they were"
+  echo "the symbols of libannomend, and the types that programs share with it, are as they were"
 fi
