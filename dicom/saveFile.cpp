@@ -119,7 +119,7 @@ OFCondition encode(DcmFileFormat& file, const std::function<bool(const char*, st
   while (status == EC_StreamNotifyClient)
   {
     status = file.write(stream, EXS_Unknown, EET_UndefinedLength, &cache, EGL_recalcGL, EPD_noChange, 0, 0, 0,
-                        EWM_dontUpdateMeta);
+                        EWM_fileformat);
     if (status.good() || status == EC_StreamNotifyClient)
       if (const OFCondition drained = drain(); drained.bad())
         status = drained;

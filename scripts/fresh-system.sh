@@ -59,6 +59,7 @@ in_system() {
     unshare --mount --pid --fork --kill-child --propagation private bash -ec '
       folder=$1
       shift
+      mount --bind "$folder" "$folder" # so that its root is a mount, as it is anywhere else
       mount -t proc proc "$folder/proc"
       mount -t tmpfs -o mode=755 tmpfs "$folder/dev"
       mkdir "$folder/dev/shm" "$folder/dev/pts"
