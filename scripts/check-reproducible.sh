@@ -16,10 +16,15 @@ build() {
 first=${1:-$work/a}
 [[ -n ${1:-} ]] || build a
 (export TZ=Pacific/Kiritimati LC_ALL=C.UTF-8; umask 027; build a-longer/name)
-compared=0
+compared=0 different=()
 for package in "$work"/a-longer/name/*.deb; do
-  cmp "$first/$(basename "$package")" "$package"
+  cmp -s "$first/$(basename "$package")" "$package" || different+=("$package")
   compared=$((compared + 1))
 done
+if [[ ${#different[@]} -gt 0 ]]; then
+  trap - EXIT
+  printf 'check-reproducible: not the same in both builds: %s\n' "${different[@]}" >&2
+  exit 1
+fi
 [[ $compared -ge 4 ]] || { echo "check-reproducible: only $compared packages" >&2; exit 1; }
 echo "$compared packages, the same bytes from both builds"
