@@ -14,7 +14,7 @@ namespace tarn::base
 void* loadModule(const std::string& file, const char* entry)
 {
   void* module = nullptr;
-  for (const char* folder : {"$ORIGIN/", ANNOMEND_MODULE_FOLDER "/"})
+  for (const char* folder : {"$ORIGIN/annomend/", ANNOMEND_MODULE_FOLDER "/annomend/"})
     if (!module)
       module = dlopen((folder + file).c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   void* const found = module ? dlsym(module, entry) : nullptr;

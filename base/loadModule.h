@@ -6,7 +6,7 @@ namespace tarn::base
 {
 
 /// The function `entry` of the module `file`, which stays loaded: a part of a program that only some runs need. It lies
-/// beside the library or program that calls this, or in the folder of libraries beside that of the programs. Throws
+/// in the folder `annomend` beside the library that calls this, or beside the libraries that belong to the program. Throws
 /// std::runtime_error with the loader's reason.
 void* loadModule(const std::string& file, const char* entry);
 

@@ -24,6 +24,11 @@ namespace
 
 constexpr offile_off_t kBlock = 65536;
 
+// Who wrote the file (PS3.10, 7.1): the same with every version of the toolkit, so that an output that is made again on
+// a newer system has the bytes that it had.
+constexpr char kImplementationClassUid[] = "1.2.276.0.7230010.3.0.3.6.7";
+constexpr char kImplementationVersionName[] = "OFFIS_DCMTK_367";
+
 OFCondition systemFailure()
 {
   return failure(std::strerror(errno));
@@ -82,6 +87,30 @@ bool keepsTarget(const Target& target, const std::string& path, const base::Part
   }
 }
 
+/// Makes the file meta information new, as the toolkit does when it writes, but for the implementation.
+OFCondition renewMeta(DcmFileFormat& file, E_TransferSyntax syntax)
+{
+  DcmMetaInfo& meta = *file.getMetaInfo();
+  (void)file.validateMetaInfo(syntax, EWM_createNewMeta); // a writer does not ask either
+  OFCondition status = meta.putAndInsertString(DCM_ImplementationClassUID, kImplementationClassUid);
+  if (status.good())
+    status = meta.putAndInsertString(DCM_ImplementationVersionName, kImplementationVersionName);
+  if (status.good())
+    status = meta.computeGroupLengthAndPadding(EGL_recalcGL, EPD_noChange, META_HEADER_DEFAULT_TRANSFERSYNTAX,
+                                               EET_UndefinedLength);
+  return status;
+}
+
+/// Writes on from where the last call found the stream full. Not DcmFileFormat::write, which puts its own
+/// implementation into the file meta information.
+OFCondition writeOn(DcmFileFormat& file, E_TransferSyntax syntax, DcmOutputStream& stream, DcmWriteCache& cache)
+{
+  const OFCondition status = file.getMetaInfo()->write(stream, syntax, EET_UndefinedLength, &cache);
+  return status.bad()
+             ? status
+             : file.getDataset()->write(stream, syntax, EET_UndefinedLength, &cache, EGL_recalcGL, EPD_noChange);
+}
+
 } // namespace
 
 OFCondition encode(DcmFileFormat& file, const std::function<bool(const char*, std::size_t)>& write)
@@ -96,12 +125,17 @@ OFCondition encode(DcmFileFormat& file, const std::function<bool(const char*, st
     stream.flushBuffer(bytes, length);
     return write(static_cast<const char*>(bytes), static_cast<std::size_t>(length)) ? EC_Normal : systemFailure();
   };
+  const E_TransferSyntax syntax = file.getDataset()->getOriginalXfer();
+  if (syntax == EXS_Unknown || syntax == EXS_BigEndianImplicit)
+    return EC_IllegalCall;
+  OFCondition status = renewMeta(file, syntax);
+  if (status.bad())
+    return status;
   file.transferInit();
-  OFCondition status = EC_StreamNotifyClient;
+  status = EC_StreamNotifyClient;
   while (status == EC_StreamNotifyClient)
   {
-    status = file.write(stream, EXS_Unknown, EET_UndefinedLength, &cache, EGL_recalcGL, EPD_noChange, 0, 0, 0,
-                        EWM_createNewMeta);
+    status = writeOn(file, syntax, stream, cache);
     if (status.good() || status == EC_StreamNotifyClient)
       if (const OFCondition drained = drain(); drained.bad())
         status = drained;

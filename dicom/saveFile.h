@@ -17,7 +17,8 @@ namespace tarn::dicom
 OFCondition encode(DcmFileFormat& file, const std::function<bool(const char*, std::size_t)>& write);
 
 /// Saves as DcmFileFormat::saveFile does with its defaults (the dataset's own transfer syntax, undefined lengths, group
-/// lengths recalculated, new file meta information), but checks the result of every write.
+/// lengths recalculated, new file meta information, in which the implementation is a constant), but checks the result
+/// of every write.
 ///
 /// The file appears under `path` only when it is complete: it is written beside it as `.NAME.PID.part`, which nobody
 /// else may read, and renamed. Where it replaces a file, it is on the disk before it does. A file of this account hands

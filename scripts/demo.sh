@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-deps.sh
+scripts/install-deps.sh build demo
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 [[ -f build/release/build.ninja ]] || cmake --preset release >"$log" || { cat "$log" >&2; exit 1; }

@@ -1,31 +1,44 @@
 #!/usr/bin/env bash
-# Installs what building, testing and the demonstration need, from Debian's packages.
-# Does nothing when all of it is there.
+# install-deps.sh [GROUP...]: installs what building, testing and the demonstration need, from the packages of Debian 12
+# and 13; of all groups unless some are named. Does nothing when all of it is there.
 set -euo pipefail
 
-packages=(
-  # build
+build=(
   build-essential cmake ninja-build pkg-config ccache git ca-certificates
   libdcmtk-dev dcmtk libmariadb-dev libsqlite3-dev libspdlog-dev libfmt-dev libcli11-dev nlohmann-json3-dev libcereal-dev libsimdjson-dev rapidjson-dev libssl-dev libopenjp2-7-dev
-  # tests and benchmarks
+)
+# Shows what the demonstration converted. Debian's modules belong to /usr/bin/python3, which the scripts name because
+# another python3 in the PATH does not find them.
+demo=(python3 python3-pydicom python3-numpy)
+tests=(
   libgtest-dev libgmock-dev libbenchmark-dev mariadb-server mariadb-client procps openssl
+)
+checks=(
   # system calls that fail, runs that are killed, leaks
   strace valgrind
   # a cluster of one node, and an archive that takes what is sent
   slurm-wlm munge orthanc
-  # independent readers of what the converter writes; Debian's modules belong to /usr/bin/python3, which the scripts name
-  # because another python3 in the PATH does not find them
-  dicom3tools python3 python3-pydicom python3-numpy python3-pil librsvg2-bin libopenjp2-tools
+  # independent readers of what the converter writes, and of what pictures show
+  dicom3tools python3-pil librsvg2-bin libopenjp2-tools
   # a browser that opens the report
   chromium chromium-driver python3-selenium
   # second compiler, fuzzing, style
-  clang libclang-rt-14-dev clang-format clang-tidy cppcheck
+  clang libclang-rt-dev clang-format clang-tidy cppcheck
   # how the binaries were built (43 packages of Perl modules, 3 MB to fetch)
   devscripts
 )
+# Debian packages, what they promise to programs that link them, and fresh systems to try them in.
+packages=(debhelper fakeroot lintian abigail-tools debootstrap)
+
+[[ $# -gt 0 ]] || set -- build demo tests checks packages
+wanted=()
+for group in "$@"; do
+  declare -n members=$group
+  wanted+=("${members[@]}")
+done
 
 missing=()
-for package in "${packages[@]}"; do
+for package in "${wanted[@]}"; do
   [[ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)" == installed ]] || missing+=("$package")
 done
 [[ ${#missing[@]} -eq 0 ]] && exit 0

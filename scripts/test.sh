@@ -1,75 +1,95 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and runs every check: the tests under the sanitizers, the sample archive judged by
-# independent readers, system calls that fail, the same bytes from both compilers, runs and servers that are killed,
-# archives that are converted and interrupted, pictures and the report in a browser, other users of the host, a cluster, an
-# archive that takes what is sent, a minute of fuzzing for each target, formatting and lint.
-set -euo pipefail
+# test.sh [STEP...]: installs what is missing, builds, and runs every check, or only the steps that are named; two steps
+# at a time, since most of them keep one core busy. What a step said is in build/checks/STEP.log. FUZZ_SECONDS is the time
+# for each fuzz target, 30 when not set.
+set -uo pipefail
 cd "$(dirname "$0")/.."
 
-step() { printf '\n== %s (%ss)\n' "$1" "$SECONDS"; }
+here=$(. /etc/os-release && echo "$VERSION_CODENAME")
+other=$([[ $here == trixie ]] && echo bookworm || echo trixie)
 
-step "Packages"
-scripts/install-deps.sh
-
-step "Build with sanitizers"
-cmake --preset asan >/dev/null
-cmake --build --preset asan -- --quiet
-
-step "Build for release"
-cmake --preset release >/dev/null
-cmake --build --preset release -- --quiet
-
-step "Sample archive, judged by other readers"
-scripts/check-outputs.sh build/release
-
-step "The conformant form, judged by other readers"
-/usr/bin/python3 tests/conformant/check_conformant.py build/release 40
-
-step "Pictures, judged by another drawing"
-/usr/bin/python3 tests/picture/check_picture.py build/release 60
-
-step "Hostile files"
-/usr/bin/python3 tests/corpus/check_hostile.py build/release
-/usr/bin/python3 tests/corpus/check_hostile.py build/asan
-
-step "Every system call fails once, no leak"
-scripts/check-faults.sh build/release
-scripts/check-leaks.sh build/release
-
-step "Installed library"
-scripts/check-package.sh build/release
-
-step "Hardening of what is installed"
-scripts/check-hardening.sh build/release
-
-step "The same bytes from every compiler"
-scripts/check-determinism.sh build/release
-
-step "Killed runs and servers"
-/usr/bin/python3 tests/killed/check_killed.py build/release
-
-step "Archives, converted, interrupted and attacked"
-/usr/bin/python3 tests/archive/check_archive.py build/release
-/usr/bin/python3 tests/archive/check_archive.py build/release --mysql
-
-step "The report in a browser"
-/usr/bin/python3 tests/html/check_html.py build/release
-
-step "Other users of the host, and the network"
-/usr/bin/python3 tests/attacks/check_attacks.py build/release
-/usr/bin/python3 tests/rights/check_rights.py build/release
-
-step "A cluster, and an archive that takes what is sent"
-/usr/bin/python3 tests/slurm/check_slurm.py build/release
-/usr/bin/python3 tests/lastmile/check_orthanc.py build/release
-
-step "Fuzzing"
-scripts/fuzz.sh "${FUZZ_SECONDS:-60}"
-
-step "Formatting and lint"
-scripts/lint.sh
-
-step "Tests"
+# One after another, since a build takes all cores:
+first=(
+  "packages     scripts/install-deps.sh"
+  "build-asan   scripts/build.sh asan"
+  "build        scripts/build.sh release"
+)
+# Then these, longest first: those that share no folder and no port with another one.
+beside=(
+  "lint         scripts/lint.sh"
+  "system       scripts/test-on.sh $other"
+  "fuzz         scripts/fuzz.sh ${FUZZ_SECONDS:-30}"
+  "tests        ctest --preset asan -j 2"
+  "determinism  scripts/check-determinism.sh build/release"
+  "archive      /usr/bin/python3 tests/archive/check_archive.py build/release"
+  "archive-sql  /usr/bin/python3 tests/archive/check_archive.py build/release --mysql"
+  "faults       scripts/check-faults.sh build/release"
+  "leaks        scripts/check-leaks.sh build/release"
+  "killed       /usr/bin/python3 tests/killed/check_killed.py build/release"
+  "hostile      /usr/bin/python3 tests/corpus/check_hostile.py build/release"
+  "hostile-asan /usr/bin/python3 tests/corpus/check_hostile.py build/asan"
+  "conformant   /usr/bin/python3 tests/conformant/check_conformant.py build/release 40"
+  "pictures     /usr/bin/python3 tests/picture/check_picture.py build/release 60"
+  "report       /usr/bin/python3 tests/html/check_html.py build/release"
+  "attacks      /usr/bin/python3 tests/attacks/check_attacks.py build/release"
+  "rights       /usr/bin/python3 tests/rights/check_rights.py build/release"
+  "slurm        /usr/bin/python3 tests/slurm/check_slurm.py build/release"
+  "lastmile     /usr/bin/python3 tests/lastmile/check_orthanc.py build/release"
+  "outputs      scripts/check-outputs.sh build/release"
+  "installed    scripts/check-package.sh build/release"
+  "abi          scripts/check-abi.sh build/release"
+  "hardening    scripts/check-hardening.sh build/release"
+)
+# Only those of these that are named, before a release, since each of them builds the packages:
+named=(
+  "deb          scripts/check-deb.sh $here"
+  "deb-other    scripts/check-deb.sh $other"
+  "reproducible scripts/check-reproducible.sh"
+)
 export ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1
-ctest --preset asan
-step "Done"
+
+# run STEP COMMAND...: one line when it passes, or cannot be tried on this host (status 77); when it fails, the end of
+# what it said, and how to run it by itself.
+run() {
+  local name=$1 began=$SECONDS log=build/checks/$1.log status=0 result
+  shift
+  "$@" >"$log" 2>&1 </dev/null || status=$?
+  case $status in
+    0) result=passed ;;
+    77) result=SKIPPED ;;
+    *)
+      printf '\nFAILED  %-12s %4s s; the end of %s:\n%s\nBy itself: %s\n\n' \
+        "$name" "$((SECONDS - began))" "$log" "$(tail -n 60 "$log")" "$*"
+      return 1
+      ;;
+  esac
+  printf '%-7s %-12s %4s s  %s\n' "$result" "$name" "$((SECONDS - began))" "$(tail -n 1 "$log" | cut -c -80)"
+}
+export -f run
+
+# steps LIST...: the lines of the list that were asked for.
+asked=("$@")
+steps() {
+  local line
+  for line in "$@"; do
+    [[ ${#asked[@]} -gt 0 && " ${asked[*]} " != *" ${line%% *} "* ]] || echo "$line"
+  done
+}
+for name in "${asked[@]}"; do
+  printf '%s\n' "${first[@]}" "${beside[@]}" "${named[@]}" | grep -q "^$name " || { echo "test.sh: no step $name" >&2; exit 2; }
+done
+
+[[ ${#asked[@]} -eq 0 ]] || beside+=("${named[@]}")
+
+mkdir -p build/checks
+echo "One after another, then two at a time:"
+steps "${first[@]}" "${beside[@]}"
+echo
+while read -r name command; do
+  # shellcheck disable=SC2086
+  run "$name" $command || exit 1
+done < <(steps "${first[@]}")
+steps "${beside[@]}" | xargs -r -P 2 -L 1 bash -c 'run "$@"' run
+status=$?
+printf '%s in %s s\n' "$([[ $status -eq 0 ]] && echo "All passed" || echo "Something failed")" "$SECONDS"
+exit $((status != 0))

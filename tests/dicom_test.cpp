@@ -15,6 +15,8 @@
 
 #include <memory>
 #include <sstream>
+#include <string_view>
+#include <utility>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -51,6 +53,17 @@ std::unique_ptr<DcmFileFormat> makeState(std::size_t length)
   return file;
 }
 
+/// Bytes that the toolkit wrote, with the implementation of its version 3.6.7.
+std::string asVersion367(std::string bytes)
+{
+  const std::pair<std::string_view, std::string_view> names[] = {
+      {OFFIS_IMPLEMENTATION_CLASS_UID, "1.2.276.0.7230010.3.0.3.6.7"},
+      {OFFIS_DTK_IMPLEMENTATION_VERSION_NAME, "OFFIS_DCMTK_367"}};
+  for (const auto& [own, expected] : names)
+    bytes.replace(bytes.find(own), own.size(), expected);
+  return bytes;
+}
+
 TEST(FileWriter, WritesAgainWhatTheToolkitWrote)
 {
   const TempDir dir;
@@ -63,7 +76,7 @@ TEST(FileWriter, WritesAgainWhatTheToolkitWrote)
       DcmFileFormat file;
       ASSERT_TRUE(loadFile(file, input).good());
       ASSERT_STREQ(saveFile(file, output).text(), "Normal");
-      EXPECT_TRUE(contents(output) == contents(input));
+      EXPECT_TRUE(contents(output) == asVersion367(contents(input)));
     }
 }
 

@@ -122,3 +122,4 @@ try:
     sys.exit(main())
 except Skipped as reason:
     print(f"check_slurm: skipped, {reason}")
+    sys.exit(77)
