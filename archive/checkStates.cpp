@@ -8,18 +8,54 @@
 #include "base/report.h"
 #include "conformance/Rule.h"
 #include "conformance/conform.h"
+#include "db/DBConnectorSql.h"
 #include "dicom/dictionary.h"
 #include "dicom/loadFile.h"
+#include "dicom/values.h"
+#include "images/ImageFiles.h"
+
+#include <memory>
 
 namespace tarn::archive
 {
 namespace
 {
 
+/// The sizes of the images that one state after the other refers to.
+class StateImages : public conformance::ImageSizes
+{
+public:
+  explicit StateImages(const std::string& folder) : files(db, folder) {}
+
+  void begin(DcmDataset& state)
+  {
+    if (dicom::readUid(state, DCM_StudyInstanceUID, studyUid).bad())
+      studyUid.clear();
+  }
+
+  std::optional<conformance::ImageSize> find(const std::string& sopInstanceUid) override
+  {
+    if (sopInstanceUid.empty())
+      return std::nullopt;
+    const auto& header = files.find(studyUid, "", sopInstanceUid);
+    return header ? std::make_optional(conformance::ImageSize{header->columns, header->rows, header->frames})
+                  : std::nullopt;
+  }
+
+private:
+  db::DBConnectorSql db{db::Missing::refuse};
+  images::ImageFiles files;
+  std::string studyUid;
+};
+
 class StateCheck
 {
 public:
-  explicit StateCheck(FindingForm form) : findings(form) {}
+  StateCheck(FindingForm form, const std::string& imagesFolder) : findings(form)
+  {
+    if (!imagesFolder.empty())
+      images = std::make_unique<StateImages>(imagesFolder);
+  }
 
   /// A file that a walk found; one that was `named` is expected to be a presentation state.
   void look(const std::string& path, bool named);
@@ -35,6 +71,7 @@ private:
   void check(const std::string& path);
 
   FindingWriter findings;
+  std::unique_ptr<StateImages> images; ///< null where none are looked for
   std::uint64_t states = 0;
   std::uint64_t passed = 0;
   std::uint64_t problems = 0;
@@ -62,7 +99,9 @@ void StateCheck::check(const std::string& path)
   DcmFileFormat file;
   if (const OFCondition loaded = dicom::loadFile(file, path); loaded.bad())
     return findings.write({path, "not-loaded", loaded.text()});
-  for (const conformance::Finding& finding : conformance::check(*file.getDataset(), nullptr))
+  if (images)
+    images->begin(*file.getDataset());
+  for (const conformance::Finding& finding : conformance::check(*file.getDataset(), images.get()))
     findings.write(
         {path, finding.code, finding.text, finding.level == conformance::Level::note, finding.clause, finding.at});
 }
@@ -87,7 +126,8 @@ int listRules()
   return exitStatus::kDone;
 }
 
-int checkStates(const std::vector<std::string>& paths, FindingForm form, bool notesFail)
+int checkStates(const std::vector<std::string>& paths, FindingForm form, bool notesFail,
+                const std::string& imagesFolder)
 {
   std::string error;
   if (!dicom::setUpDictionary(error))
@@ -96,7 +136,7 @@ int checkStates(const std::vector<std::string>& paths, FindingForm form, bool no
     return exitStatus::kFailed;
   }
   dicom::completeDictionary(); // places are called by the names of their attributes
-  StateCheck check(form);
+  StateCheck check(form, imagesFolder);
   const WalkSink found{[&](const std::string& path) { check.look(path, false); }, [&] { check.pass(); },
                        [&](const std::string& line) { check.problem(line); }};
   walkPaths(paths, "", found, [&](const std::string& path) { check.look(path, true); });

@@ -178,6 +178,10 @@ private:
     parser.add_option("--journal", request.out, "The output folder of conversions, held against its journals")
         ->type_name("OUT");
     parser.add_flag("--rules", wantsRules, "Print the table of the rules");
+    parser
+        .add_option("--images", request.options.imagesFolder,
+                    "Where images are looked for besides the data repository, for what lies outside them")
+        ->type_name("DIR");
     parser.add_flag("--notes-fail", notesFail, "Exit status 1 for notes too");
     addFormat(parser, findingForm, {{"text", FindingForm::text}, {"json", FindingForm::json}});
   }
@@ -270,8 +274,9 @@ private:
       throw CLI::RequiredError("PATH, --journal or --rules");
     const int journals =
         request.out.empty() ? exitStatus::kDone : checkJournals(absolutePath(request.out), findingForm);
-    const int states =
-        request.source.paths.empty() ? exitStatus::kDone : checkStates(request.source.paths, findingForm, notesFail);
+    const int states = request.source.paths.empty()
+                           ? exitStatus::kDone
+                           : checkStates(request.source.paths, findingForm, notesFail, request.options.imagesFolder);
     return std::max(journals, states);
   }
 

@@ -128,7 +128,7 @@ std::vector<Float32> coordinatesIn(DcmElement& element)
   const DcmEVR vr = element.ident();
   std::vector<Float32> values;
   std::string bytes;
-  if ((vr != EVR_FL && vr != EVR_UN && vr != EVR_OF) || dicom::readBytes(element, bytes).bad() ||
+  if ((vr != EVR_FL && vr != EVR_UN && vr != EVR_OF) || dicom::readBytes(element, bytes).bad() || bytes.empty() ||
       bytes.size() % sizeof(Float32) != 0)
     return values;
   swapIfNecessary(gLocalByteOrder, EBO_LittleEndian, bytes.data(), static_cast<Uint32>(bytes.size()), sizeof(Float32));

@@ -63,7 +63,7 @@ bool mayBe(DcmEVR vr, DcmEVR asked)
     return isOneOf(vr, {EVR_lt, EVR_US, EVR_SS, EVR_OW});
   case EVR_ox:
   case EVR_px:
-    return isOneOf(vr, {EVR_ox, EVR_px, EVR_OB, EVR_OW});
+    return isOneOf(vr, {EVR_ox, EVR_px, EVR_PixelData, EVR_OB, EVR_OW});
   default:
     return DcmVR(asked).getValidEVR() == vr;
   }

@@ -1,11 +1,15 @@
 #include "tests/support/Files.h"
 #include "tests/support/TempDir.h"
+#include "tests/support/ViewState.h"
 
 #include "archive/inputs/shard.h"
 #include "archive/journal/Journal.h"
 #include "archive/journal/inventory.h"
 #include "archive/journal/textJson.h"
+#include "archive/run/ConformantForm.h"
+#include "db/DBConnectorSql.h"
 #include "dicom/firstBytes.h"
+#include "images/ObjectInfo.h"
 
 #include <gtest/gtest.h>
 
@@ -275,6 +279,31 @@ TEST(Shard, IsThatOfTheHash)
     for (const auto& [shards, expected] : {std::pair(1U, 1U), {2U, of2}, {3U, of3}, {7U, of7}, {1000U, of1000}})
       for (unsigned shard = 1; shard <= shards; ++shard)
         ASSERT_EQ(isOfShard(study, path, shard, shards), shard == expected) << study << path << ' ' << shards;
+}
+
+/// The object table may not know how many frames an image has, and then says 1.
+TEST(ConformantForm, DropsFramesThatTheImageCannotHave)
+{
+  const std::pair<Uint16, const char*> kFramesOfTable[] = {{1, "7"}, {10, "7"}, {3, ""}};
+  for (const auto& [frames, kept] : kFramesOfTable)
+  {
+    const auto state = viewState();
+    edit(*state, "-ReferencedSeriesSequence;+image 1.2.5 7");
+    impsconverter::ObjectInfo image("1.2", "CT.1.2.5");
+    image.sopClassUid = UID_EnhancedCTImageStorage;
+    image.sopInstanceUid = "1.2.5";
+    image.columns = 512;
+    image.rows = 256;
+    image.frames = frames;
+    tarn::db::DBConnectorSql db{tarn::db::Missing::refuse};
+    ConformantForm::Remedies remedies;
+    impsconverter::OutputRefusal refusal;
+    ConformantForm(db, "").apply(*state, image, remedies, refusal);
+    OFString left;
+    static_cast<void>(state->findAndGetOFString(DCM_ReferencedFrameNumber, left, 0, OFTrue));
+    EXPECT_EQ(kept, left) << frames << " frames by the table";
+    EXPECT_EQ("", refusal.code);
+  }
 }
 
 } // namespace

@@ -40,6 +40,7 @@ const std::pair<const char*, std::string> kSound[] = {
                                  "+table ModalityLUTSequence 4096;ModalityLUTSequence.ModalityLUTType=HU;+table "
                                  "window.VOILUTSequence 3;-PresentationLUTShape;+table PresentationLUTSequence 256"},
     {"a narrow exact window", "window.VOILUTFunction=LINEAR_EXACT;window.WindowWidth=0.5"},
+    {"an icon with pixels", "+item IconImageSequence;+pixels IconImageSequence"},
     {"a bitmap shutter", kBitmap + "-OverlayActivationLayer"},
     {"a mask", kFrames +
                    "RecommendedViewingMode=SUB;+item MaskSubtractionSequence;MaskSubtractionSequence.MaskOperation="

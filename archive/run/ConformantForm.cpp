@@ -2,6 +2,7 @@
 #include "archive/run/ConformantForm.h"
 
 #include "conformance/conform.h"
+#include "conformance/references.h"
 #include "images/ObjectInfo.h"
 
 namespace tarn::archive
@@ -19,12 +20,14 @@ public:
   {
     if (sopInstanceUid != image.sopInstanceUid)
       return std::nullopt;
-    const bool isKnown = image.columns > 1 && image.rows > 1; // what the object table does not say counts as 1
-    if (isKnown)
+    // What the object table does not say counts as 1.
+    const bool knowsSize = image.columns > 1 && image.rows > 1;
+    const bool knowsFrames = image.frames > 1 || !conformance::isMultiFrame(image.sopClassUid);
+    if (knowsSize && knowsFrames)
       return conformance::ImageSize{image.columns, image.rows, image.frames};
-    const auto& header = files.find(image.studyKey, image.objectName, sopInstanceUid);
-    return header ? std::make_optional(conformance::ImageSize{header->columns, header->rows, header->frames})
-                  : std::nullopt;
+    if (const auto& header = files.find(image.studyKey, image.objectName, sopInstanceUid))
+      return conformance::ImageSize{header->columns, header->rows, header->frames};
+    return knowsSize ? std::make_optional(conformance::ImageSize{image.columns, image.rows, 0}) : std::nullopt;
   }
 
 private:

@@ -15,8 +15,8 @@
 namespace tarn::archive
 {
 
-/// Makes outputs conformant. The size of an image is that of the object table; where that does not say, its file is
-/// read.
+/// Makes outputs conformant. The size of an image is that of the object table; where that does not say it, or may not
+/// say how many frames there are, the image's file is read.
 class ConformantForm
 {
 public:

@@ -182,6 +182,10 @@ def main():
         refused = Counter(reason["code"] for record in records.values() for reason in record["reasons"])
         checked = subprocess.run(["annomend-archive", "check", folder / "out"], capture_output=True, text=True, check=False)
         problems += [line for line in checked.stdout.splitlines() if ": note: " not in line]
+        checked = subprocess.run(["annomend-archive", "check", "--images", folder / "archive" / "images", folder / "out"],
+                                 capture_output=True, text=True, check=False)
+        if checked.returncode or ": coordinate-outside-image: note: " not in checked.stdout:
+            problems.append("what lies outside the images is not noted")
         again = convert(folder / "again", "conformant", states)
         if {name: record["outputs"] for name, record in again.items()} != {
                 name: record["outputs"] for name, record in records.items()}:

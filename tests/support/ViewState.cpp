@@ -100,10 +100,12 @@ void add(DcmItem& state, const std::string& step)
     return referTo(state, first, second);
   if (what == "+area")
     return addArea(state, first, second);
-  std::string path = what == "+choose" ? first + "." : first;
+  std::string path = what == "+choose" || what == "+pixels" ? first + "." : first;
   DcmItem& item = itemOn(state, path);
   if (what == "+choose")
     choose(item, second, third);
+  else if (what == "+pixels")
+    samples::require(item.insert(new DcmPixelData(DcmTag(DCM_PixelData, EVR_OW))), step);
   else if (what == "+table")
     addTable(item, tagOf(path), static_cast<Uint16>(std::stoi(second)));
   else

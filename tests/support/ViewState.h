@@ -27,6 +27,7 @@ std::unique_ptr<DcmDataset> viewState();
 /// - "+image 1.2.5 1\2": refers to an image, or to frames of it, in a series of its own
 /// - "+area 1.2.4": adds a copy of the first area, for an image of its own where one is named
 /// - "+choose window 1.2.4": makes an item refer to an image, or to frames of it
+/// - "+pixels IconImageSequence": adds pixels without a value
 /// - "+table window.VOILUTSequence 3": adds a table of so many entries of 16 bits
 /// - "+item MaskSubtractionSequence": adds an empty item
 void edit(DcmItem& state, const std::string& steps);
