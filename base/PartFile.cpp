@@ -13,6 +13,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace tarn::base
@@ -46,9 +47,9 @@ std::optional<mode_t> umaskOfProcess()
   return std::nullopt;
 }
 
-/// The permissions that the system gives a new file in `folder`, which depend on the umask or on the folder's default
-/// access control list: those of one without a name, where the file system makes such.
-std::optional<mode_t> modeOfNewFile(const std::string& folder)
+/// The permissions of a file without a name that is made in `folder`, where the file system makes such; else those that
+/// the umask says.
+std::optional<mode_t> tryOut(const std::string& folder)
 {
   struct stat made = {};
   const Fd fd(open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
@@ -56,6 +57,16 @@ std::optional<mode_t> modeOfNewFile(const std::string& folder)
     return made.st_mode & 0666U;
   const std::optional<mode_t> umask = umaskOfProcess();
   return umask ? std::optional<mode_t>(0666U & ~*umask) : std::nullopt;
+}
+
+/// The permissions that the system gives a new file in `folder`: what the folder's default access control list says,
+/// else what the umask leaves. To ask for that costs as much as the file; the answer of the first time stands.
+std::optional<mode_t> modeOfNewFile(const std::string& folder)
+{
+  if (getxattr(folder.c_str(), "system.posix_acl_default", nullptr, 0) >= 0 || (errno != ENODATA && errno != ENOTSUP))
+    return tryOut(folder);
+  static const std::optional<mode_t> usual = tryOut(folder);
+  return usual;
 }
 
 /// `mode` without what `model` gives nobody but its owner. A file of another group than `model` gives its group what
@@ -118,7 +129,7 @@ bool PartFile::permitLike(const struct stat& before, const struct stat* source) 
 bool PartFile::setMode(mode_t mode, const struct stat* source) const
 {
   struct stat own = {};
-  if (fstat(fd.get(), &own) != 0)
+  if (source && fstat(fd.get(), &own) != 0)
     return false;
   return fchmod(fd.get(), source ? narrowed(mode, *source, source->st_gid == own.st_gid) : mode) == 0;
 }

@@ -32,7 +32,8 @@ public:
   const std::string& path() const { return partPath; }
 
   [[nodiscard]] bool write(const char* bytes, std::size_t length) const;
-  /// Gives it the permissions of a new file, as the umask and its folder say.
+  /// Gives it the permissions of a new file, as its folder and the umask say, as this was for the first file that was
+  /// made so.
   [[nodiscard]] bool permitAsNew(const struct stat* source = nullptr) const;
   /// Gives it the permissions of the file `before`, which it replaces, and its group where the system lets it, but for
   /// execution, set-id bits and writing by others.

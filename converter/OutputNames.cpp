@@ -4,6 +4,7 @@
 #include "base/files.h"
 #include "base/report.h"
 #include "converter/inputChecks.h"
+#include "dicom/saveFile.h"
 
 #include <sys/stat.h>
 
@@ -23,19 +24,20 @@ constexpr char kOutputFormat[] = "1.2.826.0.1.7770001.2.11.7.%d%s";
 constexpr std::size_t kLongestUid = 64; // PS3.5 9.1
 constexpr std::size_t kCutNameLength = sizeof "PR." - 1 + kLongestUid;
 
-/// Why nothing may take the place of `path`: it is itself, not what it may link to, the input file or the link that
+/// Why nothing may take the place of `target`: it is itself, not what it may link to, the input file or the link that
 /// leads there, or the system does not tell. Null when there is no reason.
-const char* overwriteError(const std::string& path, const std::string& inputFile)
+const char* overwriteError(const tarn::dicom::SaveTarget& target, const std::string& inputFile)
 {
-  struct stat present = {};
-  if (lstat(path.c_str(), &present) != 0)
-    return errno == ENOENT ? nullptr : std::strerror(errno);
+  if (target.error != 0)
+    return std::strerror(target.error);
+  if (!target.exists)
+    return nullptr;
   for (const auto look : {stat, lstat})
   {
     struct stat input = {};
     if (look(inputFile.c_str(), &input) != 0 && errno != ENOENT)
       return std::strerror(errno);
-    if (present.st_dev == input.st_dev && present.st_ino == input.st_ino)
+    if (target.present.st_dev == input.st_dev && target.present.st_ino == input.st_ino)
       return "it would replace the input file";
   }
   return nullptr;
@@ -43,10 +45,7 @@ const char* overwriteError(const std::string& path, const std::string& inputFile
 
 } // namespace
 
-OutputNames::OutputNames(std::string inputFile, std::string prefix)
-  : inputFile(std::move(inputFile)), prefix(std::move(prefix))
-{
-}
+OutputNames::OutputNames(std::string inputFile) : inputFile(std::move(inputFile)) {}
 
 std::string OutputNames::uidOf(const std::string& inputUid, int number)
 {
@@ -61,9 +60,9 @@ std::string OutputNames::copyName() const
   return tarn::base::baseName(inputFile);
 }
 
-bool OutputNames::takeForOutput(const std::string& name)
+bool OutputNames::takeForOutput(const std::string& name, const tarn::dicom::SaveTarget& target)
 {
-  return take(name, overwriteError(prefix + name, inputFile));
+  return take(name, overwriteError(target, inputFile));
 }
 
 /// Outputs differ by their number, unless a long UID was cut; the copy has the input's name, whatever that is.

@@ -3,6 +3,11 @@
 #include <set>
 #include <string>
 
+namespace tarn::dicom
+{
+struct SaveTarget;
+} // namespace tarn::dicom
+
 namespace impsconverter
 {
 
@@ -12,14 +17,15 @@ namespace impsconverter
 class OutputNames
 {
 public:
-  /// Files are called `prefix` + name; `inputFile` may be empty.
-  OutputNames(std::string inputFile, std::string prefix);
+  /// `inputFile` may be empty.
+  explicit OutputNames(std::string inputFile);
 
   /// The UID of the output `number`: the organisation's root, the number and what the input's own UID has after the
   /// root; cut at 64 characters (PS3.5 9.1).
   static std::string uidOf(const std::string& inputUid, int number);
 
-  [[nodiscard]] bool takeForOutput(const std::string& name);
+  /// `target` is where `name` goes.
+  [[nodiscard]] bool takeForOutput(const std::string& name, const tarn::dicom::SaveTarget& target);
   /// For what may replace the input, or has its place found by others.
   [[nodiscard]] bool takeOnce(const std::string& name) { return take(name, nullptr); }
   /// What the copy is called: as the input, without its folder.
@@ -31,7 +37,6 @@ private:
   bool take(const std::string& name, const char* reason);
 
   std::string inputFile;
-  std::string prefix;
   std::set<std::string> used; ///< of the names that may recur
 };
 

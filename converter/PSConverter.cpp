@@ -8,6 +8,7 @@
 #include "converter/PluginStateParser.h"
 #include "converter/inputChecks.h"
 #include "dicom/loadFile.h"
+#include "dicom/saveFile.h"
 #include "dicom/values.h"
 #include "images/ObjectInfo.h"
 #include "pstate/ElementWriter.h"
@@ -188,8 +189,8 @@ void PSConverter::includeOriginal()
     outputList->push_back(fileFormat.release());
   }
   else if (names.takeOnce(name))
-    static_cast<void>(
-        save(outputPrefix, &inputStatus)); // an extra: a failure has been reported and does not undo the conversion
+    static_cast<void>(save(tarn::dicom::SaveTarget(outputPrefix + name),
+                           &inputStatus)); // an extra: a failure has been reported and does not undo the conversion
 }
 
 bool PSConverter::clean()
@@ -302,9 +303,15 @@ bool PSConverter::giveOut(ValidPresentationState& finished)
   if (sink)
     return names.takeOnce(finished.outputName()) && giveToSink(finished);
   if (!outputList)
-    return names.takeForOutput(finished.outputName()) && finished.save(outputPrefix);
+    return saveOutput(finished);
   outputList->push_back(finished.releaseFile().release());
   return true;
+}
+
+bool PSConverter::saveOutput(ValidPresentationState& finished)
+{
+  const tarn::dicom::SaveTarget target(outputPrefix + finished.outputName());
+  return names.takeForOutput(finished.outputName(), target) && finished.save(target);
 }
 
 bool PSConverter::giveToSink(ValidPresentationState& finished)

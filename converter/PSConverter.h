@@ -140,6 +140,7 @@ private:
   bool lookUpImage(ObjectInfo& object);
   bool giveOut(ValidPresentationState& finished);
   bool giveToSink(ValidPresentationState& finished);
+  bool saveOutput(ValidPresentationState& finished);
   bool hasOutput() const;
 
   tarn::db::DBConnector& db;
@@ -161,7 +162,7 @@ private:
 
   std::optional<OutputTemplate> outputTemplate; ///< from the first ID line to the end of the figures
   std::optional<tarn::images::ImageSources> imageSources;
-  OutputNames names{inputFile, outputPrefix};
+  OutputNames names{inputFile};
   Account book;
   std::unique_ptr<ObjectInfo> image; ///< that the output is for
   std::uint64_t messagesAtStart = 0;

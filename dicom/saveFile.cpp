@@ -16,6 +16,7 @@
 #include <cerrno>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 namespace tarn::dicom
 {
@@ -34,32 +35,23 @@ OFCondition systemFailure()
   return failure(std::strerror(errno));
 }
 
-/// What stands where a file is to go. `condition` is bad where the system does not tell.
-struct Target
+bool isFile(const SaveTarget& target)
 {
-  explicit Target(const std::string& path)
-    : exists(lstat(path.c_str(), &status) == 0), condition(exists || errno == ENOENT ? EC_Normal : systemFailure())
-  {
-  }
+  return target.exists && S_ISREG(target.present.st_mode);
+}
 
-  bool isFile() const { return exists && S_ISREG(status.st_mode); }
-
-  /// Returns good where the file may take its place. rename(2) refuses directories by itself, but asks neither for the
-  /// permissions nor for the kind of what it replaces.
-  OFCondition checkReplaceable(const std::string& path) const
-  {
-    if (condition.bad())
-      return condition;
-    if (isFile())
-      return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 ? EC_Normal : systemFailure();
-    const bool isDevice = exists && (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode) || S_ISSOCK(status.st_mode));
-    return isDevice ? failure("Not a regular file") : EC_Normal;
-  }
-
-  struct stat status = {};
-  bool exists;
-  OFCondition condition;
-};
+/// Returns good where the file may take its place. rename(2) refuses directories by itself, but asks neither for the
+/// permissions nor for the kind of what it replaces.
+OFCondition checkReplaceable(const SaveTarget& target)
+{
+  if (target.error != 0)
+    return failure(std::strerror(target.error));
+  if (isFile(target))
+    return faccessat(AT_FDCWD, target.path.c_str(), W_OK, AT_EACCESS) == 0 ? EC_Normal : systemFailure();
+  const mode_t mode = target.present.st_mode;
+  const bool isDevice = target.exists && (S_ISCHR(mode) || S_ISBLK(mode) || S_ISSOCK(mode));
+  return isDevice ? failure("Not a regular file") : EC_Normal;
+}
 
 bool isLike(const struct stat& one, const struct stat& other)
 {
@@ -70,14 +62,14 @@ bool isLike(const struct stat& one, const struct stat& other)
 /// Whether the target is a file of this account with the permissions and the bytes of the part file. It then stays,
 /// with a new time, and the disk need not be waited for: a repeated conversion costs no more than the first. A file
 /// that cannot be compared is replaced, and so is one of another account, which might change it later.
-bool keepsTarget(const Target& target, const std::string& path, const base::PartFile& part)
+bool keepsTarget(const SaveTarget& target, const base::PartFile& part)
 {
   struct stat written = {};
-  if (!target.isFile() || stat(part.path().c_str(), &written) != 0 || !isLike(target.status, written))
+  if (!isFile(target) || stat(part.path().c_str(), &written) != 0 || !isLike(target.present, written))
     return false;
   try
   {
-    const base::RegularFile present(path);
+    const base::RegularFile present(target.path);
     return isLike(present.status, written) && present.content() == base::fileContent(part.path()) &&
            futimens(present.fd.get(), nullptr) == 0;
   }
@@ -149,13 +141,18 @@ OFCondition encode(DcmFileFormat& file, const std::function<bool(const char*, st
   return status;
 }
 
-OFCondition saveFile(DcmFileFormat& file, const std::string& path, const struct stat* source)
+SaveTarget::SaveTarget(std::string where) : path(std::move(where))
 {
-  const Target target(path);
-  OFCondition status = target.checkReplaceable(path);
+  exists = lstat(path.c_str(), &present) == 0;
+  error = exists || errno == ENOENT ? 0 : errno;
+}
+
+OFCondition saveFile(DcmFileFormat& file, const SaveTarget& target, const struct stat* source)
+{
+  OFCondition status = checkReplaceable(target);
   if (status.bad())
     return status;
-  base::PartFile part(path);
+  base::PartFile part(target.path);
   if (!part.good())
     return systemFailure();
   std::size_t preamble = source ? DCM_PreambleLen : 0; // bytes of it that are to come
@@ -168,12 +165,12 @@ OFCondition saveFile(DcmFileFormat& file, const std::string& path, const struct 
   status = encode(file, write);
   if (status.bad())
     return status;
-  const bool isOwn = target.isFile() && target.status.st_uid == geteuid();
-  if (!(isOwn ? part.permitLike(target.status, source) : part.permitAsNew(source)))
+  const bool isOwn = isFile(target) && target.present.st_uid == geteuid();
+  if (!(isOwn ? part.permitLike(target.present, source) : part.permitAsNew(source)))
     return systemFailure();
-  if (keepsTarget(target, path, part))
+  if (keepsTarget(target, part))
     return EC_Normal;
-  return (!target.isFile() || part.sync()) && part.keep() ? EC_Normal : systemFailure();
+  return (!isFile(target) || part.sync()) && part.keep() ? EC_Normal : systemFailure();
 }
 
 } // namespace tarn::dicom

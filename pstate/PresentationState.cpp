@@ -56,7 +56,7 @@ bool PresentationState::clean()
   return true;
 }
 
-bool PresentationState::save(const std::string& directory, const struct stat* source)
+bool PresentationState::save(const tarn::dicom::SaveTarget& target, const struct stat* source)
 {
   clean();
   if (debug)
@@ -66,7 +66,7 @@ bool PresentationState::save(const std::string& directory, const struct stat* so
     tarn::base::trace(" === END Result PS ", name, " ===");
     tarn::base::trace("Saving ", name);
   }
-  return isGood(tarn::dicom::saveFile(*fileFormat, directory + name, source),
+  return isGood(tarn::dicom::saveFile(*fileFormat, target, source),
                 "Presentation State file " + name + " could not be saved: ");
 }
 

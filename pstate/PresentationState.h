@@ -8,6 +8,11 @@
 
 #include <sys/stat.h>
 
+namespace tarn::dicom
+{
+struct SaveTarget;
+} // namespace tarn::dicom
+
 namespace impsconverter
 {
 
@@ -62,9 +67,9 @@ public:
 
   virtual ~PresentationState() = default;
 
-  /// Cleans the dataset and writes it to `directory` + `name` (no separator is added), in its own transfer syntax. The
-  /// file appears when it is complete; on failure what stood there stays.
-  [[nodiscard]] bool save(const std::string& directory) { return save(directory, nullptr); }
+  /// Cleans the dataset and writes it to `target`, in its own transfer syntax. The file appears when it is complete; on
+  /// failure what stood there stays.
+  [[nodiscard]] bool save(const tarn::dicom::SaveTarget& target) { return save(target, nullptr); }
 
   const std::string& outputName() const { return name; }
   bool isDebug() const { return debug; }
@@ -74,7 +79,7 @@ public:
 protected:
   /// Saves a copy of `source`: nobody else may do with it what they may not do with that file. Null for an object that
   /// is no copy.
-  [[nodiscard]] bool save(const std::string& directory, const struct stat* source);
+  [[nodiscard]] bool save(const tarn::dicom::SaveTarget& target, const struct stat* source);
   /// Puts the two corners (PS3.3 C.10.4) of an area `width` x `height` pixels at (x, y) into `item`; the far edges wrap
   /// at 32 bits. A corner that exists already is a failure and stays.
   static bool fillDisplayArea(DcmItem& item, CLIP_BOX_MODE mode, int x, int y, int width, int height);

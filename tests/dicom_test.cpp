@@ -101,6 +101,9 @@ TEST(FileWriter, WhatIsReadOnlyStays)
   chmod(closed.c_str(), 0755);
 }
 
+/// A process has one umask: what it leaves is asked for once.
+[[maybe_unused]] const mode_t kUmaskBefore = umask(027);
+
 struct ModeRow
 {
   const char* fact;
@@ -126,7 +129,6 @@ TEST(FileWriter, PermissionsComeFromWhatWasThereAndFromTheSource)
 {
   if (geteuid() != 0)
     GTEST_SKIP() << "only root makes files of another account";
-  const mode_t umaskBefore = umask(027);
   for (const ModeRow& row : kModeRows)
     for (const std::size_t length : {10U, 11U}) // the same bytes, and others
     {
@@ -144,7 +146,6 @@ TEST(FileWriter, PermissionsComeFromWhatWasThereAndFromTheSource)
       EXPECT_EQ(saved.st_mode & 07777U, row.after);
       EXPECT_EQ(saved.st_uid, 0U) << "its owner could change it";
     }
-  umask(umaskBefore);
 }
 
 TEST(FileWriter, ACopyTakesNoPreambleOver)
