@@ -8,6 +8,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <string_view>
 
 namespace tarn::conformance
 {
@@ -15,8 +16,10 @@ namespace
 {
 
 /// PS3.5 6.2: DS and IS, without the blanks that pad them. Neither knows infinity.
-std::optional<double> numberIn(const std::string& text)
+std::optional<double> numberIn(std::string_view text)
 {
+  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+  text.remove_suffix(text.size() - (text.find_last_not_of(' ') + 1));
   double number = 0;
   const char* start = text.data() + (base::startsWith(text, "+") ? 1 : 0);
   const auto [end, failure] = std::from_chars(start, text.data() + text.size(), number);
@@ -109,7 +112,9 @@ std::optional<std::vector<double>> numbersIn(DcmElement& element, const std::str
   if (element.getLengthField() == 0)
     return std::nullopt;
   const bool isText = element.ident() == EVR_DS || element.ident() == EVR_IS;
-  const std::vector<std::string> texts = isText ? valuesIn(text) : std::vector<std::string>();
+  std::vector<std::string_view> texts;
+  if (isText)
+    base::split3<std::vector<std::string_view>, '\\'>(text, texts);
   const unsigned long count = isText ? texts.size() : element.getVM();
   std::vector<double> numbers;
   numbers.reserve(count);
