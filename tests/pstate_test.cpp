@@ -1,6 +1,7 @@
 #include "tests/support/StateFixture.h"
 
 #include "db/DBException.h"
+#include "dicom/saveFile.h"
 #include "samples/dicomFile.h"
 #include "images/ObjectInfo.h"
 #include "images/ImageSources.h"
@@ -27,7 +28,7 @@ protected:
   /// What the saved file says of the tags.
   std::string saved(ValidPresentationState& state, const std::vector<DcmTagKey>& tags) const
   {
-    EXPECT_TRUE(state.save(prefix));
+    EXPECT_TRUE(state.save(tarn::dicom::SaveTarget(prefix + state.outputName())));
     return describeOutput(tags, "PR.1.2.3");
   }
 
