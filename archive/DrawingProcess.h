@@ -1,12 +1,10 @@
 #pragma once
 
-#include "archive/run/Frames.h"
+#include "archive/run/Worker.h"
 
 #include <functional>
-#include <optional>
+#include <memory>
 #include <string>
-
-#include <sys/types.h>
 
 namespace tarn::archive
 {
@@ -21,24 +19,17 @@ public:
 
   /// `make` is called in the process when it begins, and may throw picture::Refusal.
   explicit DrawingProcess(std::function<Draw()> make) : make(std::move(make)) {}
-  ~DrawingProcess() { end(); }
-  DrawingProcess(const DrawingProcess&) = delete;
-  DrawingProcess& operator=(const DrawingProcess&) = delete;
 
   /// Returns nothing where it is drawn, else "CODE: reason". A process that died, or that had no answer for five
   /// minutes, is followed by a new one.
   std::string draw(const std::string& state, const std::string& file);
 
 private:
-  void begin();
-  void serve(FrameReader& reader, const base::Fd& out) const;
-  std::string answer();
-  void end();
+  void serve(WorkerSide& run) const;
 
   std::function<Draw()> make;
-  pid_t child = 0; ///< 0: none
-  base::Fd orders;
-  std::optional<FrameReader> answers;
+  WorkerState state;
+  std::unique_ptr<Worker> worker; ///< null until it is needed, and after one ended
 };
 
 } // namespace tarn::archive

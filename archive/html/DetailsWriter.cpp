@@ -5,12 +5,8 @@
 #include "archive/run/packing.h"
 #include "base/text.h"
 
-#include <cerrno>
-#include <limits>
 #include <optional>
 #include <utility>
-
-#include <poll.h>
 
 namespace tarn::archive
 {
@@ -21,17 +17,6 @@ constexpr char kPicture = 'p';
 constexpr char kDetails = 'd';    ///< and with them all of an input
 constexpr int kPatience = 60'000; ///< milliseconds for a picture
 constexpr std::uint64_t kMemory = std::uint64_t{4} << 30U;
-
-/// Waits until the worker says something; false where it takes too long.
-bool isHeard(const base::Fd& fd)
-{
-  pollfd entry{fd.get(), POLLIN, 0};
-  int heard = -1;
-  do
-    heard = poll(&entry, 1, kPatience);
-  while (heard < 0 && errno == EINTR);
-  return heard > 0;
-}
 
 } // namespace
 
@@ -72,13 +57,13 @@ std::optional<std::string> DetailsWriter::ask(const Record& record)
         state, kMemory, [] {}, [this](WorkerSide& run) { make(run); });
   worker->send({0, kDetails, base::joined(nextPicture, "\n", packed(record))});
   worker->flush();
-  while (isHeard(worker->fd()) && worker->receive())
+  while (worker->receiveWithin(kPatience) == Heard::something)
     while (const std::optional<Frame> frame = worker->next())
       if (frame->type == kPicture)
         folder.write(numberedName("p", nextPicture++, "svg"), frame->text);
       else
       {
-        worker->drop(std::numeric_limits<std::uint64_t>::max());
+        worker->dropAll();
         return frame->text;
       }
   return std::nullopt;

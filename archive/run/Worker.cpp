@@ -15,6 +15,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -122,6 +123,18 @@ bool Worker::receive()
 {
   heard = steadyNow();
   return results.receive();
+}
+
+Heard Worker::receiveWithin(int milliseconds)
+{
+  pollfd entry{fd().get(), POLLIN, 0};
+  int ready = -1;
+  do
+    ready = poll(&entry, 1, milliseconds);
+  while (ready < 0 && errno == EINTR);
+  if (ready <= 0)
+    return Heard::nothing;
+  return receive() ? Heard::something : Heard::end;
 }
 
 bool Worker::isStuckSince(std::int64_t time) const

@@ -69,6 +69,14 @@ public:
 /// The exit status of a worker that had not the memory for its job.
 constexpr int kOutOfMemory = 77;
 
+/// What came of waiting for a worker.
+enum class Heard
+{
+  something,
+  nothing, ///< in the time that it had
+  end      ///< it has ended
+};
+
 /// A process that does jobs, as the run sees it.
 class Worker
 {
@@ -86,6 +94,8 @@ public:
   const base::Fd& fd() const { return results.fd(); }
   /// Takes in what it has said; false once it has ended.
   [[nodiscard]] bool receive();
+  /// The same, for so many milliseconds at most.
+  [[nodiscard]] Heard receiveWithin(int milliseconds);
   std::optional<Frame> next() { return results.next(); }
 
   /// Whether a job with a path of so many bytes can be sent without waiting. A worker that has nothing to do reads what
@@ -99,6 +109,7 @@ public:
   void flush();
   /// Jobs up to `number` are done.
   void drop(std::uint64_t number);
+  void dropAll() { drop(lastNumber); }
   std::size_t jobsWaiting() const { return waiting.size(); }
   /// Whether it is at one job, or has begun none of those that it was sent, since before `time` of the steady clock.
   bool isStuckSince(std::int64_t time) const;
