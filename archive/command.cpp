@@ -191,11 +191,11 @@ private:
     parser.add_option("STATE", pictures.paths, "A state, and perhaps its image; with --folder states and folders")
         ->type_name("")
         ->required();
-    CLI::Option* file = parser.add_option("-o", pictures.file, "The picture");
-    file->type_name("FILE.svg");
+    CLI::Option* picture = parser.add_option("-o", pictures.file, "The picture");
+    picture->type_name("FILE.svg");
     parser.add_option("--folder", pictures.folder, "A picture for each state goes there")
         ->type_name("DIR")
-        ->excludes(file);
+        ->excludes(picture);
     parser.add_option("--size", pictures.size, "The longer side of a picture, 16 to 4096 (512 when missing)")
         ->type_name("PX")
         ->check(CLI::Range(16, 4096));

@@ -6,6 +6,7 @@ set -euo pipefail
 build=(
   build-essential cmake ninja-build pkg-config ccache git ca-certificates
   libdcmtk-dev dcmtk libmariadb-dev libsqlite3-dev libspdlog-dev libfmt-dev libcli11-dev nlohmann-json3-dev libcereal-dev libsimdjson-dev rapidjson-dev libssl-dev libopenjp2-7-dev
+  libtiff-dev libpng-dev libjpeg-dev # the toolkit's libraries for images name them, which its package does not always bring
 )
 # Shows what the demonstration converted. Debian's modules belong to /usr/bin/python3, which the scripts name because
 # another python3 in the PATH does not find them.

@@ -15,8 +15,8 @@ namespace
 // takes blanks after a number as the embedded database does. A transaction that the server's init_connect began would
 // take all statements back at the end; a completion type other than 0 would begin another or end the connection.
 constexpr const char* kSessionSettings[] = {
-    "SET NAMES latin1, SESSION sql_mode='STRICT_ALL_TABLES,NO_ENGINE_SUBSTITUTION', SESSION time_zone='+00:00', "
-    "SESSION completion_type=0, SESSION sql_select_limit=18446744073709551615, SESSION autocommit=1",
+    ("SET NAMES latin1, SESSION sql_mode='STRICT_ALL_TABLES,NO_ENGINE_SUBSTITUTION', SESSION time_zone='+00:00', "
+     "SESSION completion_type=0, SESSION sql_select_limit=18446744073709551615, SESSION autocommit=1"),
     "ROLLBACK",
     "SET SESSION TRANSACTION ISOLATION LEVEL REPEATABLE READ, READ WRITE",
 };
