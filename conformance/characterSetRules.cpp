@@ -98,7 +98,7 @@ bool isTooLong(const std::string& utf8, const Text& text, std::size_t limit)
 
 void examineLengths(Examination& state, bool isOwn)
 {
-  CharacterSets sets;
+  CharacterSets sets{};
   for (const Text& text : state.texts())
   {
     const std::size_t limit = limitOf(text);
