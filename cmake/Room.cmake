@@ -5,7 +5,9 @@ target_compile_features(annomend_options INTERFACE cxx_std_17)
 target_compile_options(annomend_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wformat -Wformat-security -ffp-contract=off
   # A constructor's parameter is called as its member.
-  $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow>)
+  $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow>
+  # GCC 13 and later take what a function returns for part of any temporary that it is given.
+  $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_GREATER_EQUAL:$<CXX_COMPILER_VERSION>,13>>:-Wno-dangling-reference>)
 
 set(ANNOMEND_SANITIZE "" CACHE STRING "Sanitizers of all targets, as -fsanitize takes them")
 if(ANNOMEND_SANITIZE)
