@@ -2,6 +2,7 @@
 #include "picture/Codecs.h"
 
 #include "base/loadModule.h"
+#include "picture/render/encapsulation.h"
 #include "picture/Refusal.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -46,7 +47,7 @@ Codecs::~Codecs()
 /// JPEG 2000 is decoded beside the toolkit.
 bool isDecodable(E_TransferSyntax syntax)
 {
-  return !DcmXfer(syntax).isEncapsulated() || syntax == EXS_JPEG2000LosslessOnly || syntax == EXS_JPEG2000 ||
+  return !isEncapsulated(syntax) || syntax == EXS_JPEG2000LosslessOnly || syntax == EXS_JPEG2000 ||
          DcmCodecList::canChangeCoding(syntax, EXS_LittleEndianExplicit);
 }
 

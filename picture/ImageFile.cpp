@@ -6,6 +6,7 @@
 #include "dicom/loadFile.h"
 #include "dicom/values.h"
 #include "picture/Codecs.h"
+#include "picture/render/encapsulation.h"
 #include "picture/Refusal.h"
 
 #include <algorithm>
@@ -83,7 +84,7 @@ void ImageFile::requirePixels()
   if (!isDecodable(syntax.getXfer()))
     throw Refusal("compression-unknown", base::joined("there is no decoder for ", syntax.getXferName()));
   const std::uint64_t bits = values * frameCount * numberIn(dataset(), DCM_BitsAllocated);
-  if (!syntax.isEncapsulated() && pixels->getLengthField() < (bits + 7) / 8)
+  if (!isEncapsulated(syntax.getXfer()) && pixels->getLengthField() < (bits + 7) / 8)
     throw Refusal("pixels-missing", base::joined("the image announces ", (bits + 7) / 8, " bytes of pixels and has ",
                                                  pixels->getLengthField()));
 }

@@ -1,6 +1,7 @@
 // Encapsulated pixels as they lie in an image.
 #include "picture/render/fragments.h"
 
+#include "picture/render/encapsulation.h"
 #include "picture/render/jpeg2000.h"
 
 #include <dcmtk/config/osconfig.h>
@@ -103,7 +104,7 @@ std::string codestreamOf(DcmDataset& image, unsigned long frame, unsigned long m
 bool isSound(DcmDataset& image, unsigned long frame)
 {
   const DcmXfer syntax(image.getOriginalXfer());
-  if (!syntax.isEncapsulated() || isJpeg2000(syntax.getXfer()))
+  if (!isEncapsulated(syntax.getXfer()) || isJpeg2000(syntax.getXfer()))
     return true;
   if (syntax.getXfer() == EXS_RLELossless) // PS3.5 A.4.2: one fragment a frame
     return hasSegments(codestreamOf(image, frame, 1));
