@@ -152,7 +152,7 @@ TEST(FileWriter, ACopyTakesNoPreambleOver)
 {
   const TempDir dir;
   const std::string input = dir / "input", output = dir / "output";
-  ASSERT_TRUE(makeState(10)->saveFile(input.c_str(), EXS_LittleEndianExplicit).good());
+  ASSERT_TRUE(saveFile(*makeState(10), input).good());
   const std::string plain = contents(input);
   put(input, "#!/bin/sh\n" + plain.substr(10));
   DcmFileFormat file;
