@@ -74,3 +74,21 @@ function(annomend_program name)
   add_executable(${name} ${PROGRAM_SOURCES})
   target_link_libraries(${name} PRIVATE annomend_options ${PROGRAM_LINKS})
 endfunction()
+
+# annomend_module(TARGET NAME SOURCES file... LINKS target...)
+#
+# A part that some runs load when they need it: libannomend-NAME-VERSION.so, in the folder that base/loadModule looks in.
+# It carries the version in its name: a program never loads that of another. It shows what the calling folder's
+# exports.map names.
+function(annomend_module target name)
+  cmake_parse_arguments(MODULE "" "" "SOURCES;LINKS" ${ARGN})
+  set(exports ${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
+  add_library(${target} MODULE ${MODULE_SOURCES})
+  set_target_properties(${target} PROPERTIES
+    OUTPUT_NAME annomend-${name}-${PROJECT_VERSION}
+    LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR}/annomend
+    LINK_DEPENDS ${exports})
+  annomend_headers(${target} PRIVATE)
+  target_link_libraries(${target} PRIVATE annomend_options ${MODULE_LINKS})
+  target_link_options(${target} PRIVATE LINKER:--version-script=${exports})
+endfunction()
