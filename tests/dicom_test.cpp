@@ -19,6 +19,7 @@
 #include <utility>
 
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 using namespace tarn::dicom;
@@ -146,6 +147,26 @@ TEST(FileWriter, PermissionsComeFromWhatWasThereAndFromTheSource)
       EXPECT_EQ(saved.st_mode & 07777U, row.after);
       EXPECT_EQ(saved.st_uid, 0U) << "its owner could change it";
     }
+}
+
+/// A folder's default access control list, as the system keeps it: everybody may read and write.
+constexpr unsigned char kAllWrite[] = {2, 0, 0,    0,    1,    0,    6,    0, 0xFF, 0xFF, 0xFF, 0xFF, 4,    0,
+                                       6, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0x20, 0, 6,    0,    0xFF, 0xFF, 0xFF, 0xFF};
+
+TEST(FileWriter, AFolderSaysMoreOfNewFilesThanTheUmask)
+{
+  const TempDir dir, open;
+  if (setxattr(open.path().c_str(), "system.posix_acl_default", kAllWrite, sizeof kAllWrite, 0) != 0)
+    GTEST_SKIP() << "the file system has no access control lists";
+  for (const auto& [folder, mode] : {std::pair(&dir, 0640U), std::pair(&open, 0666U), std::pair(&dir, 0640U)})
+  {
+    const std::string path = *folder / "file";
+    struct stat saved = {};
+    ASSERT_TRUE(saveFile(*makeState(10), path).good());
+    ASSERT_EQ(stat(path.c_str(), &saved), 0);
+    EXPECT_EQ(saved.st_mode & 07777U, mode);
+    unlink(path.c_str());
+  }
 }
 
 TEST(FileWriter, ACopyTakesNoPreambleOver)
