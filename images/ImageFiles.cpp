@@ -3,6 +3,7 @@
 
 #include "base/environmentValue.h"
 #include "dicom/loadFile.h"
+#include "dicom/uid.h"
 #include "dicom/values.h"
 #include "repository/client/IMRepositoryHandlerIface.h"
 
@@ -81,8 +82,9 @@ std::optional<ImageHeader> ImageFiles::search(const std::string& studyUid, const
                                               const std::string& sopInstanceUid)
 {
   if (objectName.find('/') != std::string::npos || sopInstanceUid.find('/') != std::string::npos)
-    return std::nullopt; // no name of a file
-  if (const std::string study = studyFolder(studyUid); !study.empty())
+    return std::nullopt;                        // no name of a file
+  const bool hasStudy = dicom::isUid(studyUid); // other texts could name any folder
+  if (const std::string study = hasStudy ? studyFolder(studyUid) : ""; !study.empty())
   {
     const std::string& name = objectName.empty() ? nameIn(study, sopInstanceUid) : objectName;
     if (std::optional<ImageHeader> header = headerIn(study, name, sopInstanceUid))
@@ -90,7 +92,7 @@ std::optional<ImageHeader> ImageFiles::search(const std::string& studyUid, const
   }
   if (folder.empty())
     return std::nullopt;
-  for (const std::string& place : {folder, folder + "/" + studyUid})
+  for (const std::string& place : {folder, hasStudy ? folder + "/" + studyUid : folder})
     if (std::optional<ImageHeader> header = headerIn(place, objectName, sopInstanceUid))
       return header;
   indexFolder();
@@ -114,7 +116,7 @@ const std::string& ImageFiles::nameIn(const std::string& studyFolder, const std:
 {
   if (listed.count(studyFolder) == 0)
   {
-    if (names.size() >= kMostNames)
+    if (names.size() + listed.size() >= kMostNames)
     {
       names.clear();
       listed.clear();
@@ -128,7 +130,9 @@ const std::string& ImageFiles::nameIn(const std::string& studyFolder, const std:
       names[studyFolder + "/" + name.substr(name.find('.') + 1)] = name;
     }
   }
-  return names[studyFolder + "/" + sopInstanceUid];
+  static const std::string kNone;
+  const auto name = names.find(studyFolder + "/" + sopInstanceUid);
+  return name == names.end() ? kNone : name->second;
 }
 
 void ImageFiles::indexFolder()

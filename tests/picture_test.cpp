@@ -240,11 +240,13 @@ TEST_F(PictureTest, FindsTheImageThatIsAskedFor)
   const std::string second = "+image 1.2.4";
   const auto state = viewState();
   edit(*state, kPlain + second);
-  const std::string file = save("state", *state);
   const auto other = slope();
   edit(*other, "SOPInstanceUID=1.2.4");
-  EXPECT_EQ(drawn(file, {}), "image-not-found: the image 1.2.3 is not found");
   save("images/1.2.4.dcm", *other);
+  save("1.2.3.dcm", *slope());
+  edit(*state, "StudyInstanceUID=.."); // it names no other folder
+  const std::string file = save("state", *state);
+  EXPECT_EQ(drawn(file, {}), "image-not-found: the image 1.2.3 is not found");
   EXPECT_EQ(drawn(file, {512, 2, true, ""}).substr(0, 5), "<?xml");
   EXPECT_EQ(drawn(file, {512, 3, true, ""}), "reference-missing: the state refers to 2 images");
 }
