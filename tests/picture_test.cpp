@@ -69,7 +69,7 @@ protected:
   }
 
   /// The picture of viewState() after the steps over an image; the code and the reason where there is none.
-  std::string draw(const std::string& steps, DcmDataset& image, Order order = {})
+  std::string draw(const std::string& steps, const DcmDataset& image, Order order = {})
   {
     const auto state = viewState();
     edit(*state, kPlain + steps);
