@@ -22,6 +22,7 @@ COMPILED_IN = {
     "libfmt-dev": "MIT",
     "libspdlog-dev": "MIT",
     "nlohmann-json3-dev": "MIT",
+    "rapidjson-dev": "MIT",
 }
 LICENCE = "BSD-3-Clause"
 
