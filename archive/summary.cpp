@@ -2,6 +2,7 @@
 #include "archive/summary.h"
 
 #include "archive/run/exitStatus.h"
+#include "base/text.h"
 
 #include <algorithm>
 #include <map>
@@ -53,12 +54,13 @@ void putAdvice(std::ostream& text, const RunResult& result, const ConvertRequest
 {
   if (result.stop.status != 0)
   {
-    text << "Stopped" << (result.stop.reason.empty() ? " by a signal" : ": " + result.stop.reason) << '\n';
+    text << "Stopped" << (result.stop.reason.empty() ? " by a signal" : ": " + base::printable(result.stop.reason))
+         << '\n';
     if (result.stop.status != exitStatus::kUsage)
       text << "Run the same command again to go on.\n";
     return;
   }
-  text << "See: annomend-archive report " << request.out << '\n';
+  text << "See: annomend-archive report " << base::printable(request.out) << '\n';
   if (notConverted(outcomes) + countOf(outcomes, Outcome::partly) > 0)
     text << "Once the cause is mended, run the same command with --retry.\n";
 }
@@ -81,7 +83,7 @@ std::string summaryOf(const RunResult& result, const ConvertRequest& request, co
     putOutcomes(text, totals.outcomes);
     return text.str();
   }
-  text << "Journal " << journal->path() << ":\n";
+  text << "Journal " << base::printable(journal->path()) << ":\n";
   putOutcomes(text, journal->outcomes());
   putReasons(text, journal->reasons());
   putAdvice(text, result, request, journal->outcomes());

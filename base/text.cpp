@@ -9,11 +9,11 @@ namespace tarn::base
 namespace
 {
 
-/// C1 controls, and the marks that change the direction of what follows them on a line: ranges of UTF-8 sequences,
-/// whose order is that of the characters.
+/// C1 controls, line ends beyond ASCII, and the marks that change the direction of what follows them on a line: ranges
+/// of UTF-8 sequences, whose order is that of the characters.
 constexpr std::pair<std::string_view, std::string_view> kControls[] = {
     {"\xC2\x80", "\xC2\x9F"},         {"\xD8\x9C", "\xD8\x9C"},         {"\xE2\x80\x8E", "\xE2\x80\x8F"},
-    {"\xE2\x80\xAA", "\xE2\x80\xAE"}, {"\xE2\x81\xA6", "\xE2\x81\xA9"},
+    {"\xE2\x80\xA8", "\xE2\x80\xAE"}, {"\xE2\x81\xA6", "\xE2\x81\xA9"},
 };
 
 } // namespace

@@ -150,7 +150,7 @@ std::string refusalOf(const TempDir& folder, const JournalHeader& header)
   {
     const Journal opened(folder.path(), header);
   }
-  catch (const JournalError& refusal)
+  catch (const JournalMisfit& refusal)
   {
     return refusal.what();
   }
@@ -201,6 +201,10 @@ TEST(JournalOfEarlierRuns, IsRefusedWhereItDoesNotFit)
        {},
        "does not begin with the header"},
       {"a file of something else", [](auto& file) { put(file.folder / "x.jsonl", "x\n"); }, {}, "does not begin with"},
+      {"no file",
+       [](auto& file) { std::filesystem::create_directory(file.folder / "x.jsonl"); },
+       {},
+       "x.jsonl cannot be read: Not a regular file"},
   };
   for (const auto& [name, spoil, header, message] : rows)
   {

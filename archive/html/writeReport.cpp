@@ -12,6 +12,7 @@
 #include "archive/journal/failuresFirst.h"
 #include "archive/journal/fileVersion.h"
 #include "base/Console.h"
+#include "base/text.h"
 #include "converter/Account.h"
 
 #include <ctime>
@@ -75,7 +76,7 @@ void Report::write()
     folder.write(file.name, file.content);
   folder.write("data/totals.js", scriptCall("totals", 1, totalsJson().dump()));
   folder.finish();
-  consoleOut() << "Open " << request.folder << "/index.html\n";
+  consoleOut() << "Open " << base::printable(request.folder) << "/index.html\n";
   if (sample.drawn() > 0)
     consoleOut() << "The sample is " << sample.drawn() << " of " << sample.offered()
                  << " inputs with outputs, drawn with the seed " << seed << ".\n";

@@ -56,7 +56,6 @@ JournalIndex::JournalIndex(const std::string& path, Damage damage)
 /// never written read as NULs. Anything else is damage.
 void JournalIndex::load()
 {
-  const std::uint64_t all = base::RegularFile(file).size;
   JournalReader reader(file);
   bytes = reader.end();
   for (std::string line; reader.next(line); bytes = reader.end())
@@ -70,7 +69,7 @@ void JournalIndex::load()
     }
     catch (const std::exception& failure)
     {
-      if (line.find('\0') != std::string::npos && all - bytes <= kLongestTornTail)
+      if (line.find('\0') != std::string::npos && reader.size() - bytes <= kLongestTornTail)
         return;
       if (damage == Damage::refuse)
         throw JournalMisfit(base::joined(file, " is damaged at byte ", bytes, ": ", failure.what()));

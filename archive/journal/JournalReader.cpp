@@ -22,7 +22,10 @@ base::RegularFile opened(const std::string& path)
   }
   catch (const base::FileError& failure)
   {
-    throw JournalError(base::joined(path, " cannot be read: ", failure.what()));
+    const std::string what = base::joined(path, " cannot be read: ", failure.what());
+    if (failure.code == 0) // not for a reason that passes
+      throw JournalMisfit(what);
+    throw JournalError(what);
   }
 }
 

@@ -49,6 +49,8 @@ public:
   /// Where the next line begins; at the end, how many bytes of the file are whole lines.
   std::uint64_t end() const { return nextStart; }
   const std::string& path() const { return file; }
+  /// Of the whole file, in bytes.
+  std::uint64_t size() const { return content.size; }
 
 private:
   struct Unread

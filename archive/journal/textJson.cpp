@@ -20,10 +20,11 @@ std::string inHex(std::string_view bytes)
   return digits;
 }
 
-/// Four digits for a sequence of two or three bytes.
+/// Four digits for a sequence of one to three bytes.
 std::string codeUnitInHex(std::string_view sequence)
 {
-  unsigned unit = static_cast<unsigned char>(sequence[0]) & (sequence.size() == 2 ? 0x1FU : 0x0FU);
+  constexpr unsigned kFirst[] = {0x7F, 0x1F, 0x0F};
+  unsigned unit = static_cast<unsigned char>(sequence[0]) & kFirst[sequence.size() - 1];
   for (const char c : sequence.substr(1))
     unit = unit << 6U | (static_cast<unsigned char>(c) & 0x3FU);
   const char bytes[] = {static_cast<char>(unit >> 8U), static_cast<char>(unit & 0xFFU)};
@@ -64,7 +65,7 @@ std::string shownJson(const std::string& json)
   {
     const std::size_t length = std::max<std::size_t>(base::utf8Length(json, at), 1);
     const std::string_view sequence = std::string_view(json).substr(at, length);
-    if (length > 1 && base::isControl(sequence))
+    if (base::isControl(sequence))
       text.append("\\u").append(codeUnitInHex(sequence));
     else
       text += sequence;

@@ -16,8 +16,8 @@ using Json = nlohmann::ordered_json;
 /// `bytes` where they are UTF-8 (RFC 3629); else each byte that is not part of a sequence as `\xNN`.
 std::string readable(std::string_view bytes);
 
-/// `json` with control characters and marks of direction beyond ASCII as `\uNNNN`: the same value, and harmless on a
-/// terminal.
+/// `json`, of one line, with all control characters and marks of direction as `\uNNNN`: the same value, and harmless on
+/// a terminal.
 std::string shownJson(const std::string& json);
 
 /// Puts a path as "input", readable, and where that is not the path itself also as "input_hex".
