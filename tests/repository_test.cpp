@@ -270,6 +270,17 @@ TEST_F(AgedResource, IsBroughtBackWhole)
   EXPECT_FALSE(fs::exists(mount("two/s/half")));
 }
 
+TEST_F(AgedResource, TakesNoRightsOfAnotherAccountOver)
+{
+  const std::string file = mount("old/s/sub/file"), copy = mount("one/s/sub/file");
+  if (chown(file.c_str(), 65534, 65534) != 0)
+    GTEST_SKIP() << "only root makes files of another account";
+  fs::permissions(file, fs::perms(06777));
+  EXPECT_EQ(broughtBack(), mount("one/s"));
+  EXPECT_EQ(contents(copy), "text");
+  EXPECT_EQ(static_cast<unsigned>(fs::status(copy).permissions()) & 07133U, 0U) << "set-id, execution, others' writing";
+}
+
 TEST_F(AgedResource, KeepsItsTimesAndItsFlag)
 {
   utimbuf given{1000, 2000}, times{};
