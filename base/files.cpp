@@ -119,13 +119,14 @@ void RegularFile::read(std::uint64_t offset, char* buffer, std::size_t length) c
 
 Fd emptyFile(const std::string& path)
 {
-  constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+  constexpr int kFlags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
   Fd fd(open(path.c_str(), kFlags, 0666));
   struct stat status = {};
   if (!fd || fstat(fd.get(), &status) != 0)
     return {};
-  errno = EINVAL;
-  return S_ISREG(status.st_mode) ? std::move(fd) : Fd();
+  errno = S_ISREG(status.st_mode) ? EMLINK : EINVAL;
+  const bool isPlain = S_ISREG(status.st_mode) && status.st_nlink == 1;
+  return isPlain && ftruncate(fd.get(), 0) == 0 ? std::move(fd) : Fd();
 }
 
 void copyFile(const std::string& from, const std::string& to, Durable durable)

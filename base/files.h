@@ -52,7 +52,8 @@ struct RegularFile
 };
 
 /// Opens the file at `path` for writing, empty, and makes it where it is missing. None, with the reason in errno, where
-/// that fails, a link included, or something else than a regular file stands there, which is not waited for.
+/// that fails, a link included, or something else than a regular file with one name stands there, which is neither
+/// waited for nor changed.
 Fd emptyFile(const std::string& path);
 
 enum class Durable

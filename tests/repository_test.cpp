@@ -235,6 +235,11 @@ TEST_F(Repositories, ALockThatMayHoldKeepsThisProcessOut)
   put(file, "elsewhere 2147483647\n"); // which is no process here
   EXPECT_FALSE(lockResource("meta", "s", nullptr)) << "a process of another host may live";
   fs::remove(file);
+  put(mount("two/victim"), "text");
+  fs::create_hard_link(mount("two/victim"), file);
+  EXPECT_FALSE(lockResource("meta", "s", nullptr));
+  EXPECT_EQ(contents(mount("two/victim")), "text") << "no other file is written through a link";
+  fs::remove(file);
   fs::create_directory(file);
   EXPECT_FALSE(lockResource("meta", "s", nullptr)) << "what cannot be read may be another's lock";
   EXPECT_EQ(remove("s"), kFailed);
