@@ -297,14 +297,18 @@ def file_that_is_exchanged_in_time(stage):
     legacy = stage.folder / f"archive/images/{STUDY}/objectdb.meta"
     (stage.folder / f"archive/meta/{STUDY}/objectdb.meta").rename(legacy)
     shutil.rmtree(stage.folder / f"archive/meta/{STUDY}")
-    with concurrent.futures.ThreadPoolExecutor() as pool:
-        run = pool.submit(stage.run, "strace", "-o", stage.folder / "home/calls", "-P", legacy, "-e", "trace=openat", "-e",
-                          "inject=openat:delay_enter=2000000", "tarnctl", "add-study", objects)
-        time.sleep(1)
-        stage.fifo(legacy)
-        status, said = run.result()
-    yield f"the run ends: {said} {stage.logged()}", status == 1 and "Not a regular file" in stage.logged()
-    yield "the file was opened", "openat" in (stage.folder / "home/calls").read_text()
+    log = stage.put("home/log")
+    for path, words, wanted in (legacy, ("tarnctl", "add-study", objects), 1), (log, ("tarnctl", "add-study", stage.state), 0):
+        with concurrent.futures.ThreadPoolExecutor() as pool:
+            calls = stage.folder / "home/calls"
+            run = pool.submit(stage.run, "strace", "-o", calls, "-P", path, "-e", "trace=openat", "-e",
+                              "inject=openat:delay_enter=2000000", *words, **({"TARN_LOG": f"file:{log}"} if path == log else {}))
+            time.sleep(1)
+            stage.fifo(path)
+            status, said = run.result()
+        yield f"the run ends: {status} {said} {stage.logged()}", status == wanted
+        yield f"{path.name} was opened", "openat" in calls.read_text()
+    yield "the log says why", "Not a regular file" in stage.logged()
 
 
 PLANTED = '__attribute__((constructor)) static void planted(void) { fclose(fopen("%s", "w")); }'
