@@ -66,7 +66,7 @@ public:
   void finish()
   {
     flush();
-    require(part ? part->permitAsNew() && part->sync() && part->keep() : static_cast<bool>(consoleOut().flush()));
+    require(part ? part->permit() && part->sync() && part->keep() : static_cast<bool>(consoleOut().flush()));
   }
 
 private:

@@ -3,18 +3,23 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <utility>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <spdlog/logger.h>
-#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/sinks/base_sink.h>
 #include <spdlog/sinks/null_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/sinks/syslog_sink.h>
 
 #include "base/Closer.h"
+#include "base/Fd.h"
 #include "base/environmentValue.h"
 #include "base/text.h"
 
@@ -25,12 +30,36 @@ namespace
 
 constexpr char kFilePrefix[] = "file:";
 
-/// Whether opening the file or writing to it may wait for somebody else.
-bool isWaitedFor(const std::string& path)
+/// Opens a log file at its end; none where opening it or writing to it may wait for somebody else. Made with its
+/// folders where it is missing.
+base::Fd openLog(const std::filesystem::path& path)
 {
+  std::error_code ignored;
+  if (path.has_parent_path())
+    std::filesystem::create_directories(path.parent_path(), ignored);
+  base::Fd log(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666));
   struct stat status = {};
-  return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISCHR(status.st_mode);
+  const bool isLog = log && fstat(log.get(), &status) == 0 && (S_ISREG(status.st_mode) || S_ISCHR(status.st_mode));
+  return isLog && fcntl(log.get(), F_SETFL, O_APPEND) == 0 ? std::move(log) : base::Fd();
 }
+
+/// A log file that is open, so that it is the one that was looked at.
+class FileSink : public spdlog::sinks::base_sink<std::mutex>
+{
+public:
+  explicit FileSink(base::Fd file) : file(std::move(file)) {}
+
+private:
+  void sink_it_(const spdlog::details::log_msg& message) override
+  {
+    spdlog::memory_buf_t line;
+    formatter_->format(message, line);
+    static_cast<void>(base::writeAll(file, {line.data(), line.size()})); // what cannot be logged stops no work
+  }
+  void flush_() override {}
+
+  base::Fd file;
+};
 
 /// Returns the sink of `destination`, or the system log where that cannot be opened: a log that cannot be written must
 /// not stop the work.
@@ -40,15 +69,9 @@ std::shared_ptr<spdlog::sinks::sink> openSink(const std::string& destination)
     return std::make_shared<spdlog::sinks::stderr_sink_mt>();
   if (destination == "none")
     return std::make_shared<spdlog::sinks::null_sink_mt>();
-  try
-  {
-    if (base::startsWith(destination, kFilePrefix) && !isWaitedFor(destination.substr(sizeof kFilePrefix - 1)))
-      return std::make_shared<spdlog::sinks::basic_file_sink_mt>(destination.substr(sizeof kFilePrefix - 1));
-  }
-  catch (const std::exception&)
-  {
-    return openSink("syslog");
-  }
+  if (base::startsWith(destination, kFilePrefix))
+    if (base::Fd log = openLog(destination.substr(sizeof kFilePrefix - 1)))
+      return std::make_shared<FileSink>(std::move(log));
   return std::make_shared<spdlog::sinks::syslog_sink_mt>("annomend", LOG_PID, LOG_USER, true);
 }
 

@@ -32,13 +32,10 @@ public:
   const std::string& path() const { return partPath; }
 
   [[nodiscard]] bool write(const char* bytes, std::size_t length) const;
-  /// Gives it the permissions of a new file, as its folder and the umask say, as this was for the first file that was
-  /// made so.
-  [[nodiscard]] bool permitAsNew(const struct stat* source = nullptr) const;
-  /// Gives it the permissions of the file `before`, which it replaces, and its group where the system lets it, but for
-  /// execution, set-id bits and writing by others.
-  [[nodiscard]] bool permitLike(const struct stat& before, const struct stat* source = nullptr) const;
-  // A copy of `source` gives nobody else what that does not give; null for what is no copy.
+  /// Gives it the permissions of what has the target's name where that hands them down (permissions.h), else those of a
+  /// new file. `before` is what has the name, itself, not what it may link to; null for nothing.
+  [[nodiscard]] bool permit(const struct stat* before, const struct stat* source = nullptr) const;
+  [[nodiscard]] bool permit() const; ///< looks what has the name
 
   /// Returns true when the bytes written so far are on the disk.
   [[nodiscard]] bool sync() const;
@@ -46,8 +43,6 @@ public:
   [[nodiscard]] bool keep();
 
 private:
-  bool setMode(mode_t mode, const struct stat* source) const;
-
   std::string target;
   std::string partPath;
   Fd fd;

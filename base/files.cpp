@@ -1,6 +1,9 @@
 // The one way in which files are read: whole, and with every result checked.
 #include "base/files.h"
 
+#include "base/AccessList.h"
+#include "base/permissions.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -15,6 +18,31 @@
 
 namespace tarn::base
 {
+namespace
+{
+
+void copyContent(const RegularFile& source, const Fd& target)
+{
+  constexpr std::uint64_t kBlock = std::uint64_t{1} << 20U;
+  std::string block;
+  for (std::uint64_t done = 0; done < source.size; done += block.size())
+  {
+    block.resize(std::min(kBlock, source.size - done));
+    source.read(done, block.data(), block.size());
+    if (!writeAll(target, block))
+      throw FileError(errno);
+  }
+}
+
+bool permitCopy(const Fd& copy, const std::string& path, const RegularFile& source)
+{
+  if (handsDown(source.status))
+    return permitLike(copy, source.status, source.accessList());
+  const struct stat plain = source.withoutList();
+  return permitAsNew(copy, path, &plain);
+}
+
+} // namespace
 
 FileError::FileError(int code) : FileError(std::generic_category().message(code), code) {}
 
@@ -58,6 +86,21 @@ std::string RegularFile::content() const
   return bytes;
 }
 
+std::string RegularFile::accessList() const
+{
+  auto list = accessListOf(fd);
+  if (!list)
+    throw FileError(errno);
+  return std::move(*list);
+}
+
+struct stat RegularFile::withoutList() const
+{
+  struct stat plain = status;
+  plain.st_mode = base::withoutList(status.st_mode, accessList());
+  return plain;
+}
+
 void RegularFile::read(std::uint64_t offset, char* buffer, std::size_t length) const
 {
   while (length > 0)
@@ -76,16 +119,17 @@ void RegularFile::read(std::uint64_t offset, char* buffer, std::size_t length) c
 
 Fd emptyFile(const std::string& path)
 {
-  constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+  constexpr int kFlags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
   Fd fd(open(path.c_str(), kFlags, 0666));
   struct stat status = {};
   if (!fd || fstat(fd.get(), &status) != 0)
     return {};
-  errno = EINVAL;
-  return S_ISREG(status.st_mode) ? std::move(fd) : Fd();
+  errno = S_ISREG(status.st_mode) ? EMLINK : EINVAL;
+  const bool isPlain = S_ISREG(status.st_mode) && status.st_nlink == 1;
+  return isPlain && ftruncate(fd.get(), 0) == 0 ? std::move(fd) : Fd();
 }
 
-void copyFile(const std::string& from, const std::string& to)
+void copyFile(const std::string& from, const std::string& to, Durable durable)
 {
   const RegularFile source(from);
   Fd target(open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
@@ -93,8 +137,8 @@ void copyFile(const std::string& from, const std::string& to)
     throw FileError(errno);
   try
   {
-    if (!writeAll(target, source.content()) || fchmod(target.get(), source.status.st_mode & 0777U) != 0 ||
-        fsync(target.get()) != 0 || !target.close())
+    copyContent(source, target);
+    if (!permitCopy(target, to, source) || (durable == Durable::now && fsync(target.get()) != 0) || !target.close())
       throw FileError(errno);
   }
   catch (...)

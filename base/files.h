@@ -37,6 +37,12 @@ struct RegularFile
   /// Returns all bytes that the file had when it was opened. Throws FileError.
   std::string content() const;
 
+  /// Its access control list, empty where it has none (AccessList.h). Throws FileError.
+  std::string accessList() const;
+
+  /// Its status, with a mode that gives nobody more where the list is gone (base::withoutList()). Throws FileError.
+  struct stat withoutList() const;
+
   /// Reads the `length` bytes at `offset`, which lie in the file. Throws FileError.
   void read(std::uint64_t offset, char* buffer, std::size_t length) const;
 
@@ -46,12 +52,20 @@ struct RegularFile
 };
 
 /// Opens the file at `path` for writing, empty, and makes it where it is missing. None, with the reason in errno, where
-/// that fails, a link included, or something else than a regular file stands there, which is not waited for.
+/// that fails, a link included, or something else than a regular file with one name stands there, which is neither
+/// waited for nor changed.
 Fd emptyFile(const std::string& path);
 
-/// Copies the regular file `from` to a new file `to`, which gets its permissions and is on the disk when the call
-/// returns. Throws FileError; nothing is left under `to` then, unless it stood there before.
-void copyFile(const std::string& from, const std::string& to);
+enum class Durable
+{
+  now,
+  byCaller
+};
+
+/// Copies the regular file `from` to a new file `to`, which gets the permissions that `from` hands down, else those of
+/// a new file, but none that `from` does not give (permissions.h). It is on the disk when the call returns, unless the
+/// caller sees to that. Throws FileError; nothing is left under `to` then, unless it stood there before.
+void copyFile(const std::string& from, const std::string& to, Durable durable = Durable::now);
 
 /// Returns the last part of `path` as basename(1) gives it: "." for an empty path, "/" for the root.
 std::string baseName(const std::string& path);

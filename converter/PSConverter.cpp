@@ -104,7 +104,8 @@ bool PSConverter::loadInput()
   if (!inputFile.empty())
   {
     fileFormat = std::make_unique<DcmFileFormat>();
-    if (!isGood(tarn::dicom::loadFile(*fileFormat, inputFile, tarn::dicom::LongValues::inMemory, &inputStatus),
+    struct stat* const status = (flags & PSC_includeOriginal) != 0 ? &inputStatus : nullptr;
+    if (!isGood(tarn::dicom::loadFile(*fileFormat, inputFile, tarn::dicom::LongValues::inMemory, status),
                 inputFile + kNotLoaded))
       return false;
   }

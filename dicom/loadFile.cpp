@@ -76,7 +76,7 @@ OFCondition loadFile(DcmFileFormat& file, const std::string& path, LongValues lo
   {
     const auto source = std::make_shared<InputFile>(path);
     if (status)
-      *status = source->status;
+      *status = source->withoutList();
     const bool isWhole = longValues == LongValues::inMemory;
     if (isWhole && source->size > limits.fileBytes)
       return failure(

@@ -28,7 +28,8 @@ enum class LongValues
 /// With LongValues::inFile, values of more than 4096 bytes stay in the file, from where they are read when they are
 /// used: the file may have any size. The data dictionary is always completed.
 ///
-/// `status` gets, unless it is null, what the system said of the file when it was opened.
+/// `status` gets, unless it is null, what the system said of the file when it was opened, with a mode that stands
+/// without its access control list (base::RegularFile::withoutList()).
 OFCondition loadFile(DcmFileFormat& file, const std::string& path, LongValues longValues = LongValues::inMemory,
                      struct stat* status = nullptr);
 

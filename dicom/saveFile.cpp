@@ -2,6 +2,7 @@
 #include "dicom/saveFile.h"
 
 #include "dicom/failure.h"
+#include "base/AccessList.h"
 #include "base/PartFile.h"
 #include "base/files.h"
 
@@ -70,8 +71,8 @@ bool keepsTarget(const SaveTarget& target, const base::PartFile& part)
   try
   {
     const base::RegularFile present(target.path);
-    return isLike(present.status, written) && present.content() == base::fileContent(part.path()) &&
-           futimens(present.fd.get(), nullptr) == 0;
+    return isLike(present.status, written) && present.accessList() == base::accessListAt(part.path()) &&
+           present.content() == base::fileContent(part.path()) && futimens(present.fd.get(), nullptr) == 0;
   }
   catch (const base::FileError&)
   {
@@ -165,8 +166,7 @@ OFCondition saveFile(DcmFileFormat& file, const SaveTarget& target, const struct
   status = encode(file, write);
   if (status.bad())
     return status;
-  const bool isOwn = isFile(target) && target.present.st_uid == geteuid();
-  if (!(isOwn ? part.permitLike(target.present, source) : part.permitAsNew(source)))
+  if (!part.permit(target.exists ? &target.present : nullptr, source))
     return systemFailure();
   if (keepsTarget(target, part))
     return EC_Normal;

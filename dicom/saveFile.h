@@ -32,9 +32,9 @@ struct SaveTarget
 /// of every write.
 ///
 /// The file appears under its path only when it is complete: it is written beside it as `.NAME.PID.part`, which nobody
-/// else may read, and renamed. Where it replaces a file, it is on the disk before it does. A file of this account hands
-/// its permissions down (base::PartFile::permitLike()); with these and the same bytes it stays and gets a new time. A
-/// file of another account hands nothing down. A FIFO or a symbolic link is itself replaced, neither waited for nor
+/// else may read, and renamed. Where it replaces a file, it is on the disk before it does. A file of this account with
+/// one name hands its permissions down (base::PartFile::permit()); with these and the same bytes it stays and gets a
+/// new time. Another file hands nothing down. A FIFO or a symbolic link is itself replaced, neither waited for nor
 /// followed. A file that may not be written, a directory, a device and a socket are not replaced.
 ///
 /// `source` is the file of which this is a copy: no other account may do with the copy what it may not do with that,

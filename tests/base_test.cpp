@@ -4,6 +4,7 @@
 
 #include "support/Config.h"
 #include "base/report.h"
+#include "base/AccessList.h"
 #include "base/IMException.h"
 #include "base/IMProperties.h"
 #include "base/IMSemaphore.h"
@@ -101,6 +102,28 @@ TEST(PartFile, StepsAroundThatOfAnotherAndGoesUnlessKept)
   EXPECT_EQ(contents(target), "kept");
   EXPECT_EQ(contents(others), "another's");
   EXPECT_EQ(namesIn(dir.path()).size(), 2U);
+}
+
+/// An entry of an access control list as the system keeps it, and lists of such.
+std::string entry(char tag, char bits)
+{
+  return {tag, 0, bits, 0, 0, 0, 0, 0};
+}
+const std::string kVersion("\2\0\0\0", 4), kOwner = entry(1, 6), kMask = entry(16, 6), kOther = entry(32, 4);
+
+const std::tuple<const char*, std::string, unsigned, unsigned> kListRows[] = {
+    {"no list", "", 0664, 0664},
+    {"the group has no more than its own entry", kVersion + kOwner + entry(4, 0) + kMask + kOther, 0664, 0604},
+    {"the mask holds for that", kVersion + kOwner + entry(4, 7) + entry(16, 4) + kOther, 0644, 0644},
+    {"who is named may be in the group", kVersion + kOwner + entry(2, 4) + entry(4, 6) + kMask + kOther, 0664, 0644},
+    {"and is no longer kept out", kVersion + kOwner + entry(2, 0) + entry(4, 6) + kMask + kOther, 0664, 0600},
+    {"so are groups", kVersion + kOwner + entry(4, 4) + entry(8, 0) + kMask + kOther, 0664, 0600},
+};
+
+TEST(AccessList, WithoutItNobodyHasMore)
+{
+  for (const auto& [fact, list, before, after] : kListRows)
+    EXPECT_EQ(tarn::base::withoutList(before, list), after) << fact;
 }
 
 // Encoded; decoded as a plug-in state, as an object meta file.

@@ -110,6 +110,8 @@ struct ModeRow
   const char* fact;
   mode_t before, after, source = 0; ///< what stands there, what comes, and of what that is a copy; 0: nothing
   bool isForeign = false;
+  bool isLinked = false; ///< what stands there has another name
+  gid_t sourceGroup = 0;
 };
 
 const ModeRow kModeRows[] = {
@@ -124,6 +126,9 @@ const ModeRow kModeRows[] = {
     {"a copy is as private as its source", 0, 0600, 0600},
     {"its owner may write it", 0, 0640, 0444},
     {"over an older copy", 0664, 0640, 0640},
+    {"what has another name may be chosen by somebody", 0664, 0640, 0, false, true},
+    {"members of the source's group are others", 0, 0600, 0640, false, false, 7},
+    {"and may have less than others", 0, 0600, 0604, false, false, 7},
 };
 
 TEST(FileWriter, PermissionsComeFromWhatWasThereAndFromTheSource)
@@ -139,9 +144,11 @@ TEST(FileWriter, PermissionsComeFromWhatWasThereAndFromTheSource)
       struct stat source = {}, saved = {};
       stat(dir.path().c_str(), &source);
       source.st_mode = S_IFREG | row.source;
+      source.st_gid = row.sourceGroup;
       ASSERT_TRUE(row.before == 0 ||
                   (saveFile(*makeState(10), path).good() && chown(path.c_str(), row.isForeign ? 65534 : 0, 0) == 0 &&
-                   chmod(path.c_str(), row.before) == 0));
+                   chmod(path.c_str(), row.before) == 0 &&
+                   (!row.isLinked || link(path.c_str(), (path + "2").c_str()) == 0)));
       EXPECT_STREQ(saveFile(*makeState(length), path, row.source == 0 ? nullptr : &source).text(), "Normal");
       ASSERT_EQ(stat(path.c_str(), &saved), 0);
       EXPECT_EQ(saved.st_mode & 07777U, row.after);

@@ -235,6 +235,11 @@ TEST_F(Repositories, ALockThatMayHoldKeepsThisProcessOut)
   put(file, "elsewhere 2147483647\n"); // which is no process here
   EXPECT_FALSE(lockResource("meta", "s", nullptr)) << "a process of another host may live";
   fs::remove(file);
+  put(mount("two/victim"), "text");
+  fs::create_hard_link(mount("two/victim"), file);
+  EXPECT_FALSE(lockResource("meta", "s", nullptr));
+  EXPECT_EQ(contents(mount("two/victim")), "text") << "no other file is written through a link";
+  fs::remove(file);
   fs::create_directory(file);
   EXPECT_FALSE(lockResource("meta", "s", nullptr)) << "what cannot be read may be another's lock";
   EXPECT_EQ(remove("s"), kFailed);
@@ -268,6 +273,17 @@ TEST_F(AgedResource, IsBroughtBackWhole)
   EXPECT_EQ(namesIn(mount("one")), std::vector<std::string>{".overloaded"}) << "the lock is given back";
   EXPECT_EQ(contents(mount("two/s/sub/file")), "text");
   EXPECT_FALSE(fs::exists(mount("two/s/half")));
+}
+
+TEST_F(AgedResource, TakesNoRightsOfAnotherAccountOver)
+{
+  const std::string file = mount("old/s/sub/file"), copy = mount("one/s/sub/file");
+  if (chown(file.c_str(), 65534, 65534) != 0)
+    GTEST_SKIP() << "only root makes files of another account";
+  fs::permissions(file, fs::perms(06777));
+  EXPECT_EQ(broughtBack(), mount("one/s"));
+  EXPECT_EQ(contents(copy), "text");
+  EXPECT_EQ(static_cast<unsigned>(fs::status(copy).permissions()) & 07133U, 0U) << "set-id, execution, others' writing";
 }
 
 TEST_F(AgedResource, KeepsItsTimesAndItsFlag)

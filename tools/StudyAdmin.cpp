@@ -14,8 +14,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include <sys/stat.h>
-
 namespace tarn::tools
 {
 namespace
@@ -42,12 +40,9 @@ void require(bool isDone, const base::PartFile& file)
 }
 
 /// Fills a file that waits for its name, with the permissions of what it replaces; it is on the disk then.
-bool fill(const base::PartFile& file, const std::string& path, const std::string& text)
+bool fill(const base::PartFile& file, const std::string& text)
 {
-  struct stat before = {};
-  const bool replaces = lstat(path.c_str(), &before) == 0 && S_ISREG(before.st_mode);
-  return file.good() && file.write(text.data(), text.size()) &&
-         (replaces ? file.permitLike(before) : file.permitAsNew()) && file.sync();
+  return file.good() && file.write(text.data(), text.size()) && file.permit() && file.sync();
 }
 
 /// Gives a complete file its name, for good.
@@ -97,7 +92,7 @@ study::ObjMetaUpdate StudyAdmin::add(const std::string& studyUid, const std::vec
   for (const study::StudyObject& object : objects)
     update.put(object);
   base::PartFile file(path);
-  require(fill(file, path, update.meta.text()), file);
+  require(fill(file, update.meta.text()), file);
 
   resetEntry(studyUid, before);
   publish(file, metaDir);
@@ -117,7 +112,7 @@ std::string StudyAdmin::makeMetaDir(const std::string& studyUid)
   utils::SyslogLogger logger(imutils::LOG_MODE_ERROR);
   const std::string text = study::defaultStoreState(&db, logger);
   base::PartFile file(path);
-  if (!fill(file, path, text))
+  if (!fill(file, text))
     throw IMException(path + ": the store state cannot be written");
   publish(file, metaDir);
   return metaDir;

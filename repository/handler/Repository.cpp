@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "base/Fd.h"
+#include "base/files.h"
 #include "repository/handler/Refusal.h"
 
 namespace tarn::repository
@@ -41,6 +42,19 @@ void copyTimes(const std::string& from, const std::string& to)
   requireDone(stat(from.c_str(), &status));
   const struct timespec times[] = {status.st_atim, status.st_mtim};
   requireDone(utimensat(AT_FDCWD, to.c_str(), times, 0));
+}
+
+/// Its files have no more rights than base::copyFile() leaves: others may have put them there.
+void copyFolder(const fs::path& from, const fs::path& to)
+{
+  fs::create_directory(to, from);
+  for (const fs::directory_entry& entry : fs::directory_iterator(from))
+    if (const fs::path copy = to / entry.path().filename(); entry.is_symlink())
+      fs::copy_symlink(entry, copy);
+    else if (entry.is_directory())
+      copyFolder(entry, copy);
+    else
+      base::copyFile(entry.path(), copy, base::Durable::byCaller);
 }
 
 } // namespace
@@ -191,7 +205,7 @@ void Repository::move(const Location& from, const Location& to) const
 {
   const std::string moving = to.beside(kMoving);
   fs::remove_all(moving);
-  fs::copy(from.path(), moving, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+  copyFolder(from.path(), moving);
   copyTimes(from.path(), moving);
   to.setDirty(from.isDirty());
   requireDone(std::rename(moving.c_str(), to.path().c_str()));

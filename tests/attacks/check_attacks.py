@@ -7,6 +7,7 @@ import os
 import re
 import shutil
 import sqlite3
+import struct
 import subprocess
 import sys
 import tempfile
@@ -40,6 +41,65 @@ def set_id_file_in_the_output_folder(stage):
     stage.put(f"out/{OUTPUT}", good, ATTACKER, 0o666)
     stage.convert("-N")
     yield "the same bytes in the attacker's file are not taken for the output", (stage.out / OUTPUT).stat().st_uid == CONVERTER
+
+
+@attack
+def file_whose_rights_somebody_chose(stage):
+    """Rights come neither from another account's file nor from one of our own that somebody links or widens."""
+    shared, output = stage.put("shared", mode=0o664), stage.out / OUTPUT
+    output.hardlink_to(shared)
+    stage.convert("-N", umask=0o077)
+    yield f"a link to a wider file widens no output: {mode(output):o}", mode(output) == 0o600
+    meta, legacy = stage.folder / f"archive/meta/{STUDY}/objectdb.meta", stage.folder / f"archive/images/{STUDY}/objectdb.meta"
+    for bits in 0o666, 0o4777:
+        stage.give(meta, ATTACKER, bits)
+        status, said = stage.run("tarnctl", "add-study", stage.folder / "archive/images")
+        yield f"replaced over {bits:o} it has the mode {mode(meta):o}: {said}", status == 0 and mode(meta) == 0o644
+    meta.rename(legacy)
+    shutil.rmtree(meta.parent)
+    stage.give(legacy, ATTACKER, 0o4777)
+    stage.convert()
+    yield f"taken over from the data repository: {mode(meta):o}", mode(meta) == 0o644
+    inventory = stage.put("inventory", mode=0o600)
+    stage.run("annomend-archive", "find", "-o", inventory, stage.state)
+    yield f"an inventory keeps its mode: {mode(inventory):o}", mode(inventory) == 0o600 and inventory.stat().st_size > 0
+
+
+def access_list(named, bits, group=0, mask=7):
+    """A list that gives an account those bits (acl(5))."""
+    none = 0xFFFFFFFF
+    entries = (1, 6, none), (2, bits, named), (4, group, none), (16, mask, none), (32, 0, none)
+    return struct.pack("<I", 2) + b"".join(struct.pack("<HHI", *entry) for entry in entries)
+
+
+@attack
+def access_lists(stage):
+    """What a list gives one account, a copy or a later output gives no group, and what a folder adds no copy has."""
+    access, copy, output = "system.posix_acl_access", stage.out / stage.state.name, stage.out / OUTPUT
+    def gives(path):
+        return oct(mode(path)), os.getxattr(path, access) if access in os.listxattr(path) else None
+    stage.state.chmod(0o600)
+    os.setxattr(stage.state, access, access_list(ATTACKER, 4, mask=4))
+    stage.convert("-N", "-i")
+    yield f"the mask is not the group's: {gives(copy)}", gives(copy) == ("0o600", None)
+    os.removexattr(stage.state, access)
+    stage.state.chmod(0o640)
+    os.setxattr(copy, access, access_list(ATTACKER, 4, group=4, mask=4))
+    stage.convert("-N", "-i")
+    yield f"the same bytes with a list are not left: {gives(copy)}", gives(copy) == ("0o640", None)
+    kept = access_list(ATTACKER, 6, mask=6)
+    output.unlink()
+    stage.put(output)
+    os.setxattr(output, access, kept)
+    stage.convert("-N")
+    yield f"an output keeps its list: {gives(output)}", gives(output) == ("0o660", kept)
+    for old in copy, output:
+        old.unlink()
+    stage.put(output, mode=0o640)
+    os.setxattr(stage.out, "system.posix_acl_default", access_list(ATTACKER, 7, group=7))
+    stage.convert("-N", "-i")
+    yield f"a folder's list adds nothing to a copy: {gives(copy)}", gives(copy) == ("0o640", None)
+    yield f"nor to a file that had none: {gives(output)}", gives(output) == ("0o640", None)
 
 
 @attack
@@ -237,14 +297,18 @@ def file_that_is_exchanged_in_time(stage):
     legacy = stage.folder / f"archive/images/{STUDY}/objectdb.meta"
     (stage.folder / f"archive/meta/{STUDY}/objectdb.meta").rename(legacy)
     shutil.rmtree(stage.folder / f"archive/meta/{STUDY}")
-    with concurrent.futures.ThreadPoolExecutor() as pool:
-        run = pool.submit(stage.run, "strace", "-o", stage.folder / "home/calls", "-P", legacy, "-e", "trace=openat", "-e",
-                          "inject=openat:delay_enter=2000000", "tarnctl", "add-study", objects)
-        time.sleep(1)
-        stage.fifo(legacy)
-        status, said = run.result()
-    yield f"the run ends: {said} {stage.logged()}", status == 1 and "Not a regular file" in stage.logged()
-    yield "the file was opened", "openat" in (stage.folder / "home/calls").read_text()
+    log = stage.put("home/log")
+    for path, words, wanted in (legacy, ("tarnctl", "add-study", objects), 1), (log, ("tarnctl", "add-study", stage.state), 0):
+        with concurrent.futures.ThreadPoolExecutor() as pool:
+            calls = stage.folder / "home/calls"
+            run = pool.submit(stage.run, "strace", "-o", calls, "-P", path, "-e", "trace=openat", "-e",
+                              "inject=openat:delay_enter=2000000", *words, **({"TARN_LOG": f"file:{log}"} if path == log else {}))
+            time.sleep(1)
+            stage.fifo(path)
+            status, said = run.result()
+        yield f"the run ends: {status} {said} {stage.logged()}", status == wanted
+        yield f"{path.name} was opened", "openat" in calls.read_text()
+    yield "the log says why", "Not a regular file" in stage.logged()
 
 
 PLANTED = '__attribute__((constructor)) static void planted(void) { fclose(fopen("%s", "w")); }'

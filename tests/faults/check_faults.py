@@ -35,6 +35,7 @@ ERRORS = {
     "faccessat2": ["EACCES"], "readlink": ["EIO"], "getcwd": ["ENOENT"], "fchmod": ["EPERM"], "fchown": ["EPERM"],
     "flock": ["ENOLCK"], "fcntl": ["EIO", "EACCES"], "memfd_create": ["EMFILE"], "brk": ["ENOMEM"],
     "mmap": ["ENOMEM"], "mprotect": ["ENOMEM"], "prlimit64": ["EPERM"], "getxattr": ["EACCES", "EOPNOTSUPP"],
+    "fgetxattr": ["EACCES", "EOPNOTSUPP"], "lgetxattr": ["EACCES", "EOPNOTSUPP"],
 }
 CANNOT_FAIL = {"clock_gettime", "clock_nanosleep", "exit_group", "fadvise64", "futex", "geteuid", "getpid", "getrandom",
                "ioctl", "munmap", "rt_sigaction", "uname"}
