@@ -49,8 +49,8 @@ TEST(LostConnection, IsAnExceptionAndNeverRenewed)
   EXPECT_THROW(db->references().addReference("1", "STUDYDIR", "x"), DBException);
 }
 
-/// Writes in a transaction and outside of one; what another session finds, or the failure.
-std::string writtenAndRead()
+/// Writes in a transaction and outside of one; what a session of another URL finds, or the failure.
+std::string writtenAndRead(const std::string& otherUrl)
 try
 {
   {
@@ -62,6 +62,7 @@ try
     db->references().addReference("1", "STUDYDIR", "b");
   }
   DBConnectorSql::open(Missing::refuse)->references().addReference("1", "STUDYDIR", "c");
+  const ScopedEnvironment other("TARN_DB_URL", otherUrl);
   std::string found;
   for (const std::string& name : select(*DBConnectorSql::open(Missing::refuse), "SELECT NAME FROM object_references"))
     found += name;
@@ -75,14 +76,19 @@ catch (const DBException& failure)
 TEST(Session, StandsWhateverTheServerGivesOneByDefault)
 {
   MariaDbServer server("--init-connect="); // whose settings nobody else has
-  server.run("CREATE USER plain@localhost; GRANT ALL ON `archive%`.* TO plain@localhost");
-  for (const std::string setting : {"init_connect='START TRANSACTION'", "completion_type=1", "completion_type=2",
-                                    "init_connect='SET SESSION TRANSACTION READ ONLY'", "sql_select_limit=1"})
+  server.run("CREATE USER plain@localhost; GRANT ALL ON `archive%`.* TO plain@localhost; "
+             "CREATE DATABASE archive_other; CREATE TABLE archive_other.held (a INT)");
+  for (const std::string setting :
+       {"init_connect='START TRANSACTION'", "completion_type=1", "completion_type=2", "autocommit=0",
+        "init_connect='SET SESSION TRANSACTION READ ONLY'", "sql_select_limit=1", "init_connect='USE archive_other'",
+        "init_connect='LOCK TABLES archive_other.held READ'"})
   {
-    const ScopedEnvironment database("TARN_DB_URL", replaced(server.createDatabase(), "root@", "plain@"));
+    const std::string url = server.createDatabase();
+    const ScopedEnvironment database("TARN_DB_URL", replaced(url, "root@", "plain@"));
     server.run("SET GLOBAL " + setting);
-    EXPECT_EQ(writtenAndRead(), "abc") << setting;
-    server.run("SET GLOBAL init_connect='', GLOBAL completion_type=0, GLOBAL sql_select_limit=18446744073709551615");
+    EXPECT_EQ(writtenAndRead(url), "abc") << setting;
+    server.run("SET GLOBAL init_connect='', GLOBAL completion_type=0, GLOBAL sql_select_limit=18446744073709551615, "
+               "GLOBAL autocommit=1");
   }
 }
 
