@@ -30,7 +30,6 @@ namespace
 {
 
 using imutils::IMSemaphoreGlobal;
-using namespace std::string_literals;
 using Lines = std::vector<std::string>;
 
 TEST(LostConnection, IsAnExceptionAndNeverRenewed)
@@ -146,28 +145,27 @@ TEST(DatabaseUrl, TakesThePasswordFromWhereItIsKept)
 {
   const TempDir folder;
   put(folder / ".my.cnf", "[annomend]\npassword=s/e:c@r%t\n[other]\npassword=wrong-secret\n");
-  for (const char* name : {"empty", "password", "dos", "unended", "of all"})
-    put(folder / name, name == "empty"s ? ""
-                                        : "s/e:c@r%t"s + (name == "dos"s       ? "\r\nmore"
-                                                          : name == "unended"s ? ""
-                                                                               : "\n"));
-  for (const char* name : {"empty", "password", "dos", "unended"})
-    chmod((folder / name).c_str(), 0640);
+  const auto withFile =
+      [file = folder / "password"](const std::string& url, const std::string& text, mode_t mode = 0640)
+  {
+    put(file, text);
+    chmod(file.c_str(), mode);
+    return refusalOf(url, "/", file);
+  };
   MariaDbServer::shared().run("CREATE OR REPLACE USER 'a b'@localhost IDENTIFIED BY 's/e:c@r%t'");
   const std::string place = "@localhost/information_schema?socket=" + MariaDbServer::shared().socket();
   const std::string name = "mysql://a%20b" + place;
   const std::string denied = "cannot connect: Access denied for user 'a b'@'localhost' (using password: ";
   EXPECT_EQ(refusalOf("mysql://a%20b:s%2Fe%3Ac%40r%25t" + place), "");
   EXPECT_EQ(refusalOf(name, folder / ""), "");
-  for (const char* file : {"password", "dos", "unended"})
-    EXPECT_EQ(refusalOf(name, "/", folder / file), "") << file;
-  EXPECT_EQ(refusalOf(name, "/", folder / "of all"),
-            "the file that TARN_DB_PASSWORD_FILE names is open to other accounts");
+  for (const char* text : {"s/e:c@r%t", "s/e:c@r%t\n", "s/e:c@r%t\r\nmore"})
+    EXPECT_EQ(withFile(name, text), "") << text;
+  for (const char* text : {"", "\n", "\r\ns/e:c@r%t"})
+    EXPECT_EQ(withFile(name, text), "the file that TARN_DB_PASSWORD_FILE names cannot be read, or is empty") << text;
+  EXPECT_EQ(withFile(name, "s/e:c@r%t\n", 0644), "the file that TARN_DB_PASSWORD_FILE names is open to other accounts");
   EXPECT_EQ(refusalOf(name), denied + "NO)");
   EXPECT_EQ(refusalOf(name + "&defaults-group=other", folder / ""), denied + "YES)");
-  EXPECT_EQ(refusalOf("mysql://a%20b<:wrong-secret|>" + place, "/", folder / "password"), denied + "YES)");
-  EXPECT_EQ(refusalOf(name, "/", folder / "empty"),
-            "the file that TARN_DB_PASSWORD_FILE names cannot be read, or is empty");
+  EXPECT_EQ(withFile("mysql://a%20b<:wrong-secret|>" + place, "s/e:c@r%t"), denied + "YES)");
 }
 
 TEST(DatabaseUrl, EncryptsOrRefusesWithACertificateOfTheAuthority)
