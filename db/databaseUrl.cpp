@@ -165,8 +165,8 @@ MysqlAddress withPasswordFile(MysqlAddress address)
     const base::RegularFile file(path);
     if ((file.status.st_mode & S_IRWXO) != 0)
       throw DBException("the file that TARN_DB_PASSWORD_FILE names is open to other accounts");
-    if (const std::string content = file.content(); !content.empty())
-      address.password = firstLine(content);
+    if (const std::string line = firstLine(file.content()); !line.empty())
+      address.password = line;
   }
   catch (const base::FileError&)
   {

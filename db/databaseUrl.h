@@ -16,7 +16,8 @@ constexpr char kSqliteScheme[] = "sqlite:";
 MysqlAddress parseMysqlUrl(const std::string& url);
 
 /// Returns `address`, and where it has no password, the first line of the file that TARN_DB_PASSWORD_FILE names as its
-/// password. Throws DBException when that file cannot be read, is empty, or gives accounts outside its group any right.
+/// password. Throws DBException when that file cannot be read, has an empty first line, or gives accounts outside its
+/// group any right.
 MysqlAddress withPasswordFile(MysqlAddress address);
 
 /// Returns `text` with the byte that each `%` and two hexadecimal digits stand for. Throws DBException for any other

@@ -30,7 +30,6 @@ namespace
 {
 
 using imutils::IMSemaphoreGlobal;
-using namespace std::string_literals;
 using Lines = std::vector<std::string>;
 
 TEST(LostConnection, IsAnExceptionAndNeverRenewed)
@@ -49,8 +48,8 @@ TEST(LostConnection, IsAnExceptionAndNeverRenewed)
   EXPECT_THROW(db->references().addReference("1", "STUDYDIR", "x"), DBException);
 }
 
-/// Writes in a transaction and outside of one; what another session finds, or the failure.
-std::string writtenAndRead()
+/// Writes in a transaction and outside of one; what a session of another URL finds, or the failure.
+std::string writtenAndRead(const std::string& otherUrl)
 try
 {
   {
@@ -62,6 +61,7 @@ try
     db->references().addReference("1", "STUDYDIR", "b");
   }
   DBConnectorSql::open(Missing::refuse)->references().addReference("1", "STUDYDIR", "c");
+  const ScopedEnvironment other("TARN_DB_URL", otherUrl);
   std::string found;
   for (const std::string& name : select(*DBConnectorSql::open(Missing::refuse), "SELECT NAME FROM object_references"))
     found += name;
@@ -75,14 +75,19 @@ catch (const DBException& failure)
 TEST(Session, StandsWhateverTheServerGivesOneByDefault)
 {
   MariaDbServer server("--init-connect="); // whose settings nobody else has
-  server.run("CREATE USER plain@localhost; GRANT ALL ON `archive%`.* TO plain@localhost");
-  for (const std::string setting : {"init_connect='START TRANSACTION'", "completion_type=1", "completion_type=2",
-                                    "init_connect='SET SESSION TRANSACTION READ ONLY'", "sql_select_limit=1"})
+  server.run("CREATE USER plain@localhost; GRANT ALL ON `archive%`.* TO plain@localhost; "
+             "CREATE DATABASE archive_other; CREATE TABLE archive_other.held (a INT)");
+  for (const std::string setting :
+       {"init_connect='START TRANSACTION'", "completion_type=1", "completion_type=2", "autocommit=0",
+        "init_connect='SET SESSION TRANSACTION READ ONLY'", "sql_select_limit=1", "init_connect='USE archive_other'",
+        "init_connect='LOCK TABLES archive_other.held READ'"})
   {
-    const ScopedEnvironment database("TARN_DB_URL", replaced(server.createDatabase(), "root@", "plain@"));
+    const std::string url = server.createDatabase();
+    const ScopedEnvironment database("TARN_DB_URL", replaced(url, "root@", "plain@"));
     server.run("SET GLOBAL " + setting);
-    EXPECT_EQ(writtenAndRead(), "abc") << setting;
-    server.run("SET GLOBAL init_connect='', GLOBAL completion_type=0, GLOBAL sql_select_limit=18446744073709551615");
+    EXPECT_EQ(writtenAndRead(url), "abc") << setting;
+    server.run("SET GLOBAL init_connect='', GLOBAL completion_type=0, GLOBAL sql_select_limit=18446744073709551615, "
+               "GLOBAL autocommit=1");
   }
 }
 
@@ -140,28 +145,27 @@ TEST(DatabaseUrl, TakesThePasswordFromWhereItIsKept)
 {
   const TempDir folder;
   put(folder / ".my.cnf", "[annomend]\npassword=s/e:c@r%t\n[other]\npassword=wrong-secret\n");
-  for (const char* name : {"empty", "password", "dos", "unended", "of all"})
-    put(folder / name, name == "empty"s ? ""
-                                        : "s/e:c@r%t"s + (name == "dos"s       ? "\r\nmore"
-                                                          : name == "unended"s ? ""
-                                                                               : "\n"));
-  for (const char* name : {"empty", "password", "dos", "unended"})
-    chmod((folder / name).c_str(), 0640);
+  const auto withFile =
+      [file = folder / "password"](const std::string& url, const std::string& text, mode_t mode = 0640)
+  {
+    put(file, text);
+    chmod(file.c_str(), mode);
+    return refusalOf(url, "/", file);
+  };
   MariaDbServer::shared().run("CREATE OR REPLACE USER 'a b'@localhost IDENTIFIED BY 's/e:c@r%t'");
   const std::string place = "@localhost/information_schema?socket=" + MariaDbServer::shared().socket();
   const std::string name = "mysql://a%20b" + place;
   const std::string denied = "cannot connect: Access denied for user 'a b'@'localhost' (using password: ";
   EXPECT_EQ(refusalOf("mysql://a%20b:s%2Fe%3Ac%40r%25t" + place), "");
   EXPECT_EQ(refusalOf(name, folder / ""), "");
-  for (const char* file : {"password", "dos", "unended"})
-    EXPECT_EQ(refusalOf(name, "/", folder / file), "") << file;
-  EXPECT_EQ(refusalOf(name, "/", folder / "of all"),
-            "the file that TARN_DB_PASSWORD_FILE names is open to other accounts");
+  for (const char* text : {"s/e:c@r%t", "s/e:c@r%t\n", "s/e:c@r%t\r\nmore"})
+    EXPECT_EQ(withFile(name, text), "") << text;
+  for (const char* text : {"", "\n", "\r\ns/e:c@r%t"})
+    EXPECT_EQ(withFile(name, text), "the file that TARN_DB_PASSWORD_FILE names cannot be read, or is empty") << text;
+  EXPECT_EQ(withFile(name, "s/e:c@r%t\n", 0644), "the file that TARN_DB_PASSWORD_FILE names is open to other accounts");
   EXPECT_EQ(refusalOf(name), denied + "NO)");
   EXPECT_EQ(refusalOf(name + "&defaults-group=other", folder / ""), denied + "YES)");
-  EXPECT_EQ(refusalOf("mysql://a%20b<:wrong-secret|>" + place, "/", folder / "password"), denied + "YES)");
-  EXPECT_EQ(refusalOf(name, "/", folder / "empty"),
-            "the file that TARN_DB_PASSWORD_FILE names cannot be read, or is empty");
+  EXPECT_EQ(withFile("mysql://a%20b<:wrong-secret|>" + place, "s/e:c@r%t"), denied + "YES)");
 }
 
 TEST(DatabaseUrl, EncryptsOrRefusesWithACertificateOfTheAuthority)

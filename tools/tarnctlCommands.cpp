@@ -6,6 +6,7 @@
 #include "base/report.h"
 #include "base/text.h"
 #include "db/DBConnectorSql.h"
+#include "db/DBTimeoutException.h"
 #include "db/SqlSession.h"
 #include "repository/client/IMRepositoryHandlerIface.h"
 #include "tools/readFiles.h"
@@ -78,6 +79,10 @@ bool addOne(StudyAdmin& admin, const std::string& studyUid, const std::vector<st
     base::trace(studyUid, ": ", counted(result.meta.rows.size(), "object", "objects"), ", ", result.added, " added, ",
                 result.changed, " changed");
     return true;
+  }
+  catch (const db::DBTimeoutException&) // the other studies would wait as long
+  {
+    throw;
   }
   catch (const std::exception& failure)
   {

@@ -13,11 +13,13 @@ namespace
 
 // What the session stands on, whatever the server gives one by default. latin1 lets every byte through as it is, and
 // takes blanks after a number as the embedded database does. A transaction that the server's init_connect began would
-// take all statements back at the end; a completion type other than 0 would begin another or end the connection.
+// take all statements back at the end, and its locks would keep other tables away; a completion type other than 0 would
+// begin another or end the connection.
 constexpr const char* kSessionSettings[] = {
     ("SET NAMES latin1, SESSION sql_mode='STRICT_ALL_TABLES,NO_ENGINE_SUBSTITUTION', SESSION time_zone='+00:00', "
      "SESSION completion_type=0, SESSION sql_select_limit=18446744073709551615, SESSION autocommit=1"),
     "ROLLBACK",
+    "UNLOCK TABLES",
     "SET SESSION TRANSACTION ISOLATION LEVEL REPEATABLE READ, READ WRITE",
 };
 
@@ -101,6 +103,8 @@ private:
 SqlSession* annomend_open_mysql(const MysqlAddress& address)
 {
   const MysqlConnection connection = connectMysql(address);
+  // init_connect may have gone to another one.
+  checkMysql(mysql_select_db(connection.get(), address.database.c_str()), "cannot connect", connection.get());
   auto session = std::make_unique<MysqlSession>(connection, exposureOf(*connection, address));
   for (const char* settings : kSessionSettings)
     session->execute(settings);

@@ -3,6 +3,7 @@
 
 #include "base/environmentValue.h"
 
+#include <arpa/inet.h>
 #include <sys/stat.h>
 
 namespace tarn::db
@@ -29,10 +30,15 @@ bool usesSocket(const MysqlAddress& address)
   return !address.socket.empty() || (address.host == "localhost" && address.port == 0);
 }
 
+bool isLoopback(const std::string& host)
+{
+  in_addr number = {};
+  return host == "::1" || (inet_pton(AF_INET, host.c_str(), &number) == 1 && base::startsWith(host, "127."));
+}
+
 bool isLocal(const MysqlAddress& address)
 {
-  const std::string& host = address.host;
-  return usesSocket(address) || host == "localhost" || host == "::1" || base::startsWith(host, "127.");
+  return usesSocket(address) || address.host == "localhost" || isLoopback(address.host);
 }
 
 #ifdef LIBMARIADB

@@ -10,6 +10,7 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <optional>
@@ -21,8 +22,10 @@ namespace tarn::db
 namespace
 {
 
-// Writers hold the database for one statement or a short transaction: a minute is more than any queue of them needs.
-constexpr int kBusyMilliseconds = 60000;
+// Writers hold the database for one statement or a short transaction: this is more than any queue of them needs.
+// Whoever may read the file can hold it, too, for as long as he likes.
+constexpr int kBusyMilliseconds = 30000;
+constexpr int kBusyRetryMilliseconds = 20;
 constexpr int kSwitchRetryMilliseconds = 5;
 
 using SqliteConnection = std::unique_ptr<sqlite3, base::Closer<sqlite3_close_v2>>;
@@ -89,6 +92,16 @@ private:
   SqliteConnection connection;
 };
 
+/// Whether the library is to try again, after a wait. Its own waits grow to 100 ms; among many writers, whoever asks so
+/// seldom finds the database free too seldom.
+int waitForOthers(void* /*unused*/, int attempts)
+{
+  if (attempts >= kBusyMilliseconds / kBusyRetryMilliseconds)
+    return 0;
+  sqlite3_sleep(std::min(attempts + 1, kBusyRetryMilliseconds));
+  return 1;
+}
+
 /// What keeps the file from being opened; the library may have tried others since. 0 when nothing does now.
 int errorOfOpening(const std::string& path)
 {
@@ -106,7 +119,7 @@ SqliteConnection openFile(const std::string& path, bool create)
   if (const int error = code == SQLITE_CANTOPEN ? errorOfOpening(path) : 0; error != 0)
     throw DBException("cannot open the file: " + std::generic_category().message(error));
   checkSqlite(code, "cannot open the file", opened);
-  checkSqlite(sqlite3_busy_timeout(opened, kBusyMilliseconds), "cannot set the time-out", opened);
+  checkSqlite(sqlite3_busy_handler(opened, waitForOthers, nullptr), "cannot set the time-out", opened);
   return connection;
 }
 

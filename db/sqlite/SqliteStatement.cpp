@@ -2,7 +2,7 @@
 #include "db/sqlite/SqliteStatement.h"
 
 #include "base/text.h"
-#include "db/DBException.h"
+#include "db/DBTimeoutException.h"
 #include "db/sqlite/UnlockedFile.h"
 
 #include <regex>
@@ -65,8 +65,13 @@ std::optional<std::string> columnOf(sqlite3_stmt* statement, int column)
 
 void checkSqlite(int code, const char* what, sqlite3* connection)
 {
-  if (code != SQLITE_OK)
-    throw DBException(std::string(what) + ": " + textOf(code, connection));
+  if (code == SQLITE_OK)
+    return;
+  const std::string text = std::string(what) + ": " + textOf(code, connection);
+  const int primary = code & 0xFF;
+  if (primary == SQLITE_BUSY || primary == SQLITE_PROTOCOL) // the second is what a lock on the log's index ends in
+    throw DBTimeoutException(text);
+  throw DBException(text);
 }
 
 SqliteStatement::SqliteStatement(sqlite3* connection, const std::string& sql, const UnlockedFile* unlocked)

@@ -12,7 +12,8 @@ namespace tarn::db
 
 class UnlockedFile;
 
-/// Throws DBException with what was tried and the library's text, unless `code` is good.
+/// Throws DBException with what was tried and the library's text, unless `code` is good: DBTimeoutException where
+/// others have held a lock for too long.
 void checkSqlite(int code, const char* what, sqlite3* connection);
 
 class SqliteStatement : public SqlStatement

@@ -3,7 +3,7 @@
 
 #include "base/IMException.h"
 #include "base/environmentValue.h"
-#include "db/DBException.h"
+#include "db/DBTimeoutException.h"
 #include "db/MetaAccessor.h"
 #include "db/ObjCacheAccessor.h"
 #include "db/ReferenceAccessor.h"
@@ -31,6 +31,7 @@ using study::ImportCode;
 constexpr int kEntryMode = 5; // what the archive's other programs read an entry with
 constexpr char kErrorReference[] = "ocerror";
 constexpr char kStudyKind[] = "STUDYDIR";
+constexpr char kCheckFailed[] = "An exception caught while checking/updating Object Cache entry for %s: %s";
 
 /// A message cut to what fits a buffer of `size` characters, its end included.
 template <std::size_t size = 255, class... Arguments>
@@ -50,7 +51,8 @@ DBConnectorSql& sqlConnector(DBConnector* db)
 }
 
 /// Runs `work` and returns true. Where `work` throws an exception of the standard library, logs an error with `format`,
-/// which takes the names and what the exception says, and returns false. Others pass.
+/// which takes the names and what the exception says, and returns false. Others pass, and so does DBTimeoutException:
+/// whoever tried the next thing would wait again.
 template <class Work, class... Names>
 bool guarded(const Work& work, const imutils::IMLogger& logger, const char* format, const Names&... names)
 {
@@ -58,6 +60,10 @@ bool guarded(const Work& work, const imutils::IMLogger& logger, const char* form
   {
     work();
     return true;
+  }
+  catch (const DBTimeoutException&)
+  {
+    throw;
   }
   catch (const std::exception& failure)
   {
@@ -96,10 +102,16 @@ bool ObjCacheMgr::touchObjCache(const std::string& studyUid, bool metaRequiredCh
 
 bool ObjCacheMgr::hasErrorReference(const std::string& studyUid) const
 {
-  bool found = false;
-  guarded([&] { found = db->references().hasReference(studyUid, kStudyKind, kErrorReference); }, logger,
-          "checking ocerror references on STUDYDIR/%s failed with exception: %s", studyUid);
-  return found;
+  try
+  {
+    return db->references().hasReference(studyUid, kStudyKind, kErrorReference);
+  }
+  catch (const std::exception& failure)
+  {
+    logger.errorLog("checking ocerror references on STUDYDIR/%s failed with exception: %s", studyUid.c_str(),
+                    failure.what());
+    return dynamic_cast<const DBTimeoutException*>(&failure) != nullptr; // whoever adds them would wait again
+  }
 }
 
 void ObjCacheMgr::doTouch(const std::string& studyUid, bool metaRequiredCheck)
@@ -119,10 +131,14 @@ void ObjCacheMgr::doTouch(const std::string& studyUid, bool metaRequiredCheck)
   {
     throw;
   }
+  catch (const DBTimeoutException& failure)
+  {
+    logger.errorLog(kCheckFailed, studyUid.c_str(), failure.what());
+    throw imutils::IMTimeoutException(failure.what());
+  }
   catch (const std::exception& failure)
   {
-    throw failed(message<1023>("An exception caught while checking/updating Object Cache entry for %s: %s", studyUid,
-                               std::string(failure.what())));
+    throw failed(message<1023>(kCheckFailed, studyUid, std::string(failure.what())));
   }
   catch (...)
   {
@@ -278,6 +294,10 @@ void ObjCacheMgr::addReferences(const std::string& studyUid, const std::set<std:
     Transaction transaction(sqlConnector(db));
     std::for_each(files.begin(), files.end(), addTo);
     transaction.commit();
+  }
+  catch (const DBTimeoutException&)
+  {
+    throw;
   }
   catch (const std::exception&)
   {

@@ -36,7 +36,7 @@ public:
   bool touchObjCache(const std::string& studyUid, bool metaRequiredCheck);
 
   /// The locked check and import, without the error references. Throws ObjCacheException, or IMTimeoutException when
-  /// the lock is not obtained within 30 seconds.
+  /// the lock is not obtained within 30 seconds, or others hold the embedded database so long.
   void doTouch(const std::string& studyUid, bool metaRequiredCheck);
 
   /// Finds the study's object meta file and imports it. Returns 0 or one of ImportCode below 0; 0 with `metaMissing`
@@ -46,7 +46,8 @@ public:
   [[nodiscard]] int importFromMetaFile(const std::string& studyUid, const std::string& path, bool& metaMissing);
 
   /// Attaches "ocerror" to the study and to all its objects that the database, the object meta file or the study's
-  /// directories know of. Never throws: each failure is logged and the next thing is tried.
+  /// directories know of. Never throws: each failure is logged and the next thing is tried; where others hold the
+  /// database for too long, nothing more is.
   void addErrorRefs(const std::string& studyUid);
   /// Adds the name of every object of the study's object meta file, up to the first bad row. Returns 0, also where
   /// there is no such file, or one of ImportCode below 0.

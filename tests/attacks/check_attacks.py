@@ -144,6 +144,54 @@ def lock_of_a_mount(stage):
         yield f"the log says '{line}': {stage.logged()}", line in stage.logged()
 
 
+HOLD = """import fcntl, sys, time
+files = [open(name) for name in sys.argv[1:]]
+for file in files:
+    fcntl.lockf(file, fcntl.LOCK_SH, 8, 120)  # those of writers, of the log's copying and of readers
+print("held", flush=True)
+time.sleep(120)"""
+
+
+@attack
+def lock_of_an_embedded_database(stage):
+    """Whoever may read the log's index keeps writers out: each gives up after half a minute, and blames no study."""
+    image = next((stage.folder / "archive/images" / STUDY).iterdir()).read_bytes()
+    other = stage.put("archive/other/image", image.replace(STUDY.encode(), STUDY[:-2].encode() + b"21"))
+    convert, run = ("annomend", "-f", stage.state, "-o", f"{stage.out}/"), stage.folder / "home/run"
+    cases = {  # what runs, the entry that is there, the status, what is said, the seconds that are enough
+        "import": (convert, [], 0, "Could not get lock to check/update Object Cache entry for", 45),
+        "error": (convert, [(2, 1)], 0, "The Object Cache entry is in error status for", 45),
+        "whole run": (("annomend-archive", "convert", "--progress", "none", "-j1", "-o", run, stage.state), [], 75,
+                    "database is locked", 75),
+        "register": (("tarnctl", "add-study", other, stage.folder / "archive/images"), [], 1, "database is locked", 45)}
+    open_databases = {}
+    for name, (_, entries, *_) in cases.items():
+        file = shutil.copy(stage.folder / "archive/archive.db", stage.make_folder(name))
+        stage.give(file, CONVERTER, 0o644)
+        open_databases[name] = sqlite3.connect(file, isolation_level=None)
+        for entry in entries:
+            open_databases[name].execute("INSERT INTO object_cache VALUES (?,?,?,'2024-01-31 23:59:59')", (STUDY, *entry))
+        open_databases[name].execute("SELECT * FROM studies").fetchall()
+    url = {name: {"TARN_DB_URL": f"sqlite:{stage.folder}/{name}/archive.db"} for name in cases}
+    with subprocess.Popen(["setpriv", f"--reuid={ATTACKER}", "--clear-groups", sys.executable, "-c", HOLD,
+                           *(stage.folder / name / "archive.db-shm" for name in cases)], stdout=subprocess.PIPE) as holder:
+        yield "the attacker has the locks", holder.stdout.readline() == b"held\n"
+        with concurrent.futures.ThreadPoolExecutor() as pool:
+            runs = {name: pool.submit(stage.run, *words, seconds=seconds, **url[name])
+                    for name, (words, _, _, _, seconds) in cases.items()}
+        holder.kill()
+    for name, (_, entries, wanted, text, _) in cases.items():
+        status, said = runs[name].result()
+        yield f"{name} ends: {status} {said}", status == wanted and text in said
+        found = [open_databases[name].execute(f"SELECT {columns}").fetchall()
+                 for columns in ("STATUS,ERROR FROM object_cache", "NAME FROM object_references")]
+        yield f"{name} leaves the study as it was: {found}", found == [entries, []]
+    yield "no input has a record", '"input"' not in (run / "journal/1-of-1.jsonl").read_text()
+    yield "the log says why", "database is locked" in stage.logged()
+    status, said = stage.run(*convert, **url["import"])
+    yield f"the next run converts: {said}", status == 0 and (stage.out / OUTPUT).exists()
+
+
 @attack
 def power_cut_after_a_move(stage):
     """What moves to another file system is on the disk before the original goes."""

@@ -48,13 +48,15 @@ def password_asked_for_by_a_rogue_server(stage):
 @attack
 def listening_on_the_network(stage):
     """A connection that others could read or take over is told in the log, one on this host is not."""
-    address = own_address()
-    for host, lines in ("127.0.0.1", 0), (address, 1):
-        if not host:
-            yield "this host has an address for the check (it could not be made)", False
-            continue
+    address, names = own_address(), stage.folder / "hosts"
+    if not address:
+        yield "this host has an address for the check (it could not be made)", False
+        return
+    names.write_text(f"{address} 127.example\n")
+    for host, number, lines in ("127.0.0.1", "127.0.0.1", 0), (address, address, 1), ("127.example", address, 1):
         stage.log.unlink(missing_ok=True)
-        with RogueServer(host=host) as server:
-            stage.convert("-N", TARN_DB_URL=f"mysql://u@{host}:{server.port}/d")
+        with RogueServer(host=number) as server:
+            stage.run("unshare", "-m", "sh", "-c", 'mount --bind "$0" /etc/hosts && exec "$@"', names, "annomend", "-N", "-f",
+                      stage.state, "-o", f"{stage.out}/", account=0, TARN_DB_URL=f"mysql://u@{host}:{server.port}/d")
         told = stage.logged().count(f"DBConnector: the connection to {host} is not encrypted")
         yield f"the log tells of {host} {lines} times: {stage.logged()}", told == lines
