@@ -167,8 +167,8 @@ private:
         ->check(CLI::Range(std::uint64_t{0}, kMostMemory)); // which a negative number is beyond
     parser
         .add_option_function<std::string>(
-            "--progress", [this](const std::string& text) { takeProgress(text); }, "auto, bar, lines or none")
-        ->option_text("FORM")
+            "--progress", [this](const std::string& text) { takeProgress(text); }, "auto when missing")
+        ->type_name("FORM")
         ->check(CLI::IsMember({"auto", "bar", "lines", "none"}));
   }
 
@@ -216,8 +216,8 @@ private:
     parser
         .add_option_function<std::string>(
             "--pictures", [this](const std::string& text) { takePictures(text); },
-            "Of which inputs: failures, sample:N, all, none, or several with commas (failures when missing)")
-        ->type_name("WHICH")
+            "Of which inputs, or several with commas (failures when missing)")
+        ->type_name("WHICH:{failures,sample:N,all,none}")
         ->needs(html);
     parser.add_option("--seed", page.seed, "Of the sample, to draw it again")->type_name("NUMBER")->needs(html);
     parser.add_flag("--measurements", wantsMeasurements, "A row of csv for each annotation, with what it measures")

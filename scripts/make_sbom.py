@@ -1,10 +1,12 @@
 #!/usr/bin/python3
 """Lists what the packages in a folder consist of, as SPDX 2.3 in JSON: the packages, their files with checksums, the
 packages that they need, and those whose headers are compiled in, each with the version that they were built with.
+Ends with 1 when these are not the ones that debian/copyright names.
 
 usage: make_sbom.py FOLDER >annomend.spdx.json
 
-FOLDER holds what dpkg-buildpackage made: the packages and one .buildinfo, whose date is that of the list.
+FOLDER holds what dpkg-buildpackage made: the packages, their debug symbols, which name the headers, and one .buildinfo,
+whose date is that of the list.
 """
 
 import hashlib
@@ -15,15 +17,17 @@ import subprocess
 import sys
 import tempfile
 
-# Build dependencies of which code is compiled in, and their licences (debian/copyright).
-COMPILED_IN = {
-    "libcereal-dev": "BSD-3-Clause",
-    "libcli11-dev": "BSD-3-Clause",
-    "libfmt-dev": "MIT",
-    "libspdlog-dev": "MIT",
-    "nlohmann-json3-dev": "MIT",
-    "rapidjson-dev": "MIT",
+# Libraries of which code is compiled in, by their folder in /usr/include: package and licence.
+HEADER_LIBRARIES = {
+    "CLI": ("libcli11-dev", "BSD-3-Clause"),
+    "cereal": ("libcereal-dev", "BSD-3-Clause"),
+    "fmt": ("libfmt-dev", "MIT"),
+    "nlohmann": ("nlohmann-json3-dev", "MIT"),
+    "rapidjson": ("rapidjson-dev", "MIT"),
+    "spdlog": ("libspdlog-dev", "MIT"),
 }
+# The folders there of the system and of shared libraries.
+SHARED = re.compile(r"c\+\+|.*-linux-gnu.*|dcmtk|mariadb|openjpeg-.*|openssl")
 LICENCE = "BSD-3-Clause"
 
 
@@ -66,12 +70,37 @@ def checksums(content):
 
 
 def contents(deb):
-    """Path and bytes of each file in a package."""
+    """Each file in a package: its path there, and the unpacked file, which is there until the next one is asked for."""
     with tempfile.TemporaryDirectory() as folder:
         subprocess.run(["dpkg-deb", "-x", deb, folder], check=True)
         for path in sorted(pathlib.Path(folder).rglob("*")):
             if path.is_file() and not path.is_symlink():
-                yield "./" + str(path.relative_to(folder)), path.read_bytes()
+                yield "./" + str(path.relative_to(folder)), path
+
+
+def compiled_in(symbols):
+    """Packages and licences of the header libraries that a package of debug symbols names."""
+    folders = set()
+    for _, file in contents(symbols):
+        strings = subprocess.run(["readelf", "--decompress", "--string-dump=.debug_line_str", file], check=True,
+                                 capture_output=True, text=True).stdout
+        folders.update(re.findall(r" /usr/include/([^/\s]+)", strings))
+    if not folders:
+        sys.exit(f"make_sbom: no header is named in {symbols}")
+    unknown = [folder for folder in folders - HEADER_LIBRARIES.keys() if not SHARED.fullmatch(folder)]
+    if unknown:
+        sys.exit(f"make_sbom: of what package is the code from {', '.join(unknown)} in {symbols}?")
+    return [HEADER_LIBRARIES[folder] for folder in sorted(folders & HEADER_LIBRARIES.keys())]
+
+
+def check_copyright(names):
+    """Holds the packages of which code is compiled in or linked against the tables at the head of debian/copyright."""
+    head = (pathlib.Path(__file__).parent / "../debian/copyright").read_text().partition("\nFiles:")[0]
+    rows = re.findall(r"^  ([a-z0-9][^ ]+) ", head, re.MULTILINE)
+    wrong = [name for name in names if not name.startswith(tuple(rows))]
+    wrong += [row for row in rows if not any(name.startswith(row) for name in names)]
+    if wrong:
+        sys.exit(f"make_sbom: debian/copyright and the packages differ: {', '.join(wrong)}")
 
 
 class Document:
@@ -94,18 +123,20 @@ class Document:
         entry = self.packages[name] = package(name, fields["Version"], LICENCE, fields["Architecture"])
         entry["checksums"] = checksums(deb.read_bytes())
         self.relate("SPDXRef-DOCUMENT", "DESCRIBES", entry["SPDXID"])
-        for path, content in contents(deb):
-            file = {"SPDXID": identifier(f"File-{name}-{path}"), "fileName": path, "checksums": checksums(content),
+        for path, file_there in contents(deb):
+            file = {"SPDXID": identifier(f"File-{name}-{path}"), "fileName": path,
+                    "checksums": checksums(file_there.read_bytes()),
                     "licenseConcluded": "NOASSERTION", "copyrightText": "NOASSERTION"}
             self.files.append(file)
             self.relate(entry["SPDXID"], "CONTAINS", file["SPDXID"])
 
-    def connect(self, fields):
+    def connect(self, fields, symbols):
+        """Relates a package to those that it needs, and to those whose headers its packages of debug symbols name."""
         source = self.packages[fields["Package"]]["SPDXID"]
         for name in re.findall(r"(?:^|[,|])\s*([a-z0-9][a-z0-9.+-]+)", fields.get("Depends", "")):
             self.need(source, "DEPENDS_ON", name)
-        if "libc6" in fields.get("Depends", ""):
-            for name, licence in COMPILED_IN.items():
+        for deb in symbols:
+            for name, licence in compiled_in(deb):
                 self.need(source, "STATIC_LINK", name, licence)
 
 
@@ -119,7 +150,8 @@ def main():
     for deb, fields in debs:
         document.add(deb, fields)
     for _, fields in debs:
-        document.connect(fields)
+        document.connect(fields, folder.glob(fields["Package"] + "-dbgsym_*.deb"))
+    check_copyright(document.packages.keys() - {fields["Package"] for _, fields in debs})
 
     name = f"annomend-{built['Version']}"
     date = subprocess.run(["date", "-u", "-d", built["Build-Date"], "+%Y-%m-%dT%H:%M:%SZ"], check=True,
