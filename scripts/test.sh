@@ -1,24 +1,29 @@
 #!/usr/bin/env bash
 # test.sh [STEP...]: installs what is missing, builds, and runs every check, or only the steps that are named; two steps
 # at a time, since most of them keep one core busy. What a step said is in build/checks/STEP.log. FUZZ_SECONDS is the time
-# for each fuzz target, 20 when not set.
+# for each fuzz target, 15 when not set.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 
 here=$(. /etc/os-release && echo "$VERSION_CODENAME")
 other=$([[ $here == trixie ]] && echo bookworm || echo trixie)
 
+# What is installed, and what makes the samples. The tests themselves run in the builds of the presets asan and, on the
+# other system, release.
+programs=(annomend annomend-archive tarnctl annomend-samples libannomend annomend_repository_handler annomend_db_mysql
+  annomend_picture_render)
+
 # One after another, since a build takes all cores:
 first=(
   "packages     scripts/install-deps.sh"
   "build-asan   scripts/build.sh asan"
-  "build        scripts/build.sh release"
+  "build        scripts/build.sh release ${programs[*]} convert_test pluginstate_test"
 )
 # Then these, longest first: those that share no folder and no port with another one.
 beside=(
   "system       scripts/test-on.sh $other"
   "lint         scripts/lint.sh"
-  "fuzz         scripts/fuzz.sh ${FUZZ_SECONDS:-20}"
+  "fuzz         scripts/fuzz.sh ${FUZZ_SECONDS:-15}"
   "tests        ctest --preset asan -j 2"
   "determinism  scripts/check-determinism.sh build/release build/asan"
   "archive      /usr/bin/python3 tests/archive/check_archive.py build/release"
@@ -40,11 +45,13 @@ beside=(
   "abi          scripts/check-abi.sh build/release"
   "hardening    scripts/check-hardening.sh build/release"
 )
-# Only those of these that are named, before a release, since each of them builds the packages:
+# Only those of these that are named, before a release: each of the first three builds the packages, and the last takes
+# twice the time of its like.
 named=(
   "deb          scripts/check-deb.sh $here"
   "deb-other    scripts/check-deb.sh $other"
   "reproducible scripts/check-reproducible.sh"
+  "lint-deep    scripts/lint.sh deep"
 )
 export ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1
 
