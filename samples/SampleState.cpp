@@ -68,7 +68,7 @@ void putReferences(DcmItem& dataset)
   std::string seriesUid;
   for (const SampleImage& image : images)
   {
-    if (image.seriesUid() != seriesUid)
+    if (!series || image.seriesUid() != seriesUid)
     {
       seriesUid = image.seriesUid();
       series = &appendItem(dataset, DCM_ReferencedSeriesSequence);

@@ -37,7 +37,7 @@ extern "C"
     ++syncs;
     return 0;
   }
-  // NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
+  // NOLINTBEGIN(clang-diagnostic-reserved-identifier): the linker's names
   /// Waits for no lock.
   void __real__ZN4tarn7imutils11IMSemaphore7lock_msEiffff(IMSemaphore*, int, float, float, float, float);
   void __wrap__ZN4tarn7imutils11IMSemaphore7lock_msEiffff(IMSemaphore* lock, int timeout, float first, float factor,
@@ -46,7 +46,7 @@ extern "C"
     lockArguments = {static_cast<float>(timeout), first, factor, longest, jitter};
     __real__ZN4tarn7imutils11IMSemaphore7lock_msEiffff(lock, 0, first, factor, longest, jitter);
   }
-  // NOLINTEND(bugprone-reserved-identifier)
+  // NOLINTEND(clang-diagnostic-reserved-identifier)
 }
 
 namespace
