@@ -27,7 +27,7 @@ HEADER_LIBRARIES = {
     "spdlog": ("libspdlog-dev", "MIT"),
 }
 # The folders there of the system and of shared libraries.
-SHARED = re.compile(r"c\+\+|.*-linux-gnu.*|dcmtk|mariadb|openjpeg-.*|openssl")
+SHARED = re.compile(r"c\+\+|.*-linux-gnu.*|arpa|asm-generic|linux|net|netinet|sys|dcmtk|mariadb|openjpeg-.*|openssl")
 LICENCE = "BSD-3-Clause"
 
 

@@ -19,10 +19,11 @@ first=(
   "build-asan   scripts/build.sh asan"
   "build        scripts/build.sh release ${programs[*]} convert_test pluginstate_test"
 )
-# Then these, longest first: those that share no folder and no port with another one.
+# Then these, longest first (the attacks mostly wait): those that share no folder and no port with another one.
 beside=(
   "system       scripts/test-on.sh $other"
   "lint         scripts/lint.sh"
+  "attacks      /usr/bin/python3 tests/attacks/check_attacks.py build/release"
   "fuzz         scripts/fuzz.sh ${FUZZ_SECONDS:-15}"
   "tests        ctest --preset asan -j 2"
   "determinism  scripts/check-determinism.sh build/release build/asan"
@@ -36,7 +37,6 @@ beside=(
   "conformant   /usr/bin/python3 tests/conformant/check_conformant.py build/release 40"
   "pictures     /usr/bin/python3 tests/picture/check_picture.py build/release 60"
   "report       /usr/bin/python3 tests/html/check_html.py build/release"
-  "attacks      /usr/bin/python3 tests/attacks/check_attacks.py build/release"
   "rights       /usr/bin/python3 tests/rights/check_rights.py build/release"
   "slurm        /usr/bin/python3 tests/slurm/check_slurm.py build/release"
   "lastmile     /usr/bin/python3 tests/lastmile/check_orthanc.py build/release"
