@@ -2,8 +2,8 @@
 # check-deb.sh SUITE [FOLDER]: builds the packages in a fresh minimal Debian of the release SUITE (bookworm, trixie), or
 # takes those in FOLDER, and tries them in another one: installed by itself the converter needs no client of a server;
 # it converts the sample archive to the bytes that build/release makes; an upgrade keeps database and configuration;
-# a purge leaves nothing but what is the user's; debian/copyright names what is compiled in
-# and linked. Needs root and debootstrap.
+# a purge leaves nothing but what is the user's; debian/copyright names what is compiled in and linked. Needs root and
+# debootstrap.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/fresh-system.sh
